@@ -1,0 +1,39 @@
+# Every target of the project goes through one of these, so that language level, warnings and
+# include root are stated once and never leak into global flags.
+
+function(tavik_target_defaults target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_BYTEARRAY)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${TAVIK_WERROR}>:-Werror>)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+endfunction()
+
+# tavik_library(name SOURCES... ) builds a static library; link its users with it as usual.
+function(tavik_library target)
+  add_library(${target} STATIC ${ARGN})
+  tavik_target_defaults(${target})
+  set_target_properties(${target} PROPERTIES AUTOMOC ON)
+endfunction()
+
+# tavik_executable(name SOURCES...)
+function(tavik_executable target)
+  add_executable(${target} ${ARGN})
+  tavik_target_defaults(${target})
+  set_target_properties(${target} PROPERTIES AUTOMOC ON)
+endfunction()
+
+# tavik_test(name SOURCE LIBRARIES...) builds one Qt Test program and registers it with ctest.
+# It runs without a display and with a configuration directory that no other test shares.
+function(tavik_test name source)
+  tavik_executable(${name} ${source})
+  target_link_libraries(${name} PRIVATE Qt6::Test ${ARGN})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES
+    TIMEOUT 120
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/test-config/${name};TAVIK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+    WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
+endfunction()

@@ -1,0 +1,57 @@
+#include "device/command_report.h"
+
+#include <algorithm>
+
+namespace tavik {
+
+namespace {
+
+constexpr std::uint8_t commandMarker = 0x04;
+constexpr std::size_t codeOffset = 1;
+constexpr std::size_t argumentOffset = 2;
+constexpr std::size_t statusOffset = 3;
+constexpr std::size_t countOffset = 8;
+
+constexpr std::uint8_t statusAccepted = 0x01;
+constexpr std::uint8_t statusBusy = 0xFF;
+
+} // namespace
+
+Report commandReport(CommandCode code, std::uint8_t argument, std::uint16_t count)
+{
+    Report report{};
+    report[0] = commandMarker;
+    report[codeOffset] = static_cast<std::uint8_t>(code);
+    report[argumentOffset] = argument;
+    report[countOffset] = static_cast<std::uint8_t>(count & 0xFF);
+    report[countOffset + 1] = static_cast<std::uint8_t>(count >> 8);
+    return report;
+}
+
+bool isAccepted(const Report& answer, CommandCode code)
+{
+    return answer[0] == commandMarker && answer[codeOffset] == static_cast<std::uint8_t>(code) &&
+           answer[statusOffset] == statusAccepted;
+}
+
+bool isEmptyAnswer(const Report& answer)
+{
+    return std::all_of(answer.begin(), answer.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
+bool isBusyAnswer(const Report& answer)
+{
+    return answer[statusOffset] == statusBusy;
+}
+
+QString statusText(const Report& answer)
+{
+    return hexByte(answer[statusOffset]);
+}
+
+QString hexByte(std::uint8_t value)
+{
+    return QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0'));
+}
+
+} // namespace tavik

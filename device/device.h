@@ -1,0 +1,95 @@
+#pragma once
+
+#include "device/command_report.h"
+#include "device/hid_interface.h"
+
+#include <QMutex>
+#include <QObject>
+#include <QString>
+
+namespace tavik {
+
+// The connection to the keyboard's configuration interface: one per process, GUI thread only.
+//
+// The mutex keeps two command sequences from interleaving on the wire, and is not recursive.
+// refresh() and sendCommand() lock it themselves. Every other operation that talks to the keyboard
+// expects its caller to hold it for the whole sequence: lock, ensureOpen(), openSession(), header,
+// data, commit(), finish(), unlock.
+//
+// Operations return false on failure and leave the reason in lastError, which a success never
+// clears. A failed exchange keeps the handle open, also after the keyboard was unplugged.
+class Device : public QObject
+{
+    Q_OBJECT
+
+public:
+    static Device& instance();
+    ~Device() override;
+
+    // True while a handle is open, which says nothing about the keyboard still being plugged in.
+    [[nodiscard]] bool isOpen() const { return handle != nullptr; }
+
+    // Opens the keyboard unless it is open. False leaves "hid_init failed" or the discovery text.
+    // Emits connectedChanged(true) when it opened one. Caller holds the mutex.
+    [[nodiscard]] bool ensureOpen();
+
+    // As ensureOpen(), but locks the mutex itself and always announces a connection: a fresh one is
+    // therefore announced twice, and listeners run under the lock and must not touch the device.
+    bool refresh();
+
+    // Searches the configuration interface and opens it. False leaves the text that asks for the
+    // cable and shuts hidapi down again. Emits connectedChanged(true). Caller holds the mutex.
+    [[nodiscard]] bool findAndOpen();
+
+    // Sends the report (35 ms after it was asked to) and replaces it by the answer, read 50 ms
+    // later and not examined. False leaves "not connected" or hidapi's text. Caller holds the mutex.
+    [[nodiscard]] bool exchange(Report& report);
+
+    // Exchanges one data report, up to ten times until it passes; the answer does not matter. False
+    // leaves the text of the tenth failure. Caller holds the mutex.
+    [[nodiscard]] bool sendSlice(const Report& slice);
+
+    // Sends 576 bytes as nine data reports with 2 ms after each. False when one of them failed ten
+    // times; the later ones are then not sent. Caller holds the mutex.
+    [[nodiscard]] bool sendChunks(const TransferImage& data);
+
+    // Exchanges a command report and checks the answer. False leaves the transport's text, or
+    // rejection with its lowest place marker replaced by the status. Caller holds the mutex.
+    [[nodiscard]] bool command(const Report& request, const QString& rejection);
+
+    // Opens a command session, waiting 300 ms after each of up to ten busy or empty answers; any
+    // other answer counts as open. flag is 0 or 1 and belongs to the FINISH, which the caller owes
+    // the keyboard also after a refusal. Caller holds the mutex.
+    [[nodiscard]] bool openSession(std::uint8_t flag);
+
+    // Makes the keyboard take over what it was sent. False leaves the transport's text or rejection
+    // with the status. Caller holds the mutex.
+    [[nodiscard]] bool commit(const QString& rejection = commitRejection());
+
+    // Closes a session opened with the same flag. False leaves the transport's text or "FINISH
+    // rejected (status %1)". Caller holds the mutex.
+    [[nodiscard]] bool finish(std::uint8_t flag);
+
+    // Sends one 64-byte payload as a whole command session of its own, opening the keyboard when
+    // needed. False leaves the reason; a FINISH that fails on the way out replaces it. Locks the
+    // mutex itself.
+    [[nodiscard]] bool sendCommand(CommandCode code, std::uint8_t argument, const Report& payload);
+
+private:
+    Device() = default;
+
+    [[nodiscard]] bool failWithTransportText();
+    static QString commitRejection();
+
+    HidHandle handle;
+
+public:
+    QString lastError;
+    QString path; // hidraw path of the open interface
+    QMutex mutex;
+
+signals:
+    void connectedChanged(bool connected);
+};
+
+} // namespace tavik

@@ -1,0 +1,83 @@
+#include "device/device.h"
+#include "device/pause.h"
+
+#include <QMutexLocker>
+#include <QScopeGuard>
+
+#include <tuple>
+
+using namespace std::chrono_literals;
+
+namespace tavik {
+
+namespace {
+
+constexpr int sessionAttempts = 10;
+constexpr auto pauseAfterBusy = 300ms;
+constexpr std::uint8_t commandSessionFlag = 1;
+
+} // namespace
+
+bool Device::command(const Report& request, const QString& rejection)
+{
+    Report report = request;
+    if (!exchange(report))
+        return false;
+    if (isAccepted(report, static_cast<CommandCode>(request[1])))
+        return true;
+    lastError = rejection.arg(statusText(report));
+    return false;
+}
+
+bool Device::openSession(std::uint8_t flag)
+{
+    for (int attempt = 0; attempt < sessionAttempts; ++attempt) {
+        Report report = commandReport(CommandCode::OpenSession, 0, flag);
+        if (!exchange(report))
+            return false;
+        // A wrong echo or an odd status still means an open session; only "no answer yet" and
+        // "busy" are worth another try.
+        if (!isEmptyAnswer(report) && !isBusyAnswer(report))
+            return true;
+        pause(pauseAfterBusy);
+    }
+    lastError = QStringLiteral("Keyboard refuses to open a session (busy?)");
+    return false;
+}
+
+bool Device::commit(const QString& rejection)
+{
+    return command(commandReport(CommandCode::Commit), rejection);
+}
+
+bool Device::finish(std::uint8_t flag)
+{
+    return command(commandReport(CommandCode::Finish, 0, flag),
+                   QStringLiteral("FINISH rejected (status %1)"));
+}
+
+bool Device::sendCommand(CommandCode code, std::uint8_t argument, const Report& payload)
+{
+    const QMutexLocker lock(&mutex);
+    if (!ensureOpen())
+        return false;
+
+    // Armed before the session opens: the keyboard wants its FINISH after a refusal, too.
+    auto closing = qScopeGuard([this] { std::ignore = finish(commandSessionFlag); });
+    const QString rejection = QStringLiteral("Command %1 rejected (status %2)")
+                                  .arg(hexByte(static_cast<std::uint8_t>(code)));
+    if (!openSession(commandSessionFlag) || !command(commandReport(code, argument, 1), rejection))
+        return false;
+    Report data = payload;
+    if (!exchange(data) || !commit())
+        return false;
+    closing.dismiss();
+    return finish(commandSessionFlag);
+}
+
+QString Device::commitRejection()
+{
+    return QStringLiteral("COMMIT rejected (status %1)");
+}
+
+} // namespace tavik

@@ -1,0 +1,111 @@
+#include "model/keyboard_layout.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QXmlStreamReader>
+
+#include <cstdlib>
+
+namespace tavik {
+
+namespace {
+
+// Sums of hostile numbers wrap instead of overflowing.
+int wrappedSum(int first, int second)
+{
+    return static_cast<int>(static_cast<unsigned>(first) + static_cast<unsigned>(second));
+}
+
+QRect rectFromAttributes(const QXmlStreamAttributes& attributes)
+{
+    const int left = attributes.value("rect_left").toInt();
+    const int top = attributes.value("rect_top").toInt();
+    const int width = attributes.value("rect_width").toInt();
+    const int height = attributes.value("rect_height").toInt();
+    QRect rect;
+    rect.setCoords(left, top, wrappedSum(wrappedSum(left, width), -1),
+                   wrappedSum(wrappedSum(top, height), -1));
+    return rect;
+}
+
+KeyRecord keyFromAttributes(const QXmlStreamAttributes& attributes)
+{
+    KeyRecord key;
+    key.code = std::strtoul(attributes.value("code").toLatin1().constData(), nullptr, 0);
+    key.desc = attributes.value("desc").toString();
+    key.keyIndex = attributes.value("key_index").toInt();
+    key.lightIndex = attributes.value("light_index").toInt();
+    const QList<QStringView> rowAndColumn = attributes.value("row_col").split(u'#');
+    if (rowAndColumn.size() > 1) {
+        key.row = rowAndColumn.at(0).toInt();
+        key.col = rowAndColumn.at(1).toInt();
+    }
+    key.rect = rectFromAttributes(attributes);
+    key.fnLayerDisable = attributes.value("fnlayer_disable") == QLatin1String("1");
+    return key;
+}
+
+} // namespace
+
+const KeyboardLayout& KeyboardLayout::instance()
+{
+    static KeyboardLayout layout;
+    static bool loaded = false;
+    if (!loaded) {
+        loaded = true;
+        layout.search(searchDirectories());
+    }
+    return layout;
+}
+
+QStringList KeyboardLayout::searchDirectories()
+{
+    const QString applicationDirectory = QCoreApplication::applicationDirPath();
+    return {
+        QStringLiteral("/tmp/tavik-center/app/../resources"),
+        QStringLiteral("/usr/share/tavik-center"),
+        QStringLiteral("/usr/local/share/tavik-center"),
+        applicationDirectory + QStringLiteral("/../share/tavik-center"),
+        applicationDirectory,
+        QStringLiteral("."),
+    };
+}
+
+void KeyboardLayout::search(const QStringList& directories)
+{
+    for (const QString& directory : directories) {
+        for (const char* name : {"keyboard-layout.xml", "rgb-keyboard.xml"}) {
+            const QString path = QDir(directory).filePath(QLatin1String(name));
+            // Asked first: opening a name that is not there makes some readers complain.
+            if (!QFile::exists(path))
+                continue;
+            QFile file(path);
+            if (file.open(QIODevice::ReadOnly) && read(file))
+                return;
+        }
+    }
+}
+
+bool KeyboardLayout::read(QIODevice& document)
+{
+    keys.clear();
+    QXmlStreamReader reader(&document);
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QXmlStreamAttributes attributes = reader.attributes();
+        if (reader.name() == QLatin1String("Keyboard") ||
+            reader.name() == QLatin1String("Layout109K")) {
+            xpos = attributes.value("xpos").toInt();
+            ypos = attributes.value("ypos").toInt();
+            width = attributes.value("width").toInt();
+            height = attributes.value("height").toInt();
+        } else if (reader.name() == QLatin1String("key")) {
+            keys.append(keyFromAttributes(attributes));
+        }
+    }
+    return !reader.hasError() && !keys.isEmpty();
+}
+
+} // namespace tavik
