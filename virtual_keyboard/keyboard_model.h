@@ -1,0 +1,152 @@
+#pragma once
+
+#include "virtual_keyboard/keyboard_state.h"
+
+#include <optional>
+#include <string_view>
+
+namespace tavik::virtual_keyboard {
+
+// How the keyboard misbehaves in one answer.
+enum class AnswerFault {
+    Status,    // the answer carries a chosen status
+    Empty,     // the answer is 64 zero bytes, as if none were ready
+    WrongEcho, // the answer names another command (05 and the code's complement)
+};
+
+// The keyboard itself, as seen from its two USB interfaces. It knows no transport and no clock:
+// reports come in as the bytes behind the report id, each with the time at which it came.
+//
+// It is lenient in nothing. Whatever a keyboard may not be asked to do is written into
+// violations(), and what cannot be carried out is refused with status 02. New values are held
+// back until COMMIT and are taken over only when everything announced has arrived.
+class KeyboardModel
+{
+public:
+    using Milliseconds = std::chrono::milliseconds;
+
+    // A feature report arrives on the configuration interface; `payload` should be 64 bytes. `now`
+    // counts from any fixed moment and never runs back.
+    void setFeature(std::span<const std::uint8_t> payload, Milliseconds now);
+
+    // The host asks for the answer. Command reports are answered 04, code, 00, status; data
+    // reports with 64 zeros; the nine reports of a bank read with the packed color bank. A data
+    // report counts only once its answer was fetched: one that is sent again replaces it.
+    [[nodiscard]] Report getFeature(Milliseconds now);
+
+    // A block arrives on the screen interface. Returns the acknowledgement, or nothing when the
+    // block is not wanted.
+    [[nodiscard]] std::optional<Report> screenReport(std::span<const std::uint8_t> block,
+                                                     Milliseconds now);
+
+    // The next command or data report is answered with this fault. A status other than 01, an
+    // empty answer: the keyboard does not carry the command out (session open: FF and an empty
+    // answer leave it closed, any other status opens it). A wrong echo hides a success. `status`
+    // is read for AnswerFault::Status only.
+    void spoilNextAnswer(AnswerFault fault, std::uint8_t status = 0);
+
+    // The transport lost a report on its way in (its payload), or an answer, a block or an
+    // acknowledgement. The keyboard cannot see this; it is told so that the host's way of
+    // closing after a failure is not held against it.
+    void reportLost(std::span<const std::uint8_t> payload);
+    void answerLost();
+
+    // The cable was pulled: the session and everything not committed is gone.
+    void disconnect();
+
+    // Back to the factory state, with no session and no violations.
+    void reset();
+
+    // What the keyboard holds. The setter is for tests that need a keyboard with a history.
+    [[nodiscard]] const KeyboardState& state() const { return state_; }
+    void setState(const KeyboardState& state) { state_ = state; }
+
+    [[nodiscard]] bool sessionOpen() const { return sessionFlag_.has_value(); }
+    // 0 or 1; nothing while no session is open.
+    [[nodiscard]] std::optional<std::uint8_t> sessionFlag() const { return sessionFlag_; }
+    [[nodiscard]] bool customMode() const { return state_.lighting[0] == customEffect; }
+    // Index 0 to 143.
+    [[nodiscard]] KeyActionBytes keyAction(LayerId layer, std::size_t index) const;
+    [[nodiscard]] KeyColor keyColor(std::size_t index) const;
+    // Slot 1 to 3; empty while nothing is stored there.
+    [[nodiscard]] const std::vector<ScreenFrame>& screenSlot(int slot) const;
+    [[nodiscard]] std::vector<MacroEvent> playMacro(int index) const;
+    [[nodiscard]] std::string lightingSummary() const;
+    // Blocks received and announced of the screen upload under way; 0 and 0 when there is none.
+    [[nodiscard]] std::size_t screenBlocksReceived() const;
+    [[nodiscard]] std::size_t screenBlocksAnnounced() const;
+
+    // Everything that was wrong so far, oldest first, one sentence each.
+    [[nodiscard]] const std::vector<std::string>& violations() const { return violations_; }
+    void clearViolations() { violations_.clear(); }
+
+private:
+    enum class Kind { None, Command, Data, BankRead };
+
+    // The spoiled or plain fate of one report.
+    struct Spoil
+    {
+        AnswerFault fault = AnswerFault::Status;
+        std::uint8_t status = 0;
+    };
+
+    // The command that was announced in this session and waits for data and COMMIT.
+    struct Transfer
+    {
+        std::uint8_t code = 0;
+        std::size_t reportsWanted = 0; // data reports or screen blocks
+        std::size_t reportsReceived = 0;
+        int slot = 0;
+        std::vector<std::uint8_t> bytes;
+    };
+
+    void violation(std::string text);
+    void checkSendTime(Milliseconds now);
+    void takePendingData();
+    void receiveCommand(const Report& report, Milliseconds now);
+    void receiveData(const Report& report, Milliseconds now);
+    void receiveBankRead(const Report& report);
+    [[nodiscard]] bool expectsData() const;
+    void leaveBankRead();
+    // Each returns the status the keyboard answers with.
+    [[nodiscard]] std::uint8_t execute(const Report& report, Milliseconds now);
+    [[nodiscard]] std::uint8_t openSession(const Report& report);
+    [[nodiscard]] std::uint8_t announce(const Report& report);
+    [[nodiscard]] std::uint8_t commit(const Report& report, Milliseconds now);
+    [[nodiscard]] std::uint8_t finish(const Report& report);
+    [[nodiscard]] std::uint8_t startBankRead(const Report& report);
+    [[nodiscard]] bool zeroExcept(const Report& report, std::string_view name,
+                                  std::span<const std::size_t> allowed);
+    [[nodiscard]] bool takeOver(const Transfer& transfer);
+    [[nodiscard]] bool takeLighting(std::span<const std::uint8_t> bytes);
+    [[nodiscard]] bool takeSleep(std::span<const std::uint8_t> bytes);
+    [[nodiscard]] bool takeLayer(std::span<const std::uint8_t> bytes, KeyLayer& layer,
+                                 std::string_view name);
+    [[nodiscard]] bool takeColors(std::span<const std::uint8_t> bytes);
+    [[nodiscard]] bool takeScreen(const Transfer& transfer);
+
+    KeyboardState state_;
+    std::vector<std::string> violations_;
+
+    std::optional<std::uint8_t> sessionFlag_;
+    // Flag of a session open that was refused or lost: one FINISH with it is welcome.
+    std::optional<std::uint8_t> refusedFlag_;
+    // Something went wrong that the host knows of, so it may close without having completed.
+    bool disturbed_ = false;
+    bool macroSession_ = false;
+    bool committed_ = false;
+    std::optional<Transfer> transfer_;
+    std::optional<Report> pendingData_;
+    std::optional<std::size_t> bankReadAnswers_;
+    std::optional<Spoil> spoil_;
+
+    Report answer_{};
+    bool answerWaits_ = false;
+    Kind lastKind_ = Kind::None;
+    std::optional<Milliseconds> lastTraffic_;
+    std::optional<Milliseconds> lastSend_;
+    // Earliest time for the next send after a data slice that was answered.
+    std::optional<Milliseconds> lastSliceAnswered_;
+};
+
+} // namespace tavik::virtual_keyboard
