@@ -1,0 +1,73 @@
+#pragma once
+
+#include "model/key_action.h"
+#include "model/macro_record.h"
+
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <array>
+#include <cstddef>
+
+namespace tavik {
+
+// The per-key colors: red, green and blue of the key with light index k at 3k, 3k + 1, 3k + 2.
+inline constexpr std::size_t colorBankSize = 3 * layerSize;
+using ColorBank = std::array<unsigned char, colorBankSize>;
+
+// Everything the user edits and that has to survive a restart. The keyboard cannot be asked for it
+// (the colors excepted), so this copy is the only one.
+struct SavedState
+{
+    KeyLayer layerBase{};
+    KeyLayer layerFn{};
+    QList<MacroRecord> macros;
+    ColorBank customRgb{};
+
+    friend bool operator==(const SavedState&, const SavedState&) = default;
+};
+
+// The state as the object that the state file holds.
+[[nodiscard]] QJsonObject stateToJson(const SavedState& state);
+
+// The state in such an object. Whatever is missing or of the wrong type is zero or empty, numbers
+// are cut to the width of their field, and elements beyond a layer or the color bank are ignored.
+[[nodiscard]] SavedState stateFromJson(const QJsonObject& object);
+
+// Where the state is kept: "state.json" in the program's configuration directory. The names of the
+// application and its organization have to be set before.
+[[nodiscard]] QString stateFilePath();
+
+// The one SavedState of the program and its file. Pages read and change the fields directly and
+// call save() after each change. Used from the GUI thread only.
+class AppState : public QObject, public SavedState
+{
+    Q_OBJECT
+
+public:
+    // The state of this process, loaded from its file on the first call.
+    static AppState& instance();
+
+    // Replaces the fields by what the state file holds. Without a file, or with one that cannot be
+    // read or is no JSON object, the fields keep their values. Meant for the start only: a file
+    // that loads is copied to "state.json.bak" beside it, one that does not to
+    // "state.json.damaged". Emits nothing and reports nothing.
+    void load();
+
+    // Writes all fields to the state file, in place. A file that cannot be written is left as it
+    // is. Emits nothing and reports nothing.
+    void save() const;
+
+signals:
+    // Emitted by whoever replaces the whole state, after it is saved; single edits emit nothing.
+    void macrosChanged();
+    void layersChanged();
+    void rgbChanged();
+
+private:
+    AppState();
+};
+
+} // namespace tavik
