@@ -42,7 +42,8 @@ public:
     [[nodiscard]] bool findAndOpen();
 
     // Sends the report (35 ms after it was asked to) and replaces it by the answer, read 50 ms
-    // later and not examined. False leaves "not connected" or hidapi's text. Caller holds the mutex.
+    // later and not examined. False leaves "not connected" or hidapi's text. Caller holds the
+    // mutex.
     [[nodiscard]] bool exchange(Report& report);
 
     // Exchanges one data report, up to ten times until it passes; the answer does not matter. False

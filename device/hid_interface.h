@@ -1,10 +1,10 @@
 #pragma once
 
 #include <QString>
+#include <hidapi.h>
 
 #include <array>
 #include <cstdint>
-#include <hidapi.h>
 #include <memory>
 
 namespace tavik {

@@ -1,0 +1,100 @@
+#include "app/application_style.h"
+
+#include "app/skin_files.h"
+
+#include <QApplication>
+#include <QFont>
+#include <QFontDatabase>
+
+namespace tavik {
+
+namespace {
+
+// Every page relies on the object names in these selectors for its look.
+const char* const globalStyleSheet = R"(
+QWidget { color: #f1f1f1; background: transparent; font-family: "Open Sans", "Segoe UI", sans-serif; font-size: 14px; }
+QMainWindow { background: #000000; }
+QWidget#shell { background: #111111; border: 1px solid #484848; }
+QWidget#titleBar { background: #111111; border-bottom: 1px solid #202020; }
+QLabel#pageTitle { color: #f1f1f1; font-size: 15px; font-weight: 600; }
+QWidget#sidebar { background: rgba(15,15,16,245); border-right: 1px solid #252527; }
+QWidget#lightingPanel { background: rgba(65,65,65,235); }
+QWidget#settingsSidePanel, QWidget#gameModePanel { background: rgba(65,65,65,225); }
+QToolButton#navButton, QToolButton#windowMinimize, QToolButton#windowClose { border: 0; border-radius: 0; padding: 0; background: transparent; }
+QToolButton#navButton:hover { background: rgba(255,255,255,10); }
+QToolButton#windowMinimize:hover, QToolButton#windowClose:hover { background: #2b2b2d; }
+QStackedWidget#pageStack { background: transparent; border: 0; }
+QLabel { background: transparent; }
+QLabel#hint { color: #9c9c9f; }
+QLabel#headerTitle { color: #f3f3f3; font-size: 17px; font-weight: 700; }
+QLabel#emptyPageTitle { color: #dfdfdf; font-size: 18px; font-weight: 600; }
+QPushButton { color: #f1f1f1; background: #505050; border: 1px solid #666666; border-radius: 0; padding: 4px 8px; font-weight: 500; }
+QPushButton:hover { background: #5a5a5a; }
+QPushButton:pressed { background: #454545; }
+QPushButton:disabled { color: #858585; background: #414141; }
+QPushButton#accent { color: #ffffff; background: #da5200; border-color: #da5200; }
+QPushButton#accent:hover { background: #e36512; }
+QComboBox, QLineEdit, QSpinBox { color: #f2f2f2; background: #515151; border: 1px solid #777777; border-radius: 0; padding: 3px 6px; min-height: 24px; }
+QComboBox:hover, QLineEdit:hover, QSpinBox:hover { border-color: #9a9a9a; }
+QComboBox QAbstractItemView { color: #f2f2f2; background: #515151; border: 1px solid #777777; selection-background-color: #da5200; }
+QSlider::groove:horizontal { height: 5px; background: #777777; border-radius: 0; }
+QSlider::sub-page:horizontal { background: #ee7300; }
+QSlider::handle:horizontal { background: #f7f7f7; border: 2px solid #ee7300; width: 13px; height: 13px; margin: -5px 0; border-radius: 7px; }
+QCheckBox { spacing: 8px; }
+QCheckBox::indicator { width: 18px; height: 18px; border: 1px solid #dddddd; border-radius: 0; }
+QCheckBox::indicator:checked { background: #e77a19; }
+QGroupBox { color: #e2e2e2; background: rgba(65,65,65,220); border: 1px solid #585858; border-radius: 0; margin-top: 14px; padding: 12px 10px 10px; }
+QGroupBox::title { subcontrol-origin: margin; left: 10px; padding: 0 4px; }
+QLabel#statusOk { color: #7ec97e; font-weight: 600; }
+QLabel#statusErr { color: #e07070; font-weight: 600; }
+QListWidget, QTableWidget { color: #f2f2f2; background: rgba(40,40,40,180); border: 1px solid #666666; }
+QTableWidget::item:selected, QListWidget::item:selected { background: #da5200; }
+QHeaderView::section { color: #eeeeee; background: #505050; border: 0; padding: 5px; }
+QScrollBar:vertical { width: 8px; background: #303030; }
+QScrollBar::handle:vertical { background: #777777; min-height: 24px; }
+)";
+
+void registerFonts()
+{
+    const QString regular = resolveSkinFile(QStringLiteral("fonts/OpenSans-Regular.ttf"));
+    const QString semibold = resolveSkinFile(QStringLiteral("fonts/OpenSans-Semibold.ttf"));
+    for (const QString& path : {regular, semibold}) {
+        if (!path.isEmpty())
+            QFontDatabase::addApplicationFont(path);
+    }
+}
+
+// The global sheet makes every widget transparent, so a dialog without a ground would be black.
+const char* const mainWindowStyleSheet = R"(
+QDialog, QMenu { background: #242426; }
+QMenu { border: 1px solid #484848; padding: 4px 0; }
+QMenu::item { padding: 5px 26px 5px 14px; }
+QMenu::item:selected { background: #da5200; color: #ffffff; }
+QMenu::separator { height: 1px; background: #3a3a3c; margin: 4px 8px; }
+QToolTip { color: #f1f1f1; background: #242426; border: 1px solid #585858; padding: 3px 6px; }
+QComboBox QFrame { background: #515151; }
+QToolButton#settingsNavButton { border: 0; border-radius: 0; padding: 0; background: transparent; }
+QToolButton#settingsNavButton:hover { background: rgba(255,255,255,10); }
+QToolButton#navButton:focus, QToolButton#settingsNavButton:focus { border: 1px solid #6a6a6c; }
+QPushButton:checked { color: #ffffff; background: #8a3a08; border-color: #e77a19; }
+QPushButton:focus { border-color: #b0b0b0; }
+QPushButton#accent:focus { border-color: #ffd9bd; }
+QCheckBox:disabled { color: #9a9a9a; }
+QCheckBox::indicator:disabled { border-color: #6e6e6e; }
+)";
+
+} // namespace
+
+void applyApplicationStyle(QApplication& application)
+{
+    registerFonts();
+    QApplication::setFont(QFont(QStringLiteral("Open Sans"), 10));
+    application.setStyleSheet(QString::fromLatin1(globalStyleSheet));
+}
+
+QString windowStyleSheet()
+{
+    return QString::fromLatin1(mainWindowStyleSheet);
+}
+
+} // namespace tavik
