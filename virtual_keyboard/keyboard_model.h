@@ -2,8 +2,8 @@
 
 #include "virtual_keyboard/keyboard_state.h"
 
+#include <initializer_list>
 #include <optional>
-#include <string_view>
 
 namespace tavik::virtual_keyboard {
 
@@ -13,6 +13,8 @@ enum class AnswerFault {
     Empty,     // the answer is 64 zero bytes, as if none were ready
     WrongEcho, // the answer names another command (05 and the code's complement)
 };
+
+struct CommandRule;
 
 // The keyboard itself, as seen from its two USB interfaces. It knows no transport and no clock:
 // reports come in as the bytes behind the report id, each with the time at which it came.
@@ -36,13 +38,12 @@ public:
 
     // A block arrives on the screen interface. Returns the acknowledgement, or nothing when the
     // block is not wanted.
-    [[nodiscard]] std::optional<Report> screenReport(std::span<const std::uint8_t> block,
-                                                     Milliseconds now);
+    [[nodiscard]] std::optional<Report> screenReport(std::span<const std::uint8_t> block);
 
-    // The next command or data report is answered with this fault. A status other than 01, an
-    // empty answer: the keyboard does not carry the command out (session open: FF and an empty
-    // answer leave it closed, any other status opens it). A wrong echo hides a success. `status`
-    // is read for AnswerFault::Status only.
+    // The next report is answered with this fault. After a status other than 01 or an empty answer
+    // the command is not carried out; a wrong echo hides a success. Session open stays closed only
+    // after status FF or an empty answer. Data, the announcement of macro data and the bank read
+    // are taken whatever their answer says. `status` is read for AnswerFault::Status only.
     void spoilNextAnswer(AnswerFault fault, std::uint8_t status = 0);
 
     // The transport lost a report on its way in (its payload), or an answer, a block or an
@@ -83,7 +84,6 @@ public:
 private:
     enum class Kind { None, Command, Data, BankRead };
 
-    // The spoiled or plain fate of one report.
     struct Spoil
     {
         AnswerFault fault = AnswerFault::Status;
@@ -102,36 +102,49 @@ private:
 
     void violation(std::string text);
     void checkSendTime(Milliseconds now);
-    void takePendingData();
+    void checkCommitTime(Milliseconds now);
+    [[nodiscard]] bool sliceGapTooShort(Milliseconds now, Milliseconds pause) const;
+
+    void receive(const Report& report, Milliseconds now);
     void receiveCommand(const Report& report, Milliseconds now);
     void receiveData(const Report& report, Milliseconds now);
     void receiveBankRead(const Report& report);
     [[nodiscard]] bool expectsData() const;
-    void leaveBankRead();
-    // Each returns the status the keyboard answers with.
+    void leaveBankRead(std::uint8_t code);
+
+    [[nodiscard]] bool spoilRefuses(std::uint8_t code) const;
+    [[nodiscard]] std::uint8_t refuseSpoiled(const Report& report);
+    void applySpoilToAnswer();
+
+    // Each returns the status that the keyboard answers with.
     [[nodiscard]] std::uint8_t execute(const Report& report, Milliseconds now);
     [[nodiscard]] std::uint8_t openSession(const Report& report);
-    [[nodiscard]] std::uint8_t announce(const Report& report);
+    [[nodiscard]] std::uint8_t announce(const Report& report, const CommandRule& rule);
     [[nodiscard]] std::uint8_t commit(const Report& report, Milliseconds now);
     [[nodiscard]] std::uint8_t finish(const Report& report);
     [[nodiscard]] std::uint8_t startBankRead(const Report& report);
-    [[nodiscard]] bool zeroExcept(const Report& report, std::string_view name,
-                                  std::span<const std::size_t> allowed);
-    [[nodiscard]] bool takeOver(const Transfer& transfer);
-    [[nodiscard]] bool takeLighting(std::span<const std::uint8_t> bytes);
-    [[nodiscard]] bool takeSleep(std::span<const std::uint8_t> bytes);
-    [[nodiscard]] bool takeLayer(std::span<const std::uint8_t> bytes, KeyLayer& layer,
-                                 std::string_view name);
-    [[nodiscard]] bool takeColors(std::span<const std::uint8_t> bytes);
-    [[nodiscard]] bool takeScreen(const Transfer& transfer);
+    void dropSession();
+
+    // Each names the violation and returns false when the report is not as it must be.
+    [[nodiscard]] bool orderAllows(std::uint8_t code);
+    [[nodiscard]] bool headerAllows(const Report& report, const CommandRule& rule);
+    [[nodiscard]] bool zeroExcept(const Report& report, std::initializer_list<std::size_t> allowed);
+
+    // Each returns an empty string, or why nothing was taken over.
+    [[nodiscard]] std::string takeOver(const Transfer& transfer);
+    [[nodiscard]] std::string takeLighting(std::span<const std::uint8_t> bytes);
+    [[nodiscard]] std::string takeSleep(std::span<const std::uint8_t> bytes);
+    [[nodiscard]] static std::string takeLayer(std::span<const std::uint8_t> bytes,
+                                               KeyLayer& layer);
+    [[nodiscard]] std::string takeColors(std::span<const std::uint8_t> bytes);
 
     KeyboardState state_;
     std::vector<std::string> violations_;
 
     std::optional<std::uint8_t> sessionFlag_;
-    // Flag of a session open that was refused or lost: one FINISH with it is welcome.
-    std::optional<std::uint8_t> refusedFlag_;
-    // Something went wrong that the host knows of, so it may close without having completed.
+    // Flag of the last session open that came or was lost, until FINISH.
+    std::optional<std::uint8_t> closingFlag_;
+    // Something failed before the host's eyes, so it may close what it did not complete.
     bool disturbed_ = false;
     bool macroSession_ = false;
     bool committed_ = false;
@@ -145,7 +158,6 @@ private:
     Kind lastKind_ = Kind::None;
     std::optional<Milliseconds> lastTraffic_;
     std::optional<Milliseconds> lastSend_;
-    // Earliest time for the next send after a data slice that was answered.
     std::optional<Milliseconds> lastSliceAnswered_;
 };
 

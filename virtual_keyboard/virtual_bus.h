@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <string_view>
 
 namespace tavik::virtual_keyboard {
 
@@ -62,12 +63,13 @@ public:
     // Factory state: keyboard plugged in under product id 8009 with a typing interface
     // (/dev/hidraw0), a configuration interface (/dev/hidraw1) and a screen interface on FF68
     // (/dev/hidraw2); model reset, no faults, empty trace, no violations, virtual time 0 again. An
-    // open handle stays open and reaches the fresh keyboard, unless it was stale before.
+    // open handle stays open and reaches the fresh keyboard, unless it was stale before. A clock
+    // and a listener that were handed in stay.
     void reset();
 
     [[nodiscard]] KeyboardModel& keyboard() { return keyboard_; }
 
-    // --- What is plugged in ---
+    // What is plugged in.
     [[nodiscard]] std::vector<BusInterface>& interfaces() { return interfaces_; }
     void setProductId(std::uint16_t productId);       // of every interface
     void setScreenUsagePage(std::uint16_t usagePage); // FF68 or FF67
@@ -81,7 +83,8 @@ public:
     void unplug();
     [[nodiscard]] bool plugged() const { return plugged_; }
 
-    // --- Faults, counted from the moment of the call: 1 is the next one ---
+    // Faults, counted from the moment of the call: 1 is the next one.
+    //
     // Exchange: one feature report sent on the configuration interface and its answer, failed
     // attempts included. `times` faults the following ones too.
     void failAt(int exchange, const Fault& fault, int times = 1);
@@ -93,7 +96,7 @@ public:
     void unplugAt(int call);
     void clearFaults();
 
-    // --- Time ---
+    // Virtual time starts at 0 and moves only by waiting.
     [[nodiscard]] Milliseconds now() const;
     void wait(Milliseconds duration);
     // A demo hands in a real clock; empty functions bring the virtual clock back.
@@ -101,8 +104,7 @@ public:
     // Called after every line of the trace; empty to stop.
     void setListener(std::function<void()> listener);
 
-    // --- What happened ---
-    // One line per event:
+    // What happened, one line per event:
     //   "init" "init failed" "exit" "enumerate 8009"
     //   "open config" "open config refused" "close config" (also "screen", "typing")
     //   "wait 35"
@@ -133,8 +135,8 @@ public:
     [[nodiscard]] int openHandles() const;
     [[nodiscard]] int unfreedEnumerations() const { return unfreedEnumerations_; }
 
-    // --- The transport, as hidapi's functions need it. Negative results are failures whose text
-    // errorText() gives. Buffers start with the report id. ---
+    // The transport, as hidapi's functions need it. Negative results are failures whose text
+    // errorText() gives. Buffers start with the report id.
     [[nodiscard]] int init();
     int exit();
     [[nodiscard]] std::vector<BusInterface> enumerate(std::uint16_t vendor, std::uint16_t product);
@@ -174,9 +176,15 @@ private:
     void violation(std::string text);
     // Null, with the misuse recorded, when the handle is unknown or closed.
     [[nodiscard]] OpenedInterface* usable(Handle handle, std::string_view function);
-    [[nodiscard]] bool reaches(const OpenedInterface& opened);
+    // False once the keyboard was unplugged since the handle was opened.
+    [[nodiscard]] bool reaches(const OpenedInterface& opened) const;
+    [[nodiscard]] bool isConfigurationReport(const OpenedInterface& opened, std::uint8_t reportId,
+                                             std::string_view verb);
+    void checkEnumerationsFreed(std::string_view function);
+    void receiveBlock(OpenedInterface& opened, std::span<const std::uint8_t> block);
+    void advance(Milliseconds duration);
     void countCall();
-    [[nodiscard]] int fail(OpenedInterface& opened, std::string line, std::string text);
+    [[nodiscard]] int fail(OpenedInterface& opened, std::string line, std::string_view text);
     [[nodiscard]] std::optional<Fault> faultOfExchange(std::span<const std::uint8_t> payload);
 
     KeyboardModel keyboard_;
@@ -198,7 +206,7 @@ private:
     std::map<int, Fault> blockFaults_;
     std::optional<int> unplugCall_;
     std::optional<std::string> failingRead_;
-    std::optional<std::string> failingAcknowledgement_;
+    std::optional<Fault> acknowledgementFault_;
 
     Milliseconds virtualNow_{0};
     std::function<Milliseconds()> clockNow_;

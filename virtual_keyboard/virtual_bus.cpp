@@ -1,0 +1,621 @@
+#include "virtual_keyboard/virtual_bus.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+#include <utility>
+
+namespace tavik::virtual_keyboard {
+
+namespace {
+
+constexpr std::uint16_t screenUsagePage = 0xFF68;
+constexpr std::uint16_t otherScreenUsagePage = 0xFF67;
+constexpr std::uint8_t commandMarker = 0x04;
+
+// The texts that the real library and kernel give.
+constexpr std::string_view sendNoDevice = "ioctl (SFEATURE): No such device";
+constexpr std::string_view readNoDevice = "ioctl (GFEATURE): No such device";
+constexpr std::string_view sendStalled = "ioctl (SFEATURE): Broken pipe";
+constexpr std::string_view readStalled = "ioctl (GFEATURE): Broken pipe";
+constexpr std::string_view sendInvalid = "ioctl (SFEATURE): Invalid argument";
+constexpr std::string_view readInvalid = "ioctl (GFEATURE): Invalid argument";
+constexpr std::string_view writeNoDevice = "No such device";
+constexpr std::string_view writeStalled = "Broken pipe";
+constexpr std::string_view pollNoDevice = "unexpected poll error (device disconnected)";
+
+bool isScreen(std::uint16_t usagePage)
+{
+    return usagePage == screenUsagePage || usagePage == otherScreenUsagePage;
+}
+
+std::string nameOf(std::uint16_t usagePage)
+{
+    if (usagePage == configurationUsagePage)
+        return "config";
+    return isScreen(usagePage) ? "screen" : "typing";
+}
+
+std::string hexId(std::uint16_t id)
+{
+    std::array<char, 5> text{};
+    std::snprintf(text.data(), text.size(), "%04x", id);
+    return text.data();
+}
+
+// Trailing zero bytes say nothing; at least one byte stays.
+std::string hexBytes(std::span<const std::uint8_t> bytes)
+{
+    std::size_t length = bytes.size();
+    while (length > 1 && bytes[length - 1] == 0)
+        --length;
+    std::string line;
+    for (const std::uint8_t byte : bytes.first(std::min(length, bytes.size()))) {
+        std::array<char, 4> text{};
+        std::snprintf(text.data(), text.size(), "%02x", byte);
+        line += (line.empty() ? "" : " ") + std::string(text.data());
+    }
+    return line;
+}
+
+bool startsWithAnyOf(const std::string& line, std::initializer_list<std::string_view> words)
+{
+    return std::ranges::any_of(words,
+                               [&](std::string_view word) { return line.starts_with(word); });
+}
+
+std::vector<BusInterface> factoryInterfaces()
+{
+    return {{.productId = 0x8009, .usagePage = 0x0001, .path = "/dev/hidraw0"},
+            {.productId = 0x8009, .usagePage = configurationUsagePage, .path = "/dev/hidraw1"},
+            {.productId = 0x8009, .usagePage = screenUsagePage, .path = "/dev/hidraw2"}};
+}
+
+} // namespace
+
+Fault sendError(std::string text)
+{
+    return {.kind = Fault::Kind::SendError, .text = std::move(text)};
+}
+
+Fault readError(std::string text)
+{
+    return {.kind = Fault::Kind::ReadError, .text = std::move(text)};
+}
+
+Fault shortWrite()
+{
+    return {.kind = Fault::Kind::ShortWrite, .text = {}};
+}
+
+Fault noAcknowledgement()
+{
+    return {.kind = Fault::Kind::NoAcknowledgement, .text = {}};
+}
+
+Fault answerStatus(std::uint8_t status)
+{
+    return {
+        .kind = Fault::Kind::Answer, .text = {}, .answer = AnswerFault::Status, .status = status};
+}
+
+Fault busy()
+{
+    return answerStatus(0xFF);
+}
+
+Fault emptyAnswer()
+{
+    return {.kind = Fault::Kind::Answer, .text = {}, .answer = AnswerFault::Empty};
+}
+
+Fault wrongEcho()
+{
+    return {.kind = Fault::Kind::Answer, .text = {}, .answer = AnswerFault::WrongEcho};
+}
+
+VirtualBus::VirtualBus() : interfaces_(factoryInterfaces()) {}
+
+VirtualBus& VirtualBus::instance()
+{
+    static VirtualBus* const bus = new VirtualBus;
+    return *bus;
+}
+
+void VirtualBus::reset()
+{
+    keyboard_.reset();
+    interfaces_ = factoryInterfaces();
+    plugged_ = true;
+    initFails_ = false;
+    enumeratedPaths_.clear();
+    unfreedEnumerations_ = 0;
+    openError_.clear();
+    for (OpenedInterface& opened : opened_) {
+        opened.error.clear();
+        opened.acknowledgements.clear();
+    }
+    clearFaults();
+    virtualNow_ = Milliseconds(0);
+    clearTrace();
+    clearViolations();
+}
+
+void VirtualBus::setProductId(std::uint16_t productId)
+{
+    for (BusInterface& entry : interfaces_)
+        entry.productId = productId;
+}
+
+void VirtualBus::setScreenUsagePage(std::uint16_t usagePage)
+{
+    if (!isScreen(usagePage))
+        throw std::invalid_argument("not a usage page of a screen interface");
+    for (BusInterface& entry : interfaces_) {
+        if (isScreen(entry.usagePage))
+            entry.usagePage = usagePage;
+    }
+}
+
+void VirtualBus::removeScreen()
+{
+    std::erase_if(interfaces_, [](const BusInterface& entry) { return isScreen(entry.usagePage); });
+}
+
+void VirtualBus::addConfigurationInterface(std::string path, bool opens)
+{
+    const auto existing =
+        std::ranges::find(interfaces_, configurationUsagePage, &BusInterface::usagePage);
+    const std::uint16_t productId =
+        existing == interfaces_.end() ? BusInterface().productId : existing->productId;
+    interfaces_.insert(existing, {.productId = productId,
+                                  .usagePage = configurationUsagePage,
+                                  .path = std::move(path),
+                                  .opens = opens});
+}
+
+void VirtualBus::setOpens(const std::string& path, bool opens)
+{
+    const auto entry = std::ranges::find(interfaces_, path, &BusInterface::path);
+    if (entry == interfaces_.end())
+        throw std::invalid_argument("no interface has the path " + path);
+    entry->opens = opens;
+}
+
+void VirtualBus::setInitFails(bool fails)
+{
+    initFails_ = fails;
+}
+
+void VirtualBus::plug()
+{
+    plugged_ = true;
+}
+
+void VirtualBus::unplug()
+{
+    if (!plugged_)
+        return;
+    plugged_ = false;
+    ++generation_;
+    keyboard_.disconnect();
+}
+
+void VirtualBus::failAt(int exchange, const Fault& fault, int times)
+{
+    if (exchange < 1 || times < 1)
+        throw std::invalid_argument("exchanges are counted from 1");
+    if (fault.kind == Fault::Kind::ShortWrite || fault.kind == Fault::Kind::NoAcknowledgement)
+        throw std::invalid_argument("only a screen block can fail in this way");
+    for (int repeat = 0; repeat < times; ++repeat)
+        exchangeFaults_[exchanges_ + exchange + repeat] = fault;
+}
+
+void VirtualBus::failCommand(std::uint8_t code, const Fault& fault, int nth)
+{
+    if (nth < 1)
+        throw std::invalid_argument("commands are counted from 1");
+    if (fault.kind == Fault::Kind::ShortWrite || fault.kind == Fault::Kind::NoAcknowledgement)
+        throw std::invalid_argument("only a screen block can fail in this way");
+    commandFaults_.push_back({code, nth, fault});
+}
+
+void VirtualBus::failBlockAt(int block, const Fault& fault)
+{
+    if (block < 1)
+        throw std::invalid_argument("blocks are counted from 1");
+    if (fault.kind == Fault::Kind::Answer)
+        throw std::invalid_argument("an acknowledgement carries no answer");
+    blockFaults_[blocks_ + block] = fault;
+}
+
+void VirtualBus::unplugAt(int call)
+{
+    if (call < 1)
+        throw std::invalid_argument("calls are counted from 1");
+    unplugCall_ = calls_ + call;
+}
+
+void VirtualBus::clearFaults()
+{
+    exchangeFaults_.clear();
+    commandFaults_.clear();
+    blockFaults_.clear();
+    unplugCall_.reset();
+    failingRead_.reset();
+    acknowledgementFault_.reset();
+}
+
+VirtualBus::Milliseconds VirtualBus::now() const
+{
+    return clockNow_ ? clockNow_() : virtualNow_;
+}
+
+void VirtualBus::wait(Milliseconds duration)
+{
+    advance(duration);
+    record("wait " + std::to_string(duration.count()));
+}
+
+void VirtualBus::advance(Milliseconds duration)
+{
+    if (clockWait_)
+        clockWait_(duration);
+    else
+        virtualNow_ += duration;
+}
+
+void VirtualBus::setClock(std::function<Milliseconds()> now, std::function<void(Milliseconds)> wait)
+{
+    clockNow_ = std::move(now);
+    clockWait_ = std::move(wait);
+}
+
+void VirtualBus::setListener(std::function<void()> listener)
+{
+    listener_ = std::move(listener);
+}
+
+std::vector<std::string> VirtualBus::wire() const
+{
+    std::vector<std::string> lines;
+    std::ranges::copy_if(trace_, std::back_inserter(lines), [](const std::string& line) {
+        return startsWithAnyOf(line, {"send ", "read ", "block ", "ack", "no ack "});
+    });
+    return lines;
+}
+
+std::vector<std::string> VirtualBus::sends() const
+{
+    std::vector<std::string> lines;
+    for (const std::vector<std::uint8_t>& report : sentReports_)
+        lines.push_back(hexBytes(report));
+    return lines;
+}
+
+int VirtualBus::count(std::string_view line) const
+{
+    return static_cast<int>(std::ranges::count(trace_, line));
+}
+
+void VirtualBus::clearTrace()
+{
+    trace_.clear();
+    sentReports_.clear();
+    sentBlocks_.clear();
+}
+
+std::vector<std::string> VirtualBus::violations() const
+{
+    std::vector<std::string> all = misuse_;
+    all.insert(all.end(), keyboard_.violations().begin(), keyboard_.violations().end());
+    return all;
+}
+
+void VirtualBus::clearViolations()
+{
+    misuse_.clear();
+    keyboard_.clearViolations();
+}
+
+int VirtualBus::openHandles() const
+{
+    return static_cast<int>(std::ranges::count(opened_, false, &OpenedInterface::closed));
+}
+
+int VirtualBus::init()
+{
+    record(initFails_ ? "init failed" : "init");
+    return initFails_ ? -1 : 0;
+}
+
+int VirtualBus::exit()
+{
+    // A screen handle may still be open here: when the keyboard is not found in the middle of a
+    // screen transfer, the library is shut down before that interface is closed.
+    const bool configurationOpen = std::ranges::any_of(opened_, [](const OpenedInterface& opened) {
+        return !opened.closed && opened.usagePage == configurationUsagePage;
+    });
+    if (configurationOpen)
+        violation("hid_exit() while the configuration interface is open");
+    checkEnumerationsFreed("hid_exit()");
+    record("exit");
+    return 0;
+}
+
+std::vector<BusInterface> VirtualBus::enumerate(std::uint16_t vendor, std::uint16_t product)
+{
+    checkEnumerationsFreed("hid_enumerate()");
+    std::vector<BusInterface> found;
+    if (plugged_ && vendor == vendorId) {
+        std::ranges::copy_if(interfaces_, std::back_inserter(found),
+                             [&](const BusInterface& entry) { return entry.productId == product; });
+    }
+    enumeratedPaths_.clear();
+    for (const BusInterface& entry : found)
+        enumeratedPaths_.push_back(entry.path);
+    if (!found.empty())
+        ++unfreedEnumerations_;
+    record("enumerate " + (vendor == vendorId ? "" : hexId(vendor) + ":") + hexId(product));
+    return found;
+}
+
+void VirtualBus::enumerationFreed()
+{
+    if (unfreedEnumerations_ > 0)
+        --unfreedEnumerations_;
+}
+
+void VirtualBus::checkEnumerationsFreed(std::string_view function)
+{
+    if (unfreedEnumerations_ > 0)
+        violation(std::string(function) + " before the enumeration was freed");
+}
+
+VirtualBus::Handle VirtualBus::open(const std::string& path)
+{
+    if (std::ranges::find(enumeratedPaths_, path) == enumeratedPaths_.end())
+        violation("hid_open_path() of " + path + ", which was not just enumerated");
+    const auto entry = std::ranges::find(interfaces_, path, &BusInterface::path);
+    const bool exists = plugged_ && entry != interfaces_.end();
+    if (!exists || !entry->opens) {
+        openError_ = "Failed to open a device with path '" + path +
+                     (exists ? "': Permission denied" : "': No such file or directory");
+        const std::string name = entry == interfaces_.end() ? "unknown" : nameOf(entry->usagePage);
+        record("open " + name + " refused");
+        return -1;
+    }
+    openError_.clear();
+    opened_.push_back({.usagePage = entry->usagePage,
+                       .name = nameOf(entry->usagePage),
+                       .generation = generation_,
+                       .error = {},
+                       .acknowledgements = {}});
+    record("open " + opened_.back().name);
+    return static_cast<Handle>(opened_.size());
+}
+
+void VirtualBus::close(Handle handle)
+{
+    OpenedInterface* opened = usable(handle, "hid_close()");
+    if (opened == nullptr)
+        return;
+    opened->closed = true;
+    record("close " + opened->name);
+}
+
+int VirtualBus::sendFeature(Handle handle, std::span<const std::uint8_t> buffer)
+{
+    OpenedInterface* opened = usable(handle, "hid_send_feature_report()");
+    if (opened == nullptr)
+        return -1;
+    countCall();
+    failingRead_.reset();
+    if (buffer.size() < 2)
+        return fail(*opened, "send failed", sendInvalid);
+    const auto payload = buffer.subspan(1);
+    const std::optional<Fault> fault = faultOfExchange(payload);
+    if (!reaches(*opened))
+        return fail(*opened, "send failed", sendNoDevice);
+    if (!isConfigurationReport(*opened, buffer[0], "sent"))
+        return fail(*opened, "send failed", sendStalled);
+    if (fault && fault->kind == Fault::Kind::SendError) {
+        keyboard_.reportLost(payload);
+        return fail(*opened, "send failed", fault->text);
+    }
+    if (fault && fault->kind == Fault::Kind::ReadError)
+        failingRead_ = fault->text;
+    if (fault && fault->kind == Fault::Kind::Answer)
+        keyboard_.spoilNextAnswer(fault->answer, fault->status);
+
+    opened->error.clear();
+    sentReports_.emplace_back(payload.begin(), payload.end());
+    keyboard_.setFeature(payload, now());
+    record("send " + hexBytes(payload));
+    return static_cast<int>(buffer.size());
+}
+
+int VirtualBus::getFeature(Handle handle, std::span<std::uint8_t> buffer)
+{
+    OpenedInterface* opened = usable(handle, "hid_get_feature_report()");
+    if (opened == nullptr)
+        return -1;
+    countCall();
+    if (buffer.size() < 2)
+        return fail(*opened, "read failed", readInvalid);
+    if (!reaches(*opened))
+        return fail(*opened, "read failed", readNoDevice);
+    if (!isConfigurationReport(*opened, buffer[0], "asked for"))
+        return fail(*opened, "read failed", readStalled);
+    if (buffer.size() != reportSize + 1) {
+        violation("hid_get_feature_report() with room for " + std::to_string(buffer.size()) +
+                  " bytes, expected 65");
+    }
+    if (const auto text = std::exchange(failingRead_, std::nullopt); text) {
+        keyboard_.answerLost();
+        return fail(*opened, "read failed", *text);
+    }
+    opened->error.clear();
+    const Report answer = keyboard_.getFeature(now());
+    const std::size_t length = std::min(buffer.size() - 1, answer.size());
+    std::copy_n(answer.begin(), length, buffer.begin() + 1);
+    record("read " + hexBytes(answer));
+    return static_cast<int>(length) + 1;
+}
+
+int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
+{
+    OpenedInterface* opened = usable(handle, "hid_write()");
+    if (opened == nullptr)
+        return -1;
+    countCall();
+    ++blocks_;
+    acknowledgementFault_.reset();
+    const auto planned = blockFaults_.extract(blocks_);
+    if (!reaches(*opened))
+        return fail(*opened, "block failed", writeNoDevice);
+    if (buffer.empty() || buffer[0] != 0 || !isScreen(opened->usagePage)) {
+        violation("output report on the " + opened->name +
+                  " interface that is not one of its screen blocks");
+        return fail(*opened, "block failed", writeStalled);
+    }
+    opened->error.clear();
+    if (planned && planned.mapped().kind == Fault::Kind::SendError) {
+        keyboard_.answerLost();
+        return fail(*opened, "block failed", planned.mapped().text);
+    }
+    if (planned && planned.mapped().kind == Fault::Kind::ShortWrite) {
+        keyboard_.answerLost();
+        record("block short");
+        return static_cast<int>(buffer.size()) - 1;
+    }
+    if (planned)
+        acknowledgementFault_ = planned.mapped();
+    receiveBlock(*opened, buffer.subspan(1));
+    record("block " + std::to_string(buffer.size()) + " bytes");
+    return static_cast<int>(buffer.size());
+}
+
+void VirtualBus::receiveBlock(OpenedInterface& opened, std::span<const std::uint8_t> block)
+{
+    sentBlocks_.insert(sentBlocks_.end(), block.begin(), block.end());
+    const std::optional<Report> acknowledgement = keyboard_.screenReport(block);
+    if (acknowledgement && !acknowledgementFault_)
+        opened.acknowledgements.push_back(*acknowledgement);
+    if (acknowledgementFault_)
+        keyboard_.answerLost();
+}
+
+int VirtualBus::readTimeout(Handle handle, std::span<std::uint8_t> buffer, Milliseconds timeout)
+{
+    OpenedInterface* opened = usable(handle, "hid_read_timeout()");
+    if (opened == nullptr)
+        return -1;
+    countCall();
+    const std::optional<Fault> fault = std::exchange(acknowledgementFault_, std::nullopt);
+    if (!reaches(*opened))
+        return fail(*opened, "ack failed", pollNoDevice);
+    if (fault && fault->kind == Fault::Kind::ReadError)
+        return fail(*opened, "ack failed", fault->text);
+    opened->error.clear();
+    if (opened->acknowledgements.empty()) {
+        advance(timeout);
+        record("no ack " + std::to_string(timeout.count()));
+        return 0;
+    }
+    const Report acknowledgement = opened->acknowledgements.front();
+    opened->acknowledgements.erase(opened->acknowledgements.begin());
+    const std::size_t length = std::min(buffer.size(), acknowledgement.size());
+    std::copy_n(acknowledgement.begin(), length, buffer.begin());
+    record("ack");
+    return static_cast<int>(length);
+}
+
+std::string VirtualBus::errorText(Handle handle) const
+{
+    const bool known = handle >= 1 && static_cast<std::size_t>(handle) <= opened_.size();
+    const std::string& text =
+        known ? opened_[static_cast<std::size_t>(handle) - 1].error : openError_;
+    return text.empty() ? "Success" : text;
+}
+
+void VirtualBus::record(std::string line)
+{
+    trace_.push_back(std::move(line));
+    if (listener_)
+        listener_();
+}
+
+void VirtualBus::violation(std::string text)
+{
+    misuse_.push_back(std::move(text));
+}
+
+VirtualBus::OpenedInterface* VirtualBus::usable(Handle handle, std::string_view function)
+{
+    if (handle < 1 || static_cast<std::size_t>(handle) > opened_.size()) {
+        violation(std::string(function) + " without a handle");
+        return nullptr;
+    }
+    OpenedInterface& opened = opened_[static_cast<std::size_t>(handle) - 1];
+    if (opened.closed) {
+        violation(std::string(function) + " with a closed handle");
+        return nullptr;
+    }
+    return &opened;
+}
+
+bool VirtualBus::reaches(const OpenedInterface& opened) const
+{
+    return plugged_ && opened.generation == generation_;
+}
+
+void VirtualBus::countCall()
+{
+    ++calls_;
+    if (unplugCall_ != calls_)
+        return;
+    unplugCall_.reset();
+    unplug();
+}
+
+bool VirtualBus::isConfigurationReport(const OpenedInterface& opened, std::uint8_t reportId,
+                                       std::string_view verb)
+{
+    if (opened.usagePage != configurationUsagePage) {
+        violation("feature report " + std::string(verb) + " on the " + opened.name + " interface");
+        return false;
+    }
+    if (reportId != 0) {
+        violation("feature report " + std::string(verb) + " with report id " +
+                  std::to_string(reportId) + ", expected 0");
+        return false;
+    }
+    return true;
+}
+
+int VirtualBus::fail(OpenedInterface& opened, std::string line, std::string_view text)
+{
+    opened.error = text;
+    record(std::move(line));
+    return -1;
+}
+
+std::optional<Fault> VirtualBus::faultOfExchange(std::span<const std::uint8_t> payload)
+{
+    ++exchanges_;
+    std::optional<Fault> fault;
+    if (const auto planned = exchangeFaults_.extract(exchanges_); planned)
+        fault = planned.mapped();
+    const bool command = payload.size() > 1 && payload[0] == commandMarker;
+    for (CommandFault& planned : commandFaults_) {
+        if (!command || planned.code != payload[1])
+            continue;
+        if (--planned.nth == 0 && !fault)
+            fault = planned.fault;
+    }
+    std::erase_if(commandFaults_, [](const CommandFault& planned) { return planned.nth == 0; });
+    return fault;
+}
+
+} // namespace tavik::virtual_keyboard
