@@ -158,6 +158,7 @@ QWidget* LightingWidget::createColorColumn()
 {
     auto* columnWidget = new QWidget(this);
     columnWidget->setFixedWidth(320);
+    columnWidget->setStyleSheet(QStringLiteral("QRadioButton{font-size:13px;}")); // four in a row
     auto* column = new QVBoxLayout(columnWidget);
     column->setContentsMargins(0, 0, 0, 0);
     column->addLayout(createRandomColorRow());
@@ -264,14 +265,12 @@ QLayout* LightingWidget::createSleepChoices()
         button->setObjectName(QStringLiteral("sleepChoice"));
         button->setProperty("sleepCode", choice.code);
         button->setChecked(choice.code == sleep);
-        // The last rule keeps all four choices within the column.
         button->setStyleSheet(QStringLiteral(
             "QRadioButton#sleepChoice{spacing:7px;}"
             "QRadioButton#sleepChoice:checked{color:#f07800;}"
             "QRadioButton#sleepChoice::indicator{width:15px;height:15px;border:2px solid #c9c9c9;"
             "border-radius:8px;background:transparent;}"
-            "QRadioButton#sleepChoice::indicator:checked{background:#f4f4f4;}"
-            "QRadioButton#sleepChoice{font-size:13px;}"));
+            "QRadioButton#sleepChoice::indicator:checked{background:#f4f4f4;}"));
         group->addButton(button, choice.code);
         row->addWidget(button);
     }
@@ -290,13 +289,12 @@ QWidget* LightingWidget::createOptionsColumn()
     addLabeledSlider(column, tr("Brightness"), brightnessSlider, startBrightness);
     addLabeledSlider(column, tr("Speed"), speedSlider, startSpeed);
     column->addWidget(createHeading(tr("Direction"), 15));
-    QLayout* pad = createDirectionPad();
-    column->addLayout(pad);
+    column->addLayout(createDirectionPad());
     column->addStretch();
     return columnWidget;
 }
 
-void LightingWidget::addLabeledSlider(QLayout* column, const QString& title, QSlider*& slider,
+void LightingWidget::addLabeledSlider(QVBoxLayout* column, const QString& title, QSlider*& slider,
                                       int startValue)
 {
     slider = new QSlider(Qt::Horizontal, this);
@@ -318,7 +316,7 @@ void LightingWidget::addLabeledSlider(QLayout* column, const QString& title, QSl
     sliderRow->addWidget(slider, 1);
     sliderRow->addWidget(valueLabel);
     column->addWidget(createHeading(title, 15));
-    column->addItem(sliderRow);
+    column->addLayout(sliderRow);
 }
 
 QLayout* LightingWidget::createDirectionPad()

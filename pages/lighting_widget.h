@@ -16,6 +16,7 @@ class QPushButton;
 class QSlider;
 class QSpinBox;
 class QToolButton;
+class QVBoxLayout;
 
 namespace tavik {
 
@@ -53,7 +54,7 @@ private:
     QLayout* createSwatches();
     QLayout* createSleepChoices();
     QWidget* createOptionsColumn();
-    void addLabeledSlider(QLayout* column, const QString& title, QSlider*& slider, int startValue);
+    void addLabeledSlider(QVBoxLayout* column, const QString& title, QSlider*& slider, int startValue);
     QLayout* createDirectionPad();
     void createStatusLabel();
 

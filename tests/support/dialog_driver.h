@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+
+namespace tavik::tests {
+
+// Runs the action on the next modal dialog or popup that opens, once, from the event loop that the
+// dialog itself runs. Several calls queue up: each takes one dialog after the other. The returned
+// count of actions not run yet lets a test insist that every dialog came.
+void onNextDialog(std::function<void(QWidget& dialog)> action);
+
+// How many actions are still waiting for their dialog.
+[[nodiscard]] int dialogsStillExpected();
+
+// Clicks the button with this text in the dialog; the test fails when there is none.
+void clickButton(QWidget& dialog, const QString& text);
+
+} // namespace tavik::tests
