@@ -33,14 +33,14 @@ constexpr QColor fnColor(0x96, 0x38, 0x00);
 
 constexpr double capRadius = 5.0;
 constexpr double faceRadius = 4.0;
-constexpr QMarginsF faceMargins(2.5, 1.5, 2.5, 5.0);
+constexpr QMarginsF faceMargins(2.5, 1.2, 2.5, 5.0);
 
 // Legends stand in the upper corners: the middle of the cap belongs to the caption that the
 // program writes there.
-constexpr double legendInset = 6.5;
-constexpr double legendBaseline = 12.5;
-constexpr double characterSize = 10.0;
-constexpr double wordSize = 8.6;
+constexpr double legendInset = 5.6;
+constexpr double legendBaseline = 9.9;
+constexpr double characterSize = 8.9;
+constexpr double wordSize = 8.1;
 
 QLinearGradient verticalGradient(const QRectF& rect, const QColor& top, const QColor& bottom)
 {
@@ -91,7 +91,7 @@ void paintScreen(QPainter& painter)
 {
     painter.fillPath(roundedPath(screenModule, 7), QColor(0x3a, 0x3b, 0x40));
     painter.fillPath(roundedPath(screenModule.adjusted(0.8, 0.8, -0.8, -0.8), 6.2),
-                     QColor(0x0e, 0x0e, 0x10));
+                     QColor(0x0b, 0x0b, 0x0c));
     drawShape(painter, QStringLiteral("clock"), screenGlass);
 }
 
@@ -128,7 +128,7 @@ void paintLegend(QPainter& painter, const QRectF& cap, const Legend& legend, con
     }
     if (legend.arrow >= 0)
         paintTinted(painter, QStringLiteral("arrow_up"),
-                    QRectF(cap.left() + 5, cap.top() + 3, 11, 11), color, legend.arrow);
+                    QRectF(cap.left() + 4.4, cap.top() + 1.9, 9.6, 9.6), color, legend.arrow);
     if (!legend.fnShape.isEmpty())
         paintTinted(painter, legend.fnShape,
                     QRectF(cap.right() - legendInset - 11, cap.bottom() - 16, 12, 8.25), fnColor,
