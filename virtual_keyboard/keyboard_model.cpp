@@ -197,9 +197,9 @@ void KeyboardModel::receive(const Report& report, Milliseconds now)
     if (report[0] == commandMarker)
         return receiveCommand(report, now);
 
-    if (transfer_) {
+    if (transfer_ && transfer_->code != screenCode) {
         violation("more data reports than announced for " + commandName(transfer_->code) + " (" +
-                  number(transfer_->reportsWanted) + ")");
+                  number(transfer_->reportsWanted) + " expected)");
     } else {
         violation("report begins with " + hex(report[0]) + ", expected 04");
     }
@@ -241,7 +241,8 @@ std::optional<Report> KeyboardModel::screenReport(std::span<const std::uint8_t> 
     } else if (!transfer_ || transfer_->code != screenCode) {
         fault = "screen block outside an upload";
     } else if (transfer_->reportsReceived == transfer_->reportsWanted) {
-        fault = "more screen blocks than announced (" + number(transfer_->reportsWanted) + ")";
+        fault =
+            "more screen blocks than announced (" + number(transfer_->reportsWanted) + " expected)";
     }
     if (!fault.empty()) {
         violation(std::move(fault));

@@ -1,0 +1,53 @@
+#include "app/application_style.h"
+#include "app/main_window.h"
+#include "virtual_keyboard/demo/keyboard_window.h"
+#include "virtual_keyboard/virtual_bus.h"
+
+#include <QApplication>
+#include <QThread>
+
+#include <chrono>
+
+using namespace tavik;
+using namespace tavik::virtual_keyboard;
+
+namespace {
+
+VirtualBus::Milliseconds realNow()
+{
+    return std::chrono::duration_cast<VirtualBus::Milliseconds>(
+        std::chrono::steady_clock::now().time_since_epoch());
+}
+
+void realWait(VirtualBus::Milliseconds duration)
+{
+    QThread::msleep(static_cast<unsigned long>(duration.count()));
+}
+
+} // namespace
+
+// The same program on the virtual keyboard, beside a window that shows what that keyboard does.
+int main(int argc, char* argv[])
+{
+    QApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
+    QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
+    applyApplicationStyle(application);
+
+    VirtualBus& bus = VirtualBus::instance();
+    bus.setClock(realNow, realWait);
+    KeyboardWindow keyboardWindow;
+    bus.setListener([&keyboardWindow] { keyboardWindow.showProgress(); });
+
+    MainWindow window;
+    window.show();
+    keyboardWindow.move(window.frameGeometry().bottomLeft() + QPoint(40, 20));
+    keyboardWindow.show();
+    // The keyboard's window is an onlooker: the program ends with its own window.
+    QObject::connect(&application, &QGuiApplication::lastWindowClosed, &application,
+                     &QCoreApplication::quit);
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    const int exitCode = QApplication::exec();
+    bus.setListener({});
+    return exitCode;
+}
