@@ -17,7 +17,7 @@ constexpr int size = 240;
 // reaches half a pixel further on both sides before its edge fades.
 constexpr int center = 120;
 constexpr double innerRadius = 65.8;
-constexpr double outerRadius = 119.7;
+constexpr double outerRadius = 119.8;
 constexpr double fullColorRadius = 102.0;
 
 // A little paler inside, yet well above what counts as a color there.

@@ -29,7 +29,7 @@ constexpr QColor sideTop(0xa9, 0xad, 0xb5);
 constexpr QColor sideBottom(0x80, 0x84, 0x8d);
 constexpr QColor legendColor(0x1f, 0x21, 0x26);
 constexpr QColor shiftedColor(0x45, 0x49, 0x51);
-constexpr QColor fnColor(0x96, 0x38, 0x00);
+constexpr QColor fnColor(0x66, 0x26, 0x00);
 
 constexpr double capRadius = 5.0;
 constexpr double faceRadius = 4.0;
@@ -41,6 +41,11 @@ constexpr double legendInset = 5.6;
 constexpr double legendBaseline = 9.9;
 constexpr double characterSize = 8.9;
 constexpr double wordSize = 8.1;
+constexpr QRectF arrowRect(4.4, 1.9, 9.6, 9.6);
+
+// What a key does with Fn is shown in the lower right corner of its face.
+constexpr QSizeF fnHintSize(11.0, 7.5625);
+constexpr double fnHintInset = 5.0;
 
 QLinearGradient verticalGradient(const QRectF& rect, const QColor& top, const QColor& bottom)
 {
@@ -127,12 +132,15 @@ void paintLegend(QPainter& painter, const QRectF& cap, const Legend& legend, con
                          shiftedColor);
     }
     if (legend.arrow >= 0)
-        paintTinted(painter, QStringLiteral("arrow_up"),
-                    QRectF(cap.left() + 4.4, cap.top() + 1.9, 9.6, 9.6), color, legend.arrow);
-    if (!legend.fnShape.isEmpty())
+        paintTinted(painter, QStringLiteral("arrow_up"), arrowRect.translated(cap.topLeft()), color,
+                    legend.arrow);
+    if (!legend.fnShape.isEmpty()) {
+        const QRectF target(QPointF(), fnHintSize);
         paintTinted(painter, legend.fnShape,
-                    QRectF(cap.right() - legendInset - 11, cap.bottom() - 16, 12, 8.25), fnColor,
-                    0);
+                    target.translated(cap.right() - fnHintInset - target.width(),
+                                      cap.bottom() - fnHintInset - 1.0 - target.height()),
+                    fnColor, 0);
+    }
 }
 
 } // namespace

@@ -1,0 +1,283 @@
+#include "tests/resources/skin_access.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace tavik::test {
+
+class KeyboardPictureTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void isLargeEnoughForBigScreens();
+    void caseHasTransparentCorners();
+    void capsStandWhereTheKeysAre_data();
+    void capsStandWhereTheKeysAre();
+    void legendIsPrinted_data();
+    void legendIsPrinted();
+    void captionsReachTheirContrast_data();
+    void captionsReachTheirContrast();
+    void glowsShowOnTheCap_data();
+    void glowsShowOnTheCap();
+    void legendsAreReadableUnderEveryGlow_data();
+    void legendsAreReadableUnderEveryGlow();
+    void screenShowsAClock();
+
+private:
+    void addKeyRows() const;
+    [[nodiscard]] QColor at(double x, double y) const;
+    [[nodiscard]] QPointF darkestPlace(const QRectF& area) const;
+
+    Layout layout;
+    QImage picture;
+    int scale = 0;
+};
+
+namespace {
+
+constexpr uint usageSpace = 0x2C;
+
+constexpr QColor captionText(30, 30, 30);
+constexpr QColor captionFill(231, 122, 25, 72);
+constexpr int rainbowAlpha = 78;
+constexpr int keyColorAlpha = 112;
+
+// Where a legend stands on its cap, from the upper left corner of the key, in layout units.
+QRectF legendArea(const QRect& key)
+{
+    return QRectF(key.left() + 4, key.top() + 2, key.width() - 8, 11);
+}
+
+bool isLight(const QColor& color)
+{
+    return qGray(color.rgb()) > 110;
+}
+
+bool isDark(const QColor& color)
+{
+    return qGray(color.rgb()) < 80;
+}
+
+QColor withAlpha(QColor color, int alpha)
+{
+    color.setAlpha(alpha);
+    return color;
+}
+
+// The glow fades from the middle of the key to nothing at `factor` times its longer side.
+int glowAlpha(const QRect& key, QPointF place, int alpha, double factor)
+{
+    const QPointF middle = QRectF(key).center();
+    const double radius = std::max(key.width(), key.height()) * factor;
+    const double distance = std::hypot(place.x() - middle.x(), place.y() - middle.y());
+    return static_cast<int>(std::lround(alpha * std::max(0.0, 1.0 - distance / radius)));
+}
+
+int largestDifference(const QColor& one, const QColor& other)
+{
+    return std::max({std::abs(one.red() - other.red()), std::abs(one.green() - other.green()),
+                     std::abs(one.blue() - other.blue())});
+}
+
+} // namespace
+
+void KeyboardPictureTest::initTestCase()
+{
+    layout = readLayout(shareDirectory() + "/keyboard-layout.xml");
+    QCOMPARE(layout.error, QString());
+    QVERIFY(!layout.keys.isEmpty());
+    picture = skinPicture("img_keyboard_brix9.png");
+    QVERIFY(!picture.isNull());
+    scale = picture.width() / layout.area.width();
+}
+
+void KeyboardPictureTest::addKeyRows() const
+{
+    QTest::addColumn<int>("index");
+    for (int index = 0; index < layout.keys.size(); ++index)
+        QTest::addRow("%s", qPrintable(layout.keys.at(index).desc)) << index;
+}
+
+// The color at a place in layout units.
+QColor KeyboardPictureTest::at(double x, double y) const
+{
+    return picture.pixelColor(static_cast<int>(std::floor(x * scale)),
+                              static_cast<int>(std::floor(y * scale)));
+}
+
+QPointF KeyboardPictureTest::darkestPlace(const QRectF& area) const
+{
+    QPointF darkest = area.topLeft();
+    const double step = 1.0 / scale;
+    for (double y = area.top(); y < area.bottom(); y += step) {
+        for (double x = area.left(); x < area.right(); x += step) {
+            if (qGray(at(x, y).rgb()) < qGray(at(darkest.x(), darkest.y()).rgb()))
+                darkest = QPointF(x, y);
+        }
+    }
+    return darkest;
+}
+
+void KeyboardPictureTest::isLargeEnoughForBigScreens()
+{
+    QVERIFY(picture.width() >= 2400);
+    QCOMPARE(picture.size(), layout.area.size() * scale);
+}
+
+void KeyboardPictureTest::caseHasTransparentCorners()
+{
+    QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
+    QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
+    QCOMPARE(at(12, 150).alpha(), 255);
+    QVERIFY(isDark(at(12, 150)));
+}
+
+void KeyboardPictureTest::capsStandWhereTheKeysAre_data()
+{
+    addKeyRows();
+}
+
+void KeyboardPictureTest::capsStandWhereTheKeysAre()
+{
+    QFETCH(int, index);
+    const QRectF key = layout.keys.at(index).rect;
+    const QPointF middle = key.center();
+
+    // Half a unit on either side of each edge, and each corner: round, so a little further in.
+    const std::array<QPointF, 8> inside{
+        QPointF(key.left() + 0.5, middle.y()), QPointF(key.right() - 0.5, middle.y()),
+        QPointF(middle.x(), key.top() + 0.5),  QPointF(middle.x(), key.bottom() - 0.5),
+        key.topLeft() + QPointF(2, 2),         key.topRight() + QPointF(-2, 2),
+        key.bottomLeft() + QPointF(2, -2),     key.bottomRight() + QPointF(-2, -2)};
+    const std::array<QPointF, 8> outside{
+        QPointF(key.left() - 0.5, middle.y()), QPointF(key.right() + 0.5, middle.y()),
+        QPointF(middle.x(), key.top() - 0.5),  QPointF(middle.x(), key.bottom() + 0.5),
+        key.topLeft() - QPointF(0.5, 0.5),     key.topRight() + QPointF(0.5, -0.5),
+        key.bottomLeft() + QPointF(-0.5, 0.5), key.bottomRight() + QPointF(0.5, 0.5)};
+    for (const QPointF& place : inside)
+        QVERIFY2(isLight(at(place.x(), place.y())),
+                 qPrintable(QString("%1, %2").arg(place.x()).arg(place.y())));
+    for (const QPointF& place : outside)
+        QVERIFY2(isDark(at(place.x(), place.y())),
+                 qPrintable(QString("%1, %2").arg(place.x()).arg(place.y())));
+}
+
+void KeyboardPictureTest::legendIsPrinted_data()
+{
+    addKeyRows();
+}
+
+void KeyboardPictureTest::legendIsPrinted()
+{
+    QFETCH(int, index);
+    const LayoutKey& key = layout.keys.at(index);
+    const QPointF darkest = darkestPlace(legendArea(key.rect));
+    QCOMPARE(isLight(at(darkest.x(), darkest.y())), key.usage == usageSpace);
+}
+
+void KeyboardPictureTest::captionsReachTheirContrast_data()
+{
+    addKeyRows();
+}
+
+// A caption of one line stands in the middle of the key. No print may stand there, and every pixel
+// under the translucent box must be light enough for the dark text.
+void KeyboardPictureTest::captionsReachTheirContrast()
+{
+    QFETCH(int, index);
+    const QRect key = layout.keys.at(index).rect;
+    const int middle = (key.top() + key.bottom()) / 2;
+    double worst = 21.0;
+    for (int y = (middle - 7) * scale; y < (middle + 7) * scale; ++y) {
+        for (int x = (key.left() + 3) * scale; x < (key.right() - 3) * scale; ++x)
+            worst = std::min(worst, contrast(captionText, over(captionFill, picture.pixel(x, y))));
+    }
+    QVERIFY2(worst >= 4.5, qPrintable(QString::number(worst)));
+}
+
+void KeyboardPictureTest::glowsShowOnTheCap_data()
+{
+    addKeyRows();
+}
+
+void KeyboardPictureTest::glowsShowOnTheCap()
+{
+    constexpr int clearlyVisible = 20;
+    QFETCH(int, index);
+    const QPointF middle = QRectF(layout.keys.at(index).rect).center();
+    const QColor cap = at(middle.x(), middle.y());
+
+    for (int hue = 0; hue < 360; ++hue) {
+        const QColor glow = withAlpha(QColor::fromHsv(hue, 220, 255), rainbowAlpha);
+        QVERIFY2(largestDifference(cap, over(glow, cap)) >= clearlyVisible,
+                 qPrintable(QString::number(hue)));
+    }
+    for (const QColor& color : {QColor(Qt::white), QColor(Qt::yellow), QColor(Qt::black)}) {
+        const QColor glow = withAlpha(color, keyColorAlpha);
+        QVERIFY2(largestDifference(cap, over(glow, cap)) >= clearlyVisible,
+                 qPrintable(color.name()));
+    }
+}
+
+void KeyboardPictureTest::legendsAreReadableUnderEveryGlow_data()
+{
+    addKeyRows();
+}
+
+void KeyboardPictureTest::legendsAreReadableUnderEveryGlow()
+{
+    QFETCH(int, index);
+    const LayoutKey& key = layout.keys.at(index);
+    if (key.usage == usageSpace)
+        return;
+    const QPointF print = darkestPlace(legendArea(key.rect));
+    const QColor ink = at(print.x(), print.y());
+    const QColor ground = at(key.rect.left() + 4, print.y());
+
+    for (int corner = 0; corner < 8; ++corner) {
+        const QColor color((corner & 1) * 255, (corner >> 1 & 1) * 255, (corner >> 2 & 1) * 255);
+        const QColor glow = withAlpha(color, glowAlpha(key.rect, print, keyColorAlpha, 0.8));
+        const double reached = contrast(over(glow, ink), over(glow, ground));
+        QVERIFY2(reached >= 4.5, qPrintable(QString("%1 under %2").arg(reached).arg(color.name())));
+    }
+    for (int hue = 0; hue < 360; hue += 10) {
+        const QColor glow = withAlpha(QColor::fromHsv(hue, 220, 255),
+                                      glowAlpha(key.rect, print, rainbowAlpha, 0.82));
+        const double reached = contrast(over(glow, ink), over(glow, ground));
+        QVERIFY2(reached >= 4.5, qPrintable(QString("%1 under hue %2").arg(reached).arg(hue)));
+    }
+}
+
+// Right of Delete and above the last column: dark glass with light hands and one in the accent.
+void KeyboardPictureTest::screenShowsAClock()
+{
+    const QRect glass(696, 17, 81, 90);
+    for (const LayoutKey& key : layout.keys)
+        QVERIFY2(!glass.intersects(key.rect), qPrintable(key.desc));
+
+    int dark = 0;
+    int light = 0;
+    int accent = 0;
+    const int pixels = glass.width() * glass.height();
+    for (int y = glass.top(); y <= glass.bottom(); ++y) {
+        for (int x = glass.left(); x <= glass.right(); ++x) {
+            const QColor color = at(x + 0.5, y + 0.5);
+            dark += qGray(color.rgb()) < 40 ? 1 : 0;
+            light += qGray(color.rgb()) > 200 ? 1 : 0;
+            accent += largestDifference(color, QColor("#e77a19")) < 30 ? 1 : 0;
+        }
+    }
+    QVERIFY(dark > pixels * 8 / 10);
+    QVERIFY(light > 60);
+    QVERIFY(accent > 20);
+}
+
+} // namespace tavik::test
+
+QTEST_GUILESS_MAIN(tavik::test::KeyboardPictureTest)
+#include "keyboard_picture_test.moc"
