@@ -220,13 +220,12 @@ Report KeyboardModel::getFeature(Milliseconds now)
         return answer_;
     }
     answerWaits_ = false;
-    if (lastKind_ == Kind::Data && pendingData_) {
-        transfer_->bytes.insert(transfer_->bytes.end(), pendingData_->begin(), pendingData_->end());
+    if (lastKind_ == Kind::Data) {
+        transfer_->bytes.insert(transfer_->bytes.end(), pendingData_.begin(), pendingData_.end());
         ++transfer_->reportsReceived;
-        pendingData_.reset();
         lastSliceAnswered_ = now;
     }
-    if (lastKind_ == Kind::BankRead && bankReadAnswers_)
+    if (lastKind_ == Kind::BankRead)
         ++*bankReadAnswers_;
     return answer_;
 }
@@ -463,7 +462,6 @@ std::uint8_t KeyboardModel::openSession(const Report& report)
     dropSession();
     sessionFlag_ = flag;
     closingFlag_ = flag;
-    disturbed_ = false;
     return accepted;
 }
 
@@ -488,7 +486,6 @@ std::uint8_t KeyboardModel::announce(const Report& report, const CommandRule& ru
         return accepted;
     }
     const std::size_t count = countOf(report, rule);
-    lastSliceAnswered_.reset();
     transfer_ = Transfer{.code = rule.code,
                          .reportsWanted = rule.code == macroDataCode ? count - 1 : count,
                          .slot = report[argumentByte],
@@ -568,10 +565,8 @@ std::uint8_t KeyboardModel::commit(const Report& report, Milliseconds now)
     }
     committed_ = true;
     // The accepted COMMIT ends the session of a screen upload; no FINISH follows.
-    if (transfer.code == screenCode) {
+    if (transfer.code == screenCode)
         dropSession();
-        disturbed_ = false;
-    }
     return accepted;
 }
 
@@ -614,7 +609,6 @@ std::uint8_t KeyboardModel::finish(const Report& report)
         violation("FINISH without COMMIT");
     dropSession();
     closingFlag_.reset();
-    disturbed_ = false;
     return accepted;
 }
 
@@ -622,7 +616,7 @@ void KeyboardModel::dropSession()
 {
     sessionFlag_.reset();
     transfer_.reset();
-    pendingData_.reset();
+    disturbed_ = false;
     macroSession_ = false;
     committed_ = false;
 }
@@ -641,7 +635,6 @@ std::uint8_t KeyboardModel::startBankRead(const Report& report)
     }
     dropSession();
     closingFlag_.reset();
-    disturbed_ = false;
     bankReadAnswers_ = 0;
     return accepted;
 }

@@ -144,12 +144,13 @@ private:
     std::optional<std::uint8_t> sessionFlag_;
     // Flag of the last session open that came or was lost, until FINISH.
     std::optional<std::uint8_t> closingFlag_;
-    // Something failed before the host's eyes, so it may close what it did not complete.
+    // Something failed before the host's eyes, so it may close what it did not complete. Ends with
+    // the session.
     bool disturbed_ = false;
     bool macroSession_ = false;
     bool committed_ = false;
     std::optional<Transfer> transfer_;
-    std::optional<Report> pendingData_;
+    Report pendingData_{}; // counts once its answer is fetched
     std::optional<std::size_t> bankReadAnswers_;
     std::optional<Spoil> spoil_;
 

@@ -410,7 +410,6 @@ int VirtualBus::sendFeature(Handle handle, std::span<const std::uint8_t> buffer)
     if (opened == nullptr)
         return -1;
     countCall();
-    failingRead_.reset();
     if (buffer.size() < 2)
         return fail(*opened, "send failed", sendInvalid);
     const auto payload = buffer.subspan(1);
@@ -423,8 +422,8 @@ int VirtualBus::sendFeature(Handle handle, std::span<const std::uint8_t> buffer)
         keyboard_.reportLost(payload);
         return fail(*opened, "send failed", fault->text);
     }
-    if (fault && fault->kind == Fault::Kind::ReadError)
-        failingRead_ = fault->text;
+    const bool losesAnswer = fault && fault->kind == Fault::Kind::ReadError;
+    failingRead_ = losesAnswer ? std::optional(fault->text) : std::nullopt;
     if (fault && fault->kind == Fault::Kind::Answer)
         keyboard_.spoilNextAnswer(fault->answer, fault->status);
 
@@ -470,7 +469,6 @@ int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
         return -1;
     countCall();
     ++blocks_;
-    acknowledgementFault_.reset();
     const auto planned = blockFaults_.extract(blocks_);
     if (!reaches(*opened))
         return fail(*opened, "block failed", writeNoDevice);
@@ -489,8 +487,7 @@ int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
         record("block short");
         return static_cast<int>(buffer.size()) - 1;
     }
-    if (planned)
-        acknowledgementFault_ = planned.mapped();
+    acknowledgementFault_ = planned ? std::optional(planned.mapped()) : std::nullopt;
     receiveBlock(*opened, buffer.subspan(1));
     record("block " + std::to_string(buffer.size()) + " bytes");
     return static_cast<int>(buffer.size());

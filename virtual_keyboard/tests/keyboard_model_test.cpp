@@ -244,6 +244,33 @@ const std::vector<Offence>& sessionOffences()
              host.finish(1);
          },
          "FINISH without COMMIT"},
+        {"FINISH without COMMIT after an earlier trouble",
+         [](Host& host) {
+             host.keyboard.spoilNextAnswer(AnswerFault::Empty);
+             host.open(1);
+             host.open(1);
+             host.finish(1);
+         },
+         "FINISH without COMMIT"},
+        {"FINISH again because its answer was lost",
+         [](Host& host) {
+             host.keyboard.spoilNextAnswer(AnswerFault::Empty);
+             host.open(1);
+             host.finish(1);
+             host.keyboard.answerLost();
+             host.finish(1);
+         },
+         "FINISH outside a session"},
+        {"FINISH after a bank read that failed",
+         [](Host& host) {
+             announceScreen(host);
+             host.sendBlocks(screenStream(1));
+             host.commit();
+             host.command(0xF5, 0, 9);
+             host.keyboard.answerLost();
+             host.finish(0);
+         },
+         "FINISH outside a session"},
         {"FINISH after the COMMIT of a screen",
          [](Host& host) {
              announceScreen(host);
@@ -420,6 +447,17 @@ const std::vector<Offence>& timeOffences()
              host.finish(1);
          },
          "data reports closer than 2 ms"},
+        {"slices far too close",
+         [](Host& host) {
+             announceLayer(host);
+             const std::vector<std::uint8_t> image = layerImage(1);
+             host.sendSlices(std::span(image).first(64));
+             host.wait(-3);
+             host.sendSlices(std::span(image).subspan(64));
+             host.commit();
+             host.finish(1);
+         },
+         "send 34 ms after the previous report, sooner than 35 ms"},
         {"COMMIT too close",
          [](Host& host) {
              announceLayer(host);

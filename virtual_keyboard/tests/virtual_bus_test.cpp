@@ -83,6 +83,7 @@ private slots:
     void theLibraryCanFailToStart();
     void aSendErrorReachesNobody();
     void aReadErrorLosesTheAnswer();
+    void aReadErrorEndsWithItsExchange();
     void faultsAreCountedFromTheCall();
     void busyLastsAsLongAsItIsTold();
     void aCommandFaultMeetsTheCommand();
@@ -269,6 +270,14 @@ void VirtualBusTest::aReadErrorLosesTheAnswer()
     QVERIFY(command(m_config, 0xF0, 0, 1));
 }
 
+void VirtualBusTest::aReadErrorEndsWithItsExchange()
+{
+    bus().failAt(1, readError("no answer"));
+    QVERIFY(send(m_config, Host::commandReport(0x18, 0, 1)) > 0);
+    QVERIFY(command(m_config, 0x11, 0, 9));
+    m_expectedViolations = {"the answer of the report before was not fetched"};
+}
+
 void VirtualBusTest::faultsAreCountedFromTheCall()
 {
     QVERIFY(command(m_config, 0x18, 0, 1));
@@ -302,8 +311,10 @@ void VirtualBusTest::aCommandFaultMeetsTheCommand()
 {
     bus().failCommand(0xF0, sendError("gone"), 2);
     bus().failCommand(0x02, answerStatus(0x07));
-    bus().failAt(1, busy());
+    bus().failCommand(0x18, emptyAnswer());
+    bus().failAt(1, busy()); // goes before the fault of the command
     QVERIFY(command(m_config, 0x18, 0, 1));
+    QCOMPARE(bus().trace().back(), std::string("read 04 18 00 ff"));
     QVERIFY(command(m_config, 0xF0, 0, 1));
     QVERIFY(command(m_config, 0x18, 0, 1));
     QVERIFY(command(m_config, 0x02));
@@ -314,13 +325,13 @@ void VirtualBusTest::aCommandFaultMeetsTheCommand()
 
 void VirtualBusTest::faultsThatFitNothingAreRejected()
 {
-    QVERIFY_EXCEPTION_THROWN(bus().failAt(0, busy()), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(bus().failAt(1, shortWrite()), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(bus().failCommand(2, noAcknowledgement()), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(bus().failBlockAt(1, busy()), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(bus().unplugAt(0), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(bus().setOpens("/dev/hidraw7", false), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(bus().setScreenUsagePage(0xFF13), std::invalid_argument);
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failAt(0, busy()));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failAt(1, shortWrite()));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failCommand(2, noAcknowledgement()));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failBlockAt(1, busy()));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().unplugAt(0));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().setOpens("/dev/hidraw7", false));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().setScreenUsagePage(0xFF13));
 }
 
 void VirtualBusTest::aShortBlockAndAMissingAcknowledgement()
