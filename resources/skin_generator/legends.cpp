@@ -73,7 +73,7 @@ Legend legendOf(uint usage)
     legend.shifted = QLatin1String(print->shifted);
     legend.fn = usage == usageFn;
     if (usage == usageDelete)
-        legend.fnShape = QStringLiteral("screen"); // Fn + Delete changes what the screen shows
+        legend.fnShape = QStringLiteral("screen_hint"); // Fn + Delete changes what the screen shows
     return legend;
 }
 
