@@ -50,15 +50,23 @@ int rainbowHue(int left)
     return hue < 0 ? hue + 360 : hue;
 }
 
+// Lets a combination like "Ctrl+Shift+B" break behind each plus.
+QString withBreaksAtPlus(QString text)
+{
+    constexpr QChar zeroWidthSpace(0x200B);
+    return text.replace(u'+', QString(u'+') + zeroWidthSpace);
+}
+
 // Draws the text centered in the rectangle, wrapped at words where that is enough; text that does
 // not fit is wrapped anywhere, and its last line ends in an ellipsis.
 void drawFittingText(QPainter& painter, const QRect& area, const QString& text)
 {
     constexpr int flags = Qt::AlignCenter | Qt::TextWordWrap;
     const QFontMetrics metrics = painter.fontMetrics();
-    const QRect needed = metrics.boundingRect(area, flags, text);
+    const QString breakable = withBreaksAtPlus(text);
+    const QRect needed = metrics.boundingRect(area, flags, breakable);
     if (area.contains(needed)) {
-        painter.drawText(area, flags, text);
+        painter.drawText(area, flags, breakable);
         return;
     }
 
