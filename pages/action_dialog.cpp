@@ -7,10 +7,10 @@
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <array>
 
 namespace tavik {
@@ -144,7 +144,6 @@ void ActionDialog::createArrangement()
     form->addRow(pages);
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("accent"));
     connect(buttons, &QDialogButtonBox::accepted, this, &ActionDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &ActionDialog::reject);
 

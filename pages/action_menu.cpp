@@ -40,7 +40,7 @@ constexpr std::array<KeyGroup, 17> keyGroups{{
 // An action names its macro in eight bits; those behind cannot be told from the first ones.
 constexpr qsizetype assignableMacros = 256;
 // More than these do not fit below one another on a small screen.
-constexpr qsizetype macrosPerMenu = 25;
+constexpr qsizetype macrosPerMenu = 20;
 constexpr int macroNameWidth = 320; // pixels
 
 // A menu takes "&" for a shortcut letter and a tab for the start of a second column.
@@ -48,6 +48,12 @@ QString menuText(QString text)
 {
     text.replace(u'\t', u' ').replace(u'\n', u' ');
     return text.replace(u'&', QStringLiteral("&&"));
+}
+
+void mark(QAction* item)
+{
+    item->setCheckable(true);
+    item->setChecked(true);
 }
 
 } // namespace
@@ -129,8 +135,9 @@ QAction* ActionMenu::addChoice(QMenu* menu, const QString& text, const KeyAction
     QAction* item = menu->addAction(menuText(text));
     connect(item, &QAction::triggered, this, [this, choice] { emit actionChosen(choice); });
     if (choice == currentAction) {
-        item->setCheckable(true);
-        item->setChecked(true);
+        mark(item);
+        if (menu != this)
+            mark(menu->menuAction());
     }
     return item;
 }
