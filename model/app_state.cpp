@@ -82,7 +82,7 @@ MacroRecord macroFromJson(const QJsonObject& object)
     MacroRecord macro;
     macro.name = object.value(QLatin1String("name")).toString();
     const QJsonArray actions = object.value(QLatin1String("actions")).toArray();
-    for (const QJsonValue& element : actions) {
+    for (const auto& element : actions) {
         const QJsonObject action = element.toObject();
         macro.actions.append({wordFrom(action.value(QLatin1String("delay"))),
                               byteFrom(action.value(QLatin1String("key"))),
@@ -94,7 +94,7 @@ MacroRecord macroFromJson(const QJsonObject& object)
 QList<MacroRecord> macrosFromJson(const QJsonArray& array)
 {
     QList<MacroRecord> macros;
-    for (const QJsonValue& element : array)
+    for (const auto& element : array)
         macros.append(macroFromJson(element.toObject()));
     return macros;
 }

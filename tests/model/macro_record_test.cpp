@@ -21,7 +21,7 @@ MacroRecord macroOf(int actionCount)
 
 QByteArray tableEntry(const QByteArray& image, int index)
 {
-    return image.mid(4 * index, 4);
+    return image.mid(qsizetype{4} * index, 4);
 }
 
 } // namespace
