@@ -161,6 +161,7 @@ QWidget* LightingWidget::createColorColumn()
     columnWidget->setStyleSheet(QStringLiteral("QRadioButton{font-size:13px;}")); // four in a row
     auto* column = new QVBoxLayout(columnWidget);
     column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(14);
     column->addLayout(createRandomColorRow());
     column->addLayout(createRgbRow());
     column->addLayout(createSwatches());
@@ -286,6 +287,7 @@ QWidget* LightingWidget::createOptionsColumn()
     columnWidget->setFixedWidth(220);
     auto* column = new QVBoxLayout(columnWidget);
     column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(10);
     addLabeledSlider(column, tr("Brightness"), brightnessSlider, startBrightness);
     addLabeledSlider(column, tr("Speed"), speedSlider, startSpeed);
     column->addWidget(createHeading(tr("Direction"), 15));
@@ -338,6 +340,9 @@ QLayout* LightingWidget::createDirectionPad()
         grid->addWidget(button, entry.row, entry.column, Qt::AlignCenter);
         directionButtons.at(static_cast<std::size_t>(index)) = button;
     }
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(2);
+    grid->setColumnStretch(3, 1); // keeps the pad together
     showDirection();
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseDirection);
     return grid;

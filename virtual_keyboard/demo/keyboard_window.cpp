@@ -1,6 +1,7 @@
 #include "virtual_keyboard/demo/keyboard_window.h"
 
-#include "model/key_action.h"
+#include "model/key_names.h"
+#include "model/macro_record.h"
 #include "model/keyboard_layout.h"
 #include "virtual_keyboard/virtual_bus.h"
 
@@ -132,10 +133,10 @@ void paintScreenSlots(QPainter& painter, const KeyboardModel& keyboard, qint64 e
         painter.setBrush(Qt::NoBrush);
         painter.drawRect(area);
         painter.setPen(quietColor);
-        painter.drawText(area.adjusted(0, -20, 0, -screenSize - 2), Qt::AlignLeft | Qt::AlignVCenter,
-                         frames.empty() ? QStringLiteral("Slot %1: empty").arg(slot)
-                                        : QStringLiteral("Slot %1: %2 frames").arg(slot).arg(
-                                              frames.size()));
+        painter.drawText(
+            area.adjusted(0, -20, 0, -screenSize - 2), Qt::AlignLeft | Qt::AlignVCenter,
+            frames.empty() ? QStringLiteral("Slot %1: empty").arg(slot)
+                           : QStringLiteral("Slot %1: %2 frames").arg(slot).arg(frames.size()));
     }
 }
 
@@ -158,8 +159,8 @@ QList<QPair<QString, QString>> facts(const KeyboardModel& keyboard)
     const std::size_t received = keyboard.screenBlocksReceived();
     QString session = keyboard.sessionOpen() ? QStringLiteral("open") : QStringLiteral("closed");
     if (keyboard.screenBlocksAnnounced() > 0)
-        session += QStringLiteral(", block %1 of %2").arg(received).arg(
-            keyboard.screenBlocksAnnounced());
+        session +=
+            QStringLiteral(", block %1 of %2").arg(received).arg(keyboard.screenBlocksAnnounced());
     return {
         {QStringLiteral("Lighting"), QString::fromStdString(keyboard.lightingSummary())},
         {QStringLiteral("Sleeps"), sleepTexts.value(keyboard.state().sleepCode)},

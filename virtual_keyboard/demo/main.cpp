@@ -43,10 +43,8 @@ int main(int argc, char* argv[])
     window.show();
     keyboardWindow.move(window.frameGeometry().bottomLeft() + QPoint(40, 20));
     keyboardWindow.show();
-    // The keyboard's window is an onlooker: the program ends with its own window.
-    QObject::connect(&application, &QGuiApplication::lastWindowClosed, &application,
-                     &QCoreApplication::quit);
-    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    // An onlooker: the program ends with its own window.
+    keyboardWindow.setAttribute(Qt::WA_QuitOnClose, false);
     const int exitCode = QApplication::exec();
     bus.setListener({});
     return exitCode;

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "virtual_keyboard/tour/tour_driver.h"
+
+#include <QString>
+
+#include <functional>
+
+namespace tavik::virtual_keyboard {
+
+// Goes through the program's work on the virtual keyboard, step by step: each step does something
+// by mouse and keys, waits until the keyboard (or the user's data) holds what it should, takes a
+// picture and prints a line. Runs outside the GUI thread.
+class Tour
+{
+public:
+    explicit Tour(TourDriver& tourDriver) : driver(tourDriver) {}
+
+    // True when every step ended as it should.
+    [[nodiscard]] bool run();
+
+private:
+    // What a step leaves: checked and put into words in the GUI thread.
+    using Check = std::function<bool()>;
+    using Words = std::function<QString()>;
+
+    void step(const QString& title, const std::function<void()>& action, const Check& check,
+              const Words& words);
+    void showPage(const QString& title);
+
+    void visitLighting();
+
+    TourDriver& driver;
+    int stepsTaken = 0;
+    int stepsFailed = 0;
+};
+
+} // namespace tavik::virtual_keyboard

@@ -1,0 +1,224 @@
+#include "virtual_keyboard/tour/tour_driver.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QPixmap>
+#include <QScreen>
+#include <QThread>
+
+#include <stdexcept>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+namespace tavik::virtual_keyboard {
+
+namespace {
+
+constexpr qint64 patienceMs = 20'000;
+constexpr unsigned long pollEveryMs = 5;
+constexpr unsigned shiftKeySymbol = 0xFFE1;
+
+struct KeyCode
+{
+    unsigned code = 0;
+    bool shifted = false;
+};
+
+// Looks the symbol up in the server's keyboard map, plain column first.
+KeyCode findKeyCode(xcb_connection_t* connection, unsigned keySymbol)
+{
+    const xcb_setup_t* setup = xcb_get_setup(connection);
+    const std::unique_ptr<xcb_get_keyboard_mapping_reply_t, decltype(&std::free)> reply(
+        xcb_get_keyboard_mapping_reply(
+            connection,
+            xcb_get_keyboard_mapping(
+                connection, setup->min_keycode,
+                static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1)),
+            nullptr),
+        &std::free);
+    if (!reply)
+        throw std::runtime_error("the X server has no keyboard map");
+    const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(reply.get());
+    const int columns = reply->keysyms_per_keycode;
+    const int codes = xcb_get_keyboard_mapping_keysyms_length(reply.get()) / columns;
+    for (int column = 0; column < std::min(columns, 2); ++column) {
+        for (int row = 0; row < codes; ++row) {
+            if (symbols[row * columns + column] == keySymbol)
+                return {setup->min_keycode + static_cast<unsigned>(row), column == 1};
+        }
+    }
+    throw std::runtime_error("no key for a symbol");
+}
+
+template <typename Matches>
+QWidget* findVisible(Matches matches)
+{
+    // A dialog is asked first: what lies behind it cannot be clicked.
+    QWidget* const modal = QApplication::activeModalWidget();
+    const QWidgetList candidates =
+        modal != nullptr ? modal->findChildren<QWidget*>() : QApplication::allWidgets();
+    for (QWidget* widget : candidates) {
+        if (widget->isVisible() && matches(*widget))
+            return widget;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TourDriver::TourDriver(QString pictureDirectory)
+    : connection(xcb_connect(nullptr, nullptr)), directory(std::move(pictureDirectory))
+{
+    if (xcb_connection_has_error(connection) != 0)
+        throw std::runtime_error("no X display");
+    QDir().mkpath(directory);
+}
+
+TourDriver::~TourDriver()
+{
+    xcb_disconnect(connection);
+}
+
+void TourDriver::runOnGui(const std::function<void()>& function)
+{
+    QMetaObject::invokeMethod(qApp, function, Qt::BlockingQueuedConnection);
+}
+
+bool TourDriver::waitUntil(const std::function<bool()>& condition)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (elapsed.elapsed() < patienceMs) {
+        if (onGui(condition))
+            return true;
+        QThread::msleep(pollEveryMs);
+    }
+    return false;
+}
+
+QWidget* TourDriver::widgetNamed(const QString& objectName)
+{
+    return findVisible([&](QWidget& widget) { return widget.objectName() == objectName; });
+}
+
+QAbstractButton* TourDriver::buttonWithText(const QString& text)
+{
+    return qobject_cast<QAbstractButton*>(findVisible([&](QWidget& widget) {
+        const auto* button = qobject_cast<QAbstractButton*>(&widget);
+        return button != nullptr && button->text().remove(u'&') == text;
+    }));
+}
+
+QAbstractButton* TourDriver::buttonWithToolTip(const QString& toolTip)
+{
+    return qobject_cast<QAbstractButton*>(findVisible([&](QWidget& widget) {
+        return qobject_cast<QAbstractButton*>(&widget) != nullptr && widget.toolTip() == toolTip;
+    }));
+}
+
+QPoint TourDriver::screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where)
+{
+    if (!waitUntil([&] { return finder() != nullptr; }))
+        throw std::runtime_error("a widget of the tour is not there");
+    return onGui([&] {
+        QWidget* widget = finder();
+        return widget == nullptr ? QPoint() : widget->mapToGlobal(where(*widget));
+    });
+}
+
+void TourDriver::click(const Finder& finder, MouseButton button)
+{
+    clickAt(
+        finder, [](QWidget& widget) { return widget.rect().center(); }, button);
+}
+
+void TourDriver::clickAt(const Finder& finder, const std::function<QPoint(QWidget&)>& where,
+                         MouseButton button)
+{
+    clickScreen(screenPoint(finder, where), button);
+}
+
+void TourDriver::chooseItem(const Finder& comboFinder, const QString& text)
+{
+    click(comboFinder);
+    QAbstractItemView* view = nullptr;
+    const bool opened = waitUntil([&] {
+        auto* combo = qobject_cast<QComboBox*>(comboFinder());
+        view = combo == nullptr ? nullptr : combo->view();
+        return view != nullptr && view->isVisible() && view->window()->isVisible();
+    });
+    if (!opened)
+        throw std::runtime_error("a selector does not open");
+    const QPoint point = onGui([&] {
+        auto* combo = qobject_cast<QComboBox*>(comboFinder());
+        const QModelIndex index = view->model()->index(combo->findText(text), 0);
+        view->scrollTo(index);
+        return view->viewport()->mapToGlobal(view->visualRect(index).center());
+    });
+    clickScreen(point, MouseButton::Left);
+    if (!waitUntil([&] { return !view->isVisible(); }))
+        throw std::runtime_error("a selector does not close");
+}
+
+void TourDriver::clickScreen(QPoint point, MouseButton button)
+{
+    const auto detail = static_cast<unsigned>(button);
+    fakeInput(XCB_MOTION_NOTIFY, 0, point);
+    fakeInput(XCB_BUTTON_PRESS, detail);
+    fakeInput(XCB_BUTTON_RELEASE, detail);
+}
+
+void TourDriver::pressKey(unsigned keySymbol)
+{
+    const KeyCode key = findKeyCode(connection, keySymbol);
+    sendKey(key.code, key.shifted);
+}
+
+void TourDriver::type(const QString& text)
+{
+    // Latin-1 characters are their own key symbols.
+    for (const QChar character : text)
+        pressKey(character.unicode());
+}
+
+void TourDriver::sendKey(unsigned keyCode, bool shifted)
+{
+    const unsigned shift = findKeyCode(connection, shiftKeySymbol).code;
+    if (shifted)
+        fakeInput(XCB_KEY_PRESS, shift);
+    fakeInput(XCB_KEY_PRESS, keyCode);
+    fakeInput(XCB_KEY_RELEASE, keyCode);
+    if (shifted)
+        fakeInput(XCB_KEY_RELEASE, shift);
+}
+
+void TourDriver::fakeInput(unsigned type, unsigned detail, QPoint point)
+{
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    xcb_test_fake_input(connection, static_cast<std::uint8_t>(type),
+                        static_cast<std::uint8_t>(detail), XCB_CURRENT_TIME, root,
+                        static_cast<std::int16_t>(point.x()), static_cast<std::int16_t>(point.y()),
+                        0);
+    // A round trip: the server has handed the event on when it answers.
+    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+}
+
+void TourDriver::takePicture(const QString& name)
+{
+    onGui([&] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->isVisible())
+                window->repaint();
+        }
+    });
+    const bool saved = onGui([&] {
+        const QString path = QDir(directory).filePath(name + QStringLiteral(".png"));
+        return QGuiApplication::primaryScreen()->grabWindow().save(path);
+    });
+    if (!saved)
+        throw std::runtime_error("a picture of the tour cannot be saved");
+}
+
+} // namespace tavik::virtual_keyboard

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QComboBox>
+#include <QListWidget>
+#include <QMetaObject>
+#include <QString>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <type_traits>
+
+struct xcb_connection_t;
+
+namespace tavik::virtual_keyboard {
+
+enum class MouseButton { Left = 1, Middle = 2, Right = 3 };
+
+// Uses the program as a person would: it moves the pointer, clicks and types through the X server,
+// so that every event takes the way of a real one. It runs in a thread of its own, because the
+// program blocks its GUI thread during transfers and runs nested event loops in its dialogs;
+// widgets are looked at in the GUI thread only.
+class TourDriver
+{
+public:
+    // Needs a QApplication on an X display. Pictures go to the directory.
+    explicit TourDriver(QString pictureDirectory);
+    ~TourDriver();
+    TourDriver(const TourDriver&) = delete;
+    TourDriver& operator=(const TourDriver&) = delete;
+
+    // Runs the function in the GUI thread and returns what it returns.
+    template <typename Function>
+    auto onGui(Function function)
+    {
+        using Result = std::invoke_result_t<Function>;
+        if constexpr (std::is_void_v<Result>) {
+            runOnGui([&] { function(); });
+        } else {
+            Result result{};
+            runOnGui([&] { result = function(); });
+            return result;
+        }
+    }
+
+    // Waits until the condition holds in the GUI thread; false when it never does within the
+    // patience of a tour.
+    [[nodiscard]] bool waitUntil(const std::function<bool()>& condition);
+
+    // Finders, for the GUI thread: the visible widget, or null.
+    static QWidget* widgetNamed(const QString& objectName);
+    static QAbstractButton* buttonWithText(const QString& text);
+    static QAbstractButton* buttonWithToolTip(const QString& toolTip);
+
+    // Input. A widget is clicked at its center or at a point of its own. The functions wait until
+    // the finder finds something and throw std::runtime_error when it never does.
+    using Finder = std::function<QWidget*()>;
+    void click(const Finder& finder, MouseButton button = MouseButton::Left);
+    void clickAt(const Finder& finder, const std::function<QPoint(QWidget&)>& where,
+                 MouseButton button = MouseButton::Left);
+    void chooseItem(const Finder& comboFinder, const QString& text);
+    void pressKey(unsigned keySymbol);
+    // Latin text.
+    void type(const QString& text);
+
+    // Saves what the screen shows as "<name>.png".
+    void takePicture(const QString& name);
+
+private:
+    void runOnGui(const std::function<void()>& function);
+    QPoint screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where);
+    void clickScreen(QPoint point, MouseButton button);
+    void fakeInput(unsigned type, unsigned detail, QPoint point = {});
+    void sendKey(unsigned keyCode, bool shifted);
+
+    xcb_connection_t* connection = nullptr;
+    QString directory;
+};
+
+} // namespace tavik::virtual_keyboard
