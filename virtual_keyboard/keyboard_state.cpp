@@ -136,7 +136,7 @@ std::string decodeScreenStream(std::span<const std::uint8_t> stream,
                std::to_string(stream.size()) + " bytes, expected " +
                std::to_string(blocks * blockSize);
     }
-    if (const std::string fault = screenHeaderFault(stream.first(screenHeaderSize), frameCount);
+    if (std::string fault = screenHeaderFault(stream.first(screenHeaderSize), frameCount);
         !fault.empty())
         return fault;
     if (!allFiller(stream.subspan(used)))
