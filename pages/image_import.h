@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QImage>
+#include <QList>
+#include <QStringList>
+
+namespace tavik {
+
+// The keyboard's screen, in pixels.
+inline constexpr QSize screenSize(128, 128);
+
+// How many pictures one slot of the keyboard holds.
+inline constexpr qsizetype screenFrameLimit = 30;
+
+// One picture of an animation.
+struct ScreenFrame
+{
+    QImage image;    // screenSize; transparent parts are black to the keyboard
+    int delayMs = 0; // how long it stays, 20 to 1275 when imported
+};
+
+// Reads pictures and animations, in the order of the paths, each stretched to the screen's size.
+// A file gives at most 30 frames, and once 30 are there no further file is read: the list may thus
+// hold up to 59. A file that cannot be read, breaks off or is too large to be worth the memory
+// gives no frames, an animation those before its fault. May take seconds; takes no lock.
+[[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths);
+
+} // namespace tavik

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "pages/image_import.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tavik {
+
+// The stream travels in blocks of this size and is always a whole number of them.
+inline constexpr std::size_t screenBlockSize = 4096;
+
+using ScreenStream = std::vector<std::uint8_t>;
+
+// A frame's time as the keyboard takes it: units of 2 ms, at least 20 ms, and 510 ms for anything
+// longer.
+[[nodiscard]] std::uint8_t screenTimeByte(int delayMs);
+
+// The animation as the keyboard takes it: how many frames, their times, then their pixels as RGB
+// 5-6-5. Expects 1 to 30 frames with images of screenSize.
+[[nodiscard]] ScreenStream buildScreenStream(const QList<ScreenFrame>& frames);
+
+} // namespace tavik
