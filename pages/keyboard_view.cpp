@@ -3,10 +3,12 @@
 #include "app/skin_icons.h"
 
 #include <QContextMenuEvent>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QTextLayout>
+#include <QToolTip>
 
 #include <algorithm>
 #include <cmath>
@@ -183,6 +185,21 @@ void KeyboardView::selectKey(int lightIndex)
     selected = lightIndex;
     marked = lightIndex;
     update();
+}
+
+// A cap has room for a few letters only; the tool tip says the rest.
+bool KeyboardView::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip || mode != KeyboardViewMode::Captions)
+        return QWidget::event(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const QString caption = captions.value(keyAt(help->pos()));
+    if (caption.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(help->globalPos(),
+                           QStringLiteral("<qt>%1</qt>").arg(caption.toHtmlEscaped()), this);
+    return true;
 }
 
 void KeyboardView::mousePressEvent(QMouseEvent* event)

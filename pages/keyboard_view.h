@@ -62,6 +62,7 @@ signals:
     void slotContextMenu(int lightIndex, QPoint globalPos);
 
 protected:
+    bool event(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
