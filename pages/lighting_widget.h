@@ -68,7 +68,7 @@ private:
     QColor color;
     int direction;
     int sleep;
-    QTimer sendTimer;
+    QTimer sendTimer{this};
 
     QListWidget* effectList = nullptr;
     PaletteWheel* wheel = nullptr;

@@ -1,0 +1,263 @@
+#include "app/application_style.h"
+#include "app/main_window.h"
+#include "device/device.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/isolated_main.h"
+#include "virtual_keyboard/virtual_bus.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QStackedWidget>
+#include <QTest>
+#include <QToolButton>
+
+using namespace tavik;
+using namespace tavik::tests;
+using namespace tavik::virtual_keyboard;
+
+namespace {
+
+struct Entry
+{
+    const char* title;
+    const char* pageClass;
+};
+
+const QList<Entry> entries{
+    {"Home", "QWidget"},
+    {"Keys", "tavik::KeymapWidget"},
+    {"Macros", "tavik::MacroWidget"},
+    {"Light Effect Mode", "tavik::LightingWidget"},
+    {"TFT Screen", "tavik::ScreenWidget"},
+    {"Favorites", "QWidget"},
+    {"Custom Lighting", "tavik::RgbWidget"},
+    {"Music", "QWidget"},
+    {"Keyboard Settings", "tavik::SettingsWidget"},
+};
+
+QList<QToolButton*> sidebarButtons(const QWidget& window)
+{
+    QList<QToolButton*> buttons =
+        window.findChild<QWidget*>("sidebar")->findChildren<QToolButton*>();
+    std::sort(buttons.begin(), buttons.end(),
+              [](const QWidget* a, const QWidget* b) { return a->y() < b->y(); });
+    return buttons;
+}
+
+QStackedWidget* stackOf(const QWidget& window)
+{
+    return window.findChild<QStackedWidget*>("pageStack");
+}
+
+QString titleOf(const QWidget& window)
+{
+    return window.findChild<QLabel*>("pageTitle")->text();
+}
+
+QWidget* titleBarOf(const QWidget& window)
+{
+    return window.findChild<QWidget*>("titleBar");
+}
+
+// Moves the pointer while a button is held, as a drag does.
+void dragTo(QWidget* widget, Qt::MouseButton button, QPoint from, QPoint to)
+{
+    QTest::mousePress(widget, button, {}, from);
+    QMouseEvent move(QEvent::MouseMove, to, widget->mapToGlobal(to), Qt::NoButton, button,
+                     Qt::NoModifier);
+    QApplication::sendEvent(widget, &move);
+    QTest::mouseRelease(widget, button, {}, to);
+}
+
+} // namespace
+
+class MainWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        applyApplicationStyle(*qApp);
+        window = std::make_unique<MainWindow>();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    }
+
+    void cleanupTestCase() { window.reset(); }
+
+    void windowIsFramelessAndSized()
+    {
+        QCOMPARE(window->windowTitle(), QStringLiteral("ZEROLT TAVIK Pro"));
+        QVERIFY(window->windowFlags().testFlag(Qt::FramelessWindowHint));
+        QCOMPARE(window->size(), QSize(1200, 720));
+        window->resize(100, 100);
+        QCOMPARE(window->size(), QSize(900, 620));
+    }
+
+    void sidebarFollowsItsTable()
+    {
+        const QList<QToolButton*> buttons = sidebarButtons(*window);
+        QCOMPARE(buttons.size(), entries.size());
+        QCOMPARE(stackOf(*window)->count(), static_cast<int>(entries.size()));
+        for (int index = 0; index < buttons.size(); ++index) {
+            const QToolButton* button = buttons.at(index);
+            QCOMPARE(button->toolTip(), QLatin1String(entries.at(index).title));
+            QCOMPARE(button->objectName(), index == 8 ? "settingsNavButton" : "navButton");
+            QCOMPARE(button->size(), QSize(48, 48));
+            QCOMPARE(button->iconSize(), QSize(24, 24));
+            QVERIFY(!button->icon().isNull());
+            QCOMPARE(button->x(), 5);
+            QCOMPARE(stackOf(*window)->widget(index)->metaObject()->className(),
+                     entries.at(index).pageClass);
+        }
+        QCOMPARE(buttons.at(0)->y(), 9);
+        QWidget* sidebar = window->findChild<QWidget*>("sidebar");
+        QCOMPARE(buttons.at(8)->geometry().bottom(), sidebar->height() - 8 - 1);
+        QCOMPARE(sidebar->width(), 58);
+    }
+
+    void startsOnTheLightingPage()
+    {
+        for (const QToolButton* button : sidebarButtons(*window))
+            QCOMPARE(button->isChecked(), button->toolTip() == "Light Effect Mode");
+        QCOMPARE(stackOf(*window)->currentIndex(), 3);
+        QVERIFY(stackOf(*window)->currentWidget()->isVisible());
+        QCOMPARE(titleOf(*window), QStringLiteral("Light Effect Mode"));
+    }
+
+    void buttonsShowTheirPageAndTitle()
+    {
+        const QList<QToolButton*> buttons = sidebarButtons(*window);
+        for (int index = 0; index < buttons.size(); ++index) {
+            QTest::mouseClick(buttons.at(index), Qt::LeftButton);
+            QCOMPARE(stackOf(*window)->currentIndex(), index);
+            QCOMPARE(titleOf(*window), QLatin1String(entries.at(index).title));
+            for (const QToolButton* button : buttons)
+                QCOMPARE(button->isChecked(), button == buttons.at(index));
+        }
+    }
+
+    void emptyPagesShowTheirCenteredTitle_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("favorites") << 5 << "Favorites";
+        QTest::newRow("music") << 7 << "Music mode";
+    }
+
+    void emptyPagesShowTheirCenteredTitle()
+    {
+        QFETCH(int, index);
+        QFETCH(QString, text);
+        QTest::mouseClick(sidebarButtons(*window).at(index), Qt::LeftButton);
+        const QWidget* page = stackOf(*window)->widget(index);
+        const QList<QLabel*> labels = page->findChildren<QLabel*>();
+        QCOMPARE(labels.size(), 1);
+        QCOMPARE(labels.at(0)->text(), text);
+        QCOMPARE(labels.at(0)->objectName(), QStringLiteral("emptyPageTitle"));
+        const QPoint middle = labels.at(0)->geometry().center() - page->rect().center();
+        QVERIFY(middle.manhattanLength() <= 2);
+        QCOMPARE(labels.at(0)->alignment(), Qt::AlignCenter);
+    }
+
+    void everyPageKeepsClearOfTheSidebar()
+    {
+        for (const QSize size : {QSize(1200, 720), QSize(900, 620)}) {
+            window->resize(size);
+            const QWidget* sidebar = window->findChild<QWidget*>("sidebar");
+            QCOMPARE(sidebar->width(), 58);
+            QCOMPARE(stackOf(*window)->x(), 58);
+            QCOMPARE(stackOf(*window)->width(), size.width() - 2 - 58);
+            QCOMPARE(stackOf(*window)->height(), size.height() - 2 - 48);
+        }
+    }
+
+    void draggingTheTitleBarMovesTheWindow()
+    {
+        window->move(50, 60);
+        dragTo(titleBarOf(*window), Qt::LeftButton, {400, 20}, {430, 35});
+        QCOMPARE(window->frameGeometry().topLeft(), QPoint(80, 75));
+    }
+
+    void draggingWithAnotherButtonDoesNot()
+    {
+        window->move(50, 60);
+        for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton}) {
+            dragTo(titleBarOf(*window), button, {400, 20}, {430, 35});
+            QCOMPARE(window->frameGeometry().topLeft(), QPoint(50, 60));
+        }
+    }
+
+    void titleLabelPassesTheDragOn()
+    {
+        window->move(50, 60);
+        auto* label = window->findChild<QLabel*>("pageTitle");
+        QTest::mousePress(label, Qt::LeftButton, {}, {5, 5});
+        const QPoint to(25, 15);
+        QMouseEvent move(QEvent::MouseMove,
+                         titleBarOf(*window)->mapFromGlobal(label->mapToGlobal(to)),
+                         label->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(titleBarOf(*window), &move);
+        QCOMPARE(window->frameGeometry().topLeft(), QPoint(70, 70));
+    }
+
+    void titleStaysWhateverTheConnectionDoes()
+    {
+        for (const bool connected : {false, true}) {
+            window->setWindowTitle("something else");
+            emit Device::instance().connectedChanged(connected);
+            QCOMPARE(window->windowTitle(), QStringLiteral("ZEROLT TAVIK Pro"));
+        }
+    }
+
+    void windowButtonsMinimizeAndClose()
+    {
+        auto* minimize = window->findChild<QToolButton*>("windowMinimize");
+        auto* close = window->findChild<QToolButton*>("windowClose");
+        QCOMPARE(minimize->toolTip(), QStringLiteral("Minimize"));
+        QCOMPARE(close->toolTip(), QStringLiteral("Close"));
+        for (const QToolButton* button : {minimize, close}) {
+            QCOMPARE(button->size(), QSize(30, 30));
+            QVERIFY(!button->icon().isNull());
+        }
+        QTest::mouseClick(minimize, Qt::LeftButton);
+        QVERIFY(window->isMinimized());
+        window->showNormal();
+        QTest::mouseClick(close, Qt::LeftButton);
+        QVERIFY(!window->isVisible());
+    }
+
+    void constructionSendsNothingAndWritesNothing()
+    {
+        QCOMPARE(VirtualBus::instance().sentReports().size(), std::size_t{0});
+        QVERIFY(QDir(qEnvironmentVariable("XDG_CONFIG_HOME"))
+                    .entryList(QDir::NoDotAndDotDot | QDir::AllEntries)
+                    .isEmpty());
+    }
+
+    void titleBarAndWorkspaceFillTheShell()
+    {
+        QCOMPARE(titleBarOf(*window)->geometry(), QRect(1, 1, 1198, 48));
+        QCOMPARE(window->findChild<QWidget*>("workspace")->geometry(), QRect(1, 49, 1198, 670));
+        // The line under the title bar comes from its style sheet.
+        const QImage picture = window->grab().toImage();
+        QCOMPARE(picture.pixelColor(600, 48), QColor(0x20, 0x20, 0x20));
+        QCOMPARE(picture.pixelColor(600, 0), QColor(0x48, 0x48, 0x48));
+        QCOMPARE(picture.pixelColor(600, 5), QColor(0x11, 0x11, 0x11));
+    }
+
+    void everyIconOnlyControlHasAName()
+    {
+        for (const QToolButton* button : window->findChildren<QToolButton*>()) {
+            if (!button->objectName().startsWith("qt_"))
+                QVERIFY2(!button->accessibleName().isEmpty(), qPrintable(button->objectName()));
+        }
+    }
+
+private:
+    std::unique_ptr<MainWindow> window;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(MainWindowTest)
+#include "main_window_test.moc"

@@ -1,0 +1,310 @@
+#include "model/keyboard_layout.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <climits>
+
+using namespace tavik;
+
+namespace {
+
+KeyboardLayout layoutFrom(const QByteArray& xml, bool* accepted = nullptr)
+{
+    QByteArray bytes = xml;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    KeyboardLayout layout;
+    const bool result = layout.read(buffer);
+    if (accepted != nullptr)
+        *accepted = result;
+    return layout;
+}
+
+KeyRecord keyFrom(const QByteArray& attributes)
+{
+    return layoutFrom("<Keyboard><key " + attributes + "/></Keyboard>").keys.value(0);
+}
+
+void writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(content);
+}
+
+QByteArray layoutNamed(const QByteArray& name)
+{
+    return "<Keyboard width='800' height='300'><key desc='" + name + "'/></Keyboard>";
+}
+
+} // namespace
+
+class KeyboardLayoutTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readsAreaAndKeysInDocumentOrder()
+    {
+        bool accepted = false;
+        const KeyboardLayout layout =
+            layoutFrom("<root><Keyboard xpos='1' ypos='2' width='800' height='300'>"
+                       "<key code='0x04' desc='A' key_index='7' light_index='9' row_col='3#12'"
+                       " rect_left='10' rect_top='20' rect_width='40' rect_height='40'"
+                       " fnlayer_disable='1'/><group><key desc='nested'/></group>"
+                       "</Keyboard></root>",
+                       &accepted);
+        QVERIFY(accepted);
+        QCOMPARE(QList<int>({layout.xpos, layout.ypos, layout.width, layout.height}),
+                 QList<int>({1, 2, 800, 300}));
+        QCOMPARE(layout.keys.size(), 2);
+        const KeyRecord& key = layout.keys.at(0);
+        QCOMPARE(key.code, 4UL);
+        QCOMPARE(key.desc, QStringLiteral("A"));
+        QCOMPARE(key.keyIndex, 7);
+        QCOMPARE(key.lightIndex, 9);
+        QCOMPARE(key.row, 3);
+        QCOMPARE(key.col, 12);
+        QCOMPARE(key.rect.topLeft(), QPoint(10, 20));
+        QCOMPARE(key.rect.bottomRight(), QPoint(49, 59));
+        QVERIFY(key.fnLayerDisable);
+        QCOMPARE(layout.keys.at(1).desc, QStringLiteral("nested"));
+    }
+
+    void otherAreaElementCountsTooAndTheLaterOneWins()
+    {
+        const KeyboardLayout layout = layoutFrom("<a><Keyboard xpos='1' width='800' height='300'/>"
+                                                 "<Layout109K width='900'/><key/></a>");
+        QCOMPARE(layout.width, 900);
+        QCOMPARE(layout.height, 0);
+        QCOMPARE(layout.xpos, 0);
+    }
+
+    void elementNamesAreExact()
+    {
+        bool accepted = true;
+        QCOMPARE(layoutFrom("<keyboard width='3'><Key/><KEY/></keyboard>", &accepted).width, 0);
+        QVERIFY(!accepted);
+    }
+
+    void codeIsReadInAnyBase_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<unsigned long>("code");
+        QTest::newRow("hexadecimal") << QByteArray("0x1E") << 30UL;
+        QTest::newRow("decimal") << QByteArray("30") << 30UL;
+        QTest::newRow("octal") << QByteArray("041") << 33UL;
+        QTest::newRow("word") << QByteArray("abc") << 0UL;
+        QTest::newRow("trailing-letters") << QByteArray("0x29zz") << 41UL;
+        QTest::newRow("empty") << QByteArray("") << 0UL;
+        QTest::newRow("huge") << QByteArray("99999999999999999999999") << ULONG_MAX;
+    }
+
+    void codeIsReadInAnyBase()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(unsigned long, code);
+        QCOMPARE(keyFrom("code='" + text + "'").code, code);
+    }
+
+    void decimalAttributesFallBackToZero_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("value");
+        QTest::newRow("number") << QByteArray("143") << 143;
+        QTest::newRow("negative") << QByteArray("-5") << -5;
+        QTest::newRow("spaces") << QByteArray(" 7 ") << 7;
+        QTest::newRow("hexadecimal") << QByteArray("0x10") << 0;
+        QTest::newRow("word") << QByteArray("abc") << 0;
+        QTest::newRow("too-large") << QByteArray("2147483648") << 0;
+        QTest::newRow("fraction") << QByteArray("1.5") << 0;
+    }
+
+    void decimalAttributesFallBackToZero()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, value);
+        QCOMPARE(keyFrom("light_index='" + text + "'").lightIndex, value);
+        QCOMPARE(keyFrom("key_index='" + text + "'").keyIndex, value);
+    }
+
+    void rowAndColumnStandRoundTheHash_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QPoint>("rowAndColumn");
+        QTest::newRow("both") << QByteArray("3#12") << QPoint(3, 12);
+        QTest::newRow("row-alone") << QByteArray("3") << QPoint(0, 0);
+        QTest::newRow("further-hash") << QByteArray("3#12#9") << QPoint(3, 12);
+        QTest::newRow("no-column") << QByteArray("3#") << QPoint(3, 0);
+        QTest::newRow("no-row") << QByteArray("#4") << QPoint(0, 4);
+    }
+
+    void rowAndColumnStandRoundTheHash()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QPoint, rowAndColumn);
+        const KeyRecord key = keyFrom("row_col='" + text + "'");
+        QCOMPARE(QPoint(key.row, key.col), rowAndColumn);
+    }
+
+    void onlyOneSetsTheFnFlag()
+    {
+        QVERIFY(keyFrom("fnlayer_disable='1'").fnLayerDisable);
+        for (const char* text : {"true", "0", " 1", "01", ""})
+            QVERIFY2(!keyFrom(QByteArray("fnlayer_disable='") + text + "'").fnLayerDisable, text);
+        QVERIFY(!keyFrom("").fnLayerDisable);
+    }
+
+    void nothingIsValidated()
+    {
+        const KeyboardLayout layout =
+            layoutFrom("<Keyboard><key light_index='200'/><key light_index='200'/>"
+                       "<key light_index='-1' rect_width='-3'/></Keyboard>");
+        QCOMPARE(layout.keys.size(), 3);
+        QCOMPARE(layout.keys.at(0).lightIndex, 200);
+        QCOMPARE(layout.keys.at(2).lightIndex, -1);
+        QCOMPARE(layout.keys.at(2).rect.width(), -3);
+    }
+
+    void hugeRectanglesDoNotOverflow()
+    {
+        const KeyRecord key = keyFrom("rect_left='2147483647' rect_width='2147483647'"
+                                      " rect_top='-2147483648' rect_height='-2147483648'");
+        QCOMPARE(key.rect.left(), INT_MAX);
+        QCOMPARE(key.rect.top(), INT_MIN);
+    }
+
+    void brokenDocumentIsRejectedButLeavesItsKeys()
+    {
+        bool accepted = true;
+        const KeyboardLayout layout =
+            layoutFrom("<Keyboard width='800'><key desc='A'/><key desc='B'/><broken", &accepted);
+        QVERIFY(!accepted);
+        QCOMPARE(layout.keys.size(), 2);
+        QCOMPARE(layout.width, 800);
+    }
+
+    void documentWithoutKeysIsRejected()
+    {
+        bool accepted = true;
+        layoutFrom("<Keyboard width='800'/>", &accepted);
+        QVERIFY(!accepted);
+    }
+
+    void entityBombEndsInARejection()
+    {
+        bool accepted = true;
+        QByteArray bomb = "<?xml version='1.0'?><!DOCTYPE k [<!ENTITY a 'aaaaaaaaaaaaaaaaaaaa'>";
+        for (char name = 'b'; name <= 'z'; ++name) {
+            const QByteArray previous = '&' + QByteArray(1, static_cast<char>(name - 1)) + ';';
+            bomb += "<!ENTITY " + QByteArray(1, name) + " '" + previous.repeated(10) + "'>";
+        }
+        layoutFrom(bomb + "]><Keyboard><key desc='A'/>&z;</Keyboard>", &accepted);
+        QVERIFY(!accepted);
+    }
+
+    void tenMegabytesAreRead()
+    {
+        const QByteArray key = "<key light_index='200' rect_left='1' rect_width='40'/>";
+        bool accepted = false;
+        const KeyboardLayout layout =
+            layoutFrom("<Keyboard width='800' height='300'>" +
+                           key.repeated(10'000'000 / static_cast<int>(key.size())) + "</Keyboard>",
+                       &accepted);
+        QVERIFY(accepted);
+        QVERIFY(layout.keys.size() > 100'000);
+    }
+
+    void earlierDirectoryWinsOverTheBetterName()
+    {
+        const QTemporaryDir first;
+        const QTemporaryDir second;
+        writeFile(first.filePath("rgb-keyboard.xml"), layoutNamed("first"));
+        writeFile(second.filePath("keyboard-layout.xml"), layoutNamed("second"));
+        KeyboardLayout layout;
+        layout.search({first.path(), second.path()});
+        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("first"));
+    }
+
+    void layoutNameComesBeforeTheOlderNameInOneDirectory()
+    {
+        const QTemporaryDir directory;
+        writeFile(directory.filePath("rgb-keyboard.xml"), layoutNamed("older"));
+        writeFile(directory.filePath("keyboard-layout.xml"), layoutNamed("newer"));
+        KeyboardLayout layout;
+        layout.search({directory.path()});
+        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("newer"));
+    }
+
+    void fileWithoutKeysIsPassedOver()
+    {
+        const QTemporaryDir directory;
+        writeFile(directory.filePath("keyboard-layout.xml"), "<Keyboard width='5'/>");
+        writeFile(directory.filePath("rgb-keyboard.xml"), layoutNamed("fallback"));
+        KeyboardLayout layout;
+        layout.search({directory.path()});
+        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("fallback"));
+    }
+
+    void brokenFileIsPassedOverButItsAreaMaySurvive()
+    {
+        const QTemporaryDir directory;
+        writeFile(directory.filePath("keyboard-layout.xml"), "<Keyboard width='5'><key/><oops");
+        writeFile(directory.filePath("rgb-keyboard.xml"), "<root><key desc='areal'/></root>");
+        KeyboardLayout layout;
+        layout.search({directory.path()});
+        QCOMPARE(layout.keys.size(), 1);
+        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("areal"));
+        QCOMPARE(layout.width, 5);
+    }
+
+    void lastBrokenFileLeavesItsKeys()
+    {
+        const QTemporaryDir directory;
+        writeFile(directory.filePath("keyboard-layout.xml"), "<Keyboard><key desc='left'/><oops");
+        KeyboardLayout layout;
+        layout.search({directory.path()});
+        QCOMPARE(layout.keys.size(), 1);
+    }
+
+    void whatCannotBeOpenedIsPassedOver()
+    {
+        const QTemporaryDir directory;
+        QVERIFY(QDir(directory.path()).mkdir("keyboard-layout.xml"));
+        writeFile(directory.filePath("rgb-keyboard.xml"), layoutNamed("file"));
+        KeyboardLayout layout;
+        layout.search({"/nowhere", directory.path()});
+        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("file"));
+    }
+
+    void nothingFoundLeavesTheLayoutEmpty()
+    {
+        const QTemporaryDir directory;
+        KeyboardLayout layout;
+        layout.search({directory.path()});
+        QVERIFY(layout.keys.isEmpty());
+    }
+
+    void directoriesAreSearchedInTheirOrder()
+    {
+        const QString own = QCoreApplication::applicationDirPath();
+        QCOMPARE(KeyboardLayout::searchDirectories(),
+                 QStringList({"/tmp/tavik-center/app/../resources", "/usr/share/tavik-center",
+                              "/usr/local/share/tavik-center", own + "/../share/tavik-center", own,
+                              "."}));
+    }
+
+    void instanceIsReadOnce()
+    {
+        const KeyboardLayout* first = &KeyboardLayout::instance();
+        QVERIFY(!first->keys.isEmpty()); // the layout of the build tree
+        QCOMPARE(&KeyboardLayout::instance(), first);
+    }
+};
+
+QTEST_GUILESS_MAIN(KeyboardLayoutTest)
+#include "keyboard_layout_test.moc"
