@@ -7,7 +7,10 @@
 #include "device/device.h"
 #include "model/keyboard_layout.h"
 #include "pages/keyboard_view.h"
+#include "pages/keymap_widget.h"
 #include "pages/lighting_widget.h"
+#include "pages/screen_widget.h"
+#include "pages/settings_widget.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -172,11 +175,11 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
 void MainWindow::addPages()
 {
     auto* lighting = new LightingWidget;
-    auto* keymap = createEmptyPage(QStringLiteral("Keys"));
+    auto* keymap = new KeymapWidget;
     auto* rgb = createEmptyPage(QStringLiteral("Custom Lighting"));
     auto* macros = createEmptyPage(QStringLiteral("Macros"));
-    auto* screen = createEmptyPage(QStringLiteral("TFT Screen"));
-    auto* settings = createEmptyPage(QStringLiteral("Keyboard Settings"));
+    auto* screen = new ScreenWidget;
+    auto* settings = new SettingsWidget;
     auto* favorites = createEmptyPage(QStringLiteral("Favorites"));
     auto* music = createEmptyPage(QStringLiteral("Music mode"));
 
