@@ -1,0 +1,58 @@
+#pragma once
+
+#include "model/macro_record.h"
+
+#include <QWidget>
+
+class QComboBox;
+class QLabel;
+class QListWidget;
+class QPushButton;
+class QSpinBox;
+class QTableWidget;
+
+namespace tavik {
+
+// The page on which the user makes macros. Every change is stored and saved at once; the keyboard
+// learns of it only when the user writes the macros.
+class MacroWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MacroWidget(QWidget* parent = nullptr);
+
+public slots:
+    // Asks for a name and appends a macro without actions.
+    void newMacro();
+    // Removes the current macro, without asking. The keys that play later ones are not adjusted.
+    void deleteMacro();
+    // Shows the actions of the macro in this row; of none when there is no such macro.
+    void macroSelected(int row);
+    // Appends the action set in the form to the current macro.
+    void addAction();
+    // Removes the selected action of the current macro.
+    void deleteAction();
+    // Writes all macros to the keyboard, which blocks, and shows the outcome.
+    void sendMacros();
+
+private:
+    QWidget* createMacroGroup();
+    QWidget* createActionGroup();
+    void createActionTable();
+    void createActionForm();
+    QPushButton* createButton(const QString& text, void (MacroWidget::*slot)());
+
+    [[nodiscard]] MacroRecord* currentMacro() const;
+    void refillMacroList();
+    void refillActionTable(int macroIndex);
+
+    QListWidget* macroList = nullptr;
+    QTableWidget* actionTable = nullptr;
+    QComboBox* typeSelect = nullptr;
+    QComboBox* keySelect = nullptr;
+    QSpinBox* delayInput = nullptr;
+    QLabel* statusLabel = nullptr;
+};
+
+} // namespace tavik

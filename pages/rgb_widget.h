@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QColor>
+#include <QWidget>
+
+class QLabel;
+class QLayout;
+class QPushButton;
+class QSlider;
+
+namespace tavik {
+
+class ColorPreview;
+class KeyboardView;
+
+// The page on which the user paints the keys. Every change is stored and saved at once and needs no
+// keyboard; the keyboard learns of it only when the user sends the painting.
+class RgbWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit RgbWidget(QWidget* parent = nullptr);
+
+public slots:
+    // Paints the key (0 to 143) with the brush color.
+    void keyClicked(int lightIndex);
+    // Writes all key colors to the keyboard, which blocks, and shows the outcome.
+    void apply();
+    // Makes the keyboard show its key colors and shows the outcome.
+    void applyMode();
+    // Paints all keys with the brush color, without asking.
+    void paintAll();
+    // Replaces all key colors by those of the keyboard, which blocks, and shows the outcome. They
+    // stay as they are when the reading fails.
+    void loadFromKeyboard();
+
+private:
+    QLayout* createBrushRow();
+    QLayout* createModeRow();
+    QLayout* createTransferRow();
+    void createView();
+    QPushButton* createButton(const QString& text, void (RgbWidget::*slot)());
+
+    void chooseBrushColor();
+    void paintKey(std::size_t lightIndex);
+    void refreshColors();
+    void showOutcome(bool succeeded, const QString& successText);
+
+    QColor brushColor{255, 60, 60};
+
+    ColorPreview* preview = nullptr;
+    QSlider* brightnessSlider = nullptr;
+    KeyboardView* view = nullptr;
+    QLabel* statusLabel = nullptr;
+};
+
+} // namespace tavik
