@@ -41,20 +41,19 @@ QList<Strip> strips()
 {
     const QSize sidebar(36, 36);
     const QSize button(30, 30);
-    const QList<QColor> sidebarFrames{normalColor, hoverColor, selectedColor, disabledColor};
-    const QList<QColor> windowFrames{normalColor, hoverColor, selectedColor, disabledColor};
+    const QList<QColor> stateFrames{normalColor, hoverColor, selectedColor, disabledColor};
     const QList<QColor> directionFrames{normalColor, hoverColor, pressedColor, disabledColor,
                                         selectedColor};
     return {
-        {"icons/tab_home.png", "home", sidebar, sidebarTarget, 0, sidebarFrames},
-        {"icons/tab_customkey.png", "keys", sidebar, sidebarTarget, 0, sidebarFrames},
-        {"icons/tab_macro.png", "macro", sidebar, sidebarTarget, 0, sidebarFrames},
-        {"icons/tab_light.png", "light", sidebar, sidebarTarget, 0, sidebarFrames},
-        {"icons/tab_lcd.png", "screen", {32, 22}, screenTarget, 0, sidebarFrames},
-        {"icons/tab_customlight.png", "palette", sidebar, sidebarTarget, 0, sidebarFrames},
-        {"icons/tab_config.png", "settings", sidebar, sidebarTarget, 0, sidebarFrames},
-        {"main_sysbtn_min.png", "minimize", button, buttonTarget, 0, windowFrames},
-        {"main_sysbtn_close.png", "close", button, buttonTarget, 0, windowFrames},
+        {"icons/tab_home.png", "home", sidebar, sidebarTarget, 0, stateFrames},
+        {"icons/tab_customkey.png", "keys", sidebar, sidebarTarget, 0, stateFrames},
+        {"icons/tab_macro.png", "macro", sidebar, sidebarTarget, 0, stateFrames},
+        {"icons/tab_light.png", "light", sidebar, sidebarTarget, 0, stateFrames},
+        {"icons/tab_lcd.png", "screen", {32, 22}, screenTarget, 0, stateFrames},
+        {"icons/tab_customlight.png", "palette", sidebar, sidebarTarget, 0, stateFrames},
+        {"icons/tab_config.png", "settings", sidebar, sidebarTarget, 0, stateFrames},
+        {"main_sysbtn_min.png", "minimize", button, buttonTarget, 0, stateFrames},
+        {"main_sysbtn_close.png", "close", button, buttonTarget, 0, stateFrames},
         {"img_direction_top.png", "arrow_up", button, buttonTarget, 0, directionFrames},
         {"img_direction_right.png", "arrow_up", button, buttonTarget, 90, directionFrames},
         {"img_direction_bottom.png", "arrow_up", button, buttonTarget, 180, directionFrames},

@@ -12,7 +12,9 @@ namespace {
 const QRegularExpression& tokens()
 {
     static const QRegularExpression expression(
-        R"re(//[^\n]*|/\*.*?\*/|R"([^(\s]*)\((?<raw>.*?)\)\1"|"(?<text>(?:[^"\\\n]|\\.)*)"|(?<!\w)'(?:[^'\\\n]|\\.)+')re",
+        R"re(//[^\n]*|/\*.*?\*/)re"
+        R"re(|R"([^(\s]*)\((?<raw>.*?)\)\1"|"(?<text>(?:[^"\\\n]|\\.)*)")re"
+        R"re(|(?<!\w)'(?:[^'\\\n]|\\.)+')re",
         QRegularExpression::DotMatchesEverythingOption);
     return expression;
 }

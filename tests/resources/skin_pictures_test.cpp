@@ -18,8 +18,8 @@ class SkinPicturesTest : public QObject
 private slots:
     void stripHasItsFrames_data();
     void stripHasItsFrames();
-    void framesAreOneShapeInFourColors_data();
-    void framesAreOneShapeInFourColors();
+    void framesAreOneShapeInDifferentColors_data();
+    void framesAreOneShapeInDifferentColors();
     void chosenFrameShowsTheAccent_data();
     void chosenFrameShowsTheAccent();
     void restingFrameIsReadable_data();
@@ -160,12 +160,12 @@ void SkinPicturesTest::stripHasItsFrames()
     }
 }
 
-void SkinPicturesTest::framesAreOneShapeInFourColors_data()
+void SkinPicturesTest::framesAreOneShapeInDifferentColors_data()
 {
     addStripRows();
 }
 
-void SkinPicturesTest::framesAreOneShapeInFourColors()
+void SkinPicturesTest::framesAreOneShapeInDifferentColors()
 {
     QFETCH(int, index);
     const Strip& strip = strips().at(index);
