@@ -9,6 +9,8 @@
 #include "pages/keyboard_view.h"
 #include "pages/keymap_widget.h"
 #include "pages/lighting_widget.h"
+#include "pages/macro_widget.h"
+#include "pages/rgb_widget.h"
 #include "pages/screen_widget.h"
 #include "pages/settings_widget.h"
 
@@ -176,8 +178,8 @@ void MainWindow::addPages()
 {
     auto* lighting = new LightingWidget;
     auto* keymap = new KeymapWidget;
-    auto* rgb = createEmptyPage(QStringLiteral("Custom Lighting"));
-    auto* macros = createEmptyPage(QStringLiteral("Macros"));
+    auto* rgb = new RgbWidget;
+    auto* macros = new MacroWidget;
     auto* screen = new ScreenWidget;
     auto* settings = new SettingsWidget;
     auto* favorites = createEmptyPage(QStringLiteral("Favorites"));
