@@ -30,6 +30,7 @@ int main(int argc, char* argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
     applyApplicationStyle(*qApp);
 
+    VirtualBus::instance().unplug(); // plugged in by the tour
     MainWindow window;
     window.move(0, 0);
     window.show();

@@ -1,51 +1,29 @@
 #include "virtual_keyboard/tour/tour.h"
 
-#include "virtual_keyboard/virtual_bus.h"
+#include "model/keyboard_layout.h"
+#include "pages/keyboard_view.h"
+#include "virtual_keyboard/tour/held.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QRegularExpression>
-#include <QSlider>
 
+#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 
 namespace tavik::virtual_keyboard {
 
-namespace {
-
-constexpr unsigned leftArrowKey = 0xFF51;
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
-
-const KeyboardState& held()
-{
-    return bus().keyboard().state();
-}
-
-QString lightingText()
-{
-    return QString::fromStdString(bus().keyboard().lightingSummary());
-}
-
-QWidget* widgetByAccessibleName(const QString& name)
-{
-    for (QWidget* widget : QApplication::allWidgets()) {
-        if (widget->isVisible() && widget->accessibleName() == name)
-            return widget;
-    }
-    return nullptr;
-}
-
-} // namespace
-
 bool Tour::run()
 {
     try {
+        visitWithoutKeyboard();
         visitLighting();
+        visitKeys();
+        visitMacros();
+        visitColors();
+        visitScreen();
+        visitSettings();
         step(
             QStringLiteral("the keyboard has nothing to complain about"), [] {},
             [] { return bus().violations().empty(); },
@@ -94,74 +72,36 @@ void Tour::showPage(const QString& title)
         throw std::runtime_error("a page does not show");
 }
 
-void Tour::visitLighting()
+void Tour::clickKey(const QString& description, MouseButton button)
 {
-    showPage(QStringLiteral("Light Effect Mode"));
-    step(
-        QStringLiteral("choose the effect Breath"),
-        [&] {
-            driver.clickAt(
-                [] {
-                    auto* list = qobject_cast<QListWidget*>(
-                        TourDriver::widgetNamed(QStringLiteral("effectList")));
-                    return list == nullptr ? nullptr : list->viewport();
-                },
-                [](QWidget& viewport) {
-                    auto* list = qobject_cast<QListWidget*>(viewport.parentWidget());
-                    return list->visualItemRect(list->item(6)).center();
-                });
-        },
-        [] { return held().lighting[0] == 0x07; }, lightingText);
-
-    step(
-        QStringLiteral("pick a blue on the color wheel"),
-        [&] {
-            driver.clickAt([] { return widgetByAccessibleName(QStringLiteral("Color wheel")); },
-                           [](QWidget& wheel) { return wheel.rect().center() + QPoint(-48, 83); });
-            driver.click([] { return widgetByAccessibleName(QStringLiteral("Random Color")); });
-        },
-        [] {
-            const Report& lighting = held().lighting;
-            return lighting[8] == 0 && (lighting[1] != 0xFF || lighting[3] != 0);
-        },
-        lightingText);
-
-    step(
-        QStringLiteral("take the orange swatch"),
-        [&] {
-            driver.click([] { return widgetByAccessibleName(QStringLiteral("Color #e94f00")); });
-        },
-        [] {
-            const Report& lighting = held().lighting;
-            return lighting[1] == 0xE9 && lighting[2] == 0x4F && lighting[3] == 0x00;
-        },
-        lightingText);
-
-    step(
-        QStringLiteral("lower the brightness by two"),
-        [&] {
-            const auto slider = [] { return widgetByAccessibleName(QStringLiteral("Brightness")); };
-            // The handle stands at the right end; a press on it only takes the focus.
-            driver.clickAt(slider, [](QWidget& widget) {
-                return QPoint(widget.width() - 8, widget.height() / 2);
+    const auto visibleView = []() -> QWidget* {
+        for (QWidget* widget : QApplication::allWidgets()) {
+            if (qobject_cast<KeyboardView*>(widget) != nullptr && widget->isVisible())
+                return widget;
+        }
+        return nullptr;
+    };
+    driver.clickAt(
+        visibleView,
+        [description](QWidget& widget) {
+            const QList<KeyRecord>& keys = KeyboardLayout::instance().keys;
+            const auto key = std::find_if(keys.begin(), keys.end(), [&](const KeyRecord& record) {
+                return record.desc == description;
             });
-            driver.pressKey(leftArrowKey);
-            driver.pressKey(leftArrowKey);
+            return static_cast<KeyboardView&>(widget).hitRectangle(*key).center();
         },
-        [] { return held().lighting[9] == 3; }, lightingText);
+        button);
+}
 
+// The settings page looks for the keyboard every five seconds.
+void Tour::visitWithoutKeyboard()
+{
     step(
-        QStringLiteral("turn the effect upward"),
-        [&] {
-            driver.click([] { return widgetByAccessibleName(QStringLiteral("Direction up")); });
-        },
-        [] { return held().lighting[11] == 2; }, lightingText);
-
+        QStringLiteral("start without a keyboard"), [] {}, [] { return bus().openHandles() == 0; },
+        [] { return QStringLiteral("not connected"); });
     step(
-        QStringLiteral("sleep after 30 minutes"),
-        [&] { driver.click([] { return TourDriver::buttonWithText(QStringLiteral("30 min")); }); },
-        [] { return held().sleepCode == 3; },
-        [] { return QStringLiteral("sleep code %1").arg(held().sleepCode); });
+        QStringLiteral("plug the keyboard in"), [&] { driver.onGui([] { bus().plug(); }); },
+        [] { return bus().openHandles() == 1; }, [] { return QStringLiteral("connected"); });
 }
 
 } // namespace tavik::virtual_keyboard

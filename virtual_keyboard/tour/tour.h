@@ -28,7 +28,16 @@ private:
               const Words& words);
     void showPage(const QString& title);
 
+    // A press on the drawn key that the layout file calls so, on the page shown.
+    void clickKey(const QString& description, MouseButton button = MouseButton::Left);
+
+    void visitWithoutKeyboard();
     void visitLighting();
+    void visitKeys();
+    void visitMacros();
+    void visitColors();
+    void visitScreen();
+    void visitSettings();
 
     TourDriver& driver;
     int stepsTaken = 0;

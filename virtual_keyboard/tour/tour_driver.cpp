@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QMenu>
 #include <QPixmap>
 #include <QScreen>
 #include <QThread>
@@ -118,6 +119,29 @@ QAbstractButton* TourDriver::buttonWithToolTip(const QString& toolTip)
     }));
 }
 
+QWidget* TourDriver::widgetCalled(const QString& accessibleName)
+{
+    return findVisible([&](QWidget& widget) { return widget.accessibleName() == accessibleName; });
+}
+
+QLabel* TourDriver::labelWithText(const QString& text)
+{
+    return qobject_cast<QLabel*>(findVisible([&](QWidget& widget) {
+        const auto* label = qobject_cast<QLabel*>(&widget);
+        return label != nullptr && label->text() == text;
+    }));
+}
+
+QWidget* TourDriver::widgetLabeled(const QString& labelText)
+{
+    const QLabel* label = qobject_cast<QLabel*>(findVisible([&](QWidget& widget) {
+        const auto* candidate = qobject_cast<QLabel*>(&widget);
+        return candidate != nullptr && candidate->text() == labelText &&
+               candidate->buddy() != nullptr;
+    }));
+    return label == nullptr ? nullptr : label->buddy();
+}
+
 QPoint TourDriver::screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where)
 {
     if (!waitUntil([&] { return finder() != nullptr; }))
@@ -170,27 +194,57 @@ void TourDriver::clickScreen(QPoint point, MouseButton button)
     fakeInput(XCB_BUTTON_RELEASE, detail);
 }
 
-void TourDriver::pressKey(unsigned keySymbol)
+void TourDriver::chooseMenuEntry(const QString& submenu, const QString& text)
 {
-    const KeyCode key = findKeyCode(connection, keySymbol);
-    sendKey(key.code, key.shifted);
+    if (!submenu.isEmpty())
+        clickMenuEntry(submenu);
+    clickMenuEntry(text);
+}
+
+void TourDriver::clickMenuEntry(const QString& text)
+{
+    const auto entry = [text]() -> std::pair<QMenu*, QAction*> {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            auto* menu = qobject_cast<QMenu*>(widget);
+            if (menu == nullptr || !menu->isVisible())
+                continue;
+            for (QAction* action : menu->actions()) {
+                if (action->text() == text)
+                    return {menu, action};
+            }
+        }
+        return {nullptr, nullptr};
+    };
+    if (!waitUntil([&] { return entry().first != nullptr; }))
+        throw std::runtime_error("a menu entry is not there");
+    clickScreen(onGui([&] {
+                    const auto [menu, action] = entry();
+                    return menu->mapToGlobal(menu->actionGeometry(action).center());
+                }),
+                MouseButton::Left);
+}
+
+void TourDriver::pressKey(KeySymbol key)
+{
+    pressSymbol(static_cast<unsigned>(key));
 }
 
 void TourDriver::type(const QString& text)
 {
     // Latin-1 characters are their own key symbols.
     for (const QChar character : text)
-        pressKey(character.unicode());
+        pressSymbol(character.unicode());
 }
 
-void TourDriver::sendKey(unsigned keyCode, bool shifted)
+void TourDriver::pressSymbol(unsigned keySymbol)
 {
+    const KeyCode key = findKeyCode(connection, keySymbol);
     const unsigned shift = findKeyCode(connection, shiftKeySymbol).code;
-    if (shifted)
+    if (key.shifted)
         fakeInput(XCB_KEY_PRESS, shift);
-    fakeInput(XCB_KEY_PRESS, keyCode);
-    fakeInput(XCB_KEY_RELEASE, keyCode);
-    if (shifted)
+    fakeInput(XCB_KEY_PRESS, key.code);
+    fakeInput(XCB_KEY_RELEASE, key.code);
+    if (key.shifted)
         fakeInput(XCB_KEY_RELEASE, shift);
 }
 

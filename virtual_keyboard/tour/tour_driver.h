@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QComboBox>
+#include <QLabel>
 #include <QListWidget>
 #include <QMetaObject>
 #include <QString>
@@ -16,6 +17,9 @@ struct xcb_connection_t;
 namespace tavik::virtual_keyboard {
 
 enum class MouseButton { Left = 1, Middle = 2, Right = 3 };
+
+// Keys that stand for no character, by their X key symbols.
+enum class KeySymbol : unsigned { Return = 0xFF0D, Left = 0xFF51 };
 
 // Uses the program as a person would: it moves the pointer, clicks and types through the X server,
 // so that every event takes the way of a real one. It runs in a thread of its own, because the
@@ -52,6 +56,9 @@ public:
     static QWidget* widgetNamed(const QString& objectName);
     static QAbstractButton* buttonWithText(const QString& text);
     static QAbstractButton* buttonWithToolTip(const QString& toolTip);
+    static QWidget* widgetCalled(const QString& accessibleName);
+    static QWidget* widgetLabeled(const QString& labelText); // the buddy of that label
+    static QLabel* labelWithText(const QString& text);
 
     // Input. A widget is clicked at its center or at a point of its own. The functions wait until
     // the finder finds something and throw std::runtime_error when it never does.
@@ -60,7 +67,9 @@ public:
     void clickAt(const Finder& finder, const std::function<QPoint(QWidget&)>& where,
                  MouseButton button = MouseButton::Left);
     void chooseItem(const Finder& comboFinder, const QString& text);
-    void pressKey(unsigned keySymbol);
+    // In the menu that is open: enters the submenu, when one is named, and clicks the entry.
+    void chooseMenuEntry(const QString& submenu, const QString& text);
+    void pressKey(KeySymbol key);
     // Latin text.
     void type(const QString& text);
 
@@ -72,7 +81,8 @@ private:
     QPoint screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where);
     void clickScreen(QPoint point, MouseButton button);
     void fakeInput(unsigned type, unsigned detail, QPoint point = {});
-    void sendKey(unsigned keyCode, bool shifted);
+    void pressSymbol(unsigned keySymbol);
+    void clickMenuEntry(const QString& text);
 
     xcb_connection_t* connection = nullptr;
     QString directory;

@@ -1,0 +1,91 @@
+#include "tests/support/made_images.h"
+#include "virtual_keyboard/tour/held.h"
+#include "virtual_keyboard/tour/tour.h"
+
+#include <QFile>
+#include <QLineEdit>
+#include <QPainter>
+#include <QTemporaryDir>
+
+namespace tavik::virtual_keyboard {
+
+namespace {
+
+constexpr int animationFrames = 4;
+constexpr int animationHundredths = 20;
+
+// Stands in for a photograph: soft color everywhere and no flat areas.
+QImage photo()
+{
+    QImage image(640, 480, QImage::Format_RGB32);
+    QPainter painter(&image);
+    QLinearGradient sky(0, 0, 640, 480);
+    sky.setColorAt(0, QColor(24, 40, 92));
+    sky.setColorAt(0.6, QColor(232, 124, 60));
+    sky.setColorAt(1, QColor(40, 24, 40));
+    painter.fillRect(image.rect(), sky);
+    QRadialGradient sun(420, 300, 150);
+    sun.setColorAt(0, QColor(255, 244, 200));
+    sun.setColorAt(1, QColor(255, 180, 80, 0));
+    painter.fillRect(image.rect(), sun);
+    return image;
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        throw std::runtime_error("a picture of the tour cannot be written");
+}
+
+bool slotHolds(int slot, std::size_t frames)
+{
+    return bus().keyboard().screenSlot(slot).size() == frames;
+}
+
+} // namespace
+
+void Tour::visitScreen()
+{
+    const QTemporaryDir pictures;
+    const QString gif = pictures.filePath(QStringLiteral("colors.gif"));
+    const QString png = pictures.filePath(QStringLiteral("photo.png"));
+    writeFile(gif, tests::encodePlainGif(QSize(96, 64),
+                                         {qRgb(218, 82, 0), qRgb(30, 120, 220), qRgb(40, 160, 80),
+                                          qRgb(240, 200, 60)},
+                                         animationHundredths));
+    writeFile(png, tests::encodeImage(photo(), "png"));
+
+    const auto button = [](const char* text) {
+        return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
+    };
+    showPage(QStringLiteral("TFT Screen"));
+    step(
+        QStringLiteral("import an animation and a photo"),
+        [&] {
+            driver.click([] {
+                return TourDriver::buttonWithText(
+                    QStringLiteral("Import GIF / images (resized to 128×128)…"));
+            });
+            driver.click([] { return TourDriver::widgetNamed(QStringLiteral("fileNameEdit")); });
+            driver.type(QStringLiteral("\"%1\" \"%2\"").arg(gif, png));
+            driver.takePicture(QStringLiteral("file-dialog"));
+            driver.pressKey(KeySymbol::Return);
+        },
+        [] { return TourDriver::labelWithText(QStringLiteral("5 frame(s) imported.")) != nullptr; },
+        [] { return QStringLiteral("5 frames"); });
+
+    step(
+        QStringLiteral("send them to slot 1"), [&] { driver.click(button("Send to screen")); },
+        [] {
+            const QString text = QStringLiteral(
+                "Animation sent (slot 1, 5 frames). Press Fn + Delete to display it.");
+            return slotHolds(1, animationFrames + 1) && TourDriver::labelWithText(text) != nullptr;
+        },
+        [] {
+            return QStringLiteral("slot 1 plays %1 frames")
+                .arg(bus().keyboard().screenSlot(1).size());
+        });
+}
+
+} // namespace tavik::virtual_keyboard
