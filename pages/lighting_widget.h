@@ -54,7 +54,8 @@ private:
     QLayout* createSwatches();
     QLayout* createSleepChoices();
     QWidget* createOptionsColumn();
-    void addLabeledSlider(QVBoxLayout* column, const QString& title, QSlider*& slider, int startValue);
+    void addLabeledSlider(QVBoxLayout* column, const QString& title, QSlider*& slider,
+                          int startValue);
     QLayout* createDirectionPad();
     void createStatusLabel();
 

@@ -1,8 +1,8 @@
 #include "virtual_keyboard/demo/keyboard_window.h"
 
 #include "model/key_names.h"
-#include "model/macro_record.h"
 #include "model/keyboard_layout.h"
+#include "model/macro_record.h"
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QImage>
