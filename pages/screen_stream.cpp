@@ -36,8 +36,11 @@ quint16 packedPixel(QRgb pixel)
 std::uint8_t* writeFrame(const QImage& frame, std::uint8_t* out)
 {
     Q_ASSERT(frame.size() == screenSize);
-    // Eight bits a channel, without transparency.
-    const QImage image = frame.convertToFormat(QImage::Format_RGB32);
+    // Eight bits a channel and no transparency, held in words of 32 bits; most frames come so.
+    const QImage image =
+        frame.format() == QImage::Format_RGB32
+            ? frame
+            : frame.convertToFormat(QImage::Format_RGB888).convertToFormat(QImage::Format_RGB32);
     for (int y = 0; y < screenSize.height(); ++y) {
         const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
         for (int x = 0; x < screenSize.width(); ++x) {

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+#include <QList>
+#include <QRect>
+
+#include <cstdint>
+
+namespace tavik::tests {
+
+enum class GifDisposal : std::uint8_t { Unspecified = 0, Keep = 1, Background = 2, Previous = 3 };
+
+// One frame of a GIF, as the file states it.
+struct GifFrame
+{
+    QRect area;
+    QByteArray pixels;   // palette indices of the area, row by row
+    int hundredths = 10; // -1 leaves out the block that holds time, disposal and transparency
+    GifDisposal disposal = GifDisposal::Unspecified;
+    int transparent = -1; // palette index, or none
+    bool isInterlaced = false;
+    QList<QRgb> palette; // of this frame alone; empty takes that of the file
+};
+
+struct Gif
+{
+    QSize size;
+    QList<QRgb> palette; // at most 256
+    std::uint8_t background = 0;
+    QList<GifFrame> frames;
+};
+
+[[nodiscard]] QByteArray encodeGif(const Gif& gif);
+
+// A GIF of full frames, each filled with a color of its own and shown for that long.
+[[nodiscard]] QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths);
+
+// Bytes of a picture in one of the formats that Qt writes ("png", "jpg", "bmp").
+[[nodiscard]] QByteArray encodeImage(const QImage& image, const char* format, int quality = -1);
+
+// A JPEG that asks to be turned as the orientation (1 to 8) says.
+[[nodiscard]] QByteArray encodeTurnedJpeg(const QImage& image, std::uint8_t orientation);
+
+// A JPEG in four inks whose width and height are multiples of 8, each 8 x 8 block in the color of
+// its top left pixel.
+[[nodiscard]] QByteArray encodeCmykJpeg(const QImage& image);
+
+// A gray PNG with that many bits for each pixel, all black. Its bytes are few, whatever its size.
+[[nodiscard]] QByteArray encodeBlackPng(QSize size, int bitsPerPixel);
+
+} // namespace tavik::tests
