@@ -29,12 +29,20 @@ constexpr int macroGroupWidth = 280; // at most
 constexpr int formSpacing = 8;
 constexpr int longestDelayMs = 65535;
 
+// A list of 120 keys would otherwise open over the whole screen, and the scroll bars would show the
+// ends of unstyled ones.
+constexpr const char* pageStyleSheet =
+    "QComboBox{combobox-popup:0;}"
+    "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0;}"
+    "QListWidget::item{padding:2px 0;}";
+
 enum ActionColumn { DelayColumn, ActionTextColumn, PressColumn, ActionColumnCount };
 
 } // namespace
 
 MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
 {
+    setStyleSheet(QLatin1String(pageStyleSheet));
     auto* groups = new QHBoxLayout;
     groups->addWidget(createMacroGroup());
     groups->addWidget(createActionGroup(), 1);
@@ -90,6 +98,7 @@ QWidget* MacroWidget::createActionGroup()
     createActionForm();
 
     auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(formSpacing);
     buttons->addWidget(createButton(tr("Add action"), &MacroWidget::addAction));
     buttons->addWidget(createButton(tr("Remove action"), &MacroWidget::deleteAction));
     buttons->addStretch();
@@ -113,6 +122,8 @@ void MacroWidget::createActionTable()
     actionTable->setAccessibleName(tr("Actions"));
     actionTable->setHorizontalHeaderLabels({tr("Delay (ms)"), tr("Action"), tr("Type")});
     actionTable->horizontalHeader()->setSectionResizeMode(ActionTextColumn, QHeaderView::Stretch);
+    actionTable->horizontalHeader()->setHighlightSections(false);
+    actionTable->verticalHeader()->hide();
     actionTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
     actionTable->setSelectionBehavior(QAbstractItemView::SelectRows);
     actionTable->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -127,6 +138,7 @@ void MacroWidget::createActionForm()
     for (const std::uint8_t usage : offeredKeyUsages())
         keySelect->addItem(keyName(usage), usage);
     delayInput = new QSpinBox(this);
+    delayInput->setButtonSymbols(QAbstractSpinBox::NoButtons); // nobody clicks up to 65535
     delayInput->setRange(0, longestDelayMs);
     delayInput->setSuffix(tr(" ms"));
 }
