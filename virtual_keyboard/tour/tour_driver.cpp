@@ -4,10 +4,12 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QLineEdit>
 #include <QMenu>
 #include <QPixmap>
 #include <QScreen>
 #include <QThread>
+#include <QWindow>
 
 #include <stdexcept>
 #include <xcb/xcb.h>
@@ -144,7 +146,13 @@ QWidget* TourDriver::widgetLabeled(const QString& labelText)
 
 QPoint TourDriver::screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where)
 {
-    if (!waitUntil([&] { return finder() != nullptr; }))
+    // A window is shown before the X server maps it; an early click would go through it.
+    const auto isThere = [&] {
+        const QWidget* widget = finder();
+        return widget != nullptr && widget->window()->windowHandle() != nullptr &&
+               widget->window()->windowHandle()->isExposed();
+    };
+    if (!waitUntil(isThere))
         throw std::runtime_error("a widget of the tour is not there");
     return onGui([&] {
         QWidget* widget = finder();
@@ -231,6 +239,13 @@ void TourDriver::pressKey(KeySymbol key)
 
 void TourDriver::type(const QString& text)
 {
+    // The X server focuses a new window some time after it shows.
+    const bool isListening = waitUntil([] {
+        const auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+        return field != nullptr && field->isActiveWindow();
+    });
+    if (!isListening)
+        throw std::runtime_error("no text field has the focus");
     // Latin-1 characters are their own key symbols.
     for (const QChar character : text)
         pressSymbol(character.unicode());

@@ -70,7 +70,7 @@ public:
     // In the menu that is open: enters the submenu, when one is named, and clicks the entry.
     void chooseMenuEntry(const QString& submenu, const QString& text);
     void pressKey(KeySymbol key);
-    // Latin text.
+    // Latin text, into the text field that has the focus or gets it soon.
     void type(const QString& text);
 
     // Saves what the screen shows as "<name>.png".
