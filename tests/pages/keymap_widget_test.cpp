@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
+#include <QToolTip>
 
 #include <csignal>
 #include <sys/wait.h>
@@ -645,6 +646,24 @@ private slots:
             QVERIFY2(!changed.isEmpty(), "nothing was drawn");
             QVERIFY2(inside.contains(changed), qPrintable(QString::number(lightIndex)));
         }
+    }
+
+    void toolTipTellsTheWholeCaption()
+    {
+        AppState& state = AppState::instance();
+        const QString name = QStringLiteral("<i>%1</i>").arg(QString(60, u'W'));
+        state.macros = {{name, {}}};
+        state.layerBase.at(keyA) = {6, 0, 0, 0};
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        const auto hover = [view](QPoint position) {
+            QHelpEvent event(QEvent::ToolTip, position, view->mapToGlobal(position));
+            QApplication::sendEvent(view, &event);
+        };
+        hover(centerOf(*view, keyS));
+        QCOMPARE(QToolTip::text(), QString());
+        hover(centerOf(*view, keyA));
+        QVERIFY(QToolTip::text().contains(name.toHtmlEscaped()));
     }
 
     void captionFontNeverGetsUnreadable()

@@ -156,6 +156,32 @@ private slots:
         QVERIFY(!bus().keyboard().sessionOpen());
     }
 
+    // Another page's reports must not come between, not even before the closing FINISH.
+    void deviceIsLockedFromTheFirstReportToTheLast_data()
+    {
+        QTest::addColumn<int>("failingStep");
+        QTest::newRow("good") << 0;
+        QTest::newRow("header rejected") << headerStep;
+        QTest::newRow("COMMIT rejected") << commitStep;
+    }
+    void deviceIsLockedFromTheFirstReportToTheLast()
+    {
+        QFETCH(int, failingStep);
+        if (failingStep > 0)
+            bus().failAt(failingStep, virtual_keyboard::answerStatus(5));
+        int lines = 0;
+        int unlockedLines = 0;
+        bus().setListener([&] {
+            ++lines;
+            unlockedLines += deviceLockIsFree() ? 1 : 0;
+        });
+        QCOMPARE(writeLayer(LayerId::Base, variedLayer()), failingStep == 0);
+        bus().setListener({});
+        QVERIFY(lines > 0);
+        QCOMPARE(unlockedLines, 0);
+        QVERIFY(deviceLockIsFree());
+    }
+
     void busySessionIsAskedAgain()
     {
         bus().failAt(openStep, virtual_keyboard::busy(), 2);
