@@ -55,6 +55,13 @@ KeyCode findKeyCode(xcb_connection_t* connection, unsigned keySymbol)
     throw std::runtime_error("no key for a symbol");
 }
 
+// A window is shown before the X server maps it; an early click would go through it.
+bool isMapped(const QWidget& widget)
+{
+    const QWindow* window = widget.window()->windowHandle();
+    return window != nullptr && window->isExposed();
+}
+
 template <typename Matches>
 QWidget* findVisible(Matches matches)
 {
@@ -146,11 +153,9 @@ QWidget* TourDriver::widgetLabeled(const QString& labelText)
 
 QPoint TourDriver::screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where)
 {
-    // A window is shown before the X server maps it; an early click would go through it.
     const auto isThere = [&] {
         const QWidget* widget = finder();
-        return widget != nullptr && widget->window()->windowHandle() != nullptr &&
-               widget->window()->windowHandle()->isExposed();
+        return widget != nullptr && isMapped(*widget);
     };
     if (!waitUntil(isThere))
         throw std::runtime_error("a widget of the tour is not there");
@@ -207,6 +212,9 @@ void TourDriver::chooseMenuEntry(const QString& submenu, const QString& text)
     if (!submenu.isEmpty())
         clickMenuEntry(submenu);
     clickMenuEntry(text);
+    // Until it is gone, the menu swallows the next click.
+    if (!waitUntil([] { return QApplication::activePopupWidget() == nullptr; }))
+        throw std::runtime_error("a menu does not close");
 }
 
 void TourDriver::clickMenuEntry(const QString& text)
@@ -214,7 +222,7 @@ void TourDriver::clickMenuEntry(const QString& text)
     const auto entry = [text]() -> std::pair<QMenu*, QAction*> {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
             auto* menu = qobject_cast<QMenu*>(widget);
-            if (menu == nullptr || !menu->isVisible())
+            if (menu == nullptr || !menu->isVisible() || !isMapped(*menu))
                 continue;
             for (QAction* action : menu->actions()) {
                 if (action->text() == text)
