@@ -38,6 +38,21 @@ constexpr const char* pageStyleSheet =
 
 enum ActionColumn { DelayColumn, ActionTextColumn, PressColumn, ActionColumnCount };
 
+// The base class makes the first row current as soon as the focus comes in, and "Delete" does not
+// ask: here a macro is chosen by the user only.
+class MacroList : public QListWidget
+{
+public:
+    using QListWidget::QListWidget;
+
+protected:
+    void focusInEvent(QFocusEvent* event) override
+    {
+        QAbstractScrollArea::focusInEvent(event);
+        viewport()->update();
+    }
+};
+
 } // namespace
 
 MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
@@ -78,7 +93,7 @@ QWidget* MacroWidget::createMacroGroup()
 {
     auto* group = new QGroupBox(tr("Macros"), this);
     group->setMaximumWidth(macroGroupWidth);
-    macroList = new QListWidget(group);
+    macroList = new MacroList(group);
     macroList->setAccessibleName(tr("Macros"));
 
     auto* buttons = new QHBoxLayout;
@@ -185,7 +200,7 @@ void MacroWidget::deleteMacro()
 
 void MacroWidget::macroSelected(int row)
 {
-    // The list makes a row current without marking it when the focus comes in by the Tab key.
+    // Every button acts on the current row, so it has to be the marked one.
     if (QListWidgetItem* item = macroList->item(row))
         item->setSelected(true);
     refillActionTable(row);
