@@ -21,6 +21,8 @@
 #include <QVBoxLayout>
 
 #include <array>
+#include <initializer_list>
+#include <tuple>
 
 namespace tavik {
 

@@ -41,7 +41,6 @@ QToolButton* createSystemButton(const QString& objectName, const QString& toolTi
     button->setToolTip(toolTip);
     button->setAccessibleName(toolTip);
     button->setIcon(spriteStripIcon(stripName, systemButtonSize));
-    button->setFocusPolicy(Qt::TabFocus);
     return button;
 }
 

@@ -77,9 +77,6 @@ void KeyboardLayout::search(const QStringList& directories)
     for (const QString& directory : directories) {
         for (const char* name : {"keyboard-layout.xml", "rgb-keyboard.xml"}) {
             const QString path = QDir(directory).filePath(QLatin1String(name));
-            // Asked first: opening a name that is not there makes some readers complain.
-            if (!QFile::exists(path))
-                continue;
             QFile file(path);
             if (file.open(QIODevice::ReadOnly) && read(file))
                 return;

@@ -42,13 +42,13 @@ constexpr QSize directionFrameSize(30, 30);
 constexpr int directionPlainFrame = 0;
 constexpr int directionChosenFrame = 4;
 constexpr int swatchColumns = 7;
+constexpr int panelMinimumHeight = 290;
 
 constexpr std::array<const char*, 14> swatchColors{
     "#ff0000", "#ec00db", "#8d00ff", "#1515ec", "#0090f3", "#00dfe0", "#29953c",
     "#00e500", "#a4e900", "#f3e500", "#f2a000", "#e94f00", "#f4f4f4", "#090909"};
 
-// The button's place in the pad is that of the original artwork: the arrow to the right stands on
-// the left and the other way round, as owners of the keyboard know it.
+// On purpose the arrow to the right stands in the left cell, and the other way round.
 struct DirectionEntry
 {
     const char* picture;
@@ -96,8 +96,10 @@ LightingWidget::LightingWidget(QWidget* parent)
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(8, 10, 5, 0);
     row->setSpacing(10);
-    // A window too small for the page cuts it at its edges instead of piling up its parts.
-    row->setSizeConstraint(QLayout::SetMinimumSize);
+    // In a window too small for the page, the picture is scaled and the panel is cut at the edges;
+    // nothing is drawn over anything else.
+    row->setSizeConstraint(QLayout::SetNoConstraint);
+    setMinimumHeight(row->contentsMargins().top() + previewMinimumHeight + panelMinimumHeight);
     createEffectList(row);
     row->addWidget(createRightSide(), 1);
     createStatusLabel();
@@ -130,6 +132,7 @@ QWidget* LightingWidget::createRightSide()
 {
     auto* right = new QWidget(this);
     right->setObjectName(QStringLiteral("lightingRight"));
+    right->setMinimumWidth(1); // narrower than the panel
     auto* column = new QVBoxLayout(right);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -142,9 +145,10 @@ QWidget* LightingWidget::createPanel()
 {
     auto* panel = new QWidget(this);
     panel->setObjectName(QStringLiteral("lightingPanel"));
-    panel->setMinimumHeight(290);
+    panel->setMinimumHeight(panelMinimumHeight);
     auto* row = new QHBoxLayout(panel);
     row->setContentsMargins(12, 16, 14, 0);
+    row->setSizeConstraint(QLayout::SetMinimumSize);
 
     wheel = new PaletteWheel(panel);
     wheel->onColorPicked([this](const QColor& picked) { setColor(picked); });
@@ -165,7 +169,7 @@ QWidget* LightingWidget::createColorColumn()
     column->addLayout(createRandomColorRow());
     column->addLayout(createRgbRow());
     column->addLayout(createSwatches());
-    // The keyboard's own wording for its lighting sleep time.
+    // A fixed text, the same in every language.
     QLabel* heading = createHeading(QStringLiteral("灯光休眠时间"), 14, columnWidget);
     heading->setToolTip(tr("Lighting sleep time"));
     column->addWidget(heading);
@@ -191,6 +195,7 @@ QLayout* LightingWidget::createRandomColorRow()
     });
 
     auto* row = new QHBoxLayout;
+    row->setSpacing(0);
     row->addWidget(createHeading(tr("Random Color"), 15));
     row->addSpacing(18);
     row->addWidget(randomColorSwitch);
@@ -252,7 +257,7 @@ QLayout* LightingWidget::createSwatches()
                 [this, swatchColor] { setColor(swatchColor); });
         grid->addWidget(button, index / swatchColumns, index % swatchColumns);
     }
-    grid->setColumnStretch(swatchColumns, 1);
+    grid->setAlignment(Qt::AlignLeft);
     return grid;
 }
 
@@ -342,7 +347,7 @@ QLayout* LightingWidget::createDirectionPad()
     }
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(2);
-    grid->setColumnStretch(3, 1); // keeps the pad together
+    grid->setAlignment(Qt::AlignLeft);
     showDirection();
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseDirection);
     return grid;
@@ -354,6 +359,7 @@ void LightingWidget::createStatusLabel()
 {
     statusLabel = new QLabel(this);
     statusLabel->setObjectName(QStringLiteral("lightingStatus"));
+    statusLabel->setTextFormat(Qt::PlainText);
     statusLabel->setWordWrap(true);
     statusLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     statusLabel->setStyleSheet(QStringLiteral(
@@ -371,10 +377,11 @@ void LightingWidget::apply()
                                     brightnessSlider->value(),
                                     speedSlider->value(),
                                     direction};
-    const QString error = sendLightingMode(settings) ? QString() : Device::instance().lastError;
+    const bool sent = sendLightingMode(settings);
+    const QString error = sent ? QString() : Device::instance().lastError;
     statusLabel->setText(error);
     statusLabel->setToolTip(error);
-    statusLabel->setVisible(!error.isEmpty());
+    statusLabel->setVisible(!sent);
 }
 
 void LightingWidget::setColor(QColor newColor)

@@ -8,7 +8,6 @@
 
 #include <array>
 
-class QAbstractButton;
 class QLabel;
 class QLayout;
 class QListWidget;
@@ -36,11 +35,11 @@ public slots:
     // Sends all settings as they stand and shows the reason when the keyboard does not take them.
     void apply();
     // Makes this the color of the page, its spin boxes and its wheel.
-    void setColor(QColor color);
+    void setColor(QColor newColor);
     // Takes the effect of a row of the list; any other index is ignored.
     void chooseEffect(int index);
     // 0 right, 1 down, 2 up, 3 left.
-    void chooseDirection(int direction);
+    void chooseDirection(int newDirection);
     // 0 never, 1 after one minute, 2 after five, 3 after thirty; sent at once.
     void chooseSleep(int value);
 

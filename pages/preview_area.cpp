@@ -32,7 +32,7 @@ PreviewArea::PreviewArea(const KeyboardLayout& layout, QWidget* parent)
 {
     setAttribute(Qt::WA_NoSystemBackground);
     setAutoFillBackground(false);
-    setMinimumHeight(380);
+    setMinimumHeight(previewMinimumHeight);
 
     view->setKeyboardLayout(&layout);
     view->setMinimumSize(0, 0);

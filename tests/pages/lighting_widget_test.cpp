@@ -82,14 +82,12 @@ private slots:
     void fiveSliderStepsGiveOneCommand()
     {
         connectKeyboard();
-        slider("Brightness")->setValue(0);
-        for (int value = 1; value <= 5; ++value)
-            slider("Speed")->setValue(value % 5);
+        for (int value = 4; value >= 0; --value)
+            slider("Brightness")->setValue(value);
         QTRY_VERIFY(!timer()->isActive());
         QCOMPARE(busSends().count(QStringLiteral("04 13 00 00 00 00 00 00 01")), 1);
         tavik::Report expected = startPayload;
         expected[9] = 0;
-        expected[10] = 0;
         QCOMPARE(bus().keyboard().state().lighting, expected);
     }
 
@@ -165,6 +163,26 @@ private slots:
         QCOMPARE(busSends().size(), 5);
         QVERIFY(!timer()->isActive());
         QCOMPARE(bus().keyboard().state().lighting, tavik::Report{});
+    }
+
+    void sleepDoesNotRestartTheTimer()
+    {
+        timer()->setInterval(60'000);
+        timer()->start();
+        // A restart would take over the longer interval that is set behind the timer's back.
+        const int idBefore = timer()->timerId();
+        sleepChoice("30 min")->click();
+        QCOMPARE(timer()->timerId(), idBefore);
+        QVERIFY(timer()->isActive());
+    }
+
+    void failureWithoutTextIsShownToo()
+    {
+        connectKeyboard();
+        bus().failAt(1, sendError(""));
+        bus().failAt(2, sendError("")); // the closing FINISH
+        page->apply();
+        QVERIFY(status()->isVisible());
     }
 
     void clickingTheChosenSleepTimeSendsItAgain()
