@@ -1,6 +1,8 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "device/device.h"
+#include "model/keyboard_layout.h"
+#include "pages/keyboard_view.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 #include "virtual_keyboard/virtual_bus.h"
@@ -245,6 +247,37 @@ private slots:
         QCOMPARE(picture.pixelColor(600, 48), QColor(0x20, 0x20, 0x20));
         QCOMPARE(picture.pixelColor(600, 0), QColor(0x48, 0x48, 0x48));
         QCOMPARE(picture.pixelColor(600, 5), QColor(0x11, 0x11, 0x11));
+    }
+
+    void titleBarHoldsLogoTitleAndButtonsInTheirPlaces()
+    {
+        const QWidget* bar = titleBarOf(*window);
+        const auto* logo = qobject_cast<QLabel*>(bar->childAt(20, 24));
+        QVERIFY(logo != nullptr);
+        QCOMPARE(logo->geometry(), QRect(7, 10, 62, 28));
+        QVERIFY(!logo->pixmap().isNull());
+        QVERIFY(logo->pixmap().width() <= 62 && logo->pixmap().height() <= 26);
+        const QWidget* title = window->findChild<QWidget*>("pageTitle");
+        const QWidget* minimize = window->findChild<QWidget*>("windowMinimize");
+        const QWidget* close = window->findChild<QWidget*>("windowClose");
+        QVERIFY(logo->geometry().right() < title->x());
+        QVERIFY(title->geometry().right() < minimize->x());
+        QVERIFY(minimize->geometry().right() < close->x());
+        QCOMPARE(close->geometry().right(), bar->width() - 5 - 1);
+    }
+
+    void homePageShowsTheKeyboardAndOnlyShowsIt()
+    {
+        QTest::mouseClick(sidebarButtons(*window).at(0), Qt::LeftButton);
+        auto* view = stackOf(*window)->widget(0)->findChild<KeyboardView*>();
+        QVERIFY(view != nullptr);
+        QCOMPARE(view->minimumSize(), QSize(600, 350));
+        QCOMPARE(view->x(), 30);
+        QCOMPARE(view->width(), stackOf(*window)->width() - 60);
+        const QRect key = view->hitRectangle(KeyboardLayout::instance().keys.at(0));
+        QTest::mouseClick(view, Qt::LeftButton, {}, key.center());
+        QCOMPARE(view->selectedKey(), KeyboardLayout::instance().keys.at(0).lightIndex);
+        QCOMPARE(VirtualBus::instance().sentReports().size(), std::size_t{0});
     }
 
     void everyIconOnlyControlHasAName()
