@@ -152,6 +152,8 @@ KeyboardView::Scaling KeyboardView::scaling() const
 
 QRect KeyboardView::hitRectangle(const KeyRecord& key) const
 {
+    if (!hasKeys())
+        return {};
     const Scaling s = scaling();
     const double keyWidth = key.rect.right() + 1.0 - key.rect.left();
     const double keyHeight = key.rect.bottom() + 1.0 - key.rect.top();

@@ -49,7 +49,8 @@ public:
     // widget coordinates; -1 when there is none.
     [[nodiscard]] int keyAt(QPoint point) const;
 
-    // The rectangle in which a key answers to the pointer, in widget coordinates.
+    // The rectangle in which a key answers to the pointer, in widget coordinates; empty while no
+    // board with a size is shown.
     [[nodiscard]] QRect hitRectangle(const KeyRecord& key) const;
 
     // The key drawn with the selection frame; -1 before the first press.
