@@ -206,7 +206,10 @@ bool KeyboardView::event(QEvent* event)
 
 void KeyboardView::mousePressEvent(QMouseEvent* event)
 {
-    markVisible = false;
+    if (markVisible) {
+        markVisible = false;
+        update();
+    }
     const int lightIndex = keyAt(event->position().toPoint());
     if (lightIndex < 0)
         return;
