@@ -60,9 +60,11 @@ QString withBreaksAtPlus(QString text)
 }
 
 // Draws the text centered in the rectangle, wrapped at words where that is enough; text that does
-// not fit is wrapped anywhere, and its last line ends in an ellipsis.
+// not fit is wrapped anywhere, and its last line ends in an ellipsis. The painter is left clipped
+// to the rectangle, because accents may pile up far above their line.
 void drawFittingText(QPainter& painter, const QRect& area, const QString& text)
 {
+    painter.setClipRect(area);
     constexpr int flags = Qt::AlignCenter | Qt::TextWordWrap;
     const QFontMetrics metrics = painter.fontMetrics();
     const QString breakable = withBreaksAtPlus(text);
@@ -90,14 +92,11 @@ void drawFittingText(QPainter& painter, const QRect& area, const QString& text)
     }
     layout.endLayout();
 
-    painter.save();
-    painter.setClipRect(area);
     int top = area.top() + (area.height() - static_cast<int>(lines.size()) * lineHeight) / 2;
     for (const QString& line : lines) {
         painter.drawText(QRect(area.left(), top, area.width(), lineHeight), Qt::AlignCenter, line);
         top += lineHeight;
     }
-    painter.restore();
 }
 
 } // namespace
@@ -449,9 +448,11 @@ void KeyboardView::paintCaption(QPainter& painter, const QRect& inner, const QSt
     QFont captionFont(font().family());
     captionFont.setPointSize(keyCaptionFontSize(scale));
     captionFont.setWeight(QFont::DemiBold);
+    painter.save();
     painter.setFont(captionFont);
     painter.setPen(captionText);
     drawFittingText(painter, inner.adjusted(2, 1, -2, -1), caption);
+    painter.restore();
 }
 
 } // namespace tavik
