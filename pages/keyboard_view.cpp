@@ -417,12 +417,21 @@ void KeyboardView::paintKey(QPainter& painter, const KeyRecord& key) const
     painter.setBrush(Qt::NoBrush);
     if (lightIndex == selected) {
         painter.setPen(QPen(frameColor, 2.0));
-        painter.drawRoundedRect(inner, 5 * scale, 5 * scale);
+        drawBox(painter, inner, 5 * scale);
     }
     if (lightIndex == marked && markVisible && hasFocus() && isReportable(marked)) {
         painter.setPen(QPen(markColor, 2.0));
-        painter.drawRoundedRect(inner.adjusted(-2, -2, 2, 2), 6 * scale, 6 * scale);
+        drawBox(painter, inner.adjusted(-2, -2, 2, 2), 6 * scale);
     }
+}
+
+// What lies far beyond the view is cut off, because painting it takes long and shows nothing. The
+// cut stays so far away that neither its edge nor its rounding can be seen.
+void KeyboardView::drawBox(QPainter& painter, const QRect& box, double corner) const
+{
+    const int margin = static_cast<int>(2 * corner) + 4;
+    const QRect around = rect().adjusted(-margin, -margin, margin, margin);
+    painter.drawRoundedRect(around.contains(box) ? box : box & around, corner, corner);
 }
 
 void KeyboardView::paintGlow(QPainter& painter, const QRect& inner, QColor color,
@@ -435,7 +444,7 @@ void KeyboardView::paintGlow(QPainter& painter, const QRect& inner, QColor color
     gradient.setColorAt(1, color);
     painter.setPen(Qt::NoPen);
     painter.setBrush(gradient);
-    painter.drawRoundedRect(inner, corner, corner);
+    drawBox(painter, inner, corner);
 }
 
 void KeyboardView::paintCaption(QPainter& painter, const QRect& inner, const QString& caption) const
@@ -443,7 +452,7 @@ void KeyboardView::paintCaption(QPainter& painter, const QRect& inner, const QSt
     const double scale = scaling().factor;
     painter.setPen(QPen(frameColor, 1.5));
     painter.setBrush(captionFill);
-    painter.drawRoundedRect(inner, 5 * scale, 5 * scale);
+    drawBox(painter, inner, 5 * scale);
 
     QFont captionFont(font().family());
     captionFont.setPointSize(keyCaptionFontSize(scale));

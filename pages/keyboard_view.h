@@ -90,6 +90,7 @@ private:
     void paintWorkspaceBehind(QPainter& painter) const;
     void paintKeyboardPicture(QPainter& painter);
     void paintKey(QPainter& painter, const KeyRecord& key) const;
+    void drawBox(QPainter& painter, const QRect& box, double corner) const;
     void paintGlow(QPainter& painter, const QRect& inner, QColor color, double radiusFactor,
                    double corner) const;
     void paintCaption(QPainter& painter, const QRect& inner, const QString& caption) const;
