@@ -17,7 +17,8 @@ constexpr int longestDelayMs = 1275;
 constexpr int stillDelayMs = 100;
 
 // A few bytes can claim to be a picture of a gigapixel, so the size is looked at before the picture
-// is decoded. A decoded pixel takes up to four bytes, and an animation is held twice.
+// is decoded. Qt draws the same line for stills, but complains on standard error; an animation is
+// held several times over while it is put together.
 constexpr qint64 stillPixelLimit = 32 * 1024 * 1024;
 constexpr qint64 animationPixelLimit = 12 * 1024 * 1024;
 // The largest photographs that phones take; they are decoded at half their width and height.

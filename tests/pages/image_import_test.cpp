@@ -6,10 +6,12 @@
 #include <QFile>
 #include <QImageReader>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdlib>
+#include <sys/stat.h>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -523,8 +525,11 @@ private slots:
     void whatIsNoFileAddsNothing()
     {
         QVERIFY(QDir(directory.path()).mkdir("folder.png"));
+        // Nobody writes into the pipe: whoever opened it would wait for good.
+        const QString pipe = directory.filePath("pipe.png");
+        QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
         QVERIFY(importImages({directory.filePath("missing.png"), directory.filePath("folder.png"),
-                              QStringLiteral("/dev/zero"), QString()})
+                              pipe, QStringLiteral("/dev/zero"), QString()})
                     .isEmpty());
         QVERIFY(importImages({}).isEmpty());
     }
@@ -569,6 +574,14 @@ private slots:
         QTest::newRow("GIF") << "a.gif" << patched(gif, 6, "204e204e");
         GifFrame hugeFrame{
             .area = QRect(0, 0, 20'000, 20'000), .pixels = QByteArray(1000, '\0'), .palette = {}};
+        QTest::newRow("JPEG beyond what phones take")
+            << "a.jpg" << patched(jpeg, frameHeader + 5, "1c203000"); // 12288 x 7200
+        const GifFrame largeFrame{.area = QRect(0, 0, 4500, 3000),
+                                  .pixels = QByteArray(4500 * 3000, '\1'),
+                                  .palette = {}};
+        QTest::newRow("GIF too large to put together")
+            << "a.gif"
+            << encodeGif({.size = {4500, 3000}, .palette = gifPalette, .frames = {largeFrame}});
         QTest::newRow("GIF of huge frames") << "a.gif"
                                             << encodeGif({.size = {20'000, 20'000},
                                                           .palette = gifPalette,
@@ -580,6 +593,7 @@ private slots:
         QFETCH(const QString, name);
         QFETCH(const QByteArray, bytes);
         const QString path = write(name, bytes);
+        QTest::failOnWarning(QRegularExpression("Rejecting image"));
         const qint64 before = resetPeakMemory();
         QVERIFY(importImages({path}).isEmpty());
         const qint64 taken = peakMemory() - before;

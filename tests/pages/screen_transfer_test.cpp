@@ -4,6 +4,7 @@
 #include "tests/support/isolated_main.h"
 #include "virtual_keyboard/virtual_bus.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace tavik;
@@ -167,6 +168,15 @@ private slots:
         QCOMPARE(busTrace().first(2), QStringList({"enumerate 8009", "open screen"}));
         QCOMPARE(busTrace().at(2), QStringLiteral("wait 35"));
         checkLeftTidy();
+    }
+
+    void connectionIsAnnouncedOnceMore()
+    {
+        QSignalSpy announced(&Device::instance(), &Device::connectedChanged);
+        QVERIFY(attempt().result.ok);
+        QCOMPARE(announced.count(), 2); // when it is opened, and because it is open
+        QVERIFY(attempt().result.ok);
+        QCOMPARE(announced.count(), 3);
     }
 
     void keyboardHoldsTheFramesAfterwards()
