@@ -1,0 +1,155 @@
+#include "doctor/diagnosis.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace tavik::doctor {
+
+namespace {
+
+std::string idText(const DeviceId& id)
+{
+    char text[sizeof "0000:0000"];
+    std::snprintf(text, sizeof text, "%04x:%04x", unsigned{id.vendor}, unsigned{id.product});
+    return text;
+}
+
+bool isDenied(const std::optional<Node>& node)
+{
+    return node && (node->error == EACCES || node->error == EPERM);
+}
+
+bool isFailed(const std::optional<Node>& node)
+{
+    return node && node->error != 0;
+}
+
+bool isHeld(const std::optional<Node>& node)
+{
+    return node && (node->error == EBUSY || !node->holders.empty());
+}
+
+// The interface that stands in the way; without the configuration interface nothing works.
+const Node& blockedNode(const Findings& findings, bool (*isBlocked)(const std::optional<Node>&))
+{
+    return isBlocked(findings.configuration) ? *findings.configuration : *findings.screen;
+}
+
+Verdict permissionVerdict(const Findings& findings)
+{
+    const Node& node = blockedNode(findings, isDenied);
+    if (node.markedByRule)
+        return Verdict::NoSeat;
+    if (!findings.ruleInstalled)
+        return Verdict::RuleMissing;
+    return node.sharedWithKeys ? Verdict::SharedWithKeys : Verdict::RuleNotApplied;
+}
+
+std::string denied(const Findings& findings)
+{
+    return "The keyboard is there, but you may not use it (" +
+           blockedNode(findings, isDenied).path + "): ";
+}
+
+std::string readyLine(const Findings& findings)
+{
+    return "Everything is fine: the keyboard (" + idText(*findings.keyboard) +
+           ") can be configured over " + findings.configuration->path;
+}
+
+std::string inUseLine(const Findings& findings)
+{
+    const Node& node = blockedNode(findings, isHeld);
+    std::string line = "The keyboard is there, but in use: ";
+    if (node.holders.empty())
+        return line + node.path + " is busy. Close the other program that talks to the keyboard.";
+    std::string separator;
+    for (const Holder& holder : node.holders) {
+        line += separator + holder.name + " (process " + std::to_string(holder.processId) + ")";
+        separator = ", ";
+    }
+    return line + (node.holders.size() == 1 ? " holds " : " hold ") + node.path +
+           ". Close all but one program that talks to the keyboard.";
+}
+
+std::string unknownLine(const Findings& findings)
+{
+    if (!findings.hidapiWorks)
+        return "The list of USB devices could not be read (hid_init failed).";
+    const Node& node = blockedNode(findings, isFailed);
+    return "The keyboard is there, but " + node.path +
+           " does not open: " + std::strerror(node.error) +
+           ". Unplug the keyboard and plug it in again.";
+}
+
+std::string verdictLine(const Findings& findings)
+{
+    switch (verdictOf(findings)) {
+    case Verdict::Ready:
+        return readyLine(findings) + ", and its screen over " + findings.screen->path + ".";
+    case Verdict::ReadyWithoutScreen:
+        return readyLine(findings) +
+               ". Only its screen interface is missing: pictures cannot be sent. Unplug the "
+               "keyboard and plug it in again.";
+    case Verdict::WrongUsage:
+        break;
+    case Verdict::NotOnUsb:
+        return "The keyboard is not on USB. Plug in its USB-C cable and switch it to wired mode.";
+    case Verdict::NoConfigurationInterface:
+        return "A keyboard is there (" + idText(*findings.keyboard) +
+               "), but without a configuration interface: it is in wireless mode, or another "
+               "model. Plug in the USB-C cable and switch it to wired mode.";
+    case Verdict::RuleMissing:
+        return denied(findings) + "the udev rule " + std::string(ruleFileName) +
+               " is missing. Install the tavik-center package, then unplug the keyboard and plug "
+               "it in again.";
+    case Verdict::RuleNotApplied:
+        return denied(findings) +
+               "the udev rule is installed but not applied yet. Unplug the keyboard and plug it "
+               "in again.";
+    case Verdict::NoSeat:
+        return denied(findings) +
+               "it is open to the person at the computer's own screen only, and this session is "
+               "not there. Log in at the screen the keyboard belongs to.";
+    case Verdict::SharedWithKeys:
+        return denied(findings) +
+               "this interface also carries the keys, so the udev rule keeps it closed: any "
+               "program could read what is typed. Run the program as an administrator if you "
+               "must.";
+    case Verdict::InUse:
+        return inUseLine(findings);
+    case Verdict::Unknown:
+        return unknownLine(findings);
+    }
+    return {};
+}
+
+} // namespace
+
+Verdict verdictOf(const Findings& findings)
+{
+    if (!findings.hidapiWorks)
+        return Verdict::Unknown;
+    if (!findings.keyboard)
+        return Verdict::NotOnUsb;
+    if (!findings.configuration)
+        return Verdict::NoConfigurationInterface;
+    if (isDenied(findings.configuration) || isDenied(findings.screen))
+        return permissionVerdict(findings);
+    if (isHeld(findings.configuration) || isHeld(findings.screen))
+        return Verdict::InUse;
+    if (isFailed(findings.configuration) || isFailed(findings.screen))
+        return Verdict::Unknown;
+    return findings.screen ? Verdict::Ready : Verdict::ReadyWithoutScreen;
+}
+
+std::string explain(const Findings& findings)
+{
+    std::string line = verdictLine(findings);
+    if (findings.runAsRoot && findings.configuration)
+        line += " (Seen by root, who may open everything: run this as yourself.)";
+    return line;
+}
+
+} // namespace tavik::doctor

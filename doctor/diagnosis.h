@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavik::doctor {
+
+inline constexpr std::string_view ruleFileName = "60-tavik-center.rules";
+
+// The command's exit code.
+enum class Verdict {
+    Ready = 0,
+    ReadyWithoutScreen = 1,
+    WrongUsage = 2,
+    NotOnUsb = 3,
+    NoConfigurationInterface = 4,
+    RuleMissing = 5,
+    RuleNotApplied = 6,
+    NoSeat = 7,
+    SharedWithKeys = 8,
+    InUse = 9,
+    Unknown = 10,
+};
+
+// A program that holds a node open.
+struct Holder
+{
+    int processId = 0;
+    std::string name;
+};
+
+// One interface of the keyboard and what came of opening it.
+struct Node
+{
+    std::string path;
+    int error = 0;             // errno of opening it for reading and writing; 0 when it opened
+    bool markedByRule = false; // the rule has been applied to it
+    bool sharedWithKeys = false;
+    std::vector<Holder> holders; // programs of other users are seen by root only
+};
+
+struct DeviceId
+{
+    std::uint16_t vendor = 0;
+    std::uint16_t product = 0;
+};
+
+// All that is looked at before a verdict is given.
+struct Findings
+{
+    bool hidapiWorks = true;
+    bool runAsRoot = false;
+    bool ruleInstalled = false;
+    // The keyboard in any mode, else another keyboard of the same maker.
+    std::optional<DeviceId> keyboard;
+    std::optional<Node> configuration;
+    std::optional<Node> screen;
+};
+
+[[nodiscard]] Verdict verdictOf(const Findings& findings);
+
+// One line in plain words: what holds, and what to do about it.
+[[nodiscard]] std::string explain(const Findings& findings);
+
+} // namespace tavik::doctor

@@ -1,0 +1,166 @@
+#include "doctor/examination.h"
+
+#include "doctor/node_holders.h"
+#include "doctor/report_descriptor.h"
+
+#include <hidapi.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <libudev.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tavik::doctor {
+
+namespace {
+
+constexpr std::uint16_t vendorId = 0x0C45;
+constexpr std::array<std::uint16_t, 2> productIds{0x8009, 0x800A};
+constexpr std::uint16_t firstVendorPage = 0xFF00;
+constexpr std::uint16_t genericDesktopPage = 0x0001;
+constexpr std::uint16_t keyboardUsage = 0x0006;
+// The rule leaves this property on every node it opens.
+constexpr const char* markOfRule = "TAVIK_CENTER_INTERFACE";
+
+// One collection of an interface; an interface with several is listed as often.
+struct ListedCollection
+{
+    std::string path;
+    std::uint16_t productId = 0;
+    std::uint16_t usagePage = 0;
+    std::uint16_t usage = 0;
+};
+
+using Listing = std::vector<ListedCollection>;
+
+struct ListRelease
+{
+    void operator()(udev* context) const { udev_unref(context); }
+    void operator()(udev_device* device) const { udev_device_unref(device); }
+    void operator()(hid_device_info* list) const { hid_free_enumeration(list); }
+};
+
+// Everything of this maker.
+Listing listCollections()
+{
+    const std::unique_ptr<hid_device_info, ListRelease> list(hid_enumerate(vendorId, 0));
+    Listing listing;
+    for (const hid_device_info* entry = list.get(); entry != nullptr; entry = entry->next)
+        listing.push_back({entry->path, entry->product_id, entry->usage_page, entry->usage});
+    return listing;
+}
+
+bool isKeyboardProduct(std::uint16_t productId)
+{
+    return std::ranges::find(productIds, productId) != productIds.end();
+}
+
+// Receivers and other models come under product ids of their own; what types counts as one.
+std::optional<DeviceId> findKeyboard(const Listing& listing)
+{
+    const auto own = std::ranges::find_if(listing, isKeyboardProduct, &ListedCollection::productId);
+    if (own != listing.end())
+        return DeviceId{vendorId, own->productId};
+    const auto other = std::ranges::find_if(listing, [](const ListedCollection& collection) {
+        return collection.usagePage == genericDesktopPage && collection.usage == keyboardUsage;
+    });
+    if (other == listing.end())
+        return std::nullopt;
+    return DeviceId{vendorId, other->productId};
+}
+
+bool isMarkedByRule(const std::string& path)
+{
+    const std::unique_ptr<udev, ListRelease> context(udev_new());
+    if (!context)
+        return false;
+    const std::string name = std::filesystem::path(path).filename();
+    const std::unique_ptr<udev_device, ListRelease> node(
+        udev_device_new_from_subsystem_sysname(context.get(), "hidraw", name.c_str()));
+    return node && udev_device_get_property_value(node.get(), markOfRule) != nullptr;
+}
+
+// The nodes with this usage page, in the order in which the program tries them.
+std::vector<std::string> pathsOf(const Listing& listing, std::uint16_t usagePage)
+{
+    std::vector<std::string> paths;
+    for (const std::uint16_t productId : productIds) {
+        for (const ListedCollection& collection : listing) {
+            if (collection.productId == productId && collection.usagePage == usagePage)
+                paths.push_back(collection.path);
+        }
+    }
+    return paths;
+}
+
+Node examineNode(const Listing& listing, const std::string& path)
+{
+    Node node;
+    node.path = path;
+    node.markedByRule = isMarkedByRule(path);
+    node.sharedWithKeys = std::ranges::any_of(listing, [&](const ListedCollection& collection) {
+        return collection.path == path && collection.usagePage < firstVendorPage;
+    });
+    // Not by hidapi, which does not tell a refusal from an unplugged keyboard.
+    const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (descriptor < 0) {
+        node.error = errno;
+        return node;
+    }
+    struct stat status
+    {
+    };
+    if (fstat(descriptor, &status) == 0)
+        node.holders = holdersOf(status.st_rdev);
+    close(descriptor);
+    return node;
+}
+
+// The first node that opens, else the first that is there.
+std::optional<Node> findNode(const Listing& listing, std::uint16_t usagePage)
+{
+    std::optional<Node> found;
+    for (const std::string& path : pathsOf(listing, usagePage)) {
+        Node node = examineNode(listing, path);
+        if (node.error == 0)
+            return node;
+        if (!found)
+            found = std::move(node);
+    }
+    return found;
+}
+
+bool isRuleInstalled()
+{
+    const std::vector<std::filesystem::path> directories = udevRuleDirectories();
+    return std::ranges::any_of(directories, [](const std::filesystem::path& directory) {
+        std::error_code error; // an unreadable directory holds no rule for us
+        return std::filesystem::exists(directory / ruleFileName, error);
+    });
+}
+
+} // namespace
+
+Findings examine()
+{
+    Findings findings;
+    findings.runAsRoot = geteuid() == 0;
+    findings.ruleInstalled = isRuleInstalled();
+    findings.hidapiWorks = hid_init() == 0;
+    if (!findings.hidapiWorks)
+        return findings;
+    const Listing listing = listCollections();
+    findings.keyboard = findKeyboard(listing);
+    findings.configuration = findNode(listing, configurationUsagePage);
+    findings.screen = findNode(listing, screenUsagePage);
+    if (!findings.screen)
+        findings.screen = findNode(listing, otherScreenUsagePage);
+    hid_exit();
+    return findings;
+}
+
+} // namespace tavik::doctor

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace tavik {
+
+// What the keyboard's interfaces are told apart by: the HID usage page of their collection.
+inline constexpr std::uint16_t configurationUsagePage = 0xFF13;
+inline constexpr std::uint16_t screenUsagePage = 0xFF68;
+inline constexpr std::uint16_t otherScreenUsagePage = 0xFF67;
+
+// The kernel refuses anything longer.
+inline constexpr std::size_t largestReportDescriptor = 4096;
+
+enum class InterfaceKind { Other, Configuration, Screen };
+
+// What the interface with this HID report descriptor is for. Every usage page that the descriptor
+// names must be vendor-defined (FF00 and above): an interface that could also carry keys, mouse or
+// media buttons is Other, whatever else it has. So is one whose descriptor is damaged, truncated,
+// empty or too long.
+[[nodiscard]] InterfaceKind interfaceKind(std::span<const std::uint8_t> descriptor);
+
+} // namespace tavik

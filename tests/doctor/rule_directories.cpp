@@ -1,0 +1,15 @@
+#include "doctor/examination.h"
+
+#include <cstdlib>
+
+namespace tavik::doctor {
+
+// In place of udev's own directories, on which a test has no influence.
+std::vector<std::filesystem::path> udevRuleDirectories()
+{
+    const char* directory = std::getenv("TAVIK_TEST_RULES");
+    return directory == nullptr ? std::vector<std::filesystem::path>{}
+                                : std::vector<std::filesystem::path>{directory};
+}
+
+} // namespace tavik::doctor

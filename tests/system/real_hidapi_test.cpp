@@ -1,0 +1,282 @@
+#include "device/device.h"
+#include "model/macro_record.h"
+#include "pages/color_bank.h"
+#include "pages/layer_write.h"
+#include "pages/lighting_command.h"
+#include "pages/macro_upload.h"
+#include "pages/screen_transfer.h"
+#include "tests/support/isolated_main.h"
+#include "tests/system/emulated_keyboard.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace tavik;
+using namespace tavik::tests;
+using virtual_keyboard::KeyboardModel;
+
+namespace {
+
+KeyLayer variedLayer()
+{
+    KeyLayer layer;
+    for (std::size_t key = 0; key < layer.size(); ++key)
+        layer.at(key) = {2, static_cast<std::uint8_t>(key), static_cast<std::uint8_t>(255 - key),
+                         0};
+    return layer;
+}
+
+ColorBank variedBank()
+{
+    ColorBank bank{};
+    for (std::size_t byte = 0; byte < bank.size(); ++byte)
+        bank.at(byte) = static_cast<std::uint8_t>(byte * 7);
+    return bank;
+}
+
+// One frame whose pixels all differ from their neighbors.
+ScreenStream oneFrame()
+{
+    QImage image(128, 128, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixelColor(x, y, QColor(2 * x, 2 * y, (x + y) & 0xFF));
+    }
+    return buildScreenStream({{image, 100}});
+}
+
+QStringList violationsOf(EmulatedKeyboard& keyboard)
+{
+    QStringList texts;
+    keyboard.withModel([&](const KeyboardModel& model) {
+        for (const std::string& text : model.violations())
+            texts += QString::fromStdString(text);
+    });
+    return texts;
+}
+
+} // namespace
+
+// Every operation of the program over the real library, with its real pauses: the keyboard model
+// objects to any report that comes too early or is not as it must be.
+class RealHidapiTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void findsTheConfigurationInterface();
+    void findsTheSecondProduct();
+    void findsNothingOnAnEmptyBus();
+    void passesOverAKeyboardWithoutConfiguration();
+    void writesBothLayers();
+    void writesAndReadsTheColorBank();
+    void setsTheLighting();
+    void writesTheMacroSpace();
+    void sendsAnAnimation_data();
+    void sendsAnAnimation();
+    void reportsAMissingAcknowledgement();
+    void sendsADataReportAgainAfterAStall();
+    void keepsTheHandleAfterAStall();
+    void keepsTheHandleAfterUnplugging();
+    void ignoresTheAcknowledgementOfAnEarlierTransfer();
+};
+
+void RealHidapiTest::findsTheConfigurationInterface()
+{
+    EmulatedKeyboard keyboard;
+    QSignalSpy connected(&Device::instance(), &Device::connectedChanged);
+
+    QVERIFY(Device::instance().refresh());
+
+    QCOMPARE(Device::instance().path, QStringLiteral("/dev/hidraw1"));
+    QCOMPARE(connected.count(), 2);
+    QCOMPARE(keyboard.transfers(), 0);
+}
+
+void RealHidapiTest::findsTheSecondProduct()
+{
+    EmulatedKeyboard keyboard(wholeKeyboard(0x800A));
+
+    QVERIFY(Device::instance().refresh());
+    QCOMPARE(Device::instance().path, QStringLiteral("/dev/hidraw1"));
+}
+
+void RealHidapiTest::findsNothingOnAnEmptyBus()
+{
+    EmulatedKeyboard keyboard(EmulatedDevice{});
+
+    QVERIFY(!Device::instance().refresh());
+    QVERIFY(Device::instance().lastError.startsWith(QLatin1String("Keyboard not found")));
+}
+
+void RealHidapiTest::passesOverAKeyboardWithoutConfiguration()
+{
+    EmulatedDevice device = wholeKeyboard();
+    device.interfaces.erase(device.interfaces.begin() + 1);
+    EmulatedKeyboard keyboard(device);
+
+    QVERIFY(!Device::instance().refresh());
+    QVERIFY(!keyboard.waitUntilOpened(0, std::chrono::milliseconds(0)));
+}
+
+void RealHidapiTest::writesBothLayers()
+{
+    EmulatedKeyboard keyboard;
+    const KeyLayer layer = variedLayer();
+
+    QVERIFY2(writeLayer(LayerId::Base, layer), qPrintable(Device::instance().lastError));
+    QVERIFY2(writeLayer(LayerId::Fn, KeyLayer{}), qPrintable(Device::instance().lastError));
+
+    keyboard.withModel([&](const KeyboardModel& model) {
+        for (std::size_t key = 0; key + 1 < layer.size(); ++key) {
+            const KeyAction& action = layer.at(key);
+            const virtual_keyboard::KeyActionBytes bytes{action.page, action.p1, action.p2,
+                                                         action.p3};
+            QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Base, key), bytes);
+        }
+    });
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+void RealHidapiTest::writesAndReadsTheColorBank()
+{
+    EmulatedKeyboard keyboard;
+    const ColorBank bank = variedBank();
+
+    QVERIFY2(writeColorBank(bank), qPrintable(Device::instance().lastError));
+    const std::optional<ColorBank> read = readColorBank();
+
+    QVERIFY2(read, qPrintable(Device::instance().lastError));
+    // The last key's green and blue give way to the end marker.
+    QVERIFY(std::equal(bank.begin(), bank.end() - 2, read->begin()));
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+void RealHidapiTest::setsTheLighting()
+{
+    EmulatedKeyboard keyboard;
+    QVERIFY(Device::instance().refresh());
+
+    LightingSettings settings;
+    settings.effect = 0x0B;
+    settings.color = QColor(Qt::red);
+    settings.brightness = 5;
+    settings.speed = 3;
+    settings.direction = 3;
+    QVERIFY2(sendLightingMode(settings), qPrintable(Device::instance().lastError));
+    QVERIFY2(sendLightingSleep(2), qPrintable(Device::instance().lastError));
+
+    keyboard.withModel([](const KeyboardModel& model) {
+        QCOMPARE(model.lightingSummary(),
+                 std::string("Rolling, #ff0000, brightness 5, speed 3, direction left"));
+        QCOMPARE(int{model.state().sleepCode}, 2);
+    });
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+void RealHidapiTest::writesTheMacroSpace()
+{
+    EmulatedKeyboard keyboard;
+    MacroRecord macro;
+    macro.name = QStringLiteral("A");
+    macro.actions = {{20, 0x04, 0xB0}, {30, 0x04, 0x30}};
+
+    QVERIFY2(writeMacroSpace(*encodeMacroSpace({macro})), qPrintable(Device::instance().lastError));
+
+    keyboard.withModel([](const KeyboardModel& model) { QCOMPARE(model.playMacro(0).size(), 2U); });
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+void RealHidapiTest::sendsAnAnimation_data()
+{
+    QTest::addColumn<quint16>("usagePage");
+    QTest::newRow("first page") << quint16(0xFF68);
+    QTest::newRow("second page") << quint16(0xFF67);
+}
+
+void RealHidapiTest::sendsAnAnimation()
+{
+    QFETCH(const quint16, usagePage);
+    EmulatedKeyboard keyboard(wholeKeyboard(0x8009, usagePage));
+    QStringList progress;
+
+    const ScreenTransferResult result =
+        sendToScreen(oneFrame(), 2, [&](const QString& text) { progress += text; });
+
+    QVERIFY2(result.ok, qPrintable(result.error));
+    QCOMPARE(progress.last(), QStringLiteral("Sending chunk 9/9…"));
+    keyboard.withModel([](const KeyboardModel& model) {
+        QCOMPARE(model.screenSlot(2).size(), 1U);
+        const virtual_keyboard::ScreenFrame& frame = model.screenSlot(2).front();
+        QCOMPARE(frame.time, std::chrono::milliseconds(100));
+        QCOMPARE(frame.pixels.at(0), std::uint16_t{0});
+        // Column 127 of row 0: red 254 and blue 127.
+        QCOMPARE(frame.pixels.at(127), std::uint16_t{0xF80F});
+    });
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+void RealHidapiTest::reportsAMissingAcknowledgement()
+{
+    EmulatedKeyboard keyboard;
+    keyboard.loseNextAcknowledgement();
+
+    const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
+
+    QVERIFY(!result.ok);
+    QCOMPARE(result.error, QStringLiteral("no ack for chunk 1/9"));
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+void RealHidapiTest::sendsADataReportAgainAfterAStall()
+{
+    EmulatedKeyboard keyboard;
+    QMutexLocker lock(&Device::instance().mutex);
+    QVERIFY(Device::instance().ensureOpen());
+    QVERIFY(Device::instance().openSession(1));
+    keyboard.stallNextSend();
+
+    QVERIFY(Device::instance().sendSlice(Report{}));
+    QVERIFY(!Device::instance().lastError.isEmpty());
+}
+
+void RealHidapiTest::keepsTheHandleAfterAStall()
+{
+    EmulatedKeyboard keyboard;
+    QVERIFY(Device::instance().refresh());
+    keyboard.stallNextAnswer();
+
+    QVERIFY(!sendLightingSleep(1));
+    QVERIFY(Device::instance().isOpen());
+    QVERIFY(sendLightingSleep(1));
+}
+
+void RealHidapiTest::keepsTheHandleAfterUnplugging()
+{
+    EmulatedKeyboard keyboard;
+    QVERIFY(Device::instance().refresh());
+    keyboard.unplug();
+
+    QVERIFY(!sendLightingSleep(1));
+    QVERIFY(Device::instance().isOpen());
+    QVERIFY(Device::instance().refresh());
+    const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
+    QCOMPARE(result.error, QStringLiteral("TFT interface (0xFF68/0xFF67) not found"));
+}
+
+// A late acknowledgement would be taken for that of the next block; opening the interface anew for
+// every transfer leaves it behind.
+void RealHidapiTest::ignoresTheAcknowledgementOfAnEarlierTransfer()
+{
+    EmulatedKeyboard keyboard;
+    keyboard.loseNextAcknowledgement();
+    QVERIFY(!sendToScreen(oneFrame(), 1, [](const QString&) {}).ok);
+
+    const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
+
+    QVERIFY2(result.ok, qPrintable(result.error));
+    QCOMPARE(violationsOf(keyboard), QStringList());
+}
+
+TAVIK_ISOLATED_TEST_MAIN(RealHidapiTest)
+#include "real_hidapi_test.moc"
