@@ -32,9 +32,8 @@ constexpr std::array<TypeChoice, 5> typeChoices{{
     {KeyActionPage::Special, QT_TRANSLATE_NOOP("tavik::ActionDialog", "Disabled")},
 }};
 
-// The stack page that choosing a type brings up, by the type's number. The numbers do not pair
-// every type with its own list; users of the keyboard know the dialog so, and nothing that is
-// stored depends on the page shown.
+// The stack page that choosing a type brings up, by the type's number. On purpose they do not pair
+// every type with its own list; what is stored never depends on the page shown.
 constexpr int keepPage = -1;
 constexpr std::array<int, 9> pageOfType{0, keepPage, 1, 2, keepPage, 3, 4, keepPage, 5};
 
