@@ -41,6 +41,12 @@ int roundedInt(double value)
     return qRound(std::clamp(value, -1048576.0, 1048576.0));
 }
 
+// A hand-edited rectangle may be wider than an int can say.
+QPointF centerOf(const QRect& area)
+{
+    return {(1.0 * area.left() + area.right()) / 2, (1.0 * area.top() + area.bottom()) / 2};
+}
+
 bool isReportable(int lightIndex)
 {
     return lightIndex >= 0 && lightIndex < keyCount;
@@ -250,7 +256,7 @@ void KeyboardView::moveMark(QPoint direction)
             nearest = &key;
             break;
         }
-        const QPointF step = QRectF(key.rect).center() - QRectF(from->rect).center();
+        const QPointF step = centerOf(key.rect) - centerOf(from->rect);
         const double forward = step.x() * direction.x() + step.y() * direction.y();
         const double sideways =
             std::abs(step.x() * direction.y()) + std::abs(step.y() * direction.x());
