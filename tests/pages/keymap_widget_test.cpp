@@ -648,6 +648,18 @@ private slots:
         }
     }
 
+    // What is cut off is the end, so two captions with a long common beginning look the same.
+    void longCaptionsShowTheirBeginning()
+    {
+        const auto page = openPage();
+        const KeyboardView* view = viewOf(*page);
+        const QString digits = QStringLiteral("0123456789").repeated(6);
+        QVERIFY(pictureWith({{keyA, digits}}, *view) ==
+                pictureWith({{keyA, digits.left(45)}}, *view));
+        QVERIFY(pictureWith({{keyA, digits}}, *view) !=
+                pictureWith({{keyA, digits.mid(1)}}, *view));
+    }
+
     void toolTipTellsTheWholeCaption()
     {
         AppState& state = AppState::instance();
