@@ -21,6 +21,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
@@ -83,6 +84,12 @@ void fillState()
 {
     static_cast<SavedState&>(AppState::instance()) = savedState();
     AppState::instance().save();
+}
+
+// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
+auto closeAtTheEnd(QWidget& dialog)
+{
+    return qScopeGuard([&dialog] { dialog.close(); });
 }
 
 } // namespace
@@ -217,6 +224,7 @@ private slots:
         fillState();
         showPage();
         onNextDialog([](QWidget& dialog) {
+            const auto closing = closeAtTheEnd(dialog);
             const auto* box = qobject_cast<QMessageBox*>(&dialog);
             QVERIFY(box != nullptr);
             QCOMPARE(box->windowTitle(), QStringLiteral("Reset Keyboard Data"));
@@ -295,6 +303,7 @@ private slots:
         showPage();
         bus().clearTrace();
         onNextDialog([](QWidget& dialog) {
+            const auto closing = closeAtTheEnd(dialog);
             const auto* box = qobject_cast<QMessageBox*>(&dialog);
             QVERIFY(box != nullptr);
             QCOMPARE(box->windowTitle(), QStringLiteral("Restore Factory Settings"));
