@@ -5,6 +5,9 @@
 #include <QApplication>
 #include <QFont>
 #include <QFontDatabase>
+#include <QStringList>
+
+#include <algorithm>
 
 namespace tavik {
 
@@ -64,24 +67,90 @@ void registerFonts()
     }
 }
 
-// The global sheet makes every widget transparent, so a dialog without a ground would be black.
+// The global sheet makes every widget transparent, so a dialog without a ground would be black. Its
+// least height of combo and spin boxes is not that of the two whose height is fixed.
 const char* const mainWindowStyleSheet = R"(
 QDialog, QMenu { background: #242426; }
 QMenu { border: 1px solid #484848; padding: 4px 0; }
 QMenu::item { padding: 5px 26px 5px 14px; }
-QMenu::item:selected { background: #da5200; color: #ffffff; }
+QMenu::item:selected { background: #c04800; color: #ffffff; }
 QMenu::separator { height: 1px; background: #3a3a3c; margin: 4px 8px; }
 QToolTip { color: #f1f1f1; background: #242426; border: 1px solid #585858; padding: 3px 6px; }
+QInputDialog QLineEdit { min-width: 280px; }
+QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }
+QMessageBox QPushButton { icon-size: 0px; }
+QDialogButtonBox QPushButton { min-width: 64px; }
+QFileDialog { min-width: 760px; min-height: 480px; }
+QFileDialog QListView, QFileDialog QTreeView { background: #1b1b1c; border: 1px solid #484848; }
+QFileDialog QToolButton { padding: 3px; border: 1px solid transparent; }
+QFileDialog QToolButton:hover { background: #3a3a3c; }
+QFileDialog QToolButton:focus { border-color: #b0b0b0; }
+
+QSpinBox#rgbInput { min-height: 26px; }
+QComboBox#languageSelect { min-height: 23px; }
+QComboBox { combobox-popup: 0; }
 QComboBox QFrame { background: #515151; }
-QToolButton#settingsNavButton { border: 0; border-radius: 0; padding: 0; background: transparent; }
-QToolButton#settingsNavButton:hover { background: rgba(255,255,255,10); }
-QToolButton#navButton:focus, QToolButton#settingsNavButton:focus { border: 1px solid #6a6a6c; }
-QPushButton:checked { color: #ffffff; background: #8a3a08; border-color: #e77a19; }
-QPushButton:focus { border-color: #b0b0b0; }
-QPushButton#accent:focus { border-color: #ffd9bd; }
+QComboBox QAbstractItemView::item { min-height: 26px; padding: 0 4px; border: 0; }
+QComboBox QAbstractItemView::item:selected { color: #ffffff; background: #da5200; }
+QComboBox#languageSelect QAbstractItemView { min-width: 240px; }
+QAbstractItemView { outline: 0; selection-background-color: #da5200; selection-color: #ffffff; }
+QLineEdit, QAbstractSpinBox { selection-background-color: #8a3a08; selection-color: #ffffff; }
+QGroupBox { font-size: 13px; }
+QGroupBox::title { top: -4px; }
+QListWidget::item { padding: 2px 0; }
+QScrollBar:horizontal { height: 8px; background: #303030; }
+QScrollBar::handle:horizontal { background: #777777; min-width: 24px; }
+QScrollBar::handle:hover { background: #909090; }
+QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
 QCheckBox:disabled { color: #9a9a9a; }
 QCheckBox::indicator:disabled { border-color: #6e6e6e; }
+
+QToolButton#settingsNavButton { border: 0; border-radius: 0; padding: 0; background: transparent; }
+QToolButton#settingsNavButton:hover { background: rgba(255,255,255,10); }
+QPushButton:checked { color: #ffffff; background: #8a3a08; border-color: #e77a19; }
+
+QToolButton#navButton:focus, QToolButton#settingsNavButton:focus { border: 1px solid #6a6a6c; }
+QToolButton#windowMinimize:focus, QToolButton#windowClose:focus { border: 1px solid #6a6a6c; }
+QPushButton:focus { border-color: #e6e6e6; }
+QPushButton#accent:focus { border-color: #ffffff; }
+QWidget#lightingPanel QPushButton:focus { outline: 2px solid #ffffff; }
+QRadioButton:focus { background: rgba(255,255,255,30); }
+QComboBox:focus, QLineEdit:focus, QSpinBox:focus { border-color: #e6e6e6; }
+QListWidget:focus, QTableWidget:focus { border-color: #b0b0b0; }
+QCheckBox::indicator:focus { width: 16px; height: 16px; border: 2px solid #ffffff; }
+QSlider::handle:horizontal:focus { background: #ee7300; border-color: #ffffff; }
 )";
+
+// With the pictures of the skin; without them the controls keep the marks of the platform.
+// The channels of the Lighting page have no buttons, so they show no marks either.
+const char* const controlStyleSheet = R"(
+QComboBox::drop-down { subcontrol-origin: border; subcontrol-position: center right; width: 26px; border: 0; }
+QComboBox::down-arrow { image: url("%1"); width: 12px; height: 12px; }
+QSpinBox::up-button { subcontrol-origin: border; subcontrol-position: top right; width: 22px; height: 15px; border: 0; margin: 1px 1px 0 0; }
+QSpinBox::down-button { subcontrol-origin: border; subcontrol-position: bottom right; width: 22px; height: 15px; border: 0; margin: 0 1px 1px 0; }
+QSpinBox::up-button:hover, QSpinBox::down-button:hover { background: #626262; }
+QSpinBox::down-arrow { image: url("%1"); width: 10px; height: 10px; }
+QSpinBox::up-arrow { image: url("%2"); width: 10px; height: 10px; }
+QSpinBox#rgbInput::up-arrow, QSpinBox#rgbInput::down-arrow { image: none; width: 0; height: 0; }
+QCheckBox::indicator:checked { image: url("%3"); }
+QMessageBox { messagebox-question-icon: url("%4"); messagebox-information-icon: url("%5"); }
+)";
+
+QString controlSheet()
+{
+    const QString down = resolveSkinFile(QStringLiteral("control_down.png"));
+    const QString up = resolveSkinFile(QStringLiteral("control_up.png"));
+    const QString check = resolveSkinFile(QStringLiteral("control_check.png"));
+    const QString question = resolveSkinFile(QStringLiteral("dialog_question.png"));
+    const QString information = resolveSkinFile(QStringLiteral("dialog_information.png"));
+    const QStringList paths{down, up, check, question, information};
+    const auto isUsable = [](const QString& path) {
+        return !path.isEmpty() && !path.contains(u'"') && !path.contains(u'\\');
+    };
+    if (!std::all_of(paths.begin(), paths.end(), isUsable))
+        return {};
+    return QString::fromLatin1(controlStyleSheet).arg(down, up, check, question, information);
+}
 
 } // namespace
 
@@ -94,7 +163,7 @@ void applyApplicationStyle(QApplication& application)
 
 QString windowStyleSheet()
 {
-    return QString::fromLatin1(mainWindowStyleSheet);
+    return QString::fromLatin1(mainWindowStyleSheet) + controlSheet();
 }
 
 } // namespace tavik

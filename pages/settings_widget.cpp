@@ -114,6 +114,8 @@ QWidget* SettingsWidget::createLanguageSelect(QWidget* panel)
     select->setObjectName(QStringLiteral("languageSelect"));
     select->setAccessibleName(tr("Language"));
     select->setFixedHeight(languageSelectHeight);
+    // Its list opens below it, as long as it is, and not as a menu over it.
+    select->setStyleSheet(QStringLiteral("QComboBox{combobox-popup:0;}"));
     for (const char* language : languages)
         select->addItem(tr(language));
     // Connected only afterwards: showing the setting must not write it.

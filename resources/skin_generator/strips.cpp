@@ -17,6 +17,7 @@ constexpr QColor hoverColor(0xf4, 0xf4, 0xf5);
 constexpr QColor selectedColor(0xe7, 0x7a, 0x19);
 constexpr QColor pressedColor(0xda, 0x52, 0x00);
 constexpr QColor disabledColor(0x5c, 0x5d, 0x61);
+constexpr QColor checkColor(0xff, 0xff, 0xff);
 
 struct Strip
 {
@@ -101,6 +102,21 @@ void writeIcons(const QString& skinDirectory)
                 skin.filePath("icons/icon_favorites.png"));
     savePicture(tintedShape("music", tinted, QRectF(QPointF(), tinted), normalColor),
                 skin.filePath("icons/icon_music.png"));
+
+    // The marks of combo boxes, spin boxes and check boxes are shown 10 to 18 units wide.
+    savePicture(tintedShape("chevron_up", tinted, QRectF(QPointF(), tinted), normalColor),
+                skin.filePath("control_up.png"));
+    savePicture(tintedShape("chevron_up", tinted, QRectF(QPointF(), tinted), normalColor, 180),
+                skin.filePath("control_down.png"));
+    savePicture(tintedShape("check", tinted, QRectF(QPointF(), tinted), checkColor),
+                skin.filePath("control_check.png"));
+
+    // The signs of message boxes are shown 32 to 48 units wide.
+    const QSize sign(96, 96);
+    savePicture(tintedShape("question", sign, QRectF(QPointF(), sign), selectedColor),
+                skin.filePath("dialog_question.png"));
+    savePicture(tintedShape("information", sign, QRectF(QPointF(), sign), selectedColor),
+                skin.filePath("dialog_information.png"));
 
     savePicture(paintShape("switch_on", QSize(44, 26)), skin.filePath("img_switch_on.png"));
     savePicture(paintShape("switch_off", QSize(44, 26)), skin.filePath("img_switch_off.png"));
