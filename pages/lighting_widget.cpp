@@ -12,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
+#include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
@@ -72,6 +73,24 @@ struct SleepChoice
 };
 constexpr std::array<SleepChoice, 4> sleepChoices{
     {{"Not Sleep", 0}, {"1 min", 1}, {"5 min", 2}, {"30 min", 3}}};
+
+// Its own sheet takes every border away; the focus must be seen all the same.
+class DirectionButton : public QToolButton
+{
+public:
+    using QToolButton::QToolButton;
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        QToolButton::paintEvent(event);
+        if (!hasFocus())
+            return;
+        QPainter painter(this);
+        painter.setPen(QPen(Qt::white, 2.0));
+        painter.drawRect(rect().adjusted(1, 1, -1, -1));
+    }
+};
 
 QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent = nullptr)
 {
@@ -149,6 +168,8 @@ QWidget* LightingWidget::createPanel()
     auto* row = new QHBoxLayout(panel);
     row->setContentsMargins(12, 16, 14, 0);
     row->setSizeConstraint(QLayout::SetMinimumSize);
+    // The constraint takes the place of the panel's own minimum, so the row must keep it.
+    row->addStrut(panelMinimumHeight - row->contentsMargins().top());
 
     wheel = new PaletteWheel(panel);
     wheel->onColorPicked([this](const QColor& picked) { setColor(picked); });
@@ -332,7 +353,7 @@ QLayout* LightingWidget::createDirectionPad()
     auto* grid = new QGridLayout;
     for (int index = 0; index < static_cast<int>(directionEntries.size()); ++index) {
         const DirectionEntry& entry = directionEntries.at(static_cast<std::size_t>(index));
-        auto* button = new QToolButton(this);
+        auto* button = new DirectionButton(this);
         button->setCheckable(true);
         button->setChecked(index == direction);
         button->setFixedSize(42, 31);
