@@ -30,6 +30,6 @@ set(fonts ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/tavik-center/official
 install(CODE "
   foreach(font OpenSans-Regular.ttf OpenSans-Semibold.ttf)
     file(REMOVE \"\$ENV{DESTDIR}${fonts}/\${font}\")
-    file(CREATE_LINK /usr/share/fonts/truetype/open-sans/\${font}
+    file(CREATE_LINK ../../../fonts/truetype/open-sans/\${font}
       \"\$ENV{DESTDIR}${fonts}/\${font}\" SYMBOLIC)
   endforeach()")

@@ -1,0 +1,165 @@
+#include "tests/system/emulated_keyboard.h"
+#include "tests/system/testbed_process.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <poll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+using namespace tavik::tests;
+
+namespace {
+
+constexpr int timeoutMs = 60000;
+
+bool runCMake(const QString& destination, const QStringList& arguments)
+{
+    QProcess cmake;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DESTDIR"), destination);
+    cmake.setProcessEnvironment(environment);
+    cmake.setProcessChannelMode(QProcess::MergedChannels);
+    cmake.start(QStringLiteral(TAVIK_CMAKE), arguments);
+    const bool done = cmake.waitForFinished(timeoutMs) && cmake.exitCode() == 0;
+    if (!done)
+        qWarning("%s", cmake.readAll().constData());
+    return done;
+}
+
+// Everything but directories, relative to the directory, sorted.
+QStringList filesBelow(const QString& directory)
+{
+    QStringList files;
+    QDirIterator entry(directory, QDir::Files | QDir::System | QDir::Hidden,
+                       QDirIterator::Subdirectories);
+    while (entry.hasNext())
+        files += QDir(directory).relativeFilePath(entry.next());
+    files.sort();
+    return files;
+}
+
+QStringList expectedFiles()
+{
+    QFile list(QStringLiteral(TAVIK_FILE_LIST));
+    if (!list.open(QIODevice::ReadOnly))
+        return {};
+    QStringList files = QString::fromUtf8(list.readAll()).split(QLatin1Char('\n'));
+    files.removeAll(QString());
+    files.sort();
+    return files;
+}
+
+// Sees a file being opened by another program.
+class OpenWatch
+{
+public:
+    explicit OpenWatch(const QString& file) : watch_(inotify_init1(IN_CLOEXEC))
+    {
+        isValid_ = inotify_add_watch(watch_, QFile::encodeName(file).constData(), IN_OPEN) >= 0;
+    }
+    ~OpenWatch() { close(watch_); }
+    OpenWatch(const OpenWatch&) = delete;
+    OpenWatch& operator=(const OpenWatch&) = delete;
+
+    [[nodiscard]] bool wait() const
+    {
+        pollfd waiting{watch_, POLLIN, 0};
+        return isValid_ && poll(&waiting, 1, timeoutMs) == 1;
+    }
+
+private:
+    int watch_;
+    bool isValid_ = false;
+};
+
+} // namespace
+
+// The build is installed into an empty directory that stands for the whole system.
+class InstallTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void installsTheListedFiles();
+    void opensNoMoreThanTheProgramNeeds();
+    void startsFromWhereItIsInstalled();
+    void uninstallLeavesNothing();
+
+private:
+    [[nodiscard]] QString installed(const QString& file) const
+    {
+        return system_.filePath(QStringLiteral("usr/") + file);
+    }
+
+    QTemporaryDir system_;
+    QTemporaryDir home_;
+};
+
+void InstallTest::initTestCase()
+{
+    QVERIFY(runCMake(system_.path(), {QStringLiteral("--install"), QStringLiteral(TAVIK_BUILD),
+                                      QStringLiteral("--prefix"), QStringLiteral("/usr")}));
+}
+
+void InstallTest::installsTheListedFiles()
+{
+    QCOMPARE(filesBelow(system_.filePath(QStringLiteral("usr"))), expectedFiles());
+    QCOMPARE(filesBelow(system_.path()).size(), expectedFiles().size());
+}
+
+void InstallTest::opensNoMoreThanTheProgramNeeds()
+{
+    QFile rule(installed(QStringLiteral("lib/udev/rules.d/60-tavik-center.rules")));
+    QVERIFY(rule.open(QIODevice::ReadOnly));
+    QVERIFY(
+        rule.readAll().contains("IMPORT{program}=\"/usr/lib/udev/tavik-center-interface %S%p\""));
+}
+
+// The installed program finds its own data beside itself, and the keyboard over the real hidapi.
+void InstallTest::startsFromWhereItIsInstalled()
+{
+    if (QFile::exists(QStringLiteral("/tmp/tavik-center")))
+        QSKIP("/tmp/tavik-center is searched for data before the installed files");
+    EmulatedKeyboard keyboard;
+    const OpenWatch font(
+        installed(QStringLiteral("share/tavik-center/official-skin/fonts/OpenSans-Semibold.ttf")));
+    const OpenWatch picture(
+        installed(QStringLiteral("share/tavik-center/official-skin/img_keyboard_brix9.png")));
+    const OpenWatch layout(installed(QStringLiteral("share/tavik-center/keyboard-layout.xml")));
+    TestbedProcess program(AsUser::Same);
+    program.setEnvironment(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    program.setEnvironment(QStringLiteral("XDG_CONFIG_HOME"), home_.path());
+    program.setEnvironment(QStringLiteral("XDG_RUNTIME_DIR"), home_.path());
+
+    QVERIFY(program.start(installed(QStringLiteral("bin/tavik-center"))));
+
+    QVERIFY(font.wait());
+    QVERIFY(layout.wait());
+    QVERIFY(keyboard.waitUntilOpened(1, std::chrono::milliseconds(timeoutMs)));
+    QVERIFY(picture.wait());
+    QVERIFY2(program.isRunning(), qPrintable(program.output()));
+    program.end();
+    QCOMPARE(program.output(), QString());
+    // Starting up sends nothing to the keyboard.
+    QCOMPARE(keyboard.transfers(), 0);
+}
+
+void InstallTest::uninstallLeavesNothing()
+{
+    QVERIFY(
+        runCMake(system_.path(), {QStringLiteral("-DMANIFEST=" TAVIK_BUILD "/install_manifest.txt"),
+                                  QStringLiteral("-P"), QStringLiteral(TAVIK_UNINSTALL)}));
+
+    QCOMPARE(filesBelow(system_.path()), QStringList());
+    QDirIterator entry(system_.path(), {QStringLiteral("*tavik*")}, QDir::AllEntries,
+                       QDirIterator::Subdirectories);
+    QVERIFY2(!entry.hasNext(), qPrintable(entry.next()));
+}
+
+QTEST_GUILESS_MAIN(InstallTest)
+#include "install_test.moc"
