@@ -30,21 +30,16 @@ constexpr int rainbowAlpha = 78;
 constexpr int keyColorAlpha = 112;
 
 // Layout files are edited by hand; a number beyond any screen must not overflow.
-int boundedInt(double value)
+double bounded(double value)
 {
     constexpr double farAway = 1 << 20;
-    return static_cast<int>(std::clamp(value, -farAway, farAway));
+    return std::clamp(value, -farAway, farAway);
 }
 
-int roundedInt(double value)
+// QRect itself adds up in int, which the numbers of a hand-edited file may overflow.
+QPointF centerOf(const QRect& rect)
 {
-    return qRound(std::clamp(value, -1048576.0, 1048576.0));
-}
-
-// A hand-edited rectangle may be wider than an int can say.
-QPointF centerOf(const QRect& area)
-{
-    return {(1.0 * area.left() + area.right()) / 2, (1.0 * area.top() + area.bottom()) / 2};
+    return {(rect.left() * 1.0 + rect.right()) / 2, (rect.top() * 1.0 + rect.bottom()) / 2};
 }
 
 bool isReportable(int lightIndex)
@@ -139,7 +134,15 @@ void KeyboardView::setKeyboardLayout(const KeyboardLayout* newLayout)
     update();
 }
 
-bool KeyboardView::hasKeys() const
+void KeyboardView::setCaption(int lightIndex, const QString& caption)
+{
+    if (caption.isEmpty())
+        captions.remove(lightIndex);
+    else
+        captions.insert(lightIndex, caption);
+}
+
+bool KeyboardView::hasBoard() const
 {
     return keyboardLayout != nullptr && keyboardLayout->width > 0 && keyboardLayout->height > 0;
 }
@@ -157,14 +160,15 @@ KeyboardView::Scaling KeyboardView::scaling() const
 
 QRect KeyboardView::hitRectangle(const KeyRecord& key) const
 {
-    if (!hasKeys())
+    if (!hasBoard())
         return {};
     const Scaling s = scaling();
     const double keyWidth = key.rect.right() + 1.0 - key.rect.left();
     const double keyHeight = key.rect.bottom() + 1.0 - key.rect.top();
-    return {roundedInt(key.rect.left() * s.factor + s.left),
-            roundedInt(key.rect.top() * s.factor + s.top), boundedInt(keyWidth * s.factor),
-            boundedInt(keyHeight * s.factor)};
+    return {qRound(bounded(key.rect.left() * s.factor + s.left)),
+            qRound(bounded(key.rect.top() * s.factor + s.top)),
+            static_cast<int>(bounded(keyWidth * s.factor)),
+            static_cast<int>(bounded(keyHeight * s.factor))};
 }
 
 // Smaller than where the key answers, so that neighbouring decorations stay apart.
@@ -178,7 +182,7 @@ QRect KeyboardView::innerRectangle(const KeyRecord& key) const
 
 int KeyboardView::keyAt(QPoint point) const
 {
-    if (!hasKeys())
+    if (!hasBoard())
         return -1;
     for (const KeyRecord& key : keyboardLayout->keys) {
         if (isReportable(key.lightIndex) && hitRectangle(key).contains(point))
@@ -233,7 +237,7 @@ void KeyboardView::mouseMoveEvent(QMouseEvent* event)
 
 const KeyRecord* KeyboardView::markedKey() const
 {
-    if (!hasKeys())
+    if (!hasBoard())
         return nullptr;
     for (const KeyRecord& key : keyboardLayout->keys) {
         if (key.lightIndex == marked && isReportable(marked))
@@ -274,7 +278,7 @@ void KeyboardView::moveMark(QPoint direction)
 
 void KeyboardView::keyPressEvent(QKeyEvent* event)
 {
-    if (!hasKeys()) {
+    if (!hasBoard()) {
         QWidget::keyPressEvent(event);
         return;
     }
@@ -317,9 +321,12 @@ void KeyboardView::contextMenuEvent(QContextMenuEvent* event)
 
 void KeyboardView::focusInEvent(QFocusEvent* event)
 {
-    markVisible =
-        event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
-    if (markVisible && markedKey() == nullptr && hasKeys())
+    const Qt::FocusReason reason = event->reason();
+    const bool isGivenBack =
+        reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason;
+    if (!isGivenBack)
+        markVisible = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason;
+    if (markVisible && markedKey() == nullptr && hasBoard())
         moveMark({1, 0});
     QWidget::focusInEvent(event);
 }
@@ -335,7 +342,7 @@ void KeyboardView::focusOutEvent(QFocusEvent* event)
 void KeyboardView::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.fillRect(rect(), Qt::transparent);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
@@ -346,7 +353,7 @@ void KeyboardView::paintEvent(QPaintEvent*)
         painter.drawText(rect(), Qt::AlignCenter, tr("Loading layout…"));
         return;
     }
-    if (!hasKeys())
+    if (!hasBoard())
         return;
 
     paintKeyboardPicture(painter);
@@ -372,7 +379,6 @@ void KeyboardView::paintWorkspaceBehind(QPainter& painter) const
     const double scaleY = static_cast<double>(backgroundPicture.height()) / workspace->height();
     const QRectF source(origin.x() * scaleX, origin.y() * scaleY, width() * scaleX,
                         height() * scaleY);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawPixmap(QRectF(rect()), backgroundPicture, source);
 }
 
@@ -421,7 +427,7 @@ void KeyboardView::paintKey(QPainter& painter, const KeyRecord& key) const
     }
 
     painter.setBrush(Qt::NoBrush);
-    if (lightIndex == selected) {
+    if (lightIndex == selected && isReportable(selected)) {
         painter.setPen(QPen(frameColor, 2.0));
         drawBox(painter, inner, 5 * scale);
     }

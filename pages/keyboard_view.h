@@ -37,10 +37,7 @@ public:
 
     // The owner changes mode, captions and colors and then asks for a repaint with update().
     void setMode(KeyboardViewMode newMode) { mode = newMode; }
-    void setCaption(int lightIndex, const QString& caption)
-    {
-        captions.insert(lightIndex, caption);
-    }
+    void setCaption(int lightIndex, const QString& caption); // an empty one is none
     void setKeyColor(int lightIndex, QColor color) { keyColors.insert(lightIndex, color); }
     void clearCaptions() { captions.clear(); }
     void clearKeyColors() { keyColors.clear(); }
@@ -80,7 +77,7 @@ private:
         double top = 0.0;
     };
 
-    [[nodiscard]] bool hasKeys() const;
+    [[nodiscard]] bool hasBoard() const;
     [[nodiscard]] Scaling scaling() const;
     [[nodiscard]] QRect innerRectangle(const KeyRecord& key) const;
     [[nodiscard]] const KeyRecord* markedKey() const;
