@@ -46,11 +46,7 @@ public:
     using QListWidget::QListWidget;
 
 protected:
-    void focusInEvent(QFocusEvent* event) override
-    {
-        QAbstractScrollArea::focusInEvent(event);
-        viewport()->update();
-    }
+    void focusInEvent(QFocusEvent*) override { viewport()->update(); }
 };
 
 } // namespace
