@@ -95,6 +95,21 @@ void transferRows()
                                  << "Custom mode enabled.";
 }
 
+// Counts how often a widget paints itself of its own accord; grabbing it would always paint it.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget* watched) { watched->installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+
+    int count = 0;
+};
+
 // Closes the dialog also when a check in it fails, so that a failure is not a standstill.
 auto closeAtTheEnd(QWidget& dialog)
 {
@@ -219,8 +234,10 @@ private slots:
             colorDialog->setCurrentColor(QColor(1, 2, 3));
             clickButton(dialog, QStringLiteral("OK"));
         });
+        const PaintCounter painted(preview());
         button("Brush color…")->click();
         QCOMPARE(dialogsStillExpected(), 0);
+        QTRY_VERIFY(painted.count > 0);
         QCOMPARE(preview()->grab().toImage().pixelColor(28, 13), QColor(1, 2, 3));
         page->paintAll();
         QCOMPARE(bank(), filledBank(1, 2, 3));
