@@ -167,7 +167,7 @@ private slots:
         QTest::mouseClick(view(), Qt::LeftButton, {}, view()->hitRectangle(key).center());
 
         tavik::ColorBank expected{};
-        const auto offset = static_cast<std::size_t>(3 * key.lightIndex);
+        const auto offset = 3 * static_cast<std::size_t>(key.lightIndex);
         expected.at(offset) = 0xFF;
         expected.at(offset + 1) = 0x3C;
         expected.at(offset + 2) = 0x3C;
@@ -189,7 +189,7 @@ private slots:
         bank() = variedBank();
         page->keyClicked(lightIndex);
         tavik::ColorBank expected = variedBank();
-        const auto offset = static_cast<std::size_t>(3 * lightIndex);
+        const auto offset = 3 * static_cast<std::size_t>(lightIndex);
         expected.at(offset) = 0xFF;
         expected.at(offset + 1) = 0x3C;
         expected.at(offset + 2) = 0x3C;
