@@ -409,7 +409,13 @@ private slots:
         // Top margin 87.375, height 225.25: the corner alone is rounded, and the last quarter of a
         // row is drawn softly.
         view->resize(901, 400);
-        QCOMPARE(paintedArea(*view), QRect(QPoint(0, 87), QPoint(900, 312)));
+        QPixmap plain(901, 225);
+        plain.fill(capColor);
+        QCOMPARE(pictureOf(*view),
+                 paintedPicture({901, 400}, Qt::transparent, [&](QPainter& painter) {
+                     painter.setRenderHint(QPainter::SmoothPixmapTransform);
+                     painter.drawPixmap(QRectF(0, 87, 901, 225.25), plain, plain.rect());
+                 }));
         view->resize(201, 50); // left margin 0.5
         QCOMPARE(paintedArea(*view), QRect(QPoint(1, 0), QPoint(200, 49)));
     }
@@ -768,6 +774,14 @@ private slots:
         press(*view, {450, 50}, Qt::MiddleButton);
         QCOMPARE(pictureOf(*view).copy(0, 0, 380, 200), before.copy(0, 0, 380, 200));
         QCOMPARE(pictureOf(*view).pixelColor(401, 59), frameColor);
+    }
+
+    void nothingIsFramedBeforeTheFirstPress()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(-1, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(KeyboardViewMode::Captions);
+        QVERIFY(paintedArea(*view).isEmpty()); // no key is selected, not even one numbered -1
     }
 
     void eachModeDrawsItsOwnDecorationOnly()
