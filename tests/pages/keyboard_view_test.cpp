@@ -80,7 +80,11 @@ private slots:
         QDir::setCurrent(directory->path());
     }
 
-    void cleanup() { QDir::setCurrent(QDir::rootPath()); }
+    void cleanup()
+    {
+        window.reset(); // its view must not be painted without its layout
+        QDir::setCurrent(QDir::rootPath());
+    }
 
     void startsLargeTransparentAndWatchingThePointer()
     {
