@@ -28,6 +28,9 @@ private slots:
     void arrowPointsWhereItSays();
     void tintedIconIsSharpAndSquare_data();
     void tintedIconIsSharpAndSquare();
+    void marksOfControlsAreSharp_data();
+    void marksOfControlsAreSharp();
+    void controlArrowsPointUpAndDown();
     void switchShowsItsState();
     void logoFitsTheTitleBar();
     void backdropIsQuiet();
@@ -241,6 +244,43 @@ void SkinPicturesTest::tintedIconIsSharpAndSquare()
     QVERIFY(borderIsClear(picture));
     // It stands between the strips of the sidebar and must rest in the same color.
     QCOMPARE(inkOf(picture), inkOf(frameOf(strips().first(), 0)));
+}
+
+void SkinPicturesTest::marksOfControlsAreSharp_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("shownWidth");
+    QTest::newRow("up") << "control_up.png" << 12;
+    QTest::newRow("down") << "control_down.png" << 12;
+    QTest::newRow("check") << "control_check.png" << 18;
+    QTest::newRow("question") << "dialog_question.png" << 48;
+    QTest::newRow("information") << "dialog_information.png" << 48;
+}
+
+// Large enough for a pixel ratio of two, and never cut at its border.
+void SkinPicturesTest::marksOfControlsAreSharp()
+{
+    QFETCH(QString, name);
+    QFETCH(int, shownWidth);
+    const QImage picture = skinPicture(name);
+    QCOMPARE(picture.width(), picture.height());
+    QVERIFY(picture.width() >= 2 * shownWidth);
+    QVERIFY(borderIsClear(picture));
+}
+
+void SkinPicturesTest::controlArrowsPointUpAndDown()
+{
+    const QImage up = skinPicture("control_up.png");
+    const auto firstRow = [](const QImage& picture, int column) {
+        for (int y = 0; y < picture.height(); ++y) {
+            if (picture.pixelColor(column, y).alpha() > 128)
+                return y;
+        }
+        return picture.height();
+    };
+    QVERIFY(firstRow(up, up.width() / 2) < firstRow(up, up.width() / 4));
+    const QImage down = skinPicture("control_down.png");
+    QVERIFY(firstRow(down, down.width() / 2) > firstRow(down, down.width() / 4));
 }
 
 void SkinPicturesTest::switchShowsItsState()
