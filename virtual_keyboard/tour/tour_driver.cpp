@@ -1,6 +1,7 @@
 #include "virtual_keyboard/tour/tour_driver.h"
 
 #include <QAbstractItemView>
+#include <QAbstractSpinBox>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -249,8 +250,10 @@ void TourDriver::type(const QString& text)
 {
     // The X server focuses a new window some time after it shows.
     const bool isListening = waitUntil([] {
-        const auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget());
-        return field != nullptr && field->isActiveWindow();
+        const QWidget* field = QApplication::focusWidget();
+        return (qobject_cast<const QLineEdit*>(field) != nullptr ||
+                qobject_cast<const QAbstractSpinBox*>(field) != nullptr) &&
+               field->isActiveWindow();
     });
     if (!isListening)
         throw std::runtime_error("no text field has the focus");

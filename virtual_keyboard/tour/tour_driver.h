@@ -19,7 +19,7 @@ namespace tavik::virtual_keyboard {
 enum class MouseButton { Left = 1, Middle = 2, Right = 3 };
 
 // Keys that stand for no character, by their X key symbols.
-enum class KeySymbol : unsigned { Return = 0xFF0D, Left = 0xFF51 };
+enum class KeySymbol : unsigned { Return = 0xFF0D, Home = 0xFF50, Left = 0xFF51 };
 
 // Uses the program as a person would: it moves the pointer, clicks and types through the X server,
 // so that every event takes the way of a real one. It runs in a thread of its own, because the

@@ -9,6 +9,8 @@ namespace tavik::virtual_keyboard {
 
 namespace {
 
+constexpr int delayMs = 40; // in front of all actions of the macro but the first
+
 std::size_t lightIndexOf(const QString& description)
 {
     for (const KeyRecord& key : KeyboardLayout::instance().keys) {
@@ -132,8 +134,10 @@ void Tour::visitMacros()
             driver.type(QStringLiteral("Greet"));
             driver.takePicture(QStringLiteral("new-macro-dialog"));
             driver.click(button("OK"));
-            driver.click(labeled("Delay before"));
             addAction("Key press", "H");
+            driver.click(labeled("Delay before"));
+            driver.pressKey(KeySymbol::Home); // in front of the 0
+            driver.type(QString::number(delayMs / 10));
             addAction("Key release", "H");
             addAction("Pause", "A");
             addAction("Mouse click", "A");
@@ -156,9 +160,9 @@ void Tour::visitMacros()
         [&] { driver.click(button("Write macros to keyboard")); },
         [] {
             const std::vector<MacroEvent> expected{{0, MacroEventKind::KeyPress, 0x0B},
-                                                   {0, MacroEventKind::KeyRelease, 0x0B},
-                                                   {0, MacroEventKind::Pause, 0x04},
-                                                   {0, MacroEventKind::MousePress, 0x04}};
+                                                   {delayMs, MacroEventKind::KeyRelease, 0x0B},
+                                                   {delayMs, MacroEventKind::Pause, 0x04},
+                                                   {delayMs, MacroEventKind::MousePress, 0x04}};
             return bus().keyboard().playMacro(0) == expected;
         },
         [] {
