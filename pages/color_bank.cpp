@@ -22,7 +22,8 @@ static_assert(transferSize == layerSize * bytesPerRecord);
 constexpr std::size_t bankOffset = 1;
 static_assert(bankOffset + colorBankSize <= transferSize);
 
-// The keyboard wants this session opened and closed with 0, unlike those of its other commands.
+// The keyboard wants this session opened and closed with 0, as that of its screen; its other
+// commands use 1.
 constexpr std::uint8_t bankSessionFlag = 0;
 
 Report bankHeader(CommandCode code)

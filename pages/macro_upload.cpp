@@ -108,8 +108,7 @@ int announcedMacroReports(qsizetype imageSize)
     return static_cast<int>(piecesFor(std::max(imageSize, smallestImage))) + 1;
 }
 
-// The keyboard holds the macro session over the moment in which the lock is free: whoever waits for
-// the device gets it before the long part, not after it.
+// The lock is let go between the two commands; the keyboard keeps the session open meanwhile.
 bool writeMacroSpace(const QByteArray& image)
 {
     return startMacroSession() && sendMacroData(image);

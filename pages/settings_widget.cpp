@@ -145,8 +145,7 @@ QWidget* SettingsWidget::createRightSide()
     return right;
 }
 
-// The panel is part of the picture that owners know; the wired connection has no command for it, so
-// nothing here is connected.
+// The wired connection has no command for any of this, so nothing here is connected.
 QWidget* SettingsWidget::createGameModePanel()
 {
     auto* panel = new QWidget(this);

@@ -155,6 +155,21 @@ private slots:
             QCOMPARE(int(bank.at(offset)), int((offset + 1) % 251));
     }
 
+    void lockIsHeldDuringAllTraffic()
+    {
+        QVERIFY(Device::instance().refresh());
+        bus().clearTrace();
+        int free = 0;
+        bus().setListener([&free] { free += deviceLockIsFree() ? 1 : 0; });
+        QVERIFY(writeColorBank(variedBank()));
+        QVERIFY(readColorBank().has_value());
+        QVERIFY(enableCustomColors(3));
+        bus().setListener({});
+        QCOMPARE(free, 0);
+        QVERIFY(bus().trace().size() > 100);
+        QVERIFY(deviceLockIsFree());
+    }
+
     void goodWriteOnTheWire()
     {
         QVERIFY(writeColorBank(variedBank()));

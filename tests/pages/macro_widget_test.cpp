@@ -94,7 +94,7 @@ private slots:
         QVERIFY(!QFile::exists(stateFilePath()));
     }
 
-    void partsAreAsTheUserKnowsThem()
+    void partsHaveTheirTextsAndLimits()
     {
         showPage({});
         QCOMPARE(page->layout()->contentsMargins(), QMargins(12, 12, 12, 12));

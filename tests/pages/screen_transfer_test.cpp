@@ -147,6 +147,26 @@ private slots:
         checkLeftTidy();
     }
 
+    // The blocks go over an interface of their own, so the other one is not kept from anybody.
+    void lockIsHeldForReportsAndFreeForBlocks()
+    {
+        int freeReports = 0;
+        int lockedBlocks = 0;
+        bus().setListener([&] {
+            const QString line = QString::fromStdString(bus().trace().back());
+            const bool isFree = deviceLockIsFree();
+            if (line.startsWith("send ") || line.startsWith("read "))
+                freeReports += isFree ? 1 : 0;
+            else if (line.startsWith("block ") || line == "ack")
+                lockedBlocks += isFree ? 0 : 1;
+        });
+        QVERIFY(attempt().result.ok);
+        bus().setListener({});
+        QCOMPARE(freeReports, 0);
+        QCOMPARE(lockedBlocks, 0);
+        QCOMPARE(busWire().size(), 2 * 3 + 2 * blockCount);
+    }
+
     void wholeTraceOfATransfer()
     {
         QVERIFY(attempt().result.ok);
