@@ -52,7 +52,7 @@ public:
 
     // Replaces the fields by what the state file holds. Without a file, or with one that cannot be
     // read or is no JSON object, the fields keep their values. Meant for the start only: a file
-    // that loads is copied to "state.json.bak" beside it, one that does not to
+    // that loads is copied to "state.json.bak" beside it, one that is read but is no JSON object to
     // "state.json.damaged". Emits nothing and reports nothing.
     void load();
 

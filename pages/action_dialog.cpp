@@ -2,6 +2,7 @@
 
 #include "model/app_state.h"
 #include "model/key_names.h"
+#include "pages/shown_text.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -120,7 +121,7 @@ void ActionDialog::createActionLists()
     macroList = createList(tr("Macro"), this);
     const QList<MacroRecord>& macros = AppState::instance().macros;
     for (int index = 0; index < macros.size(); ++index)
-        macroList->addItem(macros.at(index).name, index);
+        macroList->addItem(beginningOf(macros.at(index).name, shownNameLimit), index);
 }
 
 QStackedWidget* ActionDialog::createPages()
@@ -180,7 +181,8 @@ void ActionDialog::select(const KeyAction& current)
 void ActionDialog::showPageOf(int typeIndex)
 {
     const int type = typeList->itemData(typeIndex).toInt();
-    const int page = pageOfType.at(static_cast<std::size_t>(type));
+    const bool isKnown = type >= 0 && type < static_cast<int>(pageOfType.size());
+    const int page = isKnown ? pageOfType.at(static_cast<std::size_t>(type)) : keepPage;
     if (page != keepPage)
         pages->setCurrentIndex(page);
 }

@@ -1,6 +1,7 @@
 #include "pages/action_menu.h"
 
 #include "model/key_names.h"
+#include "pages/shown_text.h"
 
 #include <algorithm>
 #include <array>
@@ -119,10 +120,12 @@ void ActionMenu::addMacros(const QList<MacroRecord>& macros)
                 addGroup(count <= macrosPerMenu ? tr("Macros")
                                                 : tr("Macros %1 to %2").arg(index + 1).arg(last));
         }
-        const QString name = macros.at(index).name;
-        QString shown = fontMetrics().elidedText(name, Qt::ElideRight, macroNameWidth);
+        const QString name = beginningOf(macros.at(index).name, shownNameLimit);
+        // Line breaks of any kind would break the item, too.
+        const QString line = name.simplified();
+        QString shown = fontMetrics().elidedText(line, Qt::ElideRight, macroNameWidth);
         // A key without a caption is normal; a menu item without a text could not be chosen.
-        if (name.trimmed().isEmpty())
+        if (line.isEmpty())
             shown = tr("Macro %1").arg(index);
         QAction* item = addChoice(group, shown, macroKeyAction(static_cast<int>(index)));
         if (shown != name)

@@ -1,6 +1,7 @@
 #include "pages/keyboard_view.h"
 
 #include "app/skin_icons.h"
+#include "pages/shown_text.h"
 
 #include <QContextMenuEvent>
 #include <QHelpEvent>
@@ -19,6 +20,8 @@ namespace tavik {
 namespace {
 
 constexpr int keyCount = 144;
+
+constexpr qsizetype drawnCharacters = 200; // more than a cap can show
 
 constexpr QColor frameColor(231, 122, 25);
 constexpr QColor captionFill(231, 122, 25, 72);
@@ -77,7 +80,8 @@ void drawFittingText(QPainter& painter, const QRect& area, const QString& text)
 
     const int lineHeight = metrics.lineSpacing();
     const int lineLimit = std::max(1, area.height() / lineHeight);
-    QTextLayout layout(text, painter.font(), painter.device());
+    const QString flowing = QString(text).replace(u'\n', u' ');
+    QTextLayout layout(flowing, painter.font(), painter.device());
     QTextOption option(Qt::AlignHCenter);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     layout.setTextOption(option);
@@ -86,10 +90,11 @@ void drawFittingText(QPainter& painter, const QRect& area, const QString& text)
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(area.width());
         if (lines.size() + 1 == lineLimit) {
-            lines += metrics.elidedText(text.mid(line.textStart()), Qt::ElideRight, area.width());
+            lines +=
+                metrics.elidedText(flowing.mid(line.textStart()), Qt::ElideRight, area.width());
             break;
         }
-        lines += text.mid(line.textStart(), line.textLength()).trimmed();
+        lines += flowing.mid(line.textStart(), line.textLength()).trimmed();
     }
     layout.endLayout();
 
@@ -139,7 +144,7 @@ void KeyboardView::setCaption(int lightIndex, const QString& caption)
     if (caption.isEmpty())
         captions.remove(lightIndex);
     else
-        captions.insert(lightIndex, caption);
+        captions.insert(lightIndex, beginningOf(caption, shownNameLimit));
 }
 
 bool KeyboardView::hasBoard() const
@@ -472,7 +477,7 @@ void KeyboardView::paintCaption(QPainter& painter, const QRect& inner, const QSt
     painter.save();
     painter.setFont(captionFont);
     painter.setPen(captionText);
-    drawFittingText(painter, inner.adjusted(2, 1, -2, -1), caption);
+    drawFittingText(painter, inner.adjusted(2, 1, -2, -1), beginningOf(caption, drawnCharacters));
     painter.restore();
 }
 

@@ -4,6 +4,7 @@
 #include "model/app_state.h"
 #include "model/key_names.h"
 #include "pages/macro_upload.h"
+#include "pages/shown_text.h"
 #include "pages/status_label.h"
 
 #include <QComboBox>
@@ -245,7 +246,7 @@ void MacroWidget::refillMacroList()
 {
     macroList->clear();
     for (const MacroRecord& macro : AppState::instance().macros)
-        macroList->addItem(macro.name);
+        macroList->addItem(beginningOf(macro.name, shownNameLimit));
     macroSelected(macroList->currentRow());
 }
 

@@ -72,6 +72,7 @@ private slots:
     void pagesOfFixedCaption();
     void everyKeyCaption();
     void everyConsumerCaption();
+    void everySpecialCaption();
     void macroCaptionsFollowTheList();
 };
 
@@ -250,6 +251,17 @@ void KeyNamesTest::everyKeyCaption()
             const int named = p2 == 0 ? p1 : p2;
             expected += names.value(named, QStringLiteral("0x") + twoDigits(named));
             QCOMPARE(keyActionLabel(action(2, p1, p2), {}), expected);
+        }
+    }
+}
+
+void KeyNamesTest::everySpecialCaption()
+{
+    for (int p1 = 0; p1 < 256; ++p1) {
+        for (const int p2 : sampledBytes) {
+            const KeyAction action{5, static_cast<std::uint8_t>(p1), static_cast<std::uint8_t>(p2),
+                                   0};
+            QCOMPARE(keyActionLabel(action, {}), p1 == 3 ? "Disabled" : "Special");
         }
     }
 }

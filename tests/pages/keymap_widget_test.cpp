@@ -13,7 +13,9 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
@@ -88,7 +90,7 @@ void clickKey(const KeymapWidget& page, int lightIndex, Qt::MouseButton mouseBut
 
 QLabel* statusLabel(const KeymapWidget& page)
 {
-    // The last label of the page; the other one is the hint.
+    // The only label besides the hint.
     for (QLabel* label : page.findChildren<QLabel*>()) {
         if (label->objectName() != QLatin1String("hint"))
             return label;
@@ -507,6 +509,16 @@ private slots:
         QVERIFY(stateOnDisk() == expected);
         QVERIFY(showsCaptions(*page, {}));
         QCOMPARE(busTrace(), QStringList());
+
+        // Zeros in the file itself, not only what a shorter file would be read as.
+        QFile file(stateFilePath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QJsonObject saved = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonArray keys = saved.value(layer == 0 ? "layerBase" : "layerFn").toArray();
+        QCOMPARE(keys.size(), 144);
+        const QJsonObject zero{{"page", 0}, {"p1", 0}, {"p2", 0}, {"p3", 0}};
+        for (const QJsonValue& key : keys)
+            QCOMPARE(key.toObject(), zero);
     }
 
     void captionsFollowAReplacedState()

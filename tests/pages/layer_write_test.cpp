@@ -115,7 +115,6 @@ private slots:
         QCOMPARE(image[573], 3);
         QCOMPARE(image[574], 0xAA);
         QCOMPARE(image[575], 0x55);
-        QVERIFY((layer[143] == KeyAction{2, 3, 4, 5}));
     }
 
     void goodWriteOnTheWire_data() { layerRows(); }
