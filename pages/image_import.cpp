@@ -1,5 +1,7 @@
 #include "pages/image_import.h"
 
+#include "pages/gif_frames.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
@@ -119,6 +121,22 @@ QList<ScreenFrame> readStill(QImageReader& reader)
     return {createFrame(std::move(picture), stillDelayMs)};
 }
 
+// The image reader fills what a GIF's frames leave empty with colors that browsers do not show.
+QList<ScreenFrame> readGif(const QString& path, bool isAnimation)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    GifFrames gif(file, animationPixelLimit);
+    const qsizetype mostFrames = isAnimation ? screenFrameLimit : 1;
+    QList<ScreenFrame> frames;
+    while (frames.size() < mostFrames && gif.readNext()) {
+        const int delayMs = std::clamp(gif.delayMs(), shortestDelayMs, longestDelayMs);
+        frames += createFrame(gif.picture(), isAnimation ? delayMs : stillDelayMs);
+    }
+    return frames;
+}
+
 bool isAffordable(QImageReader& reader, bool isAnimation)
 {
     if (isAnimation)
@@ -136,6 +154,8 @@ QList<ScreenFrame> importFile(const QString& path)
     // Counting the pictures means reading the whole file, so the name is asked first.
     const bool isAnimation =
         path.endsWith(QLatin1String(".gif"), Qt::CaseInsensitive) || reader.imageCount() > 1;
+    if (reader.format() == "gif")
+        return readGif(path, isAnimation);
     if (!isAffordable(reader, isAnimation) || !isWhole(path, reader.format()))
         return {};
     return isAnimation ? readAnimation(reader) : readStill(reader);

@@ -178,6 +178,17 @@ void appendGifControl(QByteArray& bytes, const GifFrame& frame)
     appendByte(bytes, 0);
 }
 
+void appendGifBlocks(QByteArray& bytes, const QByteArray& data)
+{
+    appendByte(bytes, gifCodeSize);
+    for (qsizetype start = 0; start < data.size(); start += 255) {
+        const QByteArray piece = data.mid(start, 255);
+        appendByte(bytes, static_cast<int>(piece.size()));
+        bytes += piece;
+    }
+    appendByte(bytes, 0);
+}
+
 void appendGifFrame(QByteArray& bytes, const GifFrame& frame)
 {
     if (frame.hundredths >= 0)
@@ -193,14 +204,28 @@ void appendGifFrame(QByteArray& bytes, const GifFrame& frame)
 
     const QByteArray rows =
         frame.isInterlaced ? interlaceRows(frame.pixels, frame.area.size()) : frame.pixels;
-    const QByteArray data = compressGifPixels(rows);
-    appendByte(bytes, gifCodeSize);
-    for (qsizetype start = 0; start < data.size(); start += 255) {
-        const QByteArray piece = data.mid(start, 255);
-        appendByte(bytes, static_cast<int>(piece.size()));
-        bytes += piece;
+    appendGifBlocks(bytes, frame.pixels.isEmpty() ? QByteArray() : compressGifPixels(rows));
+}
+
+void clearArea(QImage& canvas, QRect area)
+{
+    const QRect visible = area & canvas.rect();
+    for (int y = visible.y(); y < visible.y() + visible.height(); ++y) {
+        for (int x = visible.x(); x < visible.x() + visible.width(); ++x)
+            canvas.setPixel(x, y, 0);
     }
-    appendByte(bytes, 0);
+}
+
+void drawGifFrame(QImage& canvas, const GifFrame& frame, const QList<QRgb>& palette)
+{
+    for (qsizetype index = 0; index < frame.pixels.size(); ++index) {
+        const QPoint place =
+            frame.area.topLeft() + QPoint(static_cast<int>(index % frame.area.width()),
+                                          static_cast<int>(index / frame.area.width()));
+        const int color = static_cast<quint8>(frame.pixels.at(index));
+        if (color != frame.transparent && color < palette.size() && canvas.rect().contains(place))
+            canvas.setPixel(place, palette.at(color));
+    }
 }
 
 void appendJpegSegment(QByteArray& bytes, int marker, const QByteArray& content)
@@ -287,6 +312,23 @@ QByteArray encodeGif(const Gif& gif)
     return bytes;
 }
 
+QList<QImage> browserPictures(const Gif& gif)
+{
+    QList<QImage> pictures;
+    QImage canvas(gif.size, QImage::Format_ARGB32);
+    canvas.fill(0);
+    for (const GifFrame& frame : gif.frames) {
+        const QImage before = canvas;
+        drawGifFrame(canvas, frame, frame.palette.isEmpty() ? gif.palette : frame.palette);
+        pictures += canvas;
+        if (frame.disposal == GifDisposal::Previous)
+            canvas = before;
+        if (frame.disposal == GifDisposal::Background)
+            clearArea(canvas, frame.area);
+    }
+    return pictures;
+}
+
 QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths)
 {
     Gif gif{.size = size, .palette = colors, .frames = {}};
@@ -298,6 +340,30 @@ QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths)
                                .palette = {}};
     }
     return encodeGif(gif);
+}
+
+QByteArray encodeEndlessGif(QSize size, qsizetype moreBytes)
+{
+    // One long run: each code stands for one pixel more than the one before, up to the last code.
+    LowBitWriter writer;
+    int width = gifCodeSize + 1;
+    writer.write(gifClear, width);
+    writer.write(0, width);
+    for (unsigned code = gifEnd + 1; code < gifCodeLimit; ++code) {
+        writer.write(code, width);
+        if (code + 1 == 1U << width && width < 12)
+            ++width;
+    }
+    QByteArray bytes = encodeGif({.size = size, .palette = {qRgb(255, 0, 0)}, .frames = {}});
+    bytes.chop(1);
+    appendByte(bytes, 0x2C);
+    for (const int number : {0, 0, size.width(), size.height()})
+        appendLittle(bytes, number);
+    appendByte(bytes, 0);
+    // The last code consists of ones alone.
+    appendGifBlocks(bytes, writer.finish() + QByteArray(moreBytes, '\xFF'));
+    appendByte(bytes, 0x3B);
+    return bytes;
 }
 
 QByteArray encodeImage(const QImage& image, const char* format, int quality)

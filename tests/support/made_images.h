@@ -23,6 +23,7 @@ struct GifFrame
     QList<QRgb> palette; // of this frame alone; empty takes that of the file
 };
 
+// A whole animation; its frames may reach beyond its edges.
 struct Gif
 {
     QSize size;
@@ -33,8 +34,15 @@ struct Gif
 
 [[nodiscard]] QByteArray encodeGif(const Gif& gif);
 
+// The pictures a browser shows of it, with nothing (0) where no frame has left a color.
+[[nodiscard]] QList<QImage> browserPictures(const Gif& gif);
+
 // A GIF of full frames, each filled with a color of its own and shown for that long.
 [[nodiscard]] QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths);
+
+// A GIF of one red frame whose data do not end with its pixels: that many more bytes follow, and
+// each stands for 2,500 pixels.
+[[nodiscard]] QByteArray encodeEndlessGif(QSize size, qsizetype moreBytes);
 
 // Bytes of a picture in one of the formats that Qt writes ("png", "jpg", "bmp").
 [[nodiscard]] QByteArray encodeImage(const QImage& image, const char* format, int quality = -1);
