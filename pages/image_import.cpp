@@ -8,6 +8,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 
 namespace tavik {
@@ -25,10 +26,17 @@ constexpr qint64 stillPixelLimit = 32 * 1024 * 1024;
 constexpr qint64 animationPixelLimit = 12 * 1024 * 1024;
 // The largest photographs that phones take; they are decoded at half their width and height.
 constexpr qint64 photographPixelLimit = 8192 * 6144;
+// Far beyond any of those; such a file would be read into memory whole.
+constexpr qint64 photographFileLimit = 64 * 1024 * 1024;
 
+// What the file dialog offers. Content decides, not the name: other readers, one for vector
+// graphics among them, inflate and parse a whole file before they tell its size.
+constexpr std::array<const char*, 4> readableFormats{"bmp", "gif", "jpeg", "png"};
+
+// A bitmap stored from top to bottom states a negative height.
 qint64 pixelCount(QSize size)
 {
-    return qint64{size.width()} * size.height();
+    return std::abs(qint64{size.width()}) * std::abs(qint64{size.height()});
 }
 
 // A JPEG ends with a marker of its own; without it the picture is gray from some row on, which the
@@ -83,6 +91,8 @@ bool isWhole(const QString& path, const QByteArray& format)
         return true;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
+        return false;
+    if (format == "jpeg" && file.size() > photographFileLimit)
         return false;
     return format == "jpeg" ? reachesEndMarker(file.readAll())
                             : holdsEveryRow(file.read(64), file.size());
@@ -145,12 +155,20 @@ bool isAffordable(QImageReader& reader, bool isAnimation)
     return pixelCount(reader.size()) <= (isPhotograph ? photographPixelLimit : stillPixelLimit);
 }
 
+bool isReadable(const QByteArray& format)
+{
+    return std::any_of(readableFormats.begin(), readableFormats.end(),
+                       [&format](const char* name) { return format == name; });
+}
+
 QList<ScreenFrame> importFile(const QString& path)
 {
     if (!QFileInfo(path).isFile()) // a pipe would never end
         return {};
     QImageReader reader(path);
     reader.setAutoTransform(true);
+    if (!isReadable(reader.format()))
+        return {};
     // Counting the pictures means reading the whole file, so the name is asked first.
     const bool isAnimation =
         path.endsWith(QLatin1String(".gif"), Qt::CaseInsensitive) || reader.imageCount() > 1;

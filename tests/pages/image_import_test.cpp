@@ -497,6 +497,10 @@ private slots:
         QTest::newRow("GIF header alone") << "a.gif" << QByteArray("GIF89a");
         const QByteArray gif = encodePlainGif({200, 200}, {red, green}, 10);
         QTest::newRow("GIF without a frame") << "a.gif" << gif.first(20);
+        const QByteArray drawing = "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'>"
+                                   "<rect width='9' height='9' fill='red'/></svg>";
+        QTest::newRow("drawing named PNG") << "a.png" << drawing;
+        QTest::newRow("drawing named GIF") << "a.gif" << drawing;
     }
 
     void unusableFileAddsNothing()
@@ -537,6 +541,13 @@ private slots:
                     expected.at(index).convertToFormat(QImage::Format_RGB32));
     }
 
+    void photographInAnEndlessFileAddsNothing()
+    {
+        const QString path = write("a.jpg", encodeImage(quarters({200, 200}), "jpg").chopped(2));
+        QVERIFY(QFile::resize(path, qint64{2} * 1024 * 1024 * 1024)); // takes no room on the disk
+        QCOMPARE(importImages({path}).size(), 0);
+    }
+
     void hugePictureAddsNothingAndTakesNoMemory_data()
     {
         QTest::addColumn<QString>("name");
@@ -553,6 +564,7 @@ private slots:
         QTest::newRow("PNG, largest") << "a.png" << patched(png, 16, "7fffffff7fffffff");
         const QByteArray bmp = encodeImage(quarters({200, 200}), "bmp");
         QTest::newRow("BMP") << "a.bmp" << patched(bmp, 18, "204e0000204e0000");
+        QTest::newRow("BMP from top to bottom") << "a.bmp" << patched(bmp, 18, "204e0000e0b1ffff");
         QTest::newRow("BMP, largest") << "a.bmp" << patched(bmp, 18, "ffffff7fffffff7f");
         const QByteArray jpeg = encodeImage(quarters({200, 200}), "jpg");
         const qsizetype frameHeader = jpeg.indexOf(QByteArray::fromHex("ffc0"));
