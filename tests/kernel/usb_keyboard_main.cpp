@@ -4,6 +4,7 @@
 //   reset              factory state, nothing planned, no violations
 //   plug 8009 ff68     plugs it in under this product id, its screen on this usage page
 //   unplug
+//   identity           "8009 ff68" as it is plugged in, or "unplugged"
 //   fault NAME N       the Nth transfer of this kind from now on goes wrong; names are below
 //   state              what the keyboard holds
 //   violations         what was wrong so far, a line each
@@ -55,11 +56,19 @@ std::string plug(UsbKeyboard& keyboard, UsbipLink& link, std::istream& words)
     words >> std::hex >> identity.productId >> identity.screenUsagePage;
     if (!words)
         return "unknown identity";
-    if (link.isPlugged() && identity == keyboard.identity())
-        return "ok";
-    link.unplug();
+    if (link.isPlugged())
+        return identity == keyboard.identity() ? "ok" : "plugged in already";
     keyboard.setIdentity(identity);
     return link.plug() ? "ok" : "busy";
+}
+
+std::string identity(const UsbKeyboard& keyboard, const UsbipLink& link)
+{
+    if (!link.isPlugged())
+        return "unplugged";
+    std::ostringstream text;
+    text << std::hex << keyboard.identity().productId << ' ' << keyboard.identity().screenUsagePage;
+    return text.str();
 }
 
 std::string violations(const UsbKeyboard& keyboard)
@@ -81,6 +90,8 @@ std::string obey(UsbKeyboard& keyboard, UsbipLink& link, const std::string& line
         return violations(keyboard);
     if (order == "plug")
         return plug(keyboard, link, words);
+    if (order == "identity")
+        return identity(keyboard, link);
     if (order == "fault")
         return planFault(keyboard, words);
     if (order == "reset")
