@@ -43,7 +43,8 @@ public:
     // The next report is answered with this fault. After a status other than 01 or an empty answer
     // the command is not carried out; a wrong echo hides a success. Session open stays closed only
     // after status FF or an empty answer. Data, the announcement of macro data and the bank read
-    // are taken whatever their answer says. `status` is read for AnswerFault::Status only.
+    // are taken whatever their answer says. `status` is read for AnswerFault::Status, and
+    // for a wrong echo unless it is 0.
     void spoilNextAnswer(AnswerFault fault, std::uint8_t status = 0);
 
     // The transport lost a report on its way in (its payload), or an answer, a block or an

@@ -109,9 +109,12 @@ Fault emptyAnswer()
     return {.kind = Fault::Kind::Answer, .text = {}, .answer = AnswerFault::Empty};
 }
 
-Fault wrongEcho()
+Fault wrongEcho(std::uint8_t status)
 {
-    return {.kind = Fault::Kind::Answer, .text = {}, .answer = AnswerFault::WrongEcho};
+    return {.kind = Fault::Kind::Answer,
+            .text = {},
+            .answer = AnswerFault::WrongEcho,
+            .status = status};
 }
 
 VirtualBus::VirtualBus() : interfaces_(factoryInterfaces()) {}

@@ -45,8 +45,9 @@ struct Fault
 [[nodiscard]] Fault busy(); // status FF
 // The keyboard answers with 64 zeros and does nothing.
 [[nodiscard]] Fault emptyAnswer();
-// The keyboard does what it was asked, but its answer names another command.
-[[nodiscard]] Fault wrongEcho();
+// The keyboard does what it was asked, but its answer names another command and, unless it is 0,
+// carries this status.
+[[nodiscard]] Fault wrongEcho(std::uint8_t status = 0);
 
 // The USB bus with one keyboard on it, and the clock. There is one for the process; it is never
 // destroyed, because the device link closes its handle as the very last thing. Not thread-safe.

@@ -98,19 +98,35 @@ private slots:
 
     void oddAnswersCountAsAnOpenSession_data()
     {
-        QTest::addColumn<bool>("wrongEchoToo");
-        QTest::newRow("odd-status") << false;
-        QTest::newRow("wrong-echo") << true;
+        QTest::addColumn<bool>("isWrongEcho");
+        QTest::addColumn<int>("status");
+        QTest::newRow("odd-status") << false << 0x07;
+        QTest::newRow("wrong-echo") << true << 0x01;
+        QTest::newRow("both") << true << 0x07;
     }
 
     void oddAnswersCountAsAnOpenSession()
     {
-        QFETCH(bool, wrongEchoToo);
+        QFETCH(bool, isWrongEcho);
+        QFETCH(int, status);
         QVERIFY(device().ensureOpen());
         bus().clearTrace();
-        bus().failAt(1, wrongEchoToo ? wrongEcho() : answerStatus(0x07));
+        const auto statusByte = static_cast<std::uint8_t>(status);
+        bus().failAt(1, isWrongEcho ? wrongEcho(statusByte) : answerStatus(statusByte));
         QVERIFY(device().openSession(1));
         QCOMPARE(busSends(), QStringList({openReport}));
+        const QString echo = isWrongEcho ? "05 e7" : "04 18";
+        QCOMPARE(busWire().at(1), QStringLiteral("read %1 00 %2").arg(echo, hexByte(statusByte)));
+    }
+
+    void busyStatusCountsWhateverTheEcho()
+    {
+        QVERIFY(device().ensureOpen());
+        bus().clearTrace();
+        bus().failAt(1, wrongEcho(0xFF));
+        QVERIFY(device().openSession(1));
+        QCOMPARE(busSends(), QStringList({openReport, openReport}));
+        QCOMPARE(bus().count("wait 300"), 1);
     }
 
     void transportFailureEndsTheSessionOpenAtOnce()
