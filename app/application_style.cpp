@@ -1,6 +1,6 @@
 #include "app/application_style.h"
 
-#include "app/skin_files.h"
+#include "app/skin/skin_files.h"
 
 #include <QApplication>
 #include <QFont>

@@ -1,18 +1,18 @@
 #include "app/main_window.h"
 
 #include "app/application_style.h"
-#include "app/skin_icons.h"
+#include "app/skin/skin_icons.h"
 #include "app/skin_title_bar.h"
 #include "app/skin_workspace.h"
 #include "device/device.h"
 #include "model/keyboard_layout.h"
-#include "pages/keyboard_view.h"
-#include "pages/keymap_widget.h"
-#include "pages/lighting_widget.h"
-#include "pages/macro_widget.h"
-#include "pages/rgb_widget.h"
-#include "pages/screen_widget.h"
-#include "pages/settings_widget.h"
+#include "pages/colors/rgb_widget.h"
+#include "pages/keys/keymap_widget.h"
+#include "pages/lighting/lighting_widget.h"
+#include "pages/macros/macro_widget.h"
+#include "pages/parts/keyboard_view.h"
+#include "pages/screen/screen_widget.h"
+#include "pages/settings/settings_widget.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

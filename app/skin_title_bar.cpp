@@ -1,6 +1,6 @@
 #include "app/skin_title_bar.h"
 
-#include "app/skin_icons.h"
+#include "app/skin/skin_icons.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>

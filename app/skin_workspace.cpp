@@ -1,6 +1,6 @@
 #include "app/skin_workspace.h"
 
-#include "app/skin_icons.h"
+#include "app/skin/skin_icons.h"
 
 #include <QPainter>
 

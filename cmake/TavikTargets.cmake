@@ -37,3 +37,10 @@ function(tavik_test name source)
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/test-config/${name};TAVIK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
+
+# tavik_run_alone(name) puts a test away from the share directory of the build tree, so that the
+# skin and the layout file are missing unless it brings its own.
+function(tavik_run_alone name)
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lonely/${name}/bin)
+endfunction()

@@ -1,8 +1,10 @@
 #include "device/device.h"
 
+#include "device/keyboard_identity.h"
 #include "device/pause.h"
 
 #include <QMutexLocker>
+#include <hidapi.h>
 
 #include <algorithm>
 
@@ -12,7 +14,6 @@ namespace tavik {
 
 namespace {
 
-constexpr std::uint16_t configurationUsagePage = 0xFF13;
 constexpr int attemptsPerSlice = 10;
 
 // The firmware handles one report at a time and answers late; these waits are its protocol.

@@ -12,9 +12,8 @@ namespace tavik {
 // The connection to the keyboard's configuration interface: one per process, GUI thread only.
 //
 // The mutex keeps two command sequences from interleaving on the wire, and is not recursive.
-// refresh() and sendCommand() lock it themselves. Every other operation that talks to the keyboard
-// expects its caller to hold it for the whole sequence: lock, ensureOpen(), openSession(), header,
-// data, commit(), finish(), unlock.
+// refresh() and sendCommand() lock it themselves, and so does a CommandSession for a sequence of
+// its own. Every other operation that talks to the keyboard expects its caller to hold it.
 //
 // Operations return false on failure and leave the reason in lastError, which a success never
 // clears. A failed exchange keeps the handle open, also after the keyboard was unplugged.
@@ -35,7 +34,7 @@ public:
 
     // As ensureOpen(), but locks the mutex itself and always announces a connection: a fresh one is
     // therefore announced twice, and listeners run under the lock and must not touch the device.
-    bool refresh();
+    [[nodiscard]] bool refresh();
 
     // Searches the configuration interface and opens it. False leaves the text that asks for the
     // cable and shuts hidapi down again. Emits connectedChanged(true). Caller holds the mutex.
@@ -59,8 +58,8 @@ public:
     [[nodiscard]] bool command(const Report& request, const QString& rejection);
 
     // Opens a command session, waiting 300 ms after each of up to ten busy or empty answers; any
-    // other answer counts as open. flag is 0 or 1 and belongs to the FINISH, which the caller owes
-    // the keyboard also after a refusal. Caller holds the mutex.
+    // other answer counts as open. flag is 0 or 1; the FINISH with the same flag is owed to the
+    // keyboard also after a refusal. Caller holds the mutex.
     [[nodiscard]] bool openSession(std::uint8_t flag);
 
     // Makes the keyboard take over what it was sent. False leaves the transport's text or rejection

@@ -1,10 +1,5 @@
-#include "device/device.h"
+#include "device/command_session.h"
 #include "device/pause.h"
-
-#include <QMutexLocker>
-#include <QScopeGuard>
-
-#include <tuple>
 
 using namespace std::chrono_literals;
 
@@ -14,7 +9,6 @@ namespace {
 
 constexpr int sessionAttempts = 10;
 constexpr auto pauseAfterBusy = 300ms;
-constexpr std::uint8_t commandSessionFlag = 1;
 
 } // namespace
 
@@ -58,21 +52,12 @@ bool Device::finish(std::uint8_t flag)
 
 bool Device::sendCommand(CommandCode code, std::uint8_t argument, const Report& payload)
 {
-    const QMutexLocker lock(&mutex);
-    if (!ensureOpen())
-        return false;
-
-    // Armed before the session opens: the keyboard wants its FINISH after a refusal, too.
-    auto closing = qScopeGuard([this] { std::ignore = finish(commandSessionFlag); });
     const QString rejection = QStringLiteral("Command %1 rejected (status %2)")
                                   .arg(hexByte(static_cast<std::uint8_t>(code)));
-    if (!openSession(commandSessionFlag) || !command(commandReport(code, argument, 1), rejection))
-        return false;
     Report data = payload;
-    if (!exchange(data) || !commit())
-        return false;
-    closing.dismiss();
-    return finish(commandSessionFlag);
+    CommandSession session(*this, SessionFlag::One);
+    return session.open() && session.command(commandReport(code, argument, 1), rejection) &&
+           session.exchange(data) && session.commit() && session.finish();
 }
 
 QString Device::commitRejection()

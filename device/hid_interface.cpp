@@ -1,8 +1,16 @@
 #include "device/hid_interface.h"
 
+#include "device/keyboard_identity.h"
+
 #include <QScopeGuard>
+#include <hidapi.h>
 
 namespace tavik {
+
+void HidHandleCloser::operator()(hid_device_* handle) const
+{
+    hid_close(handle);
+}
 
 HidInterface openHidInterface(std::uint16_t productId, std::uint16_t usagePage)
 {

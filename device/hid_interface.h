@@ -1,25 +1,21 @@
 #pragma once
 
 #include <QString>
-#include <hidapi.h>
 
-#include <array>
 #include <cstdint>
 #include <memory>
 
-namespace tavik {
+struct hid_device_;
 
-inline constexpr std::uint16_t keyboardVendorId = 0x0C45;
-// In the order in which they are tried.
-inline constexpr std::array<std::uint16_t, 2> keyboardProductIds{0x8009, 0x800A};
+namespace tavik {
 
 struct HidHandleCloser
 {
-    void operator()(hid_device* handle) const { hid_close(handle); }
+    void operator()(hid_device_* handle) const;
 };
 
 // An open HID interface; closed when it goes out of scope.
-using HidHandle = std::unique_ptr<hid_device, HidHandleCloser>;
+using HidHandle = std::unique_ptr<hid_device_, HidHandleCloser>;
 
 struct HidInterface
 {

@@ -1,12 +1,12 @@
 #include "doctor/examination.h"
 
+#include "device/keyboard_identity.h"
 #include "doctor/node_holders.h"
 #include "doctor/report_descriptor.h"
 
 #include <hidapi.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <libudev.h>
@@ -18,8 +18,6 @@ namespace tavik::doctor {
 
 namespace {
 
-constexpr std::uint16_t vendorId = 0x0C45;
-constexpr std::array<std::uint16_t, 2> productIds{0x8009, 0x800A};
 constexpr std::uint16_t firstVendorPage = 0xFF00;
 constexpr std::uint16_t genericDesktopPage = 0x0001;
 constexpr std::uint16_t keyboardUsage = 0x0006;
@@ -47,7 +45,7 @@ struct ListRelease
 // Everything of this maker.
 Listing listCollections()
 {
-    const std::unique_ptr<hid_device_info, ListRelease> list(hid_enumerate(vendorId, 0));
+    const std::unique_ptr<hid_device_info, ListRelease> list(hid_enumerate(keyboardVendorId, 0));
     Listing listing;
     for (const hid_device_info* entry = list.get(); entry != nullptr; entry = entry->next)
         listing.push_back({entry->path, entry->product_id, entry->usage_page, entry->usage});
@@ -56,7 +54,7 @@ Listing listCollections()
 
 bool isKeyboardProduct(std::uint16_t productId)
 {
-    return std::ranges::find(productIds, productId) != productIds.end();
+    return std::ranges::find(keyboardProductIds, productId) != keyboardProductIds.end();
 }
 
 // Receivers and other models come under product ids of their own; what types counts as one.
@@ -64,13 +62,13 @@ std::optional<DeviceId> findKeyboard(const Listing& listing)
 {
     const auto own = std::ranges::find_if(listing, isKeyboardProduct, &ListedCollection::productId);
     if (own != listing.end())
-        return DeviceId{vendorId, own->productId};
+        return DeviceId{keyboardVendorId, own->productId};
     const auto other = std::ranges::find_if(listing, [](const ListedCollection& collection) {
         return collection.usagePage == genericDesktopPage && collection.usage == keyboardUsage;
     });
     if (other == listing.end())
         return std::nullopt;
-    return DeviceId{vendorId, other->productId};
+    return DeviceId{keyboardVendorId, other->productId};
 }
 
 bool isMarkedByRule(const std::string& path)
@@ -88,7 +86,7 @@ bool isMarkedByRule(const std::string& path)
 std::vector<std::string> pathsOf(const Listing& listing, std::uint16_t usagePage)
 {
     std::vector<std::string> paths;
-    for (const std::uint16_t productId : productIds) {
+    for (const std::uint16_t productId : keyboardProductIds) {
         for (const ListedCollection& collection : listing) {
             if (collection.productId == productId && collection.usagePage == usagePage)
                 paths.push_back(collection.path);
@@ -156,9 +154,10 @@ Findings examine()
     const Listing listing = listCollections();
     findings.keyboard = findKeyboard(listing);
     findings.configuration = findNode(listing, configurationUsagePage);
-    findings.screen = findNode(listing, screenUsagePage);
-    if (!findings.screen)
-        findings.screen = findNode(listing, otherScreenUsagePage);
+    for (const std::uint16_t usagePage : screenUsagePages) {
+        if (!findings.screen)
+            findings.screen = findNode(listing, usagePage);
+    }
     hid_exit();
     return findings;
 }

@@ -1,5 +1,8 @@
 #include "doctor/report_descriptor.h"
 
+#include "device/keyboard_identity.h"
+
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -118,7 +121,7 @@ bool DescriptorReader::openCollection()
         return true;
     if (page == configurationUsagePage)
         kind_ = InterfaceKind::Configuration;
-    const bool isScreen = page == screenUsagePage || page == otherScreenUsagePage;
+    const bool isScreen = std::ranges::find(screenUsagePages, page) != screenUsagePages.end();
     if (isScreen && kind_ == InterfaceKind::Other)
         kind_ = InterfaceKind::Screen;
     return isVendorPage(page);

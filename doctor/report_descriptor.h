@@ -6,11 +6,6 @@
 
 namespace tavik {
 
-// What the keyboard's interfaces are told apart by: the HID usage page of their collection.
-inline constexpr std::uint16_t configurationUsagePage = 0xFF13;
-inline constexpr std::uint16_t screenUsagePage = 0xFF68;
-inline constexpr std::uint16_t otherScreenUsagePage = 0xFF67;
-
 // The kernel refuses anything longer.
 inline constexpr std::size_t largestReportDescriptor = 4096;
 

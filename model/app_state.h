@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/color_bank.h"
 #include "model/key_action.h"
 #include "model/macro_record.h"
 
@@ -8,14 +9,7 @@
 #include <QObject>
 #include <QString>
 
-#include <array>
-#include <cstddef>
-
 namespace tavik {
-
-// The per-key colors: red, green and blue of the key with light index k at 3k, 3k + 1, 3k + 2.
-inline constexpr std::size_t colorBankSize = 3 * layerSize;
-using ColorBank = std::array<unsigned char, colorBankSize>;
 
 // Everything the user edits and that has to survive a restart. The keyboard cannot be asked for it
 // (the colors excepted), so this copy is the only one.

@@ -1,8 +1,8 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "model/app_state.h"
-#include "pages/action_dialog.h"
-#include "pages/action_menu.h"
+#include "pages/keys/action_dialog.h"
+#include "pages/keys/action_menu.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -2,7 +2,7 @@
 #include "app/main_window.h"
 #include "device/device.h"
 #include "model/keyboard_layout.h"
-#include "pages/keyboard_view.h"
+#include "pages/parts/keyboard_view.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 #include "virtual_keyboard/virtual_bus.h"

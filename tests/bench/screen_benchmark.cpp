@@ -1,4 +1,4 @@
-#include "pages/screen_stream.h"
+#include "pages/screen/screen_stream.h"
 #include "tests/support/made_images.h"
 
 #include <QFile>

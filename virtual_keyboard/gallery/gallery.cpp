@@ -3,7 +3,7 @@
 #include "model/app_state.h"
 #include "model/key_action.h"
 #include "model/keyboard_layout.h"
-#include "pages/keyboard_view.h"
+#include "pages/parts/keyboard_view.h"
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QApplication>

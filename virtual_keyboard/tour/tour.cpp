@@ -1,7 +1,7 @@
 #include "virtual_keyboard/tour/tour.h"
 
 #include "model/keyboard_layout.h"
-#include "pages/keyboard_view.h"
+#include "pages/parts/keyboard_view.h"
 #include "virtual_keyboard/tour/held.h"
 
 #include <QApplication>

@@ -1,0 +1,95 @@
+#include "app/skin/skin_icons.h"
+
+#include "app/skin/skin_files.h"
+
+#include <QGuiApplication>
+#include <QPainter>
+
+namespace tavik {
+
+namespace {
+
+constexpr QSize tintedIconSize(24, 24);
+constexpr QColor tint(0xE7, 0x7A, 0x19);
+
+enum StripFrame { NormalFrame, HoveredFrame, SelectedFrame, DisabledFrame };
+
+QPixmap stripFrame(const QPixmap& strip, int frame, QSize size)
+{
+    return strip.copy(frame * size.width(), 0, size.width(), size.height());
+}
+
+QImage tinted(const QImage& image)
+{
+    QImage result = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&result);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(result.rect(), tint);
+    return result;
+}
+
+// Scaled for the screen's pixel ratio, so that the icon stays sharp on dense screens.
+QPixmap tintedIconPixmap(const QImage& image)
+{
+    const qreal pixelRatio = qGuiApp->devicePixelRatio();
+    QPixmap pixmap = QPixmap::fromImage(
+        image.scaled(tintedIconSize * pixelRatio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    pixmap.setDevicePixelRatio(pixelRatio);
+    return pixmap;
+}
+
+} // namespace
+
+QImage loadSkinImage(const QString& name)
+{
+    // An empty path is not handed on: the loader would complain on standard error.
+    const QString path = resolveSkinFile(name);
+    return path.isEmpty() ? QImage() : QImage(path);
+}
+
+QPixmap loadSkinPixmap(const QString& name)
+{
+    return QPixmap::fromImage(loadSkinImage(name));
+}
+
+QIcon spriteStripIcon(const QString& name, QSize frameSize)
+{
+    const QString prefixed = QStringLiteral("icons/") + name;
+    const QPixmap strip = loadSkinPixmap(resolveSkinFile(prefixed).isEmpty() ? name : prefixed);
+    if (strip.isNull())
+        return {};
+
+    const auto frame = [&](StripFrame index) { return stripFrame(strip, index, frameSize); };
+    QIcon icon;
+    icon.addPixmap(frame(NormalFrame), QIcon::Normal, QIcon::Off);
+    icon.addPixmap(frame(HoveredFrame), QIcon::Active, QIcon::Off);
+    icon.addPixmap(frame(SelectedFrame), QIcon::Selected, QIcon::Off);
+    icon.addPixmap(frame(SelectedFrame), QIcon::Normal, QIcon::On);
+    icon.addPixmap(frame(DisabledFrame), QIcon::Disabled, QIcon::Off);
+    return icon;
+}
+
+QIcon tintedIcon(const QString& name)
+{
+    const QImage image = loadSkinImage(QStringLiteral("icons/") + name);
+    if (image.isNull())
+        return {};
+
+    const QPixmap plainPixmap = tintedIconPixmap(image);
+    const QPixmap tintedPixmap = tintedIconPixmap(tinted(image));
+    QIcon icon;
+    icon.addPixmap(plainPixmap, QIcon::Normal, QIcon::Off);
+    icon.addPixmap(tintedPixmap, QIcon::Normal, QIcon::On);
+    icon.addPixmap(tintedPixmap, QIcon::Selected, QIcon::Off);
+    return icon;
+}
+
+QIcon frameIcon(const QString& name, int frame, QSize frameSize)
+{
+    const QPixmap strip = loadSkinPixmap(name);
+    if (strip.isNull())
+        return {};
+    return QIcon(stripFrame(strip, frame, frameSize));
+}
+
+} // namespace tavik

@@ -1,0 +1,60 @@
+#include "device/command_session.h"
+
+#include <tuple>
+
+namespace tavik {
+
+CommandSession::CommandSession(Device& keyboard, SessionFlag sessionFlag)
+    : device(keyboard), flag(static_cast<std::uint8_t>(sessionFlag)), locker(&keyboard.mutex)
+{
+}
+
+CommandSession::~CommandSession()
+{
+    if (finishOwed)
+        std::ignore = device.finish(flag);
+}
+
+bool CommandSession::open()
+{
+    if (!connectKeyboard())
+        return false;
+    finishOwed = true;
+    return device.openSession(flag);
+}
+
+bool CommandSession::command(const Report& request, const QString& rejection)
+{
+    return device.command(request, rejection);
+}
+
+bool CommandSession::finish()
+{
+    finishOwed = false;
+    return device.finish(flag);
+}
+
+bool CommandSession::letOthersIn()
+{
+    locker.unlock();
+    locker.relock();
+    finishOwed = connectKeyboard();
+    return finishOwed;
+}
+
+void CommandSession::abandon()
+{
+    locker.relock();
+    finishOwed = false;
+    Report report = commandReport(CommandCode::Finish, 0, flag);
+    std::ignore = device.exchange(report);
+}
+
+bool CommandSession::commitAndEnd(const QString& rejection)
+{
+    locker.relock();
+    finishOwed = !device.commit(rejection);
+    return !finishOwed;
+}
+
+} // namespace tavik

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "device/device.h"
+
+#include <QMutexLocker>
+
+namespace tavik {
+
+// What a session is opened and finished with. The keyboard wants 0 round its color bank and its
+// screen, 1 round everything else; why is unknown.
+enum class SessionFlag : std::uint8_t { Zero = 0, One = 1 };
+
+// One command sequence on the wire. It holds the device's lock from its making to its end, and the
+// keyboard gets the FINISH it is owed whatever happens in between: from the first attempt to open a
+// session on, also after a refusal, until finish() or commitAndEnd() has closed it. That FINISH may
+// replace the device's last error, so the error is read after the session has ended.
+//
+// Every operation returns false on failure and leaves the reason in the device's last error. They
+// are meant to be chained with &&, a step a line, as the protocol's table has them.
+class CommandSession
+{
+public:
+    CommandSession(Device& keyboard, SessionFlag sessionFlag);
+    ~CommandSession();
+    Q_DISABLE_COPY_MOVE(CommandSession)
+
+    // Opens the keyboard unless it is open. All that is needed where the keyboard wants no session.
+    [[nodiscard]] bool connectKeyboard() { return device.ensureOpen(); }
+
+    // Opens the keyboard and then the session. Nothing is owed to a keyboard that is not there.
+    [[nodiscard]] bool open();
+
+    // As the operations of Device with these names.
+    [[nodiscard]] bool command(const Report& request, const QString& rejection);
+    [[nodiscard]] bool exchange(Report& report) { return device.exchange(report); }
+    [[nodiscard]] bool sendSlice(const Report& slice) { return device.sendSlice(slice); }
+    [[nodiscard]] bool sendChunks(const TransferImage& data) { return device.sendChunks(data); }
+    [[nodiscard]] bool commit() { return device.commit(); }
+    [[nodiscard]] bool commit(const QString& rejection) { return device.commit(rejection); }
+    [[nodiscard]] bool finish();
+
+    // Lets others have the lock between two commands of one session, then goes on in it.
+    [[nodiscard]] bool letOthersIn();
+
+    // Lets the lock go while the session waits for what travels on another interface. abandon() and
+    // commitAndEnd() take it again.
+    void unlock() { locker.unlock(); }
+
+    // Ends a session whose data did not get through. What the keyboard says to it does not count.
+    void abandon();
+
+    // Makes the keyboard take over what it was sent; accepting that ends the session by itself.
+    [[nodiscard]] bool commitAndEnd(const QString& rejection);
+
+private:
+    Device& device;
+    const std::uint8_t flag;
+    QMutexLocker<QMutex> locker;
+    bool finishOwed = false;
+};
+
+} // namespace tavik

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "model/key_action.h"
+#include "pages/keys/layer_write.h"
+
+#include <QWidget>
+
+class QLabel;
+class QLayout;
+class QPushButton;
+
+namespace tavik {
+
+class KeyboardView;
+
+// The page on which the user gives the keys of one layer new actions. Every change is stored and
+// saved at once; the keyboard learns of it only when the user writes the layer.
+class KeymapWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit KeymapWidget(QWidget* parent = nullptr);
+
+public slots:
+    // Asks in the dialog what the key (0 to 143) does on the current layer.
+    void keyClicked(int lightIndex);
+    // Opens the menu of the key (0 to 143) at a point of the screen and returns at once.
+    void showKeyMenu(int lightIndex, QPoint globalPos);
+    // Shows and edits layer 0 (base) or 1 (Fn) from now on. Nothing is sent.
+    void switchLayer(int layer);
+    // Writes the current layer to the keyboard, which blocks, and shows the outcome.
+    void applyLayer();
+    // Gives all keys of the current layer their factory function, without asking.
+    void resetLayer();
+
+private:
+    QLayout* createLayerButtons();
+    void createView();
+    QLayout* createLayerCommands();
+
+    [[nodiscard]] KeyLayer& layerKeys() const;
+    void assignKey(int lightIndex, const KeyAction& action);
+    void refreshCaptions();
+
+    LayerId currentLayer = LayerId::Base;
+
+    QPushButton* baseButton = nullptr;
+    QPushButton* fnButton = nullptr;
+    KeyboardView* view = nullptr;
+    QLabel* statusLabel = nullptr;
+};
+
+} // namespace tavik

@@ -1,0 +1,156 @@
+#include "pages/lighting/palette_wheel.h"
+
+#include "app/skin/skin_icons.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace tavik {
+
+namespace {
+
+// The marker settles in the middle of the outer part of the ring, on clear colors only.
+constexpr int markerInnerRadius = 103;
+constexpr int markerOuterRadius = 119;
+constexpr int markerIdealRadius = 111;
+constexpr int markerLeastSaturation = 190;
+constexpr int markerLeastValue = 190;
+constexpr int hueWeight = 8;
+
+// A click is taken more generously than the marker search would.
+constexpr double clickInnerRadius = 67;
+constexpr double clickOuterRadius = 122;
+constexpr int clickLeastSaturation = 150;
+
+constexpr int leastAlpha = 200;
+constexpr int hueStep = 5; // degrees per arrow key
+
+int hueDistance(int first, int second)
+{
+    const int distance = std::abs(first - second);
+    return std::min(distance, 360 - distance);
+}
+
+} // namespace
+
+std::optional<QPoint> findMarker(const QImage& picture, QSize wheelSize, const QColor& color)
+{
+    if (picture.isNull() || color.hue() < 0)
+        return std::nullopt;
+
+    const int centerX = wheelSize.width() / 2;
+    const int centerY = wheelSize.height() / 2;
+    std::optional<QPoint> best;
+    int bestScore = std::numeric_limits<int>::max();
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const int radius = qRound(std::hypot(x - centerX, y - centerY));
+            if (radius < markerInnerRadius || radius > markerOuterRadius)
+                continue;
+            const QColor pixel = picture.pixelColor(x, y);
+            if (pixel.alpha() < leastAlpha || pixel.saturation() < markerLeastSaturation ||
+                pixel.value() < markerLeastValue)
+                continue;
+            const int score = std::abs(markerIdealRadius - radius) +
+                              hueWeight * hueDistance(pixel.hue(), color.hue());
+            if (score < bestScore) {
+                bestScore = score;
+                best = QPoint(x, y);
+            }
+        }
+    }
+    return best;
+}
+
+PaletteWheel::PaletteWheel(QWidget* parent)
+    : QWidget(parent),
+      picture(loadSkinImage(QStringLiteral("img_circlepalette.png"))),
+      picturePixmap(QPixmap::fromImage(picture))
+{
+    setFixedSize(240, 240);
+    setCursor(Qt::CrossCursor);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(tr("Color wheel"));
+}
+
+void PaletteWheel::setColor(const QColor& color)
+{
+    currentColor = color;
+    marker = findMarker(picture, size(), color).value_or(marker);
+    update();
+}
+
+void PaletteWheel::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const QPointF fromCenter = event->position() - QPointF(width() * 0.5, height() * 0.5);
+    const double distance = std::hypot(fromCenter.x(), fromCenter.y());
+    if (distance < clickInnerRadius || distance > clickOuterRadius)
+        return;
+    const QPoint position = event->position().toPoint();
+    // Near the edge, rounding may leave the picture.
+    if (!picture.rect().contains(position))
+        return;
+    const QColor picked = picture.pixelColor(position);
+    if (picked.alpha() < leastAlpha || picked.saturation() < clickLeastSaturation)
+        return;
+    currentColor = picked;
+    marker = position;
+    update();
+    if (colorPicked)
+        colorPicked(picked);
+}
+
+void PaletteWheel::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+    case Qt::Key_Left:
+    case Qt::Key_Down:
+        turnHue(-hueStep);
+        return;
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+        turnHue(hueStep);
+        return;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
+void PaletteWheel::turnHue(int degrees)
+{
+    const int hue = std::max(currentColor.hue(), 0); // a gray starts at red
+    setColor(QColor::fromHsv((hue + degrees + 360) % 360, 255, 255));
+    if (colorPicked)
+        colorPicked(currentColor);
+}
+
+void PaletteWheel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    if (!picturePixmap.isNull())
+        painter.drawPixmap(rect(), picturePixmap);
+
+    const QPointF center(width() / 2.0, height() / 2.0);
+    painter.setPen(QPen(hasFocus() ? QColor(0xF1, 0xF1, 0xF1) : QColor(0x58, 0x58, 0x58), 1.0));
+    painter.setBrush(QColor(0x41, 0x41, 0x41));
+    painter.drawEllipse(center, 63, 63);
+
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(currentColor);
+    painter.drawEllipse(center, 30, 30);
+
+    painter.setPen(QPen(Qt::white, 1.5));
+    painter.drawEllipse(
+        QRect(QPoint(marker.x() - 4, marker.y() - 4), QPoint(marker.x() + 3, marker.y() + 3)));
+}
+
+} // namespace tavik

@@ -1,0 +1,185 @@
+#include "pages/screen/screen_widget.h"
+
+#include "pages/parts/status_label.h"
+#include "pages/screen/screen_transfer.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QScopeGuard>
+#include <QSpinBox>
+#include <QStyleOptionButton>
+#include <QVBoxLayout>
+
+namespace tavik {
+
+namespace {
+
+constexpr int pageMargin = 12;
+constexpr int pageSpacing = 8;
+constexpr int slotCount = 3;
+constexpr QSize previewSize(256, 256);
+
+// A button whose text is shown as it stands: an ampersand in it is an ampersand and marks no
+// shortcut.
+class PlainTextButton : public QPushButton
+{
+public:
+    PlainTextButton(const QString& text, QWidget* parent) : QPushButton(text, parent)
+    {
+        setShortcut({});
+        setAccessibleName(text);
+    }
+
+    QSize sizeHint() const override
+    {
+        // The base class leaves no room for what it takes for a mark.
+        const int ampersands = static_cast<int>(text().count(u'&'));
+        const int width = fontMetrics().horizontalAdvance(u'&');
+        return QPushButton::sizeHint() + QSize(ampersands * width, 0);
+    }
+
+protected:
+    void initStyleOption(QStyleOptionButton* option) const override
+    {
+        QPushButton::initStyleOption(option);
+        option->text.replace(QLatin1String("&"), QLatin1String("&&"));
+    }
+};
+
+} // namespace
+
+ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent)
+{
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
+    column->setSpacing(pageSpacing);
+    // A window too small for the page cuts it at its edges instead of piling up its parts.
+    column->setSizeConstraint(QLayout::SetMinimumSize);
+
+    column->addLayout(createButtonRow());
+    column->addLayout(createSlotRow());
+    createPreview();
+    column->addWidget(previewLabel, 0, Qt::AlignHCenter);
+    statusLabel = new QLabel(this);
+    statusLabel->setWordWrap(true);
+    statusLabel->setTextFormat(Qt::PlainText);
+    column->addWidget(statusLabel);
+    auto* hint = new QLabel(tr("The animation is stored in the selected slot. Press Fn + Delete on "
+                               "the keyboard to switch between the clock and your animation."),
+                            this);
+    hint->setObjectName(QStringLiteral("hint"));
+    hint->setWordWrap(true);
+    column->addWidget(hint);
+    column->addStretch();
+}
+
+QLayout* ScreenWidget::createButtonRow()
+{
+    auto* importButton = new QPushButton(tr("Import GIF / images (resized to 128×128)…"), this);
+    connect(importButton, &QPushButton::clicked, this, &ScreenWidget::importFiles);
+    auto* previewButton = new PlainTextButton(tr("Convert & preview"), this);
+    connect(previewButton, &QPushButton::clicked, this, &ScreenWidget::preview);
+    auto* sendButton = new QPushButton(tr("Send to screen"), this);
+    sendButton->setObjectName(QStringLiteral("accent"));
+    connect(sendButton, &QPushButton::clicked, this, &ScreenWidget::upload);
+
+    auto* row = new QHBoxLayout;
+    for (QPushButton* button : {importButton, static_cast<QPushButton*>(previewButton), sendButton})
+        row->addWidget(button);
+    row->addStretch();
+    return row;
+}
+
+QLayout* ScreenWidget::createSlotRow()
+{
+    slotInput = new QSpinBox(this);
+    slotInput->setRange(1, slotCount);
+    auto* label = new QLabel(tr("Destination slot:"), this);
+    label->setBuddy(slotInput);
+
+    auto* row = new QHBoxLayout;
+    row->addWidget(label);
+    row->addWidget(slotInput);
+    row->addStretch();
+    return row;
+}
+
+void ScreenWidget::createPreview()
+{
+    previewLabel = new QLabel(this);
+    previewLabel->setFixedSize(previewSize);
+    previewLabel->setAlignment(Qt::AlignCenter);
+    previewLabel->setAccessibleName(tr("Preview"));
+    previewLabel->setStyleSheet(
+        QStringLiteral("background:#0d0d10; border:1px solid #3a3d47; border-radius:8px;"));
+}
+
+void ScreenWidget::importFiles()
+{
+    if (isSending)
+        return;
+    const QStringList paths = QFileDialog::getOpenFileNames(
+        this, tr("Images or GIF"), {}, tr("Images (*.gif *.png *.jpg *.jpeg *.bmp)"));
+    if (paths.isEmpty())
+        return;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    frames = importImages(paths);
+    QApplication::restoreOverrideCursor();
+    showStatus(statusLabel, StatusLook::Plain, tr("%1 frame(s) imported.").arg(frames.size()));
+    preview();
+}
+
+void ScreenWidget::preview()
+{
+    if (frames.isEmpty())
+        return;
+    // In the pixels of the display, so that those of the picture stay sharp on every one.
+    const qreal ratio = previewLabel->devicePixelRatioF();
+    const QImage picture = frames.constFirst().image.scaled(
+        previewSize * ratio, Qt::KeepAspectRatio, Qt::FastTransformation);
+    QPixmap pixmap = QPixmap::fromImage(picture);
+    pixmap.setDevicePixelRatio(ratio);
+    previewLabel->setPixmap(pixmap);
+}
+
+void ScreenWidget::upload()
+{
+    if (isSending)
+        return;
+    if (frames.isEmpty() || frames.size() > screenFrameLimit) {
+        showStatus(statusLabel, StatusLook::Error, tr("no frames"));
+        return;
+    }
+    isSending = true;
+    const auto sent = qScopeGuard([this] { isSending = false; });
+    sendFrames();
+    // Clicks that came while the thread was busy have been waiting; they must not send once more.
+    QCoreApplication::processEvents();
+}
+
+void ScreenWidget::sendFrames()
+{
+    const ScreenStream stream = buildScreenStream(frames);
+    showStatus(statusLabel, StatusLook::Plain,
+               tr("Sending %1 blocks of 4096 bytes…").arg(stream.size() / screenBlockSize));
+    QCoreApplication::processEvents(); // paints it, before the transfer blocks the thread
+
+    const int slot = slotInput->value();
+    const ScreenTransferResult result = sendToScreen(stream, slot, [this](const QString& text) {
+        statusLabel->setText(text);
+        statusLabel->repaint(); // no event loop runs meanwhile
+    });
+    if (!result.ok) {
+        showStatus(statusLabel, StatusLook::Error, result.error);
+        return;
+    }
+    showStatus(statusLabel, StatusLook::Success,
+               tr("Animation sent (slot %1, %2 frames). Press Fn + Delete to display it.")
+                   .arg(slot)
+                   .arg(frames.size()));
+}
+
+} // namespace tavik

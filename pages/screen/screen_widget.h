@@ -1,0 +1,46 @@
+#pragma once
+
+#include "pages/screen/image_import.h"
+
+#include <QWidget>
+
+class QLabel;
+class QLayout;
+class QSpinBox;
+
+namespace tavik {
+
+// The page that puts pictures and animations on the keyboard's screen. The frames live as long as
+// the page: a failed transfer can be repeated.
+class ScreenWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ScreenWidget(QWidget* parent = nullptr);
+
+public slots:
+    // Asks for files and replaces the frames by theirs; without a choice the frames stay.
+    void importFiles();
+    // Shows the first frame, if there is one.
+    void preview();
+    // Sends the frames to the chosen slot and shows the outcome; takes seconds. While it runs,
+    // neither this nor importFiles() does anything.
+    void upload();
+
+private:
+    QLayout* createButtonRow();
+    QLayout* createSlotRow();
+    void createPreview();
+
+    void sendFrames();
+
+    QList<ScreenFrame> frames;
+    bool isSending = false;
+
+    QSpinBox* slotInput = nullptr;
+    QLabel* previewLabel = nullptr;
+    QLabel* statusLabel = nullptr;
+};
+
+} // namespace tavik

@@ -1,0 +1,83 @@
+#include "app/skin/skin_files.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tavik;
+
+namespace {
+
+const QString firstDirectory = QStringLiteral("/tmp/tavik-center/app/../resources/official-skin");
+
+void createFile(const QString& path)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+}
+
+} // namespace
+
+class SkinFilesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        directory.reset(new QTemporaryDir);
+        QDir::setCurrent(directory->path());
+    }
+
+    void cleanup()
+    {
+        QDir::setCurrent(QDir::rootPath());
+        const QString own = QCoreApplication::applicationDirPath();
+        QDir(own + "/official-skin").removeRecursively();
+        QDir(own + "/../share").removeRecursively();
+        QFile::remove(QDir(firstDirectory).filePath("lookup-probe.png"));
+        // Only directories that are empty go, so nobody else's files are touched.
+        for (const char* name : {"resources/official-skin", "resources", "app", "."})
+            QDir().rmdir(QDir::cleanPath(QString("/tmp/tavik-center/") + name));
+    }
+
+    void missingFileGivesANullString() { QVERIFY(resolveSkinFile("lookup-probe.png").isNull()); }
+
+    void currentDirectoryCountsAtTheMomentOfTheCall()
+    {
+        createFile(directory->filePath("resources/official-skin/fonts/probe.ttf"));
+        QCOMPARE(resolveSkinFile("fonts/probe.ttf"),
+                 QDir::currentPath() + "/resources/official-skin/fonts/probe.ttf");
+        QDir::setCurrent(QDir::rootPath());
+        QVERIFY(resolveSkinFile("fonts/probe.ttf").isNull());
+    }
+
+    void directoriesAreTriedInTheirOrder()
+    {
+        const QString own = QCoreApplication::applicationDirPath();
+        QVERIFY(QDir().mkpath("/tmp/tavik-center/app"));
+        const QStringList lastToFirst{
+            QDir::currentPath() + "/resources/official-skin",
+            QDir::currentPath() + "/native/tavik-center/resources/official-skin",
+            own + "/official-skin", own + "/../share/tavik-center/official-skin", firstDirectory};
+        for (const QString& place : lastToFirst) {
+            createFile(QDir(place).filePath("lookup-probe.png"));
+            QCOMPARE(resolveSkinFile("lookup-probe.png"), place + "/lookup-probe.png");
+        }
+    }
+
+    void directoriesCountAsFiles()
+    {
+        QVERIFY(QDir().mkpath(directory->filePath("resources/official-skin")));
+        QCOMPARE(resolveSkinFile(QString()),
+                 QDir(QDir::currentPath() + "/resources/official-skin").filePath(QString()));
+    }
+
+private:
+    QScopedPointer<QTemporaryDir> directory;
+};
+
+QTEST_GUILESS_MAIN(SkinFilesTest)
+#include "skin_files_test.moc"

@@ -1,0 +1,423 @@
+#include "device/device.h"
+#include "model/app_state.h"
+#include "model/keyboard_layout.h"
+#include "pages/colors/color_preview.h"
+#include "pages/colors/rgb_widget.h"
+#include "pages/parts/keyboard_view.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/isolated_main.h"
+#include "virtual_keyboard/virtual_bus.h"
+
+#include <QColorDialog>
+#include <QFile>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QPushButton>
+#include <QScopeGuard>
+#include <QSlider>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <memory>
+
+using namespace tavik;
+using namespace tavik::tests;
+using virtual_keyboard::VirtualBus;
+
+namespace {
+
+const QString successStyle = QStringLiteral("color:#7ec97e;");
+const QString errorStyle = QStringLiteral("color:#e07070;");
+
+VirtualBus& bus()
+{
+    return VirtualBus::instance();
+}
+
+tavik::ColorBank& bank()
+{
+    return AppState::instance().customRgb;
+}
+
+tavik::ColorBank filledBank(unsigned char red, unsigned char green, unsigned char blue)
+{
+    tavik::ColorBank colors;
+    for (std::size_t key = 0; key < 144; ++key) {
+        colors.at(3 * key) = red;
+        colors.at(3 * key + 1) = green;
+        colors.at(3 * key + 2) = blue;
+    }
+    return colors;
+}
+
+tavik::ColorBank variedBank()
+{
+    tavik::ColorBank colors;
+    unsigned char next = 5;
+    for (unsigned char& byte : colors) {
+        byte = next;
+        next = static_cast<unsigned char>(next + 11);
+    }
+    return colors;
+}
+
+// What a start of the program would find.
+tavik::ColorBank bankOnDisk()
+{
+    QFile file(stateFilePath());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return stateFromJson(QJsonDocument::fromJson(file.readAll()).object()).customRgb;
+}
+
+void giveKeyboardColors(const tavik::ColorBank& colors)
+{
+    virtual_keyboard::KeyboardState state;
+    for (std::size_t key = 0; key < 144; ++key)
+        state.colorBank.at(key) = {colors.at(3 * key), colors.at(3 * key + 1),
+                                   colors.at(3 * key + 2)};
+    bus().keyboard().setState(state);
+}
+
+// The buttons that talk to the keyboard, what they show when all is well, and the exchange at which
+// a broken cable is noticed.
+void transferRows()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("successText");
+    QTest::newRow("send") << "Send painting to keyboard"
+                          << "Painting sent.";
+    QTest::newRow("read") << "Read from keyboard"
+                          << "Color bank read from keyboard.";
+    QTest::newRow("custom mode") << "Enable custom mode"
+                                 << "Custom mode enabled.";
+}
+
+// Counts how often a widget paints itself of its own accord; grabbing it would always paint it.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget* watched) { watched->installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+
+    int count = 0;
+};
+
+// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
+auto closeAtTheEnd(QWidget& dialog)
+{
+    return qScopeGuard([&dialog] { dialog.close(); });
+}
+
+} // namespace
+
+class RgbWidgetTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { showPage(); }
+    void cleanupTestCase() { page.reset(); }
+
+    void creationSendsAndWritesNothing()
+    {
+        QCOMPARE(busTrace(), QStringList());
+        QVERIFY(!QFile::exists(stateFilePath()));
+        QCOMPARE(status()->text(), QString());
+    }
+
+    void partsStandInTheirOrder()
+    {
+        const auto* column = qobject_cast<QVBoxLayout*>(page->layout());
+        QVERIFY(column != nullptr);
+        QCOMPARE(column->contentsMargins(), QMargins(12, 12, 12, 12));
+        QCOMPARE(column->spacing(), 8);
+        QCOMPARE(column->count(), 6);
+        QCOMPARE(column->itemAt(0)->layout()->itemAt(0)->widget(), preview());
+        QCOMPARE(column->itemAt(1)->layout()->itemAt(1)->widget(), slider());
+        QCOMPARE(column->itemAt(3)->widget(), view());
+        QCOMPARE(column->stretch(3), 1);
+        const auto* hint = qobject_cast<QLabel*>(column->itemAt(4)->widget());
+        QCOMPARE(hint->objectName(), QStringLiteral("hint"));
+        QCOMPARE(hint->text(), QStringLiteral("Click keys to paint them with the brush color."));
+        QCOMPARE(preview()->size(), QSize(56, 26));
+        QCOMPARE(slider()->width(), 160);
+        QCOMPARE(slider()->minimum(), 0);
+        QCOMPARE(slider()->maximum(), 5);
+        QCOMPARE(slider()->value(), 5);
+        QCOMPARE(button("Send painting to keyboard")->objectName(), QStringLiteral("accent"));
+    }
+
+    void brushIsRedAtTheStart()
+    {
+        QCOMPARE(preview()->grab().toImage().pixelColor(28, 13), QColor(255, 60, 60));
+    }
+
+    void pressOnAKeyPaintsItWithoutKeyboard()
+    {
+        bus().unplug();
+        const KeyRecord key = KeyboardLayout::instance().keys.at(20);
+        QTest::mouseClick(view(), Qt::LeftButton, {}, view()->hitRectangle(key).center());
+
+        tavik::ColorBank expected{};
+        const auto offset = 3 * static_cast<std::size_t>(key.lightIndex);
+        expected.at(offset) = 0xFF;
+        expected.at(offset + 1) = 0x3C;
+        expected.at(offset + 2) = 0x3C;
+        QCOMPARE(bank(), expected);
+        QCOMPARE(bankOnDisk(), expected);
+        QCOMPARE(busTrace(), QStringList());
+        QCOMPARE(shownColors(), colorsShownFor(expected));
+    }
+
+    void paintingOneKeyLeavesTheOthers_data()
+    {
+        QTest::addColumn<int>("lightIndex");
+        QTest::newRow("first") << 0;
+        QTest::newRow("last") << 143;
+    }
+    void paintingOneKeyLeavesTheOthers()
+    {
+        QFETCH(int, lightIndex);
+        bank() = variedBank();
+        page->keyClicked(lightIndex);
+        tavik::ColorBank expected = variedBank();
+        const auto offset = 3 * static_cast<std::size_t>(lightIndex);
+        expected.at(offset) = 0xFF;
+        expected.at(offset + 1) = 0x3C;
+        expected.at(offset + 2) = 0x3C;
+        QCOMPARE(bank(), expected);
+        QCOMPARE(bankOnDisk(), expected);
+    }
+
+    void lastKeySendsItsRedOnly()
+    {
+        page->keyClicked(143);
+        button("Send painting to keyboard")->click();
+        QVERIFY(busSends().at(10).endsWith(QStringLiteral("8f ff aa 55")));
+        QCOMPARE(bank()[430], static_cast<unsigned char>(0x3C));
+    }
+
+    void fillPaintsAllKeysWithoutKeyboard()
+    {
+        bus().unplug();
+        button("Fill all keys")->click();
+        QCOMPARE(bank(), filledBank(0xFF, 0x3C, 0x3C));
+        QCOMPARE(bankOnDisk(), filledBank(0xFF, 0x3C, 0x3C));
+        QCOMPARE(busTrace(), QStringList());
+        QCOMPARE(shownColors(), colorsShownFor(filledBank(0xFF, 0x3C, 0x3C)));
+    }
+
+    void storedColorsAreShownAtTheStart()
+    {
+        bank() = variedBank();
+        showPage();
+        QCOMPARE(shownColors(), colorsShownFor(variedBank()));
+    }
+
+    void chosenBrushPaintsAndIsShown()
+    {
+        onNextDialog([](QWidget& dialog) {
+            const auto closing = closeAtTheEnd(dialog);
+            auto* colorDialog = qobject_cast<QColorDialog*>(&dialog);
+            QVERIFY(colorDialog != nullptr);
+            QCOMPARE(colorDialog->windowTitle(), QStringLiteral("Brush color"));
+            QCOMPARE(colorDialog->currentColor(), QColor(255, 60, 60));
+            colorDialog->setCurrentColor(QColor(1, 2, 3));
+            clickButton(dialog, QStringLiteral("OK"));
+        });
+        const PaintCounter painted(preview());
+        button("Brush color…")->click();
+        QCOMPARE(dialogsStillExpected(), 0);
+        QTRY_VERIFY(painted.count > 0);
+        QCOMPARE(preview()->grab().toImage().pixelColor(28, 13), QColor(1, 2, 3));
+        page->paintAll();
+        QCOMPARE(bank(), filledBank(1, 2, 3));
+    }
+
+    void cancelledBrushStays()
+    {
+        onNextDialog([](QWidget& dialog) {
+            qobject_cast<QColorDialog*>(&dialog)->setCurrentColor(QColor(1, 2, 3));
+            clickButton(dialog, QStringLiteral("Cancel"));
+        });
+        button("Brush color…")->click();
+        QCOMPARE(dialogsStillExpected(), 0);
+        page->paintAll();
+        QCOMPARE(bank(), filledBank(0xFF, 0x3C, 0x3C));
+    }
+
+    void successIsShownInGreen_data() { transferRows(); }
+    void successIsShownInGreen()
+    {
+        QFETCH(QString, button);
+        QFETCH(QString, successText);
+        this->button(button)->click();
+        QCOMPARE(status()->text(), successText);
+        QCOMPARE(status()->styleSheet(), successStyle);
+        QCOMPARE(busViolations(), QStringList());
+        QVERIFY(deviceLockIsFree());
+    }
+
+    void failureIsShownInRedAndChangesNothing_data() { transferRows(); }
+    void failureIsShownInRedAndChangesNothing()
+    {
+        QFETCH(QString, button);
+        bank() = variedBank();
+        AppState::instance().save();
+        giveKeyboardColors(filledBank(9, 9, 9));
+        bus().failAt(3, virtual_keyboard::sendError("Broken pipe"), 10);
+        this->button(button)->click();
+        QCOMPARE(status()->text(), QStringLiteral("Error: Broken pipe"));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(bank(), variedBank());
+        QCOMPARE(bankOnDisk(), variedBank());
+        QVERIFY(deviceLockIsFree());
+    }
+
+    void absentKeyboardIsShownInRed_data() { transferRows(); }
+    void absentKeyboardIsShownInRed()
+    {
+        QFETCH(QString, button);
+        bank() = variedBank();
+        bus().unplug();
+        this->button(button)->click();
+        QCOMPARE(status()->text(), QStringLiteral("Error: Keyboard not found (vendor interface "
+                                                  "0xFF13). Plug the USB-C cable (wired mode)."));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(bank(), variedBank());
+        QCOMPARE(busWire(), QStringList());
+    }
+
+    void refusedBankIsShownWithItsStatus()
+    {
+        bus().failCommand(0x23, virtual_keyboard::answerStatus(5));
+        button("Send painting to keyboard")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Error: RGB bank rejected (status 05)"));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(busSends().constLast(), QStringLiteral("04 f0"));
+    }
+
+    void successAfterAFailureIsGreen()
+    {
+        bus().failAt(1, virtual_keyboard::sendError("Broken pipe"));
+        button("Enable custom mode")->click();
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        button("Enable custom mode")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Custom mode enabled."));
+        QCOMPARE(status()->styleSheet(), successStyle);
+    }
+
+    void customModeCarriesTheSlider()
+    {
+        slider()->setValue(0);
+        button("Enable custom mode")->click();
+        QCOMPARE(busSends().at(2),
+                 QStringLiteral("80 00 00 00 00 00 00 00 00 00 00 00 00 00 aa 55"));
+        slider()->setValue(3);
+        button("Enable custom mode")->click();
+        QCOMPARE(int(bus().keyboard().state().lighting[9]), 3);
+    }
+
+    void readingReplacesTheBank()
+    {
+        bank() = filledBank(1, 1, 1);
+        giveKeyboardColors(variedBank());
+        button("Read from keyboard")->click();
+        QCOMPARE(bank(), variedBank());
+        QCOMPARE(bankOnDisk(), variedBank());
+        QCOMPARE(shownColors(), colorsShownFor(variedBank()));
+        QVERIFY(!bus().keyboard().sessionOpen());
+    }
+
+    void partOfAReadNeverReachesTheBank_data()
+    {
+        QTest::addColumn<int>("exchange");
+        for (int exchange = 1; exchange <= 9; ++exchange)
+            QTest::addRow("report %d", exchange) << exchange;
+    }
+    void partOfAReadNeverReachesTheBank()
+    {
+        QFETCH(int, exchange);
+        bank() = filledBank(1, 1, 1);
+        giveKeyboardColors(variedBank());
+        bus().failAt(exchange, virtual_keyboard::readError("read broke"));
+        button("Read from keyboard")->click();
+        QCOMPARE(bank(), filledBank(1, 1, 1));
+        QVERIFY(!QFile::exists(stateFilePath()));
+        QCOMPARE(status()->text(), QStringLiteral("Error: read broke"));
+        QCOMPARE(busSends().size(), exchange);
+    }
+
+    void clearedColorsAreShown()
+    {
+        page->paintAll();
+        bank() = {};
+        emit AppState::instance().rgbChanged();
+        QCOMPARE(shownColors(), colorsShownFor({}));
+    }
+
+private:
+    void showPage()
+    {
+        page = std::make_unique<RgbWidget>();
+        page->resize(1140, 670);
+        page->show();
+        QVERIFY(QTest::qWaitForWindowExposed(page.get()));
+    }
+
+    // The drawn keys, without the frame round the selected one.
+    QImage shownColors() { return keysOf(*view()); }
+
+    QImage colorsShownFor(const tavik::ColorBank& colors)
+    {
+        KeyboardView reference;
+        reference.resize(view()->size());
+        reference.setKeyboardLayout(&KeyboardLayout::instance());
+        reference.setMode(KeyboardViewMode::KeyColors);
+        for (std::size_t key = 0; key < 144; ++key)
+            reference.setKeyColor(
+                static_cast<int>(key),
+                QColor(colors.at(3 * key), colors.at(3 * key + 1), colors.at(3 * key + 2)));
+        return keysOf(reference);
+    }
+
+    static QImage keysOf(KeyboardView& drawn)
+    {
+        const QImage whole = drawn.grab().toImage();
+        QImage keys(static_cast<int>(KeyboardLayout::instance().keys.size()), 1,
+                    QImage::Format_RGB32);
+        int column = 0;
+        for (const KeyRecord& key : KeyboardLayout::instance().keys)
+            keys.setPixelColor(column++, 0, whole.pixelColor(drawn.hitRectangle(key).center()));
+        return keys;
+    }
+
+    QPushButton* button(const QString& text) const
+    {
+        const auto buttons = page->findChildren<QPushButton*>();
+        const auto found = std::ranges::find_if(
+            buttons, [&text](const QPushButton* candidate) { return candidate->text() == text; });
+        if (found == buttons.end())
+            qFatal("no button \"%s\"", qPrintable(text));
+        return *found;
+    }
+
+    KeyboardView* view() const { return page->findChild<KeyboardView*>(); }
+    ColorPreview* preview() const { return page->findChild<ColorPreview*>(); }
+    QSlider* slider() const { return page->findChild<QSlider*>(); }
+    QLabel* status() const { return qobject_cast<QLabel*>(page->layout()->itemAt(5)->widget()); }
+
+    std::unique_ptr<RgbWidget> page;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(RgbWidgetTest)
+
+#include "rgb_widget_test.moc"

@@ -1,0 +1,704 @@
+#include "device/device.h"
+#include "model/app_state.h"
+#include "model/key_names.h"
+#include "model/keyboard_layout.h"
+#include "pages/keys/action_menu.h"
+#include "pages/keys/keymap_widget.h"
+#include "pages/parts/keyboard_view.h"
+#include "tests/pages/keys/layer_write_faults.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/isolated_main.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+#include <QToolTip>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace tavik;
+using namespace tavik::tests;
+using virtual_keyboard::VirtualBus;
+
+namespace {
+
+constexpr int keyA = 64;
+constexpr int keyS = 65;
+constexpr int lastKey = 143;
+
+const KeyAction ctrlShiftB{2, 0x03, 0x05, 0};
+const KeyAction mute{3, 0xE2, 0, 0};
+
+// What the page has at a window of 1200 x 720.
+constexpr QSize pageSize(1140, 671);
+
+std::unique_ptr<KeymapWidget> openPage()
+{
+    auto page = std::make_unique<KeymapWidget>();
+    page->resize(pageSize);
+    page->show();
+    return page;
+}
+
+QPushButton* button(const KeymapWidget& page, const char* text)
+{
+    for (QPushButton* candidate : page.findChildren<QPushButton*>()) {
+        if (candidate->text() == QLatin1String(text))
+            return candidate;
+    }
+    qFatal("no button %s", text);
+}
+
+void click(const KeymapWidget& page, const char* text)
+{
+    QTest::mouseClick(button(page, text), Qt::LeftButton);
+}
+
+KeyboardView* viewOf(const KeymapWidget& page)
+{
+    return page.findChild<KeyboardView*>();
+}
+
+const KeyRecord& keyRecord(int lightIndex)
+{
+    for (const KeyRecord& key : KeyboardLayout::instance().keys) {
+        if (key.lightIndex == lightIndex)
+            return key;
+    }
+    qFatal("no key %d in the layout", lightIndex);
+}
+
+QPoint centerOf(const KeyboardView& view, int lightIndex)
+{
+    return view.hitRectangle(keyRecord(lightIndex)).center();
+}
+
+void clickKey(const KeymapWidget& page, int lightIndex, Qt::MouseButton mouseButton)
+{
+    KeyboardView* view = viewOf(page);
+    QTest::mouseClick(view, mouseButton, {}, centerOf(*view, lightIndex));
+}
+
+QLabel* statusLabel(const KeymapWidget& page)
+{
+    // The only label besides the hint.
+    for (QLabel* label : page.findChildren<QLabel*>()) {
+        if (label->objectName() != QLatin1String("hint"))
+            return label;
+    }
+    qFatal("no status label");
+}
+
+QImage pictureOf(KeyboardView& view)
+{
+    return view.grab().toImage();
+}
+
+// How a view looks that shows exactly these captions and this selected key.
+QImage pictureWith(const QMap<int, QString>& captions, const KeyboardView& shown)
+{
+    KeyboardView reference;
+    reference.resize(shown.size());
+    reference.setKeyboardLayout(&KeyboardLayout::instance());
+    reference.setMode(KeyboardViewMode::Captions);
+    for (auto caption = captions.begin(); caption != captions.end(); ++caption)
+        reference.setCaption(caption.key(), caption.value());
+    if (shown.selectedKey() >= 0)
+        QTest::mousePress(&reference, Qt::MiddleButton, {},
+                          centerOf(reference, shown.selectedKey()));
+    return pictureOf(reference);
+}
+
+bool showsCaptions(const KeymapWidget& page, const QMap<int, QString>& captions)
+{
+    KeyboardView* view = viewOf(page);
+    return pictureOf(*view) == pictureWith(captions, *view);
+}
+
+bool stateFileExists()
+{
+    return QFile::exists(stateFilePath());
+}
+
+SavedState stateOnDisk()
+{
+    QFile file(stateFilePath());
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("no state file");
+    return stateFromJson(QJsonDocument::fromJson(file.readAll()).object());
+}
+
+SavedState stateInMemory()
+{
+    return AppState::instance();
+}
+
+void chooseInDialog(QWidget& dialog, const char* list, const char* text)
+{
+    for (QComboBox* candidate : dialog.findChildren<QComboBox*>()) {
+        if (candidate->accessibleName() == QLatin1String(list))
+            candidate->setCurrentIndex(candidate->findText(QLatin1String(text)));
+    }
+}
+
+void assignCtrlInDialog(QWidget& dialog, const char* key)
+{
+    chooseInDialog(dialog, "Assignment type", "Keyboard key (+ modifiers)");
+    chooseInDialog(dialog, "Key", key);
+    chooseInDialog(dialog, "Modifier (keyboard)", "Ctrl");
+    clickButton(dialog, QStringLiteral("OK"));
+}
+
+ActionMenu* openMenu()
+{
+    return qobject_cast<ActionMenu*>(QApplication::activePopupWidget());
+}
+
+QAction* item(const QMenu* menu, const QString& text)
+{
+    for (QAction* candidate : menu->actions()) {
+        if (candidate->text() == text)
+            return candidate;
+    }
+    qFatal("no item %s", qPrintable(text));
+}
+
+void clickItem(QMenu* menu, const QString& text)
+{
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(item(menu, text)).center());
+}
+
+void layerRows()
+{
+    QTest::addColumn<int>("layer");
+    QTest::newRow("base") << 0;
+    QTest::newRow("Fn") << 1;
+}
+
+KeyLayer& layerOf(SavedState& state, int layer)
+{
+    return layer == 0 ? state.layerBase : state.layerFn;
+}
+
+// Ends the process by abort() inside, so the call is made in a copy of the process.
+bool aborts(const std::function<void()>& call)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        std::signal(SIGABRT, SIG_DFL);
+        [&]() noexcept { call(); }();
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT;
+}
+
+} // namespace
+
+class KeymapWidgetTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void opensOnTheBaseLayer()
+    {
+        AppState::instance().layerBase.at(keyA) = ctrlShiftB;
+        AppState::instance().layerFn.at(keyA) = mute;
+        const auto page = openPage();
+        QVERIFY(button(*page, "Base layer")->isChecked());
+        QVERIFY(!button(*page, "Fn layer")->isChecked());
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Ctrl+Shift+B")}}));
+        QCOMPARE(statusLabel(*page)->text(), QString());
+        QCOMPARE(button(*page, "Write layer to keyboard")->objectName(), QStringLiteral("accent"));
+        QCOMPARE(page->findChild<QLabel*>(QStringLiteral("hint"))->text(),
+                 QStringLiteral("Click a key to assign an action. Base layer = normal keys, Fn "
+                                "layer = hold Fn."));
+    }
+
+    void openingSendsAndWritesNothing()
+    {
+        const auto page = openPage();
+        QCOMPARE(busTrace(), QStringList());
+        QVERIFY(!stateFileExists());
+    }
+
+    void partsStandBelowOneAnother()
+    {
+        const auto page = openPage();
+        const QList<QWidget*> parts{button(*page, "Base layer"), viewOf(*page),
+                                    page->findChild<QLabel*>(QStringLiteral("hint")),
+                                    button(*page, "Write layer to keyboard"), statusLabel(*page)};
+        QCOMPARE(parts.first()->pos(), QPoint(12, 12));
+        QCOMPARE(parts.last()->geometry().bottom(), page->height() - 12 - 1);
+        for (qsizetype index = 1; index < parts.size(); ++index)
+            QCOMPARE(parts.at(index)->y(), parts.at(index - 1)->geometry().bottom() + 1 + 8);
+        QCOMPARE(button(*page, "Base layer")->y(), button(*page, "Fn layer")->y());
+        QCOMPARE(button(*page, "Write layer to keyboard")->y(),
+                 button(*page, "Reset all to default")->y());
+    }
+
+    void switchingShowsTheOtherLayerWithoutTraffic()
+    {
+        AppState::instance().layerBase.at(keyA) = ctrlShiftB;
+        AppState::instance().layerFn.at(keyS) = mute;
+        const auto page = openPage();
+        click(*page, "Fn layer");
+        QVERIFY(showsCaptions(*page, {{keyS, QStringLiteral("Mute")}}));
+        QVERIFY(!button(*page, "Base layer")->isChecked());
+        QVERIFY(button(*page, "Fn layer")->isChecked());
+        click(*page, "Base layer");
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Ctrl+Shift+B")}}));
+        QVERIFY(button(*page, "Base layer")->isChecked());
+        QVERIFY(!button(*page, "Fn layer")->isChecked());
+        QCOMPARE(busTrace(), QStringList());
+        QVERIFY(!stateFileExists());
+    }
+
+    void clickOnTheCheckedLayerKeepsItChecked()
+    {
+        const auto page = openPage();
+        click(*page, "Base layer");
+        QVERIFY(button(*page, "Base layer")->isChecked());
+        click(*page, "Fn layer");
+        click(*page, "Fn layer");
+        QVERIFY(button(*page, "Fn layer")->isChecked());
+        QVERIFY(!button(*page, "Base layer")->isChecked());
+    }
+
+    void everyKindOfCaption()
+    {
+        AppState& state = AppState::instance();
+        state.macros = {{QStringLiteral("copy"), {}}, {QString(), {}}};
+        state.layerBase.at(keyA) = {6, 0, 0, 0};
+        state.layerBase.at(keyA + 1) = {6, 1, 0, 0}; // an empty name is no caption
+        state.layerBase.at(keyA + 2) = {6, 2, 0, 0};
+        state.layerBase.at(keyA + 3) = {5, 0, 0, 0};
+        state.layerBase.at(keyA + 4) = {9, 0, 0, 0};
+        state.layerBase.at(keyA + 5) = {1, 1, 1, 0};
+        const auto page = openPage();
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("copy")},
+                                      {keyA + 2, QStringLiteral("Macro 2")},
+                                      {keyA + 3, QStringLiteral("Special")},
+                                      {keyA + 4, QStringLiteral("Page 9")},
+                                      {keyA + 5, QStringLiteral("Mouse")}}));
+    }
+
+    void acceptedDialogIsStoredSavedAndShown_data() { layerRows(); }
+    void acceptedDialogIsStoredSavedAndShown()
+    {
+        QFETCH(int, layer);
+        const auto page = openPage();
+        page->switchLayer(layer);
+        SavedState expected = stateInMemory();
+        layerOf(expected, layer).at(keyA) = {2, 0x01, 0x05, 0};
+
+        onNextDialog([](QWidget& dialog) {
+            QCOMPARE(dialog.windowTitle(), QStringLiteral("Assign key"));
+            assignCtrlInDialog(dialog, "B");
+        });
+        clickKey(*page, keyA, Qt::LeftButton);
+        QCOMPARE(dialogsStillExpected(), 0);
+        QVERIFY(stateInMemory() == expected);
+        QVERIFY(stateOnDisk() == expected);
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Ctrl+B")}}));
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void dialogStartsFromTheKeysActionOnTheCurrentLayer()
+    {
+        AppState::instance().layerBase.at(keyA) = ctrlShiftB;
+        AppState::instance().layerFn.at(keyA) = mute;
+        const auto page = openPage();
+        page->switchLayer(1);
+        onNextDialog([](QWidget& dialog) { clickButton(dialog, QStringLiteral("OK")); });
+        clickKey(*page, keyA, Qt::LeftButton);
+        QVERIFY(AppState::instance().layerFn.at(keyA) == mute);
+        QVERIFY(AppState::instance().layerBase.at(keyA) == ctrlShiftB);
+    }
+
+    void cancelledDialogChangesNothing()
+    {
+        AppState::instance().layerBase.at(keyA) = ctrlShiftB;
+        const auto page = openPage();
+        const SavedState before = stateInMemory();
+        onNextDialog([](QWidget& dialog) {
+            chooseInDialog(dialog, "Assignment type", "Disabled");
+            clickButton(dialog, QStringLiteral("Cancel"));
+        });
+        clickKey(*page, keyA, Qt::LeftButton);
+        QCOMPARE(dialogsStillExpected(), 0);
+        QVERIFY(stateInMemory() == before);
+        QVERIFY(!stateFileExists());
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Ctrl+Shift+B")}}));
+    }
+
+    void storedDisabledTurnsIntoWhatTheDialogMakes()
+    {
+        AppState::instance().layerBase.at(keyA) = {5, 3, 0, 7};
+        const auto page = openPage();
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Disabled")}}));
+        onNextDialog([](QWidget& dialog) { clickButton(dialog, QStringLiteral("OK")); });
+        clickKey(*page, keyA, Qt::LeftButton);
+        QVERIFY((AppState::instance().layerBase.at(keyA) == KeyAction{5, 0, 0, 0}));
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Special")}}));
+    }
+
+    void spaceBarOpensTheDialogOfTheMarkedKey()
+    {
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        QTest::mousePress(view, Qt::MiddleButton, {}, centerOf(*view, keyA));
+        onNextDialog([](QWidget& dialog) { assignCtrlInDialog(dialog, "C"); });
+        QTest::keyClick(view, Qt::Key_Space);
+        QCOMPARE(dialogsStillExpected(), 0);
+        QVERIFY((AppState::instance().layerBase.at(keyA) == KeyAction{2, 0x01, 0x06, 0}));
+    }
+
+    void pressBetweenKeysAsksNothing()
+    {
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(1, 1));
+        QTest::mouseClick(view, Qt::RightButton, {}, QPoint(1, 1));
+        QVERIFY(QApplication::activePopupWidget() == nullptr);
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+        QCOMPARE(view->selectedKey(), -1);
+    }
+
+    void menuChoiceIsStoredSavedAndShown_data()
+    {
+        QTest::addColumn<int>("layer");
+        QTest::addColumn<QString>("group");
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<QList<int>>("bytes");
+        QTest::addColumn<QString>("caption");
+        const auto row = [](const char* name, int layer, const char* group, const char* choice,
+                            const QList<int>& bytes, const char* caption) {
+            QTest::newRow(name) << layer << QString::fromUtf8(group) << QString::fromUtf8(choice)
+                                << bytes << QString::fromUtf8(caption);
+        };
+        row("default", 0, "", "Default key", {0, 0, 0, 0}, "");
+        row("disabled", 1, "", "Disabled", {5, 0, 0, 0}, "Special");
+        row("letter", 0, "Letters A to M", "B", {2, 0, 5, 0}, "B");
+        row("modifier", 1, "Modifiers", "R Ctrl", {2, 0x10, 0, 0}, "M");
+        row("multimedia", 1, "Multimedia", "Next track", {3, 0xB5, 0, 0}, "Next Track");
+        row("mouse", 0, "Mouse", "Scroll up", {1, 3, 1, 0}, "Mouse");
+        row("second macro", 0, "Macros", "paste", {6, 1, 0, 0}, "paste");
+    }
+    void menuChoiceIsStoredSavedAndShown()
+    {
+        QFETCH(int, layer);
+        QFETCH(QString, group);
+        QFETCH(QString, choice);
+        QFETCH(QList<int>, bytes);
+        QFETCH(QString, caption);
+        AppState& state = AppState::instance();
+        state.macros = {{QStringLiteral("copy"), {}}, {QStringLiteral("paste"), {}}};
+        state.layerBase.at(keyA) = ctrlShiftB;
+        state.layerFn.at(keyA) = ctrlShiftB;
+        const auto page = openPage();
+        page->switchLayer(layer);
+        SavedState expected = stateInMemory();
+        layerOf(expected, layer).at(keyA) = {
+            static_cast<std::uint8_t>(bytes.at(0)), static_cast<std::uint8_t>(bytes.at(1)),
+            static_cast<std::uint8_t>(bytes.at(2)), static_cast<std::uint8_t>(bytes.at(3))};
+
+        clickKey(*page, keyA, Qt::RightButton); // returns: the menu does not block
+        QMenu* menu = openMenu();
+        QVERIFY(menu != nullptr);
+        const QPointer<QMenu> guard(menu);
+        if (!group.isEmpty()) {
+            clickItem(menu, group);
+            menu = item(menu, group)->menu();
+            QTRY_VERIFY(menu->isVisible()); // a sub-menu waits a moment
+        }
+        clickItem(menu, choice);
+        QVERIFY(stateInMemory() == expected);
+        QVERIFY(stateOnDisk() == expected);
+        QVERIFY(showsCaptions(*page, caption.isEmpty() ? QMap<int, QString>()
+                                                       : QMap<int, QString>{{keyA, caption}}));
+        QVERIFY(QApplication::activePopupWidget() == nullptr);
+        QTRY_VERIFY(guard.isNull());
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void menuOpensAtThePointer()
+    {
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        clickKey(*page, keyA, Qt::RightButton);
+        QVERIFY(openMenu() != nullptr);
+        const QPoint pointer = view->mapToGlobal(centerOf(*view, keyA));
+        // The screen's lower edge may push it up.
+        QCOMPARE(openMenu()->pos().x(), pointer.x());
+        QCOMPARE(view->selectedKey(), keyA);
+    }
+
+    void closedMenuChangesNothing()
+    {
+        AppState::instance().layerBase.at(keyA) = ctrlShiftB;
+        const auto page = openPage();
+        const SavedState before = stateInMemory();
+        clickKey(*page, keyA, Qt::RightButton);
+        const QPointer<QMenu> menu(openMenu());
+        QTest::keyClick(menu, Qt::Key_Escape);
+        QTRY_VERIFY(menu.isNull());
+        QVERIFY(stateInMemory() == before);
+        QVERIFY(!stateFileExists());
+    }
+
+    void menuLeadsToTheDialog()
+    {
+        const auto page = openPage();
+        clickKey(*page, keyA, Qt::RightButton);
+        QMenu* menu = openMenu();
+        // The driver would take the open menu for the dialog it waits for.
+        const auto close = [] {
+            QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
+            assignCtrlInDialog(*QApplication::activeModalWidget(), "D");
+        };
+        QMetaObject::invokeMethod(qApp, close, Qt::QueuedConnection);
+        clickItem(menu, QStringLiteral("Assign…"));
+        QVERIFY((AppState::instance().layerBase.at(keyA) == KeyAction{2, 0x01, 0x07, 0}));
+        QVERIFY(stateOnDisk() == stateInMemory());
+    }
+
+    void menuKeyOpensTheMenuOfTheMarkedKey()
+    {
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        QTest::mousePress(view, Qt::MiddleButton, {}, centerOf(*view, keyA));
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
+        QApplication::sendEvent(view, &event);
+        QMenu* menu = openMenu();
+        QVERIFY(menu != nullptr);
+        QTest::keyClick(menu, Qt::Key_Down);
+        QTest::keyClick(menu, Qt::Key_Down);
+        QTest::keyClick(menu, Qt::Key_Down);
+        QTest::keyClick(menu, Qt::Key_Return);
+        QVERIFY((AppState::instance().layerBase.at(keyA) == KeyAction{5, 0, 0, 0}));
+        QVERIFY(stateOnDisk() == stateInMemory());
+    }
+
+    void resetClearsOnlyTheCurrentLayer_data() { layerRows(); }
+    void resetClearsOnlyTheCurrentLayer()
+    {
+        QFETCH(int, layer);
+        AppState& state = AppState::instance();
+        state.layerBase.fill(ctrlShiftB);
+        state.layerFn.fill(mute);
+        state.macros = {{QStringLiteral("copy"), {}}};
+        const auto page = openPage();
+        page->switchLayer(layer);
+        SavedState expected = stateInMemory();
+        layerOf(expected, layer) = {};
+
+        click(*page, "Reset all to default");
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+        QVERIFY(stateInMemory() == expected);
+        QVERIFY(stateOnDisk() == expected);
+        QVERIFY(showsCaptions(*page, {}));
+        QCOMPARE(busTrace(), QStringList());
+
+        // Zeros in the file itself, not only what a shorter file would be read as.
+        QFile file(stateFilePath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QJsonObject saved = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonArray keys = saved.value(layer == 0 ? "layerBase" : "layerFn").toArray();
+        QCOMPARE(keys.size(), 144);
+        const QJsonObject zero{{"page", 0}, {"p1", 0}, {"p2", 0}, {"p3", 0}};
+        for (const QJsonValue& key : keys)
+            QCOMPARE(key.toObject(), zero);
+    }
+
+    void captionsFollowAReplacedState()
+    {
+        AppState& state = AppState::instance();
+        state.layerBase.at(keyA) = {6, 0, 0, 0};
+        state.macros = {{QStringLiteral("copy"), {}}};
+        const auto page = openPage();
+        state.macros.clear();
+        emit state.macrosChanged();
+        QVERIFY(showsCaptions(*page, {{keyA, QStringLiteral("Macro 0")}}));
+        state.layerBase.fill({});
+        emit state.layersChanged();
+        QVERIFY(showsCaptions(*page, {}));
+    }
+
+    void writtenLayerIsOnTheKeyboard_data() { layerRows(); }
+    void writtenLayerIsOnTheKeyboard()
+    {
+        QFETCH(int, layer);
+        AppState& state = AppState::instance();
+        state.layerBase.at(keyA) = ctrlShiftB;
+        state.layerFn.at(keyS) = mute;
+        state.layerBase.at(lastKey) = {2, 1, 4, 9};
+        state.layerFn.at(lastKey) = {2, 1, 4, 9};
+        const auto page = openPage();
+        page->switchLayer(layer);
+        const SavedState before = stateInMemory();
+        click(*page, "Write layer to keyboard");
+
+        QCOMPARE(statusLabel(*page)->text(), layer == 0 ? QStringLiteral("Layer base written.")
+                                                        : QStringLiteral("Layer Fn written."));
+        QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#7ec97e;"));
+        using virtual_keyboard::KeyActionBytes;
+        const virtual_keyboard::KeyboardState& held = VirtualBus::instance().keyboard().state();
+        virtual_keyboard::KeyboardState expected;
+        (layer == 0 ? expected.baseLayer : expected.fnLayer)[lastKey] = {2, 1, 0, 0};
+        if (layer == 0)
+            expected.baseLayer[keyA] = KeyActionBytes{2, 3, 5, 0};
+        else
+            expected.fnLayer[keyS] = KeyActionBytes{3, 0xE2, 0, 0};
+        QVERIFY(held == expected);
+        QVERIFY(stateInMemory() == before);
+        QCOMPARE(busSends().at(1), layer == 0 ? QStringLiteral("04 11 00 00 00 00 00 00 09")
+                                              : QStringLiteral("04 27 00 00 00 00 00 00 09"));
+        QCOMPARE(busViolations(), QStringList());
+        QVERIFY(deviceLockIsFree());
+    }
+
+    void failedWrite_data() { layerWriteFaultRows(); }
+    void failedWrite()
+    {
+        QFETCH(int, row);
+        const LayerWriteFault fault = allLayerWriteFaults().at(row);
+        AppState::instance().layerBase.at(keyA) = ctrlShiftB;
+        const auto page = openPage();
+        const SavedState before = stateInMemory();
+        VirtualBus::instance().failAt(fault.step, fault.fault, fault.times);
+        click(*page, "Write layer to keyboard");
+        QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: ") + fault.text);
+        QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#e07070;"));
+        QCOMPARE(busSends().size(), fault.reportSteps.size());
+        QVERIFY(deviceLockIsFree());
+        QVERIFY(stateInMemory() == before);
+    }
+
+    void successAfterAFailureIsGreenAgain()
+    {
+        const auto page = openPage();
+        VirtualBus::instance().failAt(headerStep, virtual_keyboard::answerStatus(5));
+        click(*page, "Write layer to keyboard");
+        QCOMPARE(statusLabel(*page)->text(),
+                 QStringLiteral("Error: Keymap command rejected (status 05)"));
+        click(*page, "Write layer to keyboard");
+        QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Layer base written."));
+        QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#7ec97e;"));
+    }
+
+    void errorTextIsShownLiterally()
+    {
+        const auto page = openPage();
+        VirtualBus::instance().failAt(openStep, virtual_keyboard::sendError("<b>5 & 6</b>"));
+        click(*page, "Write layer to keyboard");
+        QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: <b>5 & 6</b>"));
+        QCOMPARE(statusLabel(*page)->textFormat(), Qt::PlainText);
+    }
+
+    void keyOutsideTheLayerAborts_data()
+    {
+        QTest::addColumn<int>("lightIndex");
+        QTest::newRow("below") << -1;
+        QTest::newRow("above") << 144;
+    }
+    void keyOutsideTheLayerAborts()
+    {
+        QFETCH(int, lightIndex);
+        KeymapWidget page;
+        QVERIFY(aborts([&] { page.keyClicked(lightIndex); }));
+        QVERIFY(aborts([&] { page.showKeyMenu(lightIndex, {}); }));
+        QVERIFY(!aborts([&] { page.showKeyMenu(lastKey, {}); }));
+    }
+
+    void longCaptionsStayInsideTheirBox_data()
+    {
+        QTest::addColumn<QString>("caption");
+        QTest::newRow("combination") << QStringLiteral("Ctrl+Shift+Print Screen");
+        QTest::newRow("all modifiers") << QStringLiteral("Ctrl+Shift+Alt+Win+Scroll Lock");
+        QTest::newRow("one long word") << QString(60, u'W');
+        QTest::newRow("sixty letters")
+            << QStringLiteral("A macro whose name is made of sixty letters in several words");
+        QTest::newRow("Arabic") << QStringLiteral("نسخ النص ولصقه في المستند الجديد");
+        QTest::newRow("emoji") << QStringLiteral("🚀🎮🎲🚀🎮🎲🚀🎮🎲🚀🎮🎲");
+        QTest::newRow("Japanese") << QStringLiteral("コピーして貼り付けるマクロです");
+        QTest::newRow("accents") << QStringLiteral("Ẫ̂̂̂̂ḡ̣̣̣̣ j̣̣̣y̱̱̱ÅÅÅ");
+        QTest::newRow("lines") << QStringLiteral("a\nb\nc\nd\ne\nf\ng");
+    }
+    // Text may change pixels only between the frame and itself, on the smallest caps as on the
+    // widest.
+    void longCaptionsStayInsideTheirBox()
+    {
+        QFETCH(QString, caption);
+        const auto page = openPage();
+        const KeyboardView* view = viewOf(*page);
+        for (const int lightIndex : {0, keyA, 75, 108}) { // Esc, A, Enter, Space
+            const QImage box = pictureWith({{lightIndex, QStringLiteral(" ")}}, *view);
+            const QImage text = pictureWith({{lightIndex, caption}}, *view);
+            QRect changed;
+            for (int y = 0; y < box.height(); ++y) {
+                for (int x = 0; x < box.width(); ++x) {
+                    if (box.pixel(x, y) != text.pixel(x, y))
+                        changed |= QRect(x, y, 1, 1);
+                }
+            }
+            const QRect hit = view->hitRectangle(keyRecord(lightIndex));
+            const QRect inside(QPoint(hit.left() + 3, hit.top() + 2),
+                               QPoint(hit.left() + hit.width() - 5, hit.top() + hit.height() - 4));
+            QVERIFY2(!changed.isEmpty(), "nothing was drawn");
+            QVERIFY2(inside.contains(changed), qPrintable(QString::number(lightIndex)));
+        }
+    }
+
+    // What is cut off is the end, so two captions with a long common beginning look the same.
+    void longCaptionsShowTheirBeginning()
+    {
+        const auto page = openPage();
+        const KeyboardView* view = viewOf(*page);
+        const QString digits = QStringLiteral("0123456789").repeated(6);
+        QVERIFY(pictureWith({{keyA, digits}}, *view) ==
+                pictureWith({{keyA, digits.left(45)}}, *view));
+        QVERIFY(pictureWith({{keyA, digits}}, *view) !=
+                pictureWith({{keyA, digits.mid(1)}}, *view));
+    }
+
+    void toolTipTellsTheWholeCaption()
+    {
+        AppState& state = AppState::instance();
+        const QString name = QStringLiteral("<i>%1</i>").arg(QString(60, u'W'));
+        state.macros = {{name, {}}};
+        state.layerBase.at(keyA) = {6, 0, 0, 0};
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        const auto hover = [view](QPoint position) {
+            QHelpEvent event(QEvent::ToolTip, position, view->mapToGlobal(position));
+            QApplication::sendEvent(view, &event);
+        };
+        hover(centerOf(*view, keyS));
+        QCOMPARE(QToolTip::text(), QString());
+        hover(centerOf(*view, keyA));
+        QVERIFY(QToolTip::text().contains(name.toHtmlEscaped()));
+    }
+
+    void captionFontNeverGetsUnreadable()
+    {
+        QCOMPARE(keyCaptionFontSize(0.5), 6);
+        QCOMPARE(keyCaptionFontSize(1.5), 11);
+        QCOMPARE(keyboardBaseFontSize(0.5), 7.0);
+        QCOMPARE(keyboardBaseFontSize(5.0), 13.0);
+    }
+};
+
+TAVIK_ISOLATED_TEST_MAIN(KeymapWidgetTest)
+
+#include "keymap_widget_test.moc"

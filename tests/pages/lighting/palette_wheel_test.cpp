@@ -1,0 +1,457 @@
+#include "pages/lighting/palette_wheel.h"
+#include "tests/support/pixel_probe.h"
+
+#include <QDir>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <numbers>
+
+using namespace tavik;
+using namespace tavik::tests;
+
+namespace {
+
+constexpr QSize wheelSize(240, 240);
+const QColor red(255, 0, 0);
+
+QImage emptyPicture(QSize size = wheelSize)
+{
+    QImage picture(size, QImage::Format_ARGB32);
+    picture.fill(Qt::transparent);
+    return picture;
+}
+
+QImage filledPicture(const QColor& color)
+{
+    QImage picture = emptyPicture();
+    picture.fill(color);
+    return picture;
+}
+
+// A ring whose hue is the angle, counted clockwise from the right.
+QImage ringPicture()
+{
+    QImage picture = emptyPicture();
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const double radius = std::hypot(x - 120, y - 120);
+            const double turn = std::atan2(y - 120, x - 120) / (2 * std::numbers::pi);
+            if (radius >= 67 && radius <= 122)
+                picture.setPixelColor(x, y, QColor::fromHsvF(float(turn - std::floor(turn)), 1, 1));
+        }
+    }
+    return picture;
+}
+
+// The picture with one pixel at that step from the center of a 240 x 240 wheel.
+QImage withPixel(QImage picture, QPoint step, const QColor& color)
+{
+    picture.setPixelColor(QPoint(120, 120) + step, color);
+    return picture;
+}
+
+} // namespace
+
+class PaletteWheelTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support).*"));
+        directory.reset(new QTemporaryDir);
+        QVERIFY(QDir().mkpath(directory->filePath("resources/official-skin")));
+        QDir::setCurrent(directory->path());
+        useWheelPicture(ringPicture());
+    }
+
+    void cleanup() { QDir::setCurrent(QDir::rootPath()); }
+
+    void sizeAndCursorAreFixed()
+    {
+        const PaletteWheel wheel;
+        QCOMPARE(wheel.minimumSize(), wheelSize);
+        QCOMPARE(wheel.maximumSize(), wheelSize);
+        QCOMPARE(wheel.cursor().shape(), Qt::CrossCursor);
+    }
+
+    void onlyTheRingTakesAPress_data()
+    {
+        QTest::addColumn<QPointF>("position");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("center") << QPointF(120, 120) << false;
+        QTest::newRow("66 right") << QPointF(186, 120) << false;
+        QTest::newRow("66.9 right, rounds to 67") << QPointF(186.9, 120) << false;
+        QTest::newRow("67 right") << QPointF(187, 120) << true;
+        QTest::newRow("66 left") << QPointF(54, 120) << false;
+        QTest::newRow("67 left") << QPointF(53, 120) << true;
+        QTest::newRow("66 up") << QPointF(120, 54) << false;
+        QTest::newRow("67 up") << QPointF(120, 53) << true;
+        QTest::newRow("122, 22 beside the top") << QPointF(98, 0) << true;
+        QTest::newRow("just over 122") << QPointF(97.9, 0) << false;
+        QTest::newRow("123, 27 beside the top") << QPointF(93, 0) << false;
+        QTest::newRow("corner") << QPointF(1, 1) << false;
+    }
+
+    void onlyTheRingTakesAPress()
+    {
+        QFETCH(QPointF, position);
+        QFETCH(bool, taken);
+        useWheelPicture(filledPicture(Qt::blue));
+        QCOMPARE(pressedColor(position), taken ? QColor(Qt::blue) : QColor());
+    }
+
+    void pressBesideThePictureIsIgnored()
+    {
+        useWheelPicture(filledPicture(Qt::blue));
+        QCOMPARE(pressedColor({239.4, 120}), QColor(Qt::blue));
+        QCOMPARE(pressedColor({239.6, 120}), QColor());
+        QCOMPARE(pressedColor({120, 239.6}), QColor());
+    }
+
+    void pressTakesThePixelAtTheRoundedPosition()
+    {
+        const QColor chosen(255, 5, 10);
+        useWheelPicture(withPixel(filledPicture(Qt::blue), {100, 3}, chosen));
+        PaletteWheel wheel;
+        press(wheel, {219.5, 122.6});
+        QCOMPARE(wheel.color(), chosen);
+        QCOMPARE(wheel.markerPosition(), QPoint(220, 123));
+        press(wheel, {219.4, 122.6});
+        QCOMPARE(wheel.color(), QColor(Qt::blue));
+        QCOMPARE(wheel.markerPosition(), QPoint(219, 123));
+    }
+
+    void pressWantsAClearColor_data()
+    {
+        QTest::addColumn<QColor>("pixel");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("saturation 149") << QColor(255, 106, 106) << false;
+        QTest::newRow("saturation 150") << QColor(255, 105, 105) << true;
+        QTest::newRow("saturation 160") << QColor(255, 95, 95) << true;
+        QTest::newRow("dark") << QColor(20, 0, 0) << true;
+        QTest::newRow("white") << QColor(255, 255, 255) << false;
+        QTest::newRow("alpha 199") << QColor(255, 0, 0, 199) << false;
+        QTest::newRow("alpha 200") << QColor(255, 0, 0, 200) << true;
+    }
+
+    void pressWantsAClearColor()
+    {
+        QFETCH(QColor, pixel);
+        QFETCH(bool, taken);
+        useWheelPicture(filledPicture(pixel));
+        QCOMPARE(pressedColor({220, 120}), taken ? pixel : QColor());
+    }
+
+    void pressTellsOnceWithTheNewStateInPlace()
+    {
+        PaletteWheel wheel;
+        QList<QColor> told;
+        wheel.onColorPicked([&](const QColor& color) {
+            told += color;
+            QCOMPARE(wheel.color(), color);
+            QCOMPARE(wheel.markerPosition(), QPoint(120, 210));
+        });
+        press(wheel, {120, 210});
+        QCOMPARE(told.size(), 1);
+        QCOMPARE(told.first(), ringPicture().pixelColor(120, 210));
+    }
+
+    void pressWithoutAListenerIsFine()
+    {
+        PaletteWheel wheel;
+        press(wheel, {120, 210});
+        QCOMPARE(wheel.color(), ringPicture().pixelColor(120, 210));
+    }
+
+    void otherButtonsAreIgnored()
+    {
+        PaletteWheel wheel;
+        wheel.setColor(red);
+        int calls = 0;
+        wheel.onColorPicked([&](const QColor&) { ++calls; });
+        press(wheel, {120, 210}, Qt::RightButton);
+        press(wheel, {120, 210}, Qt::MiddleButton);
+        QCOMPARE(calls, 0);
+        QCOMPARE(wheel.color(), red);
+    }
+
+    void setColorMovesTheMarkerWithoutACall()
+    {
+        PaletteWheel wheel;
+        int calls = 0;
+        wheel.onColorPicked([&](const QColor&) { ++calls; });
+        wheel.setColor(red);
+        QCOMPARE(wheel.markerPosition(), QPoint(231, 120));
+        wheel.setColor(QColor::fromHsv(90, 255, 255));
+        const QPoint step = wheel.markerPosition() - QPoint(120, 231);
+        QVERIFY(step.manhattanLength() <= 3);
+        QCOMPARE(calls, 0);
+    }
+
+    void grayLeavesTheMarkerWhereItIs()
+    {
+        PaletteWheel wheel;
+        wheel.setColor(QColor::fromHsv(180, 255, 255));
+        const QPoint marker = wheel.markerPosition();
+        QVERIFY(marker.x() < 12);
+        for (const QColor& gray : {QColor(9, 9, 9), QColor(255, 255, 255), QColor(0, 0, 0)}) {
+            wheel.setColor(gray);
+            QCOMPARE(wheel.color(), gray);
+            QCOMPARE(wheel.markerPosition(), marker);
+        }
+    }
+
+    void markerPixelsAreChosenByRadiusAndClearness_data()
+    {
+        QTest::addColumn<QPoint>("step");
+        QTest::addColumn<QColor>("pixel");
+        QTest::addColumn<bool>("found");
+        QTest::newRow("radius 102") << QPoint(0, -102) << red << false;
+        QTest::newRow("radius 103") << QPoint(0, -103) << red << true;
+        QTest::newRow("102.4 rounds to 102") << QPoint(102, 9) << red << false;
+        QTest::newRow("102.6 rounds to 103") << QPoint(102, 11) << red << true;
+        QTest::newRow("radius 119") << QPoint(119, 0) << red << true;
+        QTest::newRow("119.4 rounds to 119") << QPoint(119, 10) << red << true;
+        QTest::newRow("119.6 rounds to 120") << QPoint(119, 12) << red << false;
+        QTest::newRow("radius 120") << QPoint(-120, 0) << red << false;
+        QTest::newRow("alpha 199") << QPoint(111, 0) << QColor(255, 0, 0, 199) << false;
+        QTest::newRow("alpha 200") << QPoint(111, 0) << QColor(255, 0, 0, 200) << true;
+        QTest::newRow("saturation 189") << QPoint(111, 0) << QColor(255, 66, 66) << false;
+        QTest::newRow("saturation 190") << QPoint(111, 0) << QColor(255, 65, 65) << true;
+        QTest::newRow("value 189") << QPoint(111, 0) << QColor(189, 0, 0) << false;
+        QTest::newRow("value 190") << QPoint(111, 0) << QColor(190, 0, 0) << true;
+    }
+
+    void markerPixelsAreChosenByRadiusAndClearness()
+    {
+        QFETCH(QPoint, step);
+        QFETCH(QColor, pixel);
+        QFETCH(bool, found);
+        const QImage picture = withPixel(emptyPicture(), step, pixel);
+        const std::optional<QPoint> marker = findMarker(picture, wheelSize, red);
+        QCOMPARE(marker.has_value(), found);
+        if (found)
+            QCOMPARE(*marker, QPoint(120, 120) + step);
+    }
+
+    // One degree of hue weighs as much as eight pixels of radius.
+    void oneDegreeWeighsEightPixels_data()
+    {
+        QTest::addColumn<int>("exactRadius"); // of the pixel whose hue is exact
+        QTest::addColumn<int>("exactRow");    // above (-1) or below (1) the other
+        QTest::addColumn<bool>("exactWins");
+        QTest::newRow("7 pixels off, above") << 104 << -1 << true;
+        QTest::newRow("7 pixels off, below") << 104 << 1 << true;
+        QTest::newRow("7 pixels off outwards, below") << 118 << 1 << true;
+        QTest::newRow("8 pixels off, above: first of a tie") << 103 << -1 << true;
+        QTest::newRow("8 pixels off, below: second of a tie") << 103 << 1 << false;
+        QTest::newRow("8 pixels off outwards, below") << 119 << 1 << false;
+    }
+
+    void oneDegreeWeighsEightPixels()
+    {
+        QFETCH(int, exactRadius);
+        QFETCH(int, exactRow);
+        QFETCH(bool, exactWins);
+        const QColor oneDegree(255, 5, 0);
+        QCOMPARE(oneDegree.hue(), 1);
+        const QPoint exact(0, exactRow * exactRadius);
+        const QPoint ideal(0, -exactRow * 111);
+        const QImage picture = withPixel(withPixel(emptyPicture(), exact, oneDegree), ideal, red);
+        QCOMPARE(findMarker(picture, wheelSize, oneDegree).value(),
+                 QPoint(120, 120) + (exactWins ? exact : ideal));
+    }
+
+    void ofEqualPixelsTheTopmostLeftmostWins()
+    {
+        const QImage two = withPixel(withPixel(emptyPicture(), {111, 0}, red), {-111, 0}, red);
+        QCOMPARE(findMarker(two, wheelSize, red).value(), QPoint(9, 120));
+        const QImage three = withPixel(two, {0, -111}, red);
+        QCOMPARE(findMarker(three, wheelSize, red).value(), QPoint(120, 9));
+    }
+
+    void hueDistanceGoesRoundTheCircle()
+    {
+        const QColor nearAcrossZero = QColor::fromHsv(4, 255, 255);
+        const QColor farSameSide = QColor::fromHsv(328, 255, 255);
+        const QImage picture =
+            withPixel(withPixel(emptyPicture(), {0, -111}, farSameSide), {0, 111}, nearAcrossZero);
+        QCOMPARE(findMarker(picture, wheelSize, QColor::fromHsv(348, 255, 255)).value(),
+                 QPoint(120, 231));
+    }
+
+    void centerOfTheSearchIsThatOfTheWidget()
+    {
+        QImage picture = emptyPicture({400, 400});
+        picture.setPixelColor(150 + 111, 120, red); // 301 / 2 and 241 / 2
+        picture.setPixelColor(150, 120 + 111, red);
+        QCOMPARE(findMarker(picture, {301, 241}, red).value(), QPoint(261, 120));
+        QCOMPARE(findMarker(picture, {300, 240}, red).value(), QPoint(261, 120));
+        QVERIFY(findMarker(picture, {320, 241}, red) != QPoint(261, 120));
+    }
+
+    void nothingIsFoundWithoutAPictureAHueOrARing()
+    {
+        QVERIFY(!findMarker(QImage(), wheelSize, red));
+        QVERIFY(!findMarker(emptyPicture(), wheelSize, red));
+        QVERIFY(!findMarker(ringPicture(), wheelSize, QColor(80, 80, 80)));
+        QVERIFY(findMarker(ringPicture(), wheelSize, red));
+    }
+
+    void missingPictureLeavesAWheelWithoutARing()
+    {
+        QVERIFY(QFile::remove(wheelPicturePath()));
+        PaletteWheel wheel;
+        wheel.setColor(red);
+        QCOMPARE(wheel.color(), red);
+        QCOMPARE(wheel.markerPosition(), QPoint());
+        press(wheel, {220, 120});
+        QCOMPARE(wheel.color(), red);
+        const QImage picture = pictureOf(wheel);
+        QCOMPARE(picture.pixelColor(220, 120), QColor(0, 0, 0, 0));
+        QCOMPARE(picture.pixelColor(120, 120), red);
+    }
+
+    void discsShowTheColorOnAGround()
+    {
+        PaletteWheel wheel;
+        wheel.setColor(QColor(10, 200, 30));
+        const QImage picture = pictureOf(wheel, Qt::black);
+        QCOMPARE(picture.pixelColor(120, 120), QColor(10, 200, 30));
+        QCOMPARE(picture.pixelColor(148, 120), QColor(10, 200, 30));
+        QCOMPARE(picture.pixelColor(151, 120), QColor(0x41, 0x41, 0x41));
+        QCOMPARE(picture.pixelColor(181, 120), QColor(0x41, 0x41, 0x41));
+        QCOMPARE(picture.pixelColor(120, 88), QColor(0x41, 0x41, 0x41));
+        QCOMPARE(picture.pixelColor(185, 120), QColor(Qt::black)); // between disc and ring
+        QCOMPARE(largestDifference(picture, expectedPicture(wheel, ringPicture())), 0);
+    }
+
+    void pictureFillsTheWholeWheel()
+    {
+        QImage small(60, 60, QImage::Format_ARGB32);
+        small.fill(QColor(1, 2, 3));
+        useWheelPicture(small);
+        PaletteWheel wheel;
+        wheel.setColor(red);
+        const QImage picture = pictureOf(wheel);
+        for (const QPoint& corner :
+             {QPoint(10, 10), QPoint(239, 0), QPoint(0, 239), QPoint(239, 239)})
+            QCOMPARE(picture.pixelColor(corner), QColor(1, 2, 3));
+    }
+
+    void markerIsAWhiteRingAroundTheColor()
+    {
+        PaletteWheel wheel;
+        wheel.setColor(QColor(10, 20, 250));
+        const QPoint marker = wheel.markerPosition();
+        const QImage picture = pictureOf(wheel, Qt::black);
+        QCOMPARE(picture.pixelColor(marker), QColor(10, 20, 250));
+        QCOMPARE(picture.pixelColor(marker - QPoint(1, 1)), QColor(10, 20, 250));
+        for (const QPoint& edge : {QPoint(-4, 0), QPoint(3, 0), QPoint(0, -4), QPoint(0, 3)})
+            QVERIFY(picture.pixelColor(marker + edge).red() > 100);
+        QVERIFY(picture.pixelColor(marker + QPoint(6, 0)).red() < 60);
+    }
+
+    void arrowKeysTurnTheHueAndTell()
+    {
+        PaletteWheel wheel;
+        wheel.setColor(QColor::fromHsv(0, 255, 255));
+        QList<int> hues;
+        wheel.onColorPicked([&](const QColor& color) { hues += color.hue(); });
+        QTest::keyClick(&wheel, Qt::Key_Right);
+        QTest::keyClick(&wheel, Qt::Key_Up);
+        QTest::keyClick(&wheel, Qt::Key_Left);
+        QTest::keyClick(&wheel, Qt::Key_Down);
+        QTest::keyClick(&wheel, Qt::Key_Down);
+        QTest::keyClick(&wheel, Qt::Key_A);
+        QCOMPARE(hues, QList<int>({5, 10, 5, 0, 355}));
+        QCOMPARE(wheel.color().hue(), 355);
+        QVERIFY(wheel.markerPosition().y() < 120);
+        QCOMPARE(wheel.focusPolicy(), Qt::TabFocus);
+    }
+
+    void arrowKeysLeaveAGrayFromRed()
+    {
+        PaletteWheel wheel;
+        wheel.setColor(QColor(9, 9, 9));
+        QTest::keyClick(&wheel, Qt::Key_Right);
+        QCOMPARE(wheel.color(), QColor::fromHsv(5, 255, 255));
+    }
+
+    void focusIsSeenOnTheInnerDisc()
+    {
+        QWidget window;
+        window.resize(300, 300);
+        auto* other = new QLineEdit(&window);
+        auto* wheel = new PaletteWheel(&window);
+        wheel->setColor(red);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        other->setFocus();
+        QTRY_VERIFY(other->hasFocus());
+        const QImage before = pictureOf(*wheel, Qt::black);
+        wheel->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(wheel->hasFocus());
+        const QImage after = pictureOf(*wheel, Qt::black);
+        QVERIFY(after.pixelColor(120, 57).lightness() >
+                before.pixelColor(120, 57).lightness() + 40);
+    }
+
+private:
+    QString wheelPicturePath() const
+    {
+        return directory->filePath("resources/official-skin/img_circlepalette.png");
+    }
+
+    void useWheelPicture(const QImage& picture) const { QVERIFY(picture.save(wheelPicturePath())); }
+
+    static void press(PaletteWheel& wheel, QPointF position,
+                      Qt::MouseButton button = Qt::LeftButton)
+    {
+        QMouseEvent event(QEvent::MouseButtonPress, position, position, button, button, {});
+        QCoreApplication::sendEvent(&wheel, &event);
+    }
+
+    // What the callback is told of a press on a fresh wheel; invalid when it is not called.
+    static QColor pressedColor(QPointF position)
+    {
+        PaletteWheel wheel;
+        wheel.setColor(Qt::green);
+        const QPoint marker = wheel.markerPosition();
+        QColor told;
+        wheel.onColorPicked([&](const QColor& color) { told = color; });
+        press(wheel, position);
+        if (!told.isValid() &&
+            (wheel.color() != QColor(Qt::green) || wheel.markerPosition() != marker))
+            return Qt::green; // changed in secret
+        return told;
+    }
+
+    static QImage expectedPicture(const PaletteWheel& wheel, const QImage& ring)
+    {
+        return paintedPicture(wheelSize, Qt::black, [&](QPainter& painter) {
+            painter.drawImage(0, 0, ring);
+            painter.setPen(QPen(QColor(0x58, 0x58, 0x58), 1.0));
+            painter.setBrush(QColor(0x41, 0x41, 0x41));
+            painter.drawEllipse(QRectF(57, 57, 126, 126));
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(wheel.color());
+            painter.drawEllipse(QRectF(90, 90, 60, 60));
+            painter.setPen(QPen(Qt::white, 1.5));
+            const QPoint marker = wheel.markerPosition();
+            painter.drawEllipse(QRect(marker - QPoint(4, 4), marker + QPoint(3, 3)));
+        });
+    }
+
+    QScopedPointer<QTemporaryDir> directory;
+};
+
+QTEST_MAIN(PaletteWheelTest)
+#include "palette_wheel_test.moc"

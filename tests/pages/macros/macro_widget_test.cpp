@@ -1,0 +1,541 @@
+#include "device/device.h"
+#include "model/app_state.h"
+#include "model/key_names.h"
+#include "pages/macros/macro_widget.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/isolated_main.h"
+#include "virtual_keyboard/virtual_bus.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QInputDialog>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QScopeGuard>
+#include <QSpinBox>
+#include <QTableWidget>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <memory>
+
+using namespace tavik;
+using namespace tavik::tests;
+using virtual_keyboard::VirtualBus;
+
+namespace {
+
+const QString successStyle = QStringLiteral("color:#7ec97e;");
+const QString warningStyle = QStringLiteral("color:#e0a050;");
+const QString errorStyle = QStringLiteral("color:#e07070;");
+const QString newMacroText = QStringLiteral("New macro");
+
+VirtualBus& bus()
+{
+    return VirtualBus::instance();
+}
+
+QList<MacroRecord>& macros()
+{
+    return AppState::instance().macros;
+}
+
+// What a start of the program would find.
+QList<MacroRecord> macrosOnDisk()
+{
+    QFile file(stateFilePath());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return stateFromJson(QJsonDocument::fromJson(file.readAll()).object()).macros;
+}
+
+QList<MacroRecord> threeMacros()
+{
+    return {{QStringLiteral("First"), {{0, 4, 0xB0}, {10, 4, 0x30}}},
+            {QStringLiteral("Second"), {{65535, 1, 0x90}, {7, 0, 0x50}, {8, 0x2C, 0x20}}},
+            {QStringLiteral("Third"), {}}};
+}
+
+MacroRecord macroWithActions(int count)
+{
+    return {QStringLiteral("Long"), QList<MacroAction>(count, {1, 4, 0xB0})};
+}
+
+// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
+auto closeAtTheEnd(QWidget& dialog)
+{
+    return qScopeGuard([&dialog] { dialog.close(); });
+}
+
+} // namespace
+
+class MacroWidgetTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { page.reset(); }
+
+    void creationShowsTheMacrosAndWritesNothing()
+    {
+        showPage(threeMacros());
+        QCOMPARE(listed(), QStringList({"First", "Second", "Third"}));
+        QCOMPARE(list()->currentRow(), -1);
+        QCOMPARE(table()->rowCount(), 0);
+        QCOMPARE(status()->text(), QString());
+        QCOMPARE(busTrace(), QStringList());
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void partsHaveTheirTextsAndLimits()
+    {
+        showPage({});
+        QCOMPARE(page->layout()->contentsMargins(), QMargins(12, 12, 12, 12));
+        const auto groups = page->findChildren<QGroupBox*>();
+        QCOMPARE(groups.size(), 2);
+        QCOMPARE(groups.at(0)->title(), QStringLiteral("Macros"));
+        QCOMPARE(groups.at(0)->maximumWidth(), 280);
+        QCOMPARE(groups.at(1)->title(), QStringLiteral("Actions"));
+        QCOMPARE(headers(), QStringList({"Delay (ms)", "Action", "Type"}));
+        QCOMPARE(table()->horizontalHeader()->sectionResizeMode(1), QHeaderView::Stretch);
+        QCOMPARE(table()->editTriggers(), QAbstractItemView::NoEditTriggers);
+        QCOMPARE(table()->selectionBehavior(), QAbstractItemView::SelectRows);
+        QCOMPARE(delay()->minimum(), 0);
+        QCOMPARE(delay()->maximum(), 65535);
+        QCOMPARE(delay()->suffix(), QStringLiteral(" ms"));
+        QCOMPARE(button("Write macros to keyboard")->objectName(), QStringLiteral("accent"));
+        const auto* hint = page->findChild<QLabel*>(QStringLiteral("hint"));
+        QCOMPARE(hint->text(), QStringLiteral("Macros play from keys assigned in the Keys tab "
+                                              "(assignment type: Macro)."));
+    }
+
+    void selectorsOfferTypesAndKeys()
+    {
+        showPage({});
+        QCOMPARE(texts(typeSelect()), QStringList({"Key press", "Key release", "Mouse click",
+                                                   "Mouse release", "Pause"}));
+        const QList<int> flags{0xB0, 0x30, 0x90, 0x10, 0x50};
+        for (int index = 0; index < flags.size(); ++index)
+            QCOMPARE(typeSelect()->itemData(index).toInt(), flags.at(index));
+
+        QCOMPARE(keySelect()->count(), 120);
+        QList<int> usages;
+        for (int usage = 4; usage <= 115; ++usage)
+            usages += usage;
+        for (int usage = 224; usage <= 231; ++usage)
+            usages += usage;
+        for (int index = 0; index < usages.size(); ++index) {
+            QCOMPARE(keySelect()->itemData(index).toInt(), usages.at(index));
+            QCOMPARE(keySelect()->itemText(index),
+                     keyName(static_cast<std::uint8_t>(usages.at(index))));
+        }
+    }
+
+    void newMacroProposesTheNextNumber_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QString>("proposal");
+        QTest::newRow("none") << 0 << "Macro 1";
+        QTest::newRow("three") << 3 << "Macro 4";
+    }
+    void newMacroProposesTheNextNumber()
+    {
+        QFETCH(int, count);
+        QFETCH(QString, proposal);
+        showPage(threeMacros().first(count));
+        onNextDialog([proposal](QWidget& dialog) {
+            const auto closing = closeAtTheEnd(dialog);
+            const auto* input = qobject_cast<QInputDialog*>(&dialog);
+            QVERIFY(input != nullptr);
+            QCOMPARE(input->windowTitle(), QStringLiteral("New macro"));
+            QCOMPARE(input->labelText(), QStringLiteral("Name:"));
+            QCOMPARE(input->textValue(), proposal);
+            clickButton(dialog, QStringLiteral("OK"));
+        });
+        button(newMacroText)->click();
+        QCOMPARE(dialogsStillExpected(), 0);
+        const QList<MacroRecord> expected =
+            threeMacros().first(count) + QList<MacroRecord>{{proposal, {}}};
+        QCOMPARE(macros(), expected);
+        QCOMPARE(macrosOnDisk(), expected);
+        QCOMPARE(listed().constLast(), proposal);
+        QCOMPARE(list()->currentRow(), count);
+        QVERIFY(list()->currentItem()->isSelected());
+    }
+
+    void newMacroTakesAnyNameButTheEmptyOne_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("empty") << "" << false;
+        QTest::newRow("blank") << " " << true;
+        QTest::newRow("used before") << "First" << true;
+        QTest::newRow("non-Latin") << QStringLiteral("宏 Ä") << true;
+    }
+    void newMacroTakesAnyNameButTheEmptyOne()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, taken);
+        showPage(threeMacros());
+        onNextDialog([name](QWidget& dialog) {
+            qobject_cast<QInputDialog*>(&dialog)->setTextValue(name);
+            clickButton(dialog, QStringLiteral("OK"));
+        });
+        button(newMacroText)->click();
+        QCOMPARE(dialogsStillExpected(), 0);
+        const QList<MacroRecord> added{{name, {}}};
+        QCOMPARE(macros(), taken ? threeMacros() + added : threeMacros());
+        QCOMPARE(QFile::exists(stateFilePath()), taken);
+    }
+
+    void cancelledNewMacroChangesNothing()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        onNextDialog([](QWidget& dialog) { clickButton(dialog, QStringLiteral("Cancel")); });
+        button(newMacroText)->click();
+        QCOMPARE(dialogsStillExpected(), 0);
+        QCOMPARE(macros(), threeMacros());
+        QCOMPARE(list()->currentRow(), 1);
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void selectionShowsTheActions()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(0);
+        QCOMPARE(rows(), QList<QStringList>(
+                             {{"0", "mouse 0x04", "press"}, {"10", "mouse 0x04", "release"}}));
+        list()->setCurrentRow(1);
+        QCOMPARE(rows(), QList<QStringList>({{"65535", "mouse 0x01", "press"},
+                                             {"7", "pause", "release"},
+                                             {"8", keyName(0x2C), "release"}}));
+        list()->setCurrentRow(2);
+        QCOMPARE(rows(), QList<QStringList>());
+        list()->setCurrentRow(0);
+        list()->setCurrentRow(-1);
+        QCOMPARE(rows(), QList<QStringList>());
+    }
+
+    void currentMacroIsMarkedHoweverItBecameCurrent()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1, QItemSelectionModel::NoUpdate);
+        QVERIFY(list()->item(1)->isSelected());
+        QCOMPARE(table()->rowCount(), 3);
+    }
+
+    void focusAloneSelectsNothing()
+    {
+        showPage(threeMacros());
+        list()->clearFocus();
+        list()->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(list()->hasFocus());
+        QCOMPARE(list()->currentRow(), -1);
+        QTest::keyClick(list(), Qt::Key_Down);
+        QCOMPARE(list()->currentRow(), 0);
+        QVERIFY(list()->item(0)->isSelected());
+    }
+
+    void deletingTakesTheSelectedMacroOnly()
+    {
+        AppState::instance().layerBase[5] = {6, 2, 0, 0};
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        button("Delete")->click();
+        const QList<MacroRecord> expected{threeMacros().at(0), threeMacros().at(2)};
+        QCOMPARE(macros(), expected);
+        QCOMPARE(macrosOnDisk(), expected);
+        QCOMPARE(listed(), QStringList({"First", "Third"}));
+        QCOMPARE(table()->rowCount(), 0);
+        // Keys keep their number, whatever stands there now.
+        QCOMPARE(AppState::instance().layerBase[5], (KeyAction{6, 2, 0, 0}));
+        // A second click has nothing to take.
+        button("Delete")->click();
+        QCOMPARE(macros(), expected);
+    }
+
+    void deletingTheOnlyMacroLeavesNothing()
+    {
+        showPage({macroWithActions(3)});
+        list()->setCurrentRow(0);
+        QCOMPARE(table()->rowCount(), 3);
+        button("Delete")->click();
+        QCOMPARE(list()->count(), 0);
+        QCOMPARE(table()->rowCount(), 0);
+        QCOMPARE(macros(), QList<MacroRecord>());
+        QCOMPARE(macrosOnDisk(), QList<MacroRecord>());
+    }
+
+    void deletingWithoutSelectionDoesNothing()
+    {
+        showPage(threeMacros());
+        button("Delete")->click();
+        QCOMPARE(macros(), threeMacros());
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void actionIsAddedAsTheFormSays()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(2);
+        button("Add action")->click();
+        QCOMPARE(rows(), QList<QStringList>({{"0", "mouse 0x04", "press"}}));
+
+        typeSelect()->setCurrentIndex(3);
+        keySelect()->setCurrentIndex(119);
+        delay()->setValue(65535);
+        button("Add action")->click();
+        const QList<MacroAction> expected{{0, 0x04, 0xB0}, {65535, 231, 0x10}};
+        QCOMPARE(macros().at(2).actions, expected);
+        QCOMPARE(macrosOnDisk().at(2).actions, expected);
+        QCOMPARE(rows().at(1), QStringList({"65535", "mouse 0xe7", "release"}));
+        QCOMPARE(macros().first(2), threeMacros().first(2));
+        QCOMPARE(list()->currentRow(), 2);
+        QCOMPARE(status()->text(), QString());
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void addingWithoutSelectionOnlyWarns()
+    {
+        showPage(threeMacros());
+        button("Add action")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Select a macro first."));
+        QCOMPARE(status()->styleSheet(), warningStyle);
+        QCOMPARE(macros(), threeMacros());
+        QCOMPARE(table()->rowCount(), 0);
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void removingTakesTheSelectedActionOnly()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        table()->selectRow(1);
+        button("Remove action")->click();
+        QList<MacroRecord> expected = threeMacros();
+        expected[1].actions.removeAt(1);
+        QCOMPARE(macros(), expected);
+        QCOMPARE(macrosOnDisk(), expected);
+        QCOMPARE(table()->rowCount(), 2);
+        QCOMPARE(list()->currentRow(), 1);
+        // A second click has nothing to take.
+        button("Remove action")->click();
+        QCOMPARE(macros(), expected);
+    }
+
+    void removingWithoutSelectionDoesNothing_data()
+    {
+        QTest::addColumn<int>("macro");
+        QTest::newRow("no macro") << -1;
+        QTest::newRow("no action") << 1;
+    }
+    void removingWithoutSelectionDoesNothing()
+    {
+        QFETCH(int, macro);
+        showPage(threeMacros());
+        list()->setCurrentRow(macro);
+        button("Remove action")->click();
+        QCOMPARE(macros(), threeMacros());
+        QVERIFY(!QFile::exists(stateFilePath()));
+        QCOMPARE(status()->text(), QString());
+    }
+
+    void clearedMacrosAreNoLongerShown()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        macros().clear();
+        emit AppState::instance().macrosChanged();
+        QCOMPARE(list()->count(), 0);
+        QCOMPARE(table()->rowCount(), 0);
+        pressEverything();
+        QCOMPARE(macros(), QList<MacroRecord>());
+        QCOMPARE(status()->text(), QStringLiteral("Select a macro first."));
+    }
+
+    // The list still shows what the model no longer has.
+    void rowsBehindTheModelDoNothing()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        table()->selectRow(2);
+        macros().removeLast();
+        macros()[1].actions.resize(2);
+        const QList<MacroRecord> shorter = macros();
+        button("Remove action")->click();
+        QCOMPARE(macros(), shorter);
+
+        macros().clear();
+        pressEverything();
+        QCOMPARE(macros(), QList<MacroRecord>());
+        list()->setCurrentRow(2);
+        QCOMPARE(table()->rowCount(), 0);
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void uploadIsShownInGreen_data()
+    {
+        QTest::addColumn<int>("actions");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("none") << -1 << "Macros written (400 bytes).";
+        QTest::newRow("empty") << 0 << "Macros written (400 bytes).";
+        QTest::newRow("whole reports") << 11 << "Macros written (448 bytes).";
+        QTest::newRow("largest") << 667 << "Macros written (3072 bytes).";
+    }
+    void uploadIsShownInGreen()
+    {
+        QFETCH(int, actions);
+        QFETCH(QString, text);
+        const QList<MacroRecord> list =
+            actions < 0 ? QList<MacroRecord>() : QList<MacroRecord>{macroWithActions(actions)};
+        showPage(list);
+        button("Write macros to keyboard")->click();
+        QCOMPARE(status()->text(), text);
+        QCOMPARE(status()->styleSheet(), successStyle);
+        QCOMPARE(macros(), list);
+        QCOMPARE(busViolations(), QStringList());
+        QCOMPARE(bus().keyboard().playMacro(0).size(),
+                 static_cast<std::size_t>(std::max(actions, 0)));
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void tooManyActionsAreRefusedBeforeTheKeyboardIsTouched()
+    {
+        showPage({macroWithActions(668)});
+        button("Write macros to keyboard")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Macro space exceeded (3072 bytes)."));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(busTrace(), QStringList());
+        QCOMPARE(macros(), QList<MacroRecord>{macroWithActions(668)});
+    }
+
+    void failedUploadIsShownInRed_data()
+    {
+        QTest::addColumn<int>("exchange");
+        QTest::addColumn<int>("times");
+        QTest::newRow("session") << 1 << 1;
+        QTest::newRow("macro session") << 2 << 1;
+        QTest::newRow("announcement") << 3 << 1;
+        for (int piece = 1; piece <= 7; ++piece)
+            QTest::addRow("piece %d", piece) << 3 + piece << 10;
+        QTest::newRow("COMMIT") << 11 << 1;
+        QTest::newRow("FINISH") << 12 << 1;
+    }
+    void failedUploadIsShownInRed()
+    {
+        QFETCH(int, exchange);
+        QFETCH(int, times);
+        showPage(threeMacros());
+        bus().failAt(exchange, virtual_keyboard::sendError("Broken pipe"), times);
+        button("Write macros to keyboard")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Error: Broken pipe"));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(macros(), threeMacros());
+        QVERIFY(deviceLockIsFree());
+    }
+
+    void refusedMacroSessionIsShownWithItsStatus()
+    {
+        showPage(threeMacros());
+        bus().failCommand(0x19, virtual_keyboard::answerStatus(2));
+        button("Write macros to keyboard")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Error: Macro session rejected (status 02)"));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(busSends().constLast(), QStringLiteral("04 f0 00 00 00 00 00 00 01"));
+    }
+
+    void absentKeyboardIsShownInRed()
+    {
+        showPage(threeMacros());
+        bus().unplug();
+        button("Write macros to keyboard")->click();
+        QVERIFY(status()->text().startsWith(QStringLiteral("Error: Keyboard not found")));
+        QCOMPARE(status()->styleSheet(), errorStyle);
+        QCOMPARE(busWire(), QStringList());
+    }
+
+private:
+    void showPage(const QList<MacroRecord>& shown)
+    {
+        macros() = shown;
+        page = std::make_unique<MacroWidget>();
+        page->resize(1140, 670);
+        page->show();
+        QVERIFY(QTest::qWaitForWindowExposed(page.get()));
+    }
+
+    // Everything but the upload and the question for a name.
+    void pressEverything()
+    {
+        for (const char* text : {"Delete", "Add action", "Remove action"})
+            button(QLatin1String(text))->click();
+    }
+
+    QStringList listed() const
+    {
+        QStringList names;
+        for (int row = 0; row < list()->count(); ++row)
+            names += list()->item(row)->text();
+        return names;
+    }
+
+    QList<QStringList> rows() const
+    {
+        QList<QStringList> result;
+        for (int row = 0; row < table()->rowCount(); ++row)
+            result += QStringList{table()->item(row, 0)->text(), table()->item(row, 1)->text(),
+                                  table()->item(row, 2)->text()};
+        return result;
+    }
+
+    QStringList headers() const
+    {
+        QStringList result;
+        for (int column = 0; column < table()->columnCount(); ++column)
+            result += table()->horizontalHeaderItem(column)->text();
+        return result;
+    }
+
+    static QStringList texts(const QComboBox* box)
+    {
+        QStringList result;
+        for (int index = 0; index < box->count(); ++index)
+            result += box->itemText(index);
+        return result;
+    }
+
+    QPushButton* button(const QString& text) const
+    {
+        const auto buttons = page->findChildren<QPushButton*>();
+        const auto found = std::ranges::find_if(
+            buttons, [&text](const QPushButton* candidate) { return candidate->text() == text; });
+        if (found == buttons.end())
+            qFatal("no button \"%s\"", qPrintable(text));
+        return *found;
+    }
+
+    QListWidget* list() const { return page->findChild<QListWidget*>(); }
+    QTableWidget* table() const { return page->findChild<QTableWidget*>(); }
+    QComboBox* typeSelect() const { return page->findChildren<QComboBox*>().at(0); }
+    QComboBox* keySelect() const { return page->findChildren<QComboBox*>().at(1); }
+    QSpinBox* delay() const { return page->findChild<QSpinBox*>(); }
+    QLabel* status() const
+    {
+        const QLayout* column = page->layout();
+        return qobject_cast<QLabel*>(column->itemAt(column->count() - 1)->widget());
+    }
+
+    std::unique_ptr<MacroWidget> page;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(MacroWidgetTest)
+
+#include "macro_widget_test.moc"

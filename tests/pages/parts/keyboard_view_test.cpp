@@ -1,0 +1,1268 @@
+#include "model/keyboard_layout.h"
+#include "pages/parts/keyboard_view.h"
+#include "tests/support/pixel_probe.h"
+
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QHelpEvent>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolTip>
+#include <QVBoxLayout>
+
+#include <limits>
+
+using namespace tavik;
+using namespace tavik::tests;
+
+namespace {
+
+const QColor capColor(200, 202, 204); // of the plain keyboard picture
+const QColor frameColor(231, 122, 25);
+const QColor captionFill(231, 122, 25, 72);
+const QColor captionColor(30, 30, 30);
+
+KeyRecord keyRecord(int lightIndex, QRect rect)
+{
+    KeyRecord key;
+    key.lightIndex = lightIndex;
+    key.rect = rect;
+    return key;
+}
+
+KeyboardLayout board(QSize size, const QList<KeyRecord>& keys)
+{
+    KeyboardLayout layout;
+    layout.width = size.width();
+    layout.height = size.height();
+    layout.keys = keys;
+    return layout;
+}
+
+// Keys of 20 x 20 units, 30 units apart, numbered row by row from 0.
+KeyboardLayout grid(int columns, int rows)
+{
+    QList<KeyRecord> keys;
+    for (int index = 0; index < columns * rows; ++index)
+        keys += keyRecord(index, {index % columns * 30, index / columns * 30, 20, 20});
+    return board({columns * 30, rows * 30}, keys);
+}
+
+class PaintCounter : public QObject
+{
+public:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+
+    int count = 0;
+};
+
+} // namespace
+
+class KeyboardViewTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support).*"));
+        directory.reset(new QTemporaryDir);
+        QVERIFY(QDir().mkpath(directory->filePath("resources/official-skin")));
+        QDir::setCurrent(directory->path());
+    }
+
+    void cleanup()
+    {
+        window.reset(); // its view must not be painted without its layout
+        QDir::setCurrent(QDir::rootPath());
+    }
+
+    void startsLargeTransparentAndWatchingThePointer()
+    {
+        const KeyboardView view;
+        QCOMPARE(view.minimumSize(), QSize(880, 360));
+        QVERIFY(view.hasMouseTracking());
+        QVERIFY(view.testAttribute(Qt::WA_TranslucentBackground));
+        QVERIFY(view.testAttribute(Qt::WA_NoSystemBackground));
+        QVERIFY(!view.autoFillBackground());
+        QCOMPARE(view.selectedKey(), -1);
+    }
+
+    void wideViewIsScaledByWidthAndCenteredVertically()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(5, {0, 0, 400, 100})});
+        const auto view = viewOf(layout, {800, 400});
+        QCOMPARE(view->hitRectangle(layout.keys.first()), QRect(0, 100, 800, 200));
+        QCOMPARE(view->keyAt({400, 99}), -1);
+        QCOMPARE(view->keyAt({400, 100}), 5);
+        QCOMPARE(view->keyAt({400, 299}), 5);
+        QCOMPARE(view->keyAt({400, 300}), -1);
+    }
+
+    void highViewIsScaledByHeightAndCenteredHorizontally()
+    {
+        const KeyboardLayout layout = board({100, 100}, {keyRecord(5, {0, 0, 100, 100})});
+        const auto view = viewOf(layout, {801, 200});
+        QCOMPARE(view->hitRectangle(layout.keys.first()), QRect(301, 0, 200, 200)); // 300.5
+    }
+
+    void positionsAreRoundedAndSizesCutOff_data()
+    {
+        QTest::addColumn<QSize>("viewSize");
+        QTest::addColumn<QRect>("keyRectangle");
+        QTest::addColumn<QRect>("expected");
+        const QSize plain(250, 250); // scale 2.5, no margins
+        QTest::newRow("half rounds up") << plain << QRect(1, 3, 3, 3) << QRect(3, 8, 7, 7);
+        QTest::newRow("whole") << plain << QRect(2, 4, 4, 2) << QRect(5, 10, 10, 5);
+        QTest::newRow("negative half rounds away")
+            << plain << QRect(-1, -3, 3, 5) << QRect(-3, -8, 7, 12);
+        const QSize margins(253, 250); // 1.5 on the left
+        QTest::newRow("margin adds before rounding")
+            << margins << QRect(1, 1, 1, 1) << QRect(4, 3, 2, 2);
+        QTest::newRow("margin adds to a negative")
+            << margins << QRect(-2, 0, 1, 1) << QRect(-4, 0, 2, 2);
+        const QSize small(33, 33); // scale 0.33
+        QTest::newRow("less than a pixel") << small << QRect(50, 50, 3, 3) << QRect(17, 17, 0, 0);
+        QTest::newRow("almost two pixels") << small << QRect(49, 48, 6, 5) << QRect(16, 16, 1, 1);
+        QTest::newRow("negative size is cut off towards zero")
+            << small << QRect(50, 50, -4, -2) << QRect(17, 17, -1, 0);
+    }
+
+    void positionsAreRoundedAndSizesCutOff()
+    {
+        QFETCH(QSize, viewSize);
+        QFETCH(QRect, keyRectangle);
+        QFETCH(QRect, expected);
+        const KeyboardLayout layout = board({100, 100}, {keyRecord(0, keyRectangle)});
+        const auto view = viewOf(layout, viewSize);
+        QCOMPARE(view->hitRectangle(layout.keys.first()), expected);
+    }
+
+    void keysAnswerUpToTheirEdges()
+    {
+        const KeyboardLayout layout = board({100, 100}, {keyRecord(7, {1, 3, 3, 3})});
+        const auto view = viewOf(layout, {250, 250});
+        for (const QPoint& inside : {QPoint(3, 8), QPoint(9, 8), QPoint(3, 14), QPoint(9, 14)})
+            QCOMPARE(view->keyAt(inside), 7);
+        for (const QPoint& outside : {QPoint(2, 8), QPoint(10, 8), QPoint(3, 7), QPoint(3, 15)})
+            QCOMPARE(view->keyAt(outside), -1);
+    }
+
+    void pressIsTakenBesideTheDrawnBoxToo()
+    {
+        const KeyboardLayout layout = board({100, 100}, {keyRecord(7, {10, 10, 20, 20})});
+        const auto view = viewOf(layout, {100, 100});
+        view->setMode(KeyboardViewMode::KeyColors);
+        view->setKeyColor(7, Qt::red);
+        QCOMPARE(paintedArea(*view), QRect(QPoint(11, 11), QPoint(27, 27)));
+        QCOMPARE(view->keyAt({29, 29}), 7);
+        QCOMPARE(view->keyAt({30, 29}), -1);
+    }
+
+    void firstOfOverlappingKeysWins()
+    {
+        const KeyboardLayout layout =
+            board({100, 100}, {keyRecord(9, {10, 10, 50, 50}), keyRecord(2, {30, 30, 50, 50})});
+        const auto view = viewOf(layout, {100, 100});
+        QCOMPARE(view->keyAt({40, 40}), 9);
+        QCOMPARE(view->keyAt({70, 70}), 2);
+    }
+
+    void keyBehindAnUnknownIndexIsFoundThroughIt()
+    {
+        const KeyboardLayout layout =
+            board({100, 100}, {keyRecord(200, {0, 0, 90, 90}), keyRecord(2, {0, 0, 20, 20})});
+        const auto view = viewOf(layout, {100, 100});
+        QCOMPARE(view->keyAt({10, 10}), 2);
+        QCOMPARE(view->keyAt({50, 50}), -1);
+    }
+
+    void onlyIndexesOfTheTablesAreReported_data()
+    {
+        QTest::addColumn<int>("lightIndex");
+        QTest::addColumn<bool>("reported");
+        for (const int index : {0, 1, 143})
+            QTest::addRow("%d", index) << index << true;
+        for (const int index :
+             {-1, 144, 200, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
+            QTest::addRow("%d", index) << index << false;
+    }
+
+    void onlyIndexesOfTheTablesAreReported()
+    {
+        QFETCH(int, lightIndex);
+        QFETCH(bool, reported);
+        const KeyboardLayout layout = board({100, 100}, {keyRecord(lightIndex, {0, 0, 100, 100})});
+        const auto view = viewOf(layout, {100, 100});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        const QSignalSpy menu(view.get(), &KeyboardView::slotContextMenu);
+        QCOMPARE(view->keyAt({50, 50}), reported ? lightIndex : -1);
+        press(*view, {50, 50});
+        press(*view, {50, 50}, Qt::RightButton);
+        QCOMPARE(activated.size(), reported ? 1 : 0);
+        QCOMPARE(menu.size(), reported ? 1 : 0);
+        QCOMPARE(view->selectedKey(), reported ? lightIndex : -1);
+        QVERIFY(!paintedArea(*view).isEmpty()); // drawn in any case
+    }
+
+    void boardsWithoutASizeAreSafe_data()
+    {
+        QTest::addColumn<QSize>("design");
+        QTest::newRow("zero") << QSize(0, 0);
+        QTest::newRow("no width") << QSize(0, 100);
+        QTest::newRow("no height") << QSize(100, 0);
+        QTest::newRow("negative") << QSize(-100, -100);
+    }
+
+    void boardsWithoutASizeAreSafe()
+    {
+        QFETCH(QSize, design);
+        const KeyboardLayout layout = board(design, {keyRecord(1, {0, 0, 50, 50})});
+        const auto view = viewOf(layout, {100, 100});
+        QCOMPARE(view->keyAt({10, 10}), -1);
+        QCOMPARE(view->hitRectangle(layout.keys.first()), QRect());
+        press(*view, {10, 10});
+        QTest::keyClick(view.get(), Qt::Key_Right);
+        QCOMPARE(view->selectedKey(), -1);
+        QVERIFY(paintedArea(*view).isEmpty());
+    }
+
+    void withoutALayoutThereAreNoKeys()
+    {
+        KeyboardView view;
+        QCOMPARE(view.keyAt({10, 10}), -1);
+        QCOMPARE(view.hitRectangle(keyRecord(1, {0, 0, 900, 900})), QRect());
+        press(view, {10, 10});
+        QTest::keyClick(&view, Qt::Key_Down);
+        QTest::keyClick(&view, Qt::Key_Return);
+        const KeyboardLayout empty = board({100, 100}, {});
+        view.setKeyboardLayout(&empty);
+        QCOMPARE(view.keyAt({10, 10}), -1);
+        QTest::keyClick(&view, Qt::Key_Down);
+        QCOMPARE(view.selectedKey(), -1);
+    }
+
+    void leftPressSelectsAndReportsAtOnce()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        const QSignalSpy menu(view.get(), &KeyboardView::slotContextMenu);
+        int selectedThen = -1;
+        connect(view.get(), &KeyboardView::slotActivated,
+                [&] { selectedThen = view->selectedKey(); });
+        press(*view, {40, 10}); // not released yet
+        QCOMPARE(activated.size(), 1);
+        QCOMPARE(activated.first().first().toInt(), 1);
+        QCOMPARE(selectedThen, 1);
+        release(*view, {40, 10});
+        QCOMPARE(activated.size(), 1);
+        QCOMPARE(menu.size(), 0);
+    }
+
+    void secondPressOfADoubleClickReportsAgain()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        press(*view, {40, 10});
+        release(*view, {40, 10});
+        press(*view, {40, 10}, Qt::LeftButton, QEvent::MouseButtonDblClick);
+        release(*view, {40, 10});
+        QCOMPARE(activated.size(), 2);
+    }
+
+    void rightPressSelectsAndAsksForTheMenu()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        const QSignalSpy menu(view.get(), &KeyboardView::slotContextMenu);
+        press(*view, {70, 10}, Qt::RightButton);
+        QCOMPARE(activated.size(), 0);
+        QCOMPARE(menu.size(), 1);
+        QCOMPARE(menu.first().at(0).toInt(), 2);
+        QCOMPARE(menu.first().at(1).toPoint(), QPoint(1071, 2011)); // 1070.5, 2010.6 rounded
+        QCOMPARE(view->selectedKey(), 2);
+    }
+
+    void otherButtonsOnlySelect_data()
+    {
+        QTest::addColumn<Qt::MouseButton>("button");
+        QTest::newRow("middle") << Qt::MiddleButton;
+        QTest::newRow("back") << Qt::BackButton;
+    }
+
+    void otherButtonsOnlySelect()
+    {
+        QFETCH(Qt::MouseButton, button);
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        const QSignalSpy menu(view.get(), &KeyboardView::slotContextMenu);
+        press(*view, {40, 10}, button);
+        QCOMPARE(view->selectedKey(), 1);
+        QCOMPARE(activated.size() + menu.size(), 0);
+    }
+
+    void pressBetweenKeysChangesNothing()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        press(*view, {40, 10});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        const QSignalSpy menu(view.get(), &KeyboardView::slotContextMenu);
+        for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton})
+            press(*view, {25, 10}, button);
+        QCOMPARE(activated.size() + menu.size(), 0);
+        QCOMPARE(view->selectedKey(), 1);
+    }
+
+    void pressIsRoundedToWholePixels()
+    {
+        const KeyboardLayout layout = grid(3, 1); // the first key ends with pixel 19
+        const auto view = viewOf(layout, {90, 30});
+        press(*view, {19.5, 10});
+        QCOMPARE(view->selectedKey(), -1);
+        press(*view, {19.4, 10});
+        QCOMPARE(view->selectedKey(), 0);
+    }
+
+    void selectionOutlivesANewLayout()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        press(*view, {40, 10});
+        const KeyboardLayout other = grid(2, 2);
+        view->setKeyboardLayout(&other);
+        QCOMPARE(view->selectedKey(), 1);
+    }
+
+    void handShowsOverKeysOnly()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        move(*view, {40, 10});
+        QCOMPARE(view->cursor().shape(), Qt::PointingHandCursor);
+        move(*view, {25, 10});
+        QCOMPARE(view->cursor().shape(), Qt::ArrowCursor);
+    }
+
+    void onlyAPressRepaints()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        QCoreApplication::processEvents();
+        PaintCounter paints;
+        view->installEventFilter(&paints);
+        move(*view, {40, 10});
+        move(*view, {25, 10});
+        press(*view, {25, 10});
+        QCoreApplication::processEvents();
+        QCOMPARE(paints.count, 0);
+        press(*view, {40, 10});
+        QTRY_VERIFY(paints.count > 0);
+    }
+
+    void saysThatItIsLoadingUntilALayoutIsSet()
+    {
+        KeyboardView view;
+        view.resize(880, 360);
+        const QImage expected =
+            paintedPicture(view.size(), Qt::transparent, [&](QPainter& painter) {
+                painter.setFont(view.font());
+                painter.setPen(Qt::gray);
+                painter.drawText(view.rect(), Qt::AlignCenter, QStringLiteral("Loading layout…"));
+            });
+        const QImage picture = pictureOf(view);
+        QCOMPARE(picture, expected);
+        QVERIFY(paintedArea(view).width() > 60);
+        QVERIFY(std::abs(paintedArea(view).center().x() - 440) <= 2);
+
+        const KeyboardLayout empty = board({800, 300}, {});
+        view.setKeyboardLayout(&empty);
+        QVERIFY(paintedArea(view).isEmpty());
+    }
+
+    void viewIsClearedBeforeItIsPainted()
+    {
+        const KeyboardLayout empty = board({800, 300}, {});
+        const auto view = viewOf(empty, {80, 30});
+        QCOMPARE(pictureOf(*view, Qt::red).pixelColor(40, 15).alpha(), 0);
+    }
+
+    void keyboardPictureFillsTheDrawing()
+    {
+        useKeyboardPicture();
+        const KeyboardLayout empty = board({400, 100}, {});
+        const auto view = viewOf(empty, {900, 400}); // top margin 87.5, height 225
+        QCOMPARE(paintedArea(*view), QRect(QPoint(0, 88), QPoint(899, 312)));
+        QCOMPARE(pictureOf(*view).pixelColor(0, 88), capColor);
+        QCOMPARE(pictureOf(*view).pixelColor(899, 312), capColor);
+        // Top margin 87.375, height 225.25: the corner alone is rounded, and the last quarter of a
+        // row is drawn softly.
+        view->resize(901, 400);
+        QPixmap plain(901, 225);
+        plain.fill(capColor);
+        QCOMPARE(pictureOf(*view),
+                 paintedPicture({901, 400}, Qt::transparent, [&](QPainter& painter) {
+                     painter.setRenderHint(QPainter::SmoothPixmapTransform);
+                     painter.drawPixmap(QRectF(0, 87, 901, 225.25), plain, plain.rect());
+                 }));
+        view->resize(201, 50); // left margin 0.5
+        QCOMPARE(paintedArea(*view), QRect(QPoint(1, 0), QPoint(200, 49)));
+    }
+
+    void keyboardPictureIsScaledAnewAtEachSize()
+    {
+        QImage halves(40, 10, QImage::Format_ARGB32);
+        halves.fill(Qt::blue);
+        QPainter(&halves).fillRect(20, 0, 20, 10, Qt::green);
+        useKeyboardPicture(halves);
+        const KeyboardLayout empty = board({400, 100}, {});
+        const auto view = viewOf(empty, {800, 200});
+        for (const int width : {800, 200, 1200}) {
+            view->resize(width, width / 4);
+            const QImage picture = pictureOf(*view);
+            QCOMPARE(picture.pixelColor(width / 2 - width / 20, 10), QColor(Qt::blue));
+            QCOMPARE(picture.pixelColor(width / 2 + width / 20, 10), QColor(Qt::green));
+            QCOMPARE(picture, pictureOf(*viewOf(empty, view->size())));
+        }
+    }
+
+    void groundRepeatsTheStretchedWorkspace()
+    {
+        const QImage background = colorfulPicture({60, 40});
+        QVERIFY(background.save(skinPath("keyboard_bkg.png")));
+        QWidget shell;
+        auto* workspace = new QWidget(&shell);
+        workspace->setObjectName("workspace");
+        workspace->setGeometry(30, 30, 600, 300);
+        auto* page = new QWidget(workspace);
+        page->setGeometry(100, 40, 450, 240);
+        auto* view = new KeyboardView(page);
+        view->setMinimumSize(0, 0);
+        view->setGeometry(20, 10, 400, 200);
+        const KeyboardLayout empty = board({0, 0}, {});
+        view->setKeyboardLayout(&empty);
+
+        const QImage whole = paintedPicture({600, 300}, Qt::transparent, [&](QPainter& painter) {
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+            painter.drawPixmap(QRect(0, 0, 600, 300), QPixmap::fromImage(background));
+        });
+        const QImage picture = pictureOf(*view);
+        QVERIFY(largestDifference(picture, whole.copy(120, 50, 400, 200)) <= 2);
+        QVERIFY(largestDifference(picture, whole.copy(135, 50, 400, 200)) > 4);
+        QVERIFY(largestDifference(picture, whole.copy(120, 65, 400, 200)) > 4);
+
+        // While it loads, the ground is there already.
+        auto* loading = new KeyboardView(page);
+        loading->setMinimumSize(0, 0);
+        loading->setGeometry(20, 10, 400, 200);
+        QCOMPARE(pictureOf(*loading).pixelColor(5, 5), picture.pixelColor(5, 5));
+    }
+
+    void groundStaysClearWithoutAWorkspace_data()
+    {
+        QTest::addColumn<QString>("parentName");
+        QTest::addColumn<QSize>("parentSize");
+        QTest::addColumn<bool>("pictureExists");
+        QTest::newRow("no workspace") << "page" << QSize(600, 300) << true;
+        QTest::newRow("no picture") << "workspace" << QSize(600, 300) << false;
+        QTest::newRow("no width") << "workspace" << QSize(0, 300) << true;
+        QTest::newRow("no height") << "workspace" << QSize(600, 0) << true;
+    }
+
+    void groundStaysClearWithoutAWorkspace()
+    {
+        QFETCH(QString, parentName);
+        QFETCH(QSize, parentSize);
+        QFETCH(bool, pictureExists);
+        if (pictureExists)
+            QVERIFY(colorfulPicture({60, 40}).save(skinPath("keyboard_bkg.png")));
+        QWidget parent;
+        parent.setObjectName(parentName);
+        parent.resize(parentSize);
+        auto* view = new KeyboardView(&parent);
+        view->setMinimumSize(0, 0);
+        view->resize(100, 50);
+        const KeyboardLayout empty = board({100, 50}, {});
+        view->setKeyboardLayout(&empty);
+        QVERIFY(paintedArea(*view).isEmpty());
+    }
+
+    void groundOfAViewBeyondTheWorkspaceIsSafe()
+    {
+        QVERIFY(colorfulPicture({60, 40}).save(skinPath("keyboard_bkg.png")));
+        QWidget workspace;
+        workspace.setObjectName("workspace");
+        workspace.resize(100, 100);
+        auto* view = new KeyboardView(&workspace);
+        view->setMinimumSize(0, 0);
+        view->setGeometry(-50, -50, 400, 300);
+        const KeyboardLayout empty = board({0, 0}, {});
+        view->setKeyboardLayout(&empty);
+        QCOMPARE(pictureOf(*view).pixelColor(100, 100).alpha(), 255);
+    }
+
+    void rainbowHueFollowsThePosition_data()
+    {
+        QTest::addColumn<int>("left");
+        QTest::addColumn<int>("hue");
+        QTest::newRow("0") << 0 << 45;
+        QTest::newRow("23.5 rounds up") << 50 << 24;
+        QTest::newRow("100") << 100 << 2;
+        QTest::newRow("0.28") << 104 << 0;
+        QTest::newRow("-0.15") << 105 << 0;
+        QTest::newRow("-0.58") << 106 << 359;
+        QTest::newRow("-19.5 rounds away from zero") << 150 << 340;
+        QTest::newRow("right edge") << 800 << 61;
+        QTest::newRow("once round") << 942 << 0;
+        QTest::newRow("more than once round") << 1000 << 335;
+        QTest::newRow("left of the picture") << -100 << 88;
+    }
+
+    void rainbowHueFollowsThePosition()
+    {
+        QFETCH(int, left);
+        QFETCH(int, hue);
+        // The board stands still under the view: the key is moved into sight by its own size.
+        const KeyboardLayout layout = board({2000, 100}, {keyRecord(3, {left, 20, 1100, 60})});
+        const auto view = viewOf(layout, {2000, 100});
+        const QRect inner(QPoint(left + 1, 21), QPoint(left + 1097, 77));
+        const QImage expected =
+            pictureWithGlow(*view, inner, QColor::fromHsv(hue, 220, 255, 78), 1097 * 0.82, 6.0);
+        QCOMPARE(largestDifference(pictureOf(*view), expected), 0);
+    }
+
+    void rainbowGlowFadesFromTheMiddle()
+    {
+        useKeyboardPicture();
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200}); // 200, 20, 120 x 80; inner to 317, 97
+        const QImage picture = pictureOf(*view);
+        // Width 117, height 77 from 201, 21: middle 259.5, 59.5; radius 117 * 0.82.
+        for (const QPoint& probe :
+             {QPoint(259, 59), QPoint(290, 59), QPoint(259, 90), QPoint(310, 59), QPoint(210, 80)})
+            QVERIFY2(largestDifference(picture.pixelColor(probe),
+                                       glowAt(probe, {259.5, 59.5}, 117 * 0.82,
+                                              QColor::fromHsv(2, 220, 255, 78))) <= 2,
+                     qPrintable(picture.pixelColor(probe).name()));
+        QCOMPARE(largestDifference(picture.pixelColor(259, 59),
+                                   laidOver(capColor, QColor::fromHsv(2, 220, 255, 78))) <= 2,
+                 true);
+        QCOMPARE(picture, pictureWithGlow(*view, {QPoint(201, 21), QPoint(317, 97)},
+                                          QColor::fromHsv(2, 220, 255, 78), 117 * 0.82, 12.0));
+        QCOMPARE(picture.pixelColor(200, 59), capColor);
+        QCOMPARE(picture.pixelColor(318, 59), capColor);
+        QCOMPARE(picture.pixelColor(201, 21), capColor); // a rounded corner
+    }
+
+    void keyColorGlowsOverItsKeyOnly()
+    {
+        useKeyboardPicture();
+        const KeyboardLayout layout =
+            board({400, 100}, {keyRecord(3, {100, 10, 40, 60}), keyRecord(4, {200, 10, 40, 60})});
+        const auto view = viewOf(layout, {800, 200}); // 200, 20, 80 x 120; inner to 277, 137
+        view->setMode(KeyboardViewMode::KeyColors);
+        QCOMPARE(pictureOf(*view), plainPicture(*view)); // no entry, nothing drawn
+
+        view->setKeyColor(3, QColor(20, 60, 240, 7)); // brings no alpha of its own
+        const QColor glow(20, 60, 240, 112);
+        const QImage picture = pictureOf(*view);
+        for (const QPoint& probe : {QPoint(239, 79), QPoint(239, 120), QPoint(270, 79)})
+            QVERIFY(largestDifference(picture.pixelColor(probe),
+                                      glowAt(probe, {239.5, 79.5}, 117 * 0.8, glow)) <= 2);
+        QCOMPARE(picture, pictureWithGlow(*view, {QPoint(201, 21), QPoint(277, 137)}, glow,
+                                          117 * 0.8, 10.0));
+
+        view->clearKeyColors();
+        QCOMPARE(pictureOf(*view), plainPicture(*view));
+    }
+
+    void captionStandsInAFramedBox_data()
+    {
+        QTest::addColumn<QSize>("viewSize");
+        QTest::addColumn<QRect>("inner");
+        QTest::addColumn<double>("corner");
+        QTest::addColumn<int>("pointSize");
+        QTest::newRow("twice") << QSize(800, 200) << QRect(QPoint(201, 21), QPoint(317, 97)) << 10.0
+                               << 14;
+        QTest::newRow("one and a half: 10.5 points")
+            << QSize(600, 150) << QRect(QPoint(151, 16), QPoint(237, 72)) << 7.5 << 11;
+        QTest::newRow("half: 3.5 points")
+            << QSize(200, 50) << QRect(QPoint(51, 6), QPoint(77, 22)) << 2.5 << 6;
+        QTest::newRow("four times")
+            << QSize(1600, 400) << QRect(QPoint(401, 41), QPoint(637, 197)) << 20.0 << 28;
+    }
+
+    void captionStandsInAFramedBox()
+    {
+        QFETCH(QSize, viewSize);
+        QFETCH(QRect, inner);
+        QFETCH(double, corner);
+        QFETCH(int, pointSize);
+        useKeyboardPicture();
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, viewSize);
+        view->setFont(QFont(QStringLiteral("DejaVu Serif"), 30, QFont::Black));
+        view->setMode(KeyboardViewMode::Captions);
+        QCOMPARE(pictureOf(*view), plainPicture(*view)); // no caption, nothing drawn
+
+        view->setCaption(3, QStringLiteral("Ab"));
+        const QImage expected = paintedPicture(viewSize, capColor, [&](QPainter& painter) {
+            painter.setPen(QPen(frameColor, 1.5));
+            painter.setBrush(captionFill);
+            painter.drawRoundedRect(inner, corner, corner);
+            painter.setFont(QFont(QStringLiteral("DejaVu Serif"), pointSize, QFont::DemiBold));
+            painter.setPen(captionColor);
+            painter.drawText(inner.adjusted(2, 1, -2, -1), Qt::AlignCenter | Qt::TextWordWrap,
+                             QStringLiteral("Ab"));
+        });
+        QCOMPARE(largestDifference(pictureOf(*view), expected), 0);
+    }
+
+    void captionBoxHasItsColors()
+    {
+        useKeyboardPicture();
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(KeyboardViewMode::Captions);
+        view->setCaption(3, QStringLiteral("I"));
+        const QImage picture = pictureOf(*view);
+        QVERIFY(largestDifference(picture.pixelColor(225, 30), laidOver(capColor, captionFill)) <=
+                1);
+        const QColor onFrame = picture.pixelColor(201, 59); // mostly pen
+        QVERIFY(onFrame.red() > 215 && onFrame.blue() < 70);
+        QVERIFY(!areaWhere(picture, isCaptionColor).isEmpty());
+        QCOMPARE(picture.pixelColor(319, 59), capColor);
+
+        view->clearCaptions();
+        QCOMPARE(pictureOf(*view), plainPicture(*view));
+    }
+
+    void shortCaptionStandsInTheMiddle()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(KeyboardViewMode::Captions);
+        view->setCaption(3, QStringLiteral("H"));
+        const QRect text = areaWhere(pictureOf(*view), isCaptionColor);
+        QVERIFY(std::abs(text.center().x() - 259) <= 2);
+        QVERIFY(std::abs(text.center().y() - 59) <= 4);
+    }
+
+    void combinationBreaksBehindItsPlus()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 41, 41})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(KeyboardViewMode::Captions);
+        view->setCaption(3, QStringLiteral("Shift+Home"));
+        const QImage combination = pictureOf(*view);
+        view->setCaption(3, QStringLiteral("Shift+ Home"));
+        QCOMPARE(combination, pictureOf(*view));
+    }
+
+    void captionsStayInsideTheirBox_data()
+    {
+        QTest::addColumn<QString>("caption");
+        QTest::newRow("combination") << QStringLiteral("Ctrl+Shift+Print Screen");
+        QTest::newRow("all modifiers")
+            << QStringLiteral("Ctrl+Shift+Alt+Win+R-Ctrl+R-Shift+R-Alt+R-Win+Scroll Lock");
+        QTest::newRow("60 letters") << QString(60, u'W');
+        QTest::newRow("60 letters in words") << QStringLiteral("every morning ").repeated(5);
+        QTest::newRow("Arabic") << QStringLiteral("لوحة المفاتيح اختصار طويل جدا للماكرو");
+        QTest::newRow("emoji") << QStringLiteral(
+            "🎹🚀👩‍👩‍👧‍👦🏳️‍🌈 go 🎹🚀🎹🚀🎹🚀🎹");
+        QTest::newRow("lines") << QStringLiteral("a\nb\nc\nd\ne\nf\ng\nh\ni");
+        QTest::newRow("tabs") << QStringLiteral("a\tb\tc\td");
+        QTest::newRow("marks") << QStringLiteral("Z") + QString(200, QChar(0x0301));
+        QTest::newRow("lone surrogate") << QString(QChar(0xD83C)) + QStringLiteral("x");
+        QTest::newRow("ten thousand letters") << QString(10'000, u'x');
+        QTest::newRow("only pluses") << QString(100, u'+');
+    }
+
+    void captionsStayInsideTheirBox()
+    {
+        QFETCH(QString, caption);
+        useKeyboardPicture();
+        const KeyboardLayout layout =
+            board({400, 100}, {keyRecord(3, {100, 20, 41, 41}), keyRecord(4, {200, 20, 41, 41})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(KeyboardViewMode::Captions);
+        for (const QSize& size : {QSize(400, 100), QSize(800, 200), QSize(150, 40)}) {
+            view->resize(size);
+            view->setCaption(3, QStringLiteral(" ")); // a box without a text
+            const QImage box = pictureOf(*view);
+            const QRect hit = view->hitRectangle(layout.keys.first());
+            view->setCaption(3, caption);
+            const QRect changed = changedArea(box, pictureOf(*view));
+            QVERIFY(!changed.isEmpty());
+            // From 3 and 2 inside the left and upper edge to 5 and 4 inside the right and lower.
+            const QRect textArea(
+                hit.topLeft() + QPoint(3, 2),
+                QPoint(hit.left() + hit.width() - 5, hit.top() + hit.height() - 4));
+            QVERIFY(textArea.contains(changed));
+        }
+    }
+
+    void toolTipTellsTheWholeCaption()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        view->setCaption(1, QStringLiteral("Ctrl+<b>"));
+        showToolTip(*view, {40, 10}); // in another mode captions are not told
+        QCOMPARE(QToolTip::text(), QString());
+        view->setMode(KeyboardViewMode::Captions);
+        showToolTip(*view, {40, 10});
+        QCOMPARE(QToolTip::text(), QStringLiteral("<qt>Ctrl+&lt;b&gt;</qt>"));
+        showToolTip(*view, {10, 10}); // a key without a caption
+        QTRY_VERIFY(!QToolTip::isVisible());
+    }
+
+    void longCaptionShowsThatItGoesOn()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 20, 41, 41})});
+        const auto view = viewOf(layout, {400, 100});
+        view->setMode(KeyboardViewMode::Captions);
+        const QString beginning(60, u'o');
+        view->setCaption(3, beginning);
+        const QImage sixty = pictureOf(*view);
+        view->setCaption(3, beginning + QStringLiteral("WWW"));
+        QCOMPARE(pictureOf(*view), sixty); // the end is cut off
+        view->setCaption(3, QStringLiteral("W") + beginning);
+        QVERIFY(pictureOf(*view) != sixty); // the beginning is not
+    }
+
+    void selectedKeyHasAFrameInEveryMode_data()
+    {
+        QTest::addColumn<KeyboardViewMode>("mode");
+        QTest::newRow("rainbow") << KeyboardViewMode::RainbowGlow;
+        QTest::newRow("captions") << KeyboardViewMode::Captions;
+        QTest::newRow("colors") << KeyboardViewMode::KeyColors;
+    }
+
+    void selectedKeyHasAFrameInEveryMode()
+    {
+        QFETCH(KeyboardViewMode, mode);
+        useKeyboardPicture();
+        const KeyboardLayout layout =
+            board({400, 100}, {keyRecord(3, {100, 10, 60, 40}), keyRecord(4, {200, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(mode);
+        const QImage before = pictureOf(*view);
+        press(*view, {250, 50}, Qt::MiddleButton);
+        const QImage expected = paintedPicture(view->size(), capColor, [&](QPainter& painter) {
+            painter.drawImage(0, 0, before);
+            painter.setPen(QPen(frameColor, 2.0));
+            painter.drawRoundedRect(QRect(QPoint(201, 21), QPoint(317, 97)), 10.0, 10.0);
+        });
+        QCOMPARE(largestDifference(pictureOf(*view), expected), 0);
+        QCOMPARE(pictureOf(*view).pixelColor(201, 59), frameColor);
+        QCOMPARE(pictureOf(*view).pixelColor(200, 59), frameColor);
+        QCOMPARE(pictureOf(*view).pixelColor(259, 59), before.pixelColor(259, 59));
+
+        press(*view, {450, 50}, Qt::MiddleButton);
+        QCOMPARE(pictureOf(*view).copy(0, 0, 380, 200), before.copy(0, 0, 380, 200));
+        QCOMPARE(pictureOf(*view).pixelColor(401, 59), frameColor);
+    }
+
+    void nothingIsFramedBeforeTheFirstPress()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(-1, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        view->setMode(KeyboardViewMode::Captions);
+        QVERIFY(paintedArea(*view).isEmpty()); // no key is selected, not even one numbered -1
+    }
+
+    void eachModeDrawsItsOwnDecorationOnly()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        const QImage rainbow = pictureOf(*view);
+        view->setCaption(3, QStringLiteral("A"));
+        view->setKeyColor(3, Qt::blue);
+        QCOMPARE(pictureOf(*view), rainbow); // the first mode
+        view->setMode(KeyboardViewMode::Captions);
+        const QImage caption = pictureOf(*view);
+        view->setMode(KeyboardViewMode::KeyColors);
+        const QImage color = pictureOf(*view);
+        QVERIFY(caption != rainbow && color != rainbow && caption != color);
+        view->setKeyboardLayout(&layout); // forgets captions and colors
+        QVERIFY(paintedArea(*view).isEmpty());
+        view->setMode(KeyboardViewMode::Captions);
+        QVERIFY(paintedArea(*view).isEmpty());
+    }
+
+    void fontSizesKeepTheirLimits()
+    {
+        QCOMPARE(keyboardBaseFontSize(0.0), 7.0);
+        QCOMPARE(keyboardBaseFontSize(0.5), 7.0);
+        QCOMPARE(keyboardBaseFontSize(1.0), 8.5);
+        QCOMPARE(keyboardBaseFontSize(1.5), 12.75);
+        QCOMPARE(keyboardBaseFontSize(1.6), 13.0);
+        QCOMPARE(keyboardBaseFontSize(4000.0), 13.0);
+        QCOMPARE(keyCaptionFontSize(0.0), 6);
+        QCOMPARE(keyCaptionFontSize(0.9), 6);
+        QCOMPARE(keyCaptionFontSize(1.0), 7);
+        QCOMPARE(keyCaptionFontSize(1.5), 11); // 10.5
+        QCOMPARE(keyCaptionFontSize(2.0), 14);
+        QCOMPARE(keyCaptionFontSize(1000.0), 7000);
+    }
+
+    void anyNumbersAreDrawnAndHit_data()
+    {
+        QTest::addColumn<QSize>("design");
+        QTest::addColumn<QSize>("viewSize");
+        const int huge = std::numeric_limits<int>::max();
+        for (const QSize& view : {QSize(880, 360), QSize(1, 1), QSize(2000, 3)}) {
+            for (const QSize& design : {QSize(800, 300), QSize(1, 1), QSize(huge, huge),
+                                        QSize(1, huge), QSize(huge, 1), QSize(-800, 300)})
+                QTest::addRow("%d x %d in %d x %d", design.width(), design.height(), view.width(),
+                              view.height())
+                    << design << view;
+        }
+    }
+
+    void anyNumbersAreDrawnAndHit()
+    {
+        QFETCH(QSize, design);
+        QFETCH(QSize, viewSize);
+        useKeyboardPicture();
+        QList<KeyRecord> keys;
+        const int huge = std::numeric_limits<int>::max();
+        const QList<int> numbers{-huge, -1'000'000, -3, 0, 1, 40, 1'000'000, huge};
+        int index = 0;
+        for (const int left : numbers) {
+            for (const int right : numbers)
+                keys += keyRecord(index++ % 144, QRect(QPoint(left, left), QPoint(right, right)));
+        }
+        const KeyboardLayout layout = board(design, keys);
+        const auto view = viewOf(layout, viewSize);
+        for (int key = 0; key < 144; ++key) {
+            view->setCaption(key, QStringLiteral("Ctrl+Shift+Print Screen"));
+            view->setKeyColor(key, Qt::magenta);
+        }
+        for (const KeyboardViewMode mode :
+             {KeyboardViewMode::RainbowGlow, KeyboardViewMode::Captions,
+              KeyboardViewMode::KeyColors}) {
+            view->setMode(mode);
+            QCOMPARE(pictureOf(*view).size(), viewSize);
+        }
+        const int hit = view->keyAt({viewSize.width() / 2, viewSize.height() / 2});
+        QVERIFY(hit >= -1 && hit < 144);
+        QTest::keyClick(view.get(), Qt::Key_Right);
+        QTest::keyClick(view.get(), Qt::Key_Down);
+    }
+
+    void aViewWithoutASizeIsSafe()
+    {
+        const KeyboardLayout layout = grid(3, 3);
+        const auto view = viewOf(layout, {0, 0});
+        QCOMPARE(view->keyAt({0, 0}), -1);
+        QCOMPARE(view->hitRectangle(layout.keys.last()), QRect(0, 0, 0, 0));
+    }
+
+    void aKeyFarLargerThanTheViewIsHitInside()
+    {
+        const int huge = std::numeric_limits<int>::max();
+        const KeyboardLayout layout =
+            board({100, 100}, {keyRecord(8, QRect(QPoint(-huge, -huge), QPoint(huge, huge)))});
+        const auto view = viewOf(layout, {500, 500});
+        QCOMPARE(view->keyAt({250, 250}), -1); // sizes are bounded, the left edge is far away
+        const KeyboardLayout lower = board({100, 100}, {keyRecord(8, {0, 0, huge, huge})});
+        view->setKeyboardLayout(&lower);
+        QCOMPARE(view->keyAt({250, 250}), 8);
+    }
+
+    void aHundredThousandKeysArePainted()
+    {
+        useKeyboardPicture();
+        KeyboardLayout layout = board({800, 300}, {});
+        for (int index = 0; index < 100'000; ++index)
+            layout.keys += keyRecord(index % 144, {index % 760, index % 260, 41, 41});
+        const auto view = viewOf(layout, {880, 360});
+        for (int key = 0; key < 144; ++key)
+            view->setCaption(key, QStringLiteral("Ctrl+F1"));
+        QVERIFY(pictureOf(*view) != plainPicture(*view));
+        view->setMode(KeyboardViewMode::Captions);
+        QVERIFY(!areaWhere(pictureOf(*view), isCaptionColor).isEmpty());
+        QCOMPARE(view->keyAt({879, 1}), -1);
+    }
+
+    // The drawing may cut off what lies beyond the view, but nobody may see it.
+    void aKeyBeyondTheViewLooksAsIfDrawnWhole_data()
+    {
+        QTest::addColumn<QSize>("design");
+        QTest::addColumn<QRect>("keyRectangle");
+        QTest::newRow("right and down") << QSize(400, 100) << QRect(100, 20, 30'000, 20'000);
+        QTest::newRow("left and up") << QSize(400, 100) << QRect(-9'000, -8'000, 9'300, 8'080);
+        QTest::newRow("tiny board") << QSize(4, 1) << QRect(1, 0, 600, 300);
+    }
+
+    void aKeyBeyondTheViewLooksAsIfDrawnWhole()
+    {
+        QFETCH(QSize, design);
+        QFETCH(QRect, keyRectangle);
+        useKeyboardPicture();
+        const KeyboardLayout layout = board(design, {keyRecord(3, keyRectangle)});
+        const auto view = viewOf(layout, {400, 100});
+        view->setMode(KeyboardViewMode::KeyColors);
+        view->setKeyColor(3, Qt::blue);
+        press(*view, {200, 50}, Qt::MiddleButton);
+        const QRect hit = view->hitRectangle(layout.keys.first());
+        const QRect inner(hit.topLeft() + QPoint(1, 1), hit.size() - QSize(3, 3));
+        const double corner = 5 * 400.0 / design.width();
+        const QImage glow =
+            pictureWithGlow(*view, inner, QColor(0, 0, 255, 112), inner.width() * 0.8, corner);
+        const QImage expected = paintedPicture({400, 100}, capColor, [&](QPainter& painter) {
+            painter.drawImage(0, 0, glow);
+            painter.setPen(QPen(frameColor, 2.0));
+            painter.drawRoundedRect(inner, corner, corner);
+        });
+        QVERIFY(largestDifference(pictureOf(*view), expected) <= 1);
+    }
+
+    void tabShowsAMarkOnTheFirstKey()
+    {
+        const KeyboardLayout layout =
+            board({200, 100}, {keyRecord(200, {10, 10, 30, 30}), keyRecord(5, {110, 10, 30, 30})});
+        openWindow(layout);
+        const QImage before = pictureOf(*shownView);
+        QTest::keyClick(fieldBefore, Qt::Key_Tab);
+        QTRY_VERIFY(shownView->hasFocus());
+        const QRect marked = markArea(before);
+        QVERIFY(!marked.isEmpty());
+        QVERIFY(
+            shownView->hitRectangle(layout.keys.last()).adjusted(-3, -3, 3, 3).contains(marked));
+        QCOMPARE(shownView->selectedKey(), -1); // marked, not pressed
+
+        QTest::keyClick(shownView, Qt::Key_Tab);
+        QTRY_VERIFY(!shownView->hasFocus());
+        QCOMPARE(pictureOf(*shownView), before);
+    }
+
+    void arrowsWalkAlongRowsAndColumns()
+    {
+        const KeyboardLayout layout = grid(3, 3);
+        const auto view = viewOf(layout, {360, 360});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        QTest::keyClick(view.get(), Qt::Key_Right); // the first key
+        const QList<std::pair<Qt::Key, int>> walk{
+            {Qt::Key_Right, 1}, {Qt::Key_Down, 4}, {Qt::Key_Left, 3}, {Qt::Key_Left, 3},
+            {Qt::Key_Up, 0},    {Qt::Key_Up, 0},   {Qt::Key_Down, 3}, {Qt::Key_Down, 6},
+            {Qt::Key_Down, 6},  {Qt::Key_Right, 7}};
+        QTest::keyClick(view.get(), Qt::Key_Return);
+        QCOMPARE(view->selectedKey(), 0);
+        for (const auto& [key, expected] : walk) {
+            QTest::keyClick(view.get(), key);
+            QTest::keyClick(view.get(), Qt::Key_Return);
+            QCOMPARE(view->selectedKey(), expected);
+        }
+        QCOMPARE(activated.size(), walk.size() + 1);
+    }
+
+    void arrowsPassOverKeysThatAreNotReported()
+    {
+        KeyboardLayout layout = grid(3, 1);
+        layout.keys[1].lightIndex = 144;
+        const auto view = viewOf(layout, {360, 120});
+        press(*view, {10, 10});
+        QTest::keyClick(view.get(), Qt::Key_Right);
+        QTest::keyClick(view.get(), Qt::Key_Space);
+        QCOMPARE(view->selectedKey(), 2);
+    }
+
+    void enteringKeysPressTheMarkedKey_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("return") << Qt::Key_Return;
+        QTest::newRow("enter") << Qt::Key_Enter;
+        QTest::newRow("space") << Qt::Key_Space;
+    }
+
+    void enteringKeysPressTheMarkedKey()
+    {
+        QFETCH(Qt::Key, key);
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {360, 120});
+        QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        QTest::keyClick(view.get(), key); // nothing is marked yet
+        QCOMPARE(activated.size(), 0);
+        press(*view, {40 * 4, 10}, Qt::MiddleButton);
+        QTest::keyClick(view.get(), Qt::Key_Right);
+        QTest::keyClick(view.get(), key);
+        QCOMPARE(activated.size(), 1);
+        QCOMPARE(activated.first().first().toInt(), 2);
+        QCOMPARE(view->selectedKey(), 2);
+    }
+
+    void menuKeyAsksForTheMenuOfTheMarkedKey()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        QSignalSpy menu(view.get(), &KeyboardView::slotContextMenu);
+        sendContextMenu(*view, QContextMenuEvent::Keyboard);
+        QCOMPARE(menu.size(), 0);
+        press(*view, {40, 10}, Qt::MiddleButton);
+        QTest::keyClick(view.get(), Qt::Key_Right);
+        sendContextMenu(*view, QContextMenuEvent::Keyboard);
+        QCOMPARE(menu.size(), 1);
+        QCOMPARE(menu.first().at(0).toInt(), 2);
+        QCOMPARE(menu.first().at(1).toPoint(),
+                 view->mapToGlobal(view->hitRectangle(layout.keys.last()).center()));
+        QCOMPARE(view->selectedKey(), 2);
+        sendContextMenu(*view, QContextMenuEvent::Mouse); // the press has asked already
+        QCOMPARE(menu.size(), 1);
+    }
+
+    void otherKeysGoOnToTheParent()
+    {
+        const KeyboardLayout layout = grid(3, 1);
+        const auto view = viewOf(layout, {90, 30});
+        QKeyEvent other(QEvent::KeyPress, Qt::Key_F5, Qt::NoModifier);
+        other.accept();
+        QCoreApplication::sendEvent(view.get(), &other);
+        QVERIFY(!other.isAccepted());
+        QKeyEvent arrow(QEvent::KeyPress, Qt::Key_Left, Qt::NoModifier);
+        QCoreApplication::sendEvent(view.get(), &arrow);
+        QVERIFY(arrow.isAccepted());
+    }
+
+    void anyPressTakesTheMarkAwayAtOnce_data()
+    {
+        QTest::addColumn<QPointF>("position");
+        QTest::newRow("on the key") << QPointF(120, 20);
+        QTest::newRow("between keys") << QPointF(190, 90);
+    }
+
+    void anyPressTakesTheMarkAwayAtOnce()
+    {
+        QFETCH(QPointF, position);
+        const KeyboardLayout layout = board({200, 100}, {keyRecord(5, {110, 10, 30, 30})});
+        openWindow(layout);
+        press(*shownView, {120, 20}, Qt::MiddleButton);
+        const QImage withoutMark = pictureOf(*shownView);
+        shownView->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(shownView->hasFocus());
+        QVERIFY(pictureOf(*shownView) != withoutMark);
+        QCoreApplication::processEvents();
+        PaintCounter paints;
+        shownView->installEventFilter(&paints);
+        press(*shownView, position, Qt::MiddleButton);
+        QTRY_VERIFY(paints.count > 0);
+        QCOMPARE(pictureOf(*shownView), withoutMark);
+    }
+
+    void aMenuOrDialogGivesTheMarkBack()
+    {
+        const KeyboardLayout layout = board({200, 100}, {keyRecord(5, {110, 10, 30, 30})});
+        openWindow(layout);
+        const QImage plain = pictureOf(*shownView);
+        shownView->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(shownView->hasFocus());
+        const QImage marked = pictureOf(*shownView);
+        QVERIFY(marked != plain);
+        for (const Qt::FocusReason reason : {Qt::PopupFocusReason, Qt::ActiveWindowFocusReason}) {
+            QFocusEvent out(QEvent::FocusOut, reason);
+            QCoreApplication::sendEvent(shownView, &out);
+            QCOMPARE(pictureOf(*shownView), marked);
+            QFocusEvent in(QEvent::FocusIn, reason);
+            QCoreApplication::sendEvent(shownView, &in);
+            QCOMPARE(pictureOf(*shownView), marked);
+        }
+        QFocusEvent out(QEvent::FocusOut, Qt::MouseFocusReason);
+        QCoreApplication::sendEvent(shownView, &out);
+        QCOMPARE(pictureOf(*shownView), plain);
+    }
+
+    void anEmptyCaptionIsNone()
+    {
+        useKeyboardPicture();
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 20, 41, 41})});
+        const auto view = viewOf(layout, {400, 100});
+        view->setMode(KeyboardViewMode::Captions);
+        const QImage plain = pictureOf(*view);
+        view->setCaption(3, QStringLiteral("A"));
+        QVERIFY(pictureOf(*view) != plain);
+        view->setCaption(3, QString());
+        QCOMPARE(pictureOf(*view), plain);
+    }
+
+    void arrowKeysCopeWithHostileRectangles()
+    {
+        constexpr int most = std::numeric_limits<int>::max();
+        QRect hostile;
+        hostile.setCoords(-most, -most, most, most);
+        const KeyboardLayout layout =
+            board({200, 100}, {keyRecord(5, {110, 10, 30, 30}), keyRecord(6, hostile)});
+        openWindow(layout);
+        shownView->setFocus(Qt::TabFocusReason);
+        for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Left, Qt::Key_Up, Qt::Key_Down})
+            QTest::keyClick(shownView, key);
+        QSignalSpy activated(shownView, &KeyboardView::slotActivated);
+        QTest::keyClick(shownView, Qt::Key_Return);
+        QCOMPARE(activated.size(), 1);
+    }
+
+private:
+    QString skinPath(const QString& name) const
+    {
+        return directory->filePath("resources/official-skin/" + name);
+    }
+
+    void useKeyboardPicture(const QImage& picture) const
+    {
+        QVERIFY(picture.save(skinPath("img_keyboard_brix9.png")));
+    }
+
+    void useKeyboardPicture() const
+    {
+        QImage plain(40, 20, QImage::Format_ARGB32);
+        plain.fill(capColor);
+        useKeyboardPicture(plain);
+    }
+
+    static QImage colorfulPicture(QSize size)
+    {
+        QImage picture(size, QImage::Format_RGB32);
+        for (int y = 0; y < size.height(); ++y) {
+            for (int x = 0; x < size.width(); ++x)
+                picture.setPixelColor(x, y, QColor(x * 4, y * 6, 255 - x * 2));
+        }
+        return picture;
+    }
+
+    static std::unique_ptr<KeyboardView> viewOf(const KeyboardLayout& layout, QSize size)
+    {
+        auto view = std::make_unique<KeyboardView>();
+        view->setMinimumSize(0, 0);
+        view->resize(size);
+        view->setKeyboardLayout(&layout);
+        return view;
+    }
+
+    static QRect paintedArea(QWidget& view)
+    {
+        return areaWhere(pictureOf(view), [](const QColor& pixel) { return pixel.alpha() > 0; });
+    }
+
+    // The plain keyboard picture, where it fills the whole view.
+    static QImage plainPicture(QWidget& view)
+    {
+        KeyboardView bare;
+        bare.setMinimumSize(0, 0);
+        bare.resize(view.size());
+        const KeyboardLayout empty = board({800, 300}, {});
+        const KeyboardLayout fitting = board(view.size(), {});
+        bare.setKeyboardLayout(view.width() * 3 == view.height() * 8 ? &empty : &fitting);
+        return pictureOf(bare);
+    }
+
+    static QImage pictureWithGlow(QWidget& view, const QRect& inner, const QColor& color,
+                                  double radius, double corner)
+    {
+        const QImage plain = plainPicture(view);
+        return paintedPicture(view.size(), Qt::transparent, [&](QPainter& painter) {
+            painter.drawImage(0, 0, plain);
+            QRadialGradient gradient(inner.left() + inner.width() / 2.0,
+                                     inner.top() + inner.height() / 2.0, radius);
+            QColor edge = color;
+            edge.setAlpha(0);
+            gradient.setColorAt(0, color);
+            gradient.setColorAt(1, edge);
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(gradient);
+            painter.drawRoundedRect(inner, corner, corner);
+        });
+    }
+
+    // The glow in the middle of a pixel, over a cap.
+    static QColor glowAt(QPoint pixel, QPointF center, double radius, QColor color)
+    {
+        const QPointF step = QPointF(pixel) + QPointF(0.5, 0.5) - center;
+        color.setAlphaF(float(color.alphaF() * (1 - std::hypot(step.x(), step.y()) / radius)));
+        return laidOver(capColor, color);
+    }
+
+    static bool isCaptionColor(const QColor& pixel)
+    {
+        return largestDifference(pixel, captionColor) <= 60;
+    }
+
+    static void press(QWidget& view, QPointF position, Qt::MouseButton button = Qt::LeftButton,
+                      QEvent::Type type = QEvent::MouseButtonPress)
+    {
+        const QPointF global = position + QPointF(1000.5, 2000.6);
+        QMouseEvent event(type, position, global, button, button, {});
+        QCoreApplication::sendEvent(&view, &event);
+    }
+
+    static void release(QWidget& view, QPointF position)
+    {
+        QMouseEvent event(QEvent::MouseButtonRelease, position, position, Qt::LeftButton, {}, {});
+        QCoreApplication::sendEvent(&view, &event);
+    }
+
+    static void move(QWidget& view, QPointF position)
+    {
+        QMouseEvent event(QEvent::MouseMove, position, position, Qt::NoButton, {}, {});
+        QCoreApplication::sendEvent(&view, &event);
+    }
+
+    static void sendContextMenu(QWidget& view, QContextMenuEvent::Reason reason)
+    {
+        QContextMenuEvent event(reason, QPoint(1, 1), view.mapToGlobal(QPoint(1, 1)));
+        QCoreApplication::sendEvent(&view, &event);
+    }
+
+    static void showToolTip(QWidget& view, QPoint position)
+    {
+        QHelpEvent event(QEvent::ToolTip, position, view.mapToGlobal(position));
+        QCoreApplication::sendEvent(&view, &event);
+    }
+
+    // An active window with a text field before the view and one behind it.
+    void openWindow(const KeyboardLayout& layout)
+    {
+        window.reset(new QWidget);
+        auto* column = new QVBoxLayout(window.data());
+        fieldBefore = new QLineEdit;
+        shownView = new KeyboardView;
+        shownView->setFixedSize(200, 100);
+        shownView->setKeyboardLayout(&layout);
+        column->addWidget(fieldBefore);
+        column->addWidget(shownView);
+        column->addWidget(new QLineEdit);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowActive(window.data()));
+        fieldBefore->setFocus();
+        QTRY_VERIFY(fieldBefore->hasFocus());
+    }
+
+    QRect markArea(const QImage& before) const
+    {
+        return changedArea(before, pictureOf(*shownView));
+    }
+
+    QScopedPointer<QTemporaryDir> directory;
+    QScopedPointer<QWidget> window;
+    QLineEdit* fieldBefore = nullptr;
+    KeyboardView* shownView = nullptr;
+};
+
+QTEST_MAIN(KeyboardViewTest)
+#include "keyboard_view_test.moc"

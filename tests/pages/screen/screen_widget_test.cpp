@@ -1,0 +1,540 @@
+#include "device/device.h"
+#include "pages/screen/screen_stream.h"
+#include "pages/screen/screen_widget.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/isolated_main.h"
+#include "tests/support/made_images.h"
+#include "virtual_keyboard/virtual_bus.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tavik;
+using namespace tavik::tests;
+using namespace tavik::virtual_keyboard;
+
+namespace {
+
+const QString importText = QStringLiteral("Import GIF / images (resized to 128×128)…");
+const QString previewText = QStringLiteral("Convert & preview");
+const QString sendText = QStringLiteral("Send to screen");
+const QString hintText = QStringLiteral(
+    "The animation is stored in the selected slot. Press Fn + Delete on the keyboard "
+    "to switch between the clock and your animation.");
+
+const QString plainStyle = QString();
+const QString successStyle = QStringLiteral("color:#7ec97e;");
+const QString errorStyle = QStringLiteral("color:#e07070;");
+
+VirtualBus& bus()
+{
+    return VirtualBus::instance();
+}
+
+QPushButton* button(const ScreenWidget& page, const QString& text)
+{
+    for (QPushButton* candidate : page.findChildren<QPushButton*>()) {
+        if (candidate->text() == text)
+            return candidate;
+    }
+    qFatal("no button \"%s\"", qPrintable(text));
+}
+
+void click(const ScreenWidget& page, const QString& text)
+{
+    QTest::mouseClick(button(page, text), Qt::LeftButton);
+}
+
+QLabel* previewOf(const ScreenWidget& page)
+{
+    for (QLabel* label : page.findChildren<QLabel*>()) {
+        if (label->minimumSize() == QSize(256, 256))
+            return label;
+    }
+    qFatal("no preview");
+}
+
+// The one that is neither preview nor hint nor the caption of the slots.
+QLabel* statusOf(const ScreenWidget& page)
+{
+    for (QLabel* label : page.findChildren<QLabel*>()) {
+        if (label->wordWrap() && label->objectName() != QLatin1String("hint"))
+            return label;
+    }
+    qFatal("no status label");
+}
+
+QSpinBox* slotOf(const ScreenWidget& page)
+{
+    return page.findChild<QSpinBox*>();
+}
+
+QList<QRgb> manyColors(int count)
+{
+    QList<QRgb> colors;
+    for (int index = 0; index < count; ++index)
+        colors += qRgb(index * 5, 255 - index * 4, index * 3);
+    return colors;
+}
+
+// Chooses these files in the dialog that opens next; none cancels it.
+void chooseNext(const QStringList& paths)
+{
+    onNextDialog([paths](QWidget& dialog) {
+        if (paths.isEmpty()) {
+            static_cast<QDialog&>(dialog).reject();
+            return;
+        }
+        QStringList quoted;
+        for (const QString& path : paths)
+            quoted += u'"' + path + u'"';
+        dialog.findChild<QLineEdit*>("fileNameEdit")->setText(quoted.join(u' '));
+        QMetaObject::invokeMethod(&dialog, "accept");
+    });
+}
+
+// Notes the text of a label whenever it is painted.
+class PaintedTexts : public QObject
+{
+public:
+    explicit PaintedTexts(QLabel* label) : watched(label) { label->installEventFilter(this); }
+
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint && (texts.isEmpty() || texts.last() != watched->text()))
+            texts += watched->text();
+        return QObject::eventFilter(object, event);
+    }
+
+    QStringList texts;
+
+private:
+    QLabel* watched;
+};
+
+} // namespace
+
+class ScreenWidgetTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QString write(const QString& name, const QByteArray& bytes) const
+    {
+        const QString path = directory.filePath(name);
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            qFatal("cannot write %s", qPrintable(path));
+        return path;
+    }
+
+    QString writeStill(const QString& name = QStringLiteral("still.png"),
+                       const QColor& color = Qt::red) const
+    {
+        QImage image(300, 200, QImage::Format_RGB32);
+        image.fill(color);
+        return write(name, encodeImage(image, "png"));
+    }
+
+    QString writeAnimation(const QString& name, int frameCount) const
+    {
+        return write(name, encodePlainGif({30, 30}, manyColors(frameCount), 10));
+    }
+
+    void importInto(const ScreenWidget& page, const QStringList& paths) const
+    {
+        chooseNext(paths);
+        click(page, importText);
+        QCOMPARE(dialogsStillExpected(), 0);
+    }
+
+    QTemporaryDir directory;
+
+private slots:
+    void pageHasItsControls()
+    {
+        const ScreenWidget page;
+        QCOMPARE(page.layout()->contentsMargins(), QMargins(12, 12, 12, 12));
+        QStringList texts;
+        for (const QPushButton* each : page.findChildren<QPushButton*>())
+            texts += each->text();
+        QCOMPARE(texts, QStringList({importText, previewText, sendText}));
+        QCOMPARE(button(page, sendText)->objectName(), QStringLiteral("accent"));
+
+        QCOMPARE(slotOf(page)->minimum(), 1);
+        QCOMPARE(slotOf(page)->maximum(), 3);
+        QCOMPARE(slotOf(page)->value(), 1);
+        QStringList labels;
+        for (const QLabel* label : page.findChildren<QLabel*>())
+            labels += label->text();
+        QVERIFY(labels.contains("Destination slot:"));
+
+        const QLabel* hint = page.findChild<QLabel*>("hint");
+        QCOMPARE(hint->text(), hintText);
+        QVERIFY(hint->wordWrap());
+        QCOMPARE(statusOf(page)->text(), QString());
+    }
+
+    void partsStandInTheirOrder()
+    {
+        ScreenWidget page;
+        page.resize(1100, 660);
+        page.show();
+        const QList<const QWidget*> parts{button(page, importText), slotOf(page), previewOf(page),
+                                          statusOf(page), page.findChild<QLabel*>("hint")};
+        for (qsizetype index = 1; index < parts.size(); ++index)
+            QVERIFY(parts.at(index)->geometry().top() > parts.at(index - 1)->geometry().bottom());
+        QVERIFY(button(page, previewText)->x() > button(page, importText)->geometry().right());
+        QVERIFY(button(page, sendText)->x() > button(page, previewText)->geometry().right());
+        // Left over room is to the right of both rows and below the hint.
+        QVERIFY(button(page, sendText)->geometry().right() < 700);
+        QVERIFY(slotOf(page)->geometry().right() < 400);
+        QVERIFY(page.findChild<QLabel*>("hint")->geometry().bottom() < 500);
+    }
+
+    void previewHasItsPlaceAndLook()
+    {
+        ScreenWidget page;
+        page.resize(1100, 660);
+        page.show();
+        const QLabel* label = previewOf(page);
+        QCOMPARE(label->size(), QSize(256, 256));
+        QCOMPARE(label->maximumSize(), QSize(256, 256));
+        QCOMPARE(label->geometry().center().x(), page.rect().center().x());
+        QCOMPARE(label->alignment(), Qt::AlignCenter);
+        QCOMPARE(
+            label->styleSheet(),
+            QStringLiteral("background:#0d0d10; border:1px solid #3a3d47; border-radius:8px;"));
+        QVERIFY(label->pixmap().isNull());
+    }
+
+    void ampersandIsSeenAndMarksNoShortcut()
+    {
+        ScreenWidget page;
+        page.show();
+        QPushButton* shown = button(page, previewText);
+        QVERIFY(shown->shortcut().isEmpty());
+        QCOMPARE(shown->accessibleName(), previewText);
+
+        QPushButton spelledOut(QStringLiteral("Convert && preview"));
+        QCOMPARE(shown->sizeHint(), spelledOut.sizeHint());
+        spelledOut.resize(shown->size());
+        spelledOut.ensurePolished();
+        const auto look = [](QPushButton& each) {
+            return each.grab().toImage().convertToFormat(QImage::Format_RGB32);
+        };
+        QCOMPARE(look(*shown), look(spelledOut));
+    }
+
+    void dialogAsksForPictures()
+    {
+        const ScreenWidget page;
+        onNextDialog([](QWidget& dialog) {
+            auto* files = qobject_cast<QFileDialog*>(&dialog);
+            QVERIFY(files != nullptr);
+            QCOMPARE(files->windowTitle(), QStringLiteral("Images or GIF"));
+            QCOMPARE(files->nameFilters(), QStringList("Images (*.gif *.png *.jpg *.jpeg *.bmp)"));
+            QCOMPARE(files->fileMode(), QFileDialog::ExistingFiles);
+            QCOMPARE(files->acceptMode(), QFileDialog::AcceptOpen);
+            files->reject();
+        });
+        click(page, importText);
+        QCOMPARE(dialogsStillExpected(), 0);
+    }
+
+    void importCountsAndShowsTheFirstFrame()
+    {
+        const ScreenWidget page;
+        importInto(page, {writeStill("red.png", Qt::red)});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
+        QCOMPARE(statusOf(page)->styleSheet(), plainStyle);
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(128, 128), QColor(Qt::red));
+
+        importInto(page, {writeStill("blue.png", Qt::blue), writeAnimation("a.gif", 4)});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("5 frame(s) imported."));
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(128, 128), QColor(Qt::blue));
+    }
+
+    void importOfNothingUsableEmptiesTheList()
+    {
+        const ScreenWidget page;
+        importInto(page, {writeStill()});
+        importInto(page, {write("a.png", "no picture")});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("0 frame(s) imported."));
+        QVERIFY(!previewOf(page)->pixmap().isNull());
+        click(page, sendText);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("no frames"));
+    }
+
+    void cancelledDialogKeepsTheFrames()
+    {
+        const ScreenWidget page;
+        importInto(page, {writeAnimation("a.gif", 2)});
+        importInto(page, {});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("2 frame(s) imported."));
+        click(page, sendText);
+        QCOMPARE(bus().keyboard().screenSlot(1).size(), std::size_t{2});
+    }
+
+    void importTakesTheRedFromTheStatus()
+    {
+        const ScreenWidget page;
+        click(page, sendText);
+        QCOMPARE(statusOf(page)->styleSheet(), errorStyle);
+        importInto(page, {writeStill()});
+        QCOMPARE(statusOf(page)->styleSheet(), plainStyle);
+    }
+
+    void previewIsSharp()
+    {
+        // A pattern of single pixels; each of them has to stay a square of its own.
+        QImage pattern(128, 128, QImage::Format_RGB32);
+        for (int y = 0; y < 128; ++y) {
+            for (int x = 0; x < 128; ++x)
+                pattern.setPixel(x, y, qRgb(x * 2, y * 2, (x + y) % 2 == 0 ? 255 : 0));
+        }
+        const ScreenWidget page;
+        importInto(page, {write("a.png", encodeImage(pattern, "png"))});
+        const QImage shown =
+            previewOf(page)->pixmap().toImage().convertToFormat(QImage::Format_RGB32);
+        QCOMPARE(shown.size(), QSize(256, 256));
+        for (int y = 0; y < 256; ++y) {
+            for (int x = 0; x < 256; ++x)
+                QCOMPARE(shown.pixel(x, y), pattern.pixel(x / 2, y / 2));
+        }
+    }
+
+    void previewWithoutFramesLeavesItAsItWas()
+    {
+        const ScreenWidget page;
+        click(page, previewText);
+        QVERIFY(previewOf(page)->pixmap().isNull());
+        importInto(page, {writeStill("red.png", Qt::red)});
+        importInto(page, {write("a.png", "no picture")});
+        click(page, previewText);
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(9, 9), QColor(Qt::red));
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void previewButtonShowsTheFirstFrame()
+    {
+        const ScreenWidget page;
+        importInto(page, {writeStill("red.png", Qt::red)});
+        previewOf(page)->clear();
+        click(page, previewText);
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(9, 9), QColor(Qt::red));
+    }
+
+    void sendingNothingIsRefused()
+    {
+        const ScreenWidget page;
+        click(page, sendText);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("no frames"));
+        QCOMPARE(statusOf(page)->styleSheet(), errorStyle);
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void sendingMoreThanThirtyFramesIsRefused()
+    {
+        const ScreenWidget page;
+        importInto(page, {writeAnimation("a.gif", 20), writeAnimation("b.gif", 30)});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("50 frame(s) imported."));
+        click(page, sendText);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("no frames"));
+        QCOMPARE(statusOf(page)->styleSheet(), errorStyle);
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void oneFrameIsSentToTheChosenSlot()
+    {
+        ScreenWidget page;
+        page.show();
+        importInto(page, {writeStill()});
+        slotOf(page)->setValue(2);
+        const PaintedTexts painted(statusOf(page));
+        click(page, sendText);
+        QCOMPARE(
+            statusOf(page)->text(),
+            QStringLiteral("Animation sent (slot 2, 1 frames). Press Fn + Delete to display it."));
+        QCOMPARE(statusOf(page)->styleSheet(), successStyle);
+        QCOMPARE(bus().keyboard().screenSlot(2).size(), std::size_t{1});
+        QCOMPARE(busViolations(), QStringList());
+        // Each text was on the display before the thread went on.
+        QCOMPARE(painted.texts.filter("ing ") + painted.texts.filter("opened"),
+                 QStringList({"Sending 9 blocks of 4096 bytes…", "Sending chunk 1/9…",
+                              "Sending chunk 5/9…", "Sending chunk 9/9…",
+                              "TFT interface FF68 opened…"}));
+    }
+
+    void progressIsNotRed()
+    {
+        const ScreenWidget page;
+        importInto(page, {writeStill()});
+        bus().failBlockAt(2, noAcknowledgement());
+        click(page, sendText);
+        QCOMPARE(statusOf(page)->styleSheet(), errorStyle);
+        QStringList styles;
+        bus().setListener([&] { styles += statusOf(page)->styleSheet(); });
+        click(page, sendText);
+        bus().setListener({});
+        QVERIFY(styles.size() > 20);
+        styles.removeDuplicates();
+        QCOMPARE(styles, QStringList(plainStyle));
+    }
+
+    void fullAnimationArrivesAsThePageHoldsIt()
+    {
+        const ScreenWidget page;
+        const QString path = writeAnimation("a.gif", 30);
+        importInto(page, {path});
+        slotOf(page)->setValue(3);
+        click(page, sendText);
+        QCOMPARE(
+            statusOf(page)->text(),
+            QStringLiteral("Animation sent (slot 3, 30 frames). Press Fn + Delete to display it."));
+        QCOMPARE(bus().count("block 4097 bytes"), 241);
+        QVERIFY(bus().sentBlocks() == buildScreenStream(importImages({path})));
+
+        const auto& held = bus().keyboard().screenSlot(3);
+        QCOMPARE(held.size(), std::size_t{30});
+        const QList<QRgb> colors = manyColors(30);
+        for (std::size_t index = 0; index < held.size(); ++index) {
+            const QRgb color = colors.at(static_cast<qsizetype>(index));
+            const int expected =
+                (qRed(color) >> 3) << 11 | (qGreen(color) >> 2) << 5 | qBlue(color) >> 3;
+            QCOMPARE(held.at(index).time.count(), 100);
+            for (const std::uint16_t pixel : held.at(index).pixels)
+                QCOMPARE(int{pixel}, expected);
+        }
+        QCOMPARE(busViolations(), QStringList());
+    }
+
+    void failureIsShownAsItStandsAndCanBeRepeated_data()
+    {
+        QTest::addColumn<QString>("failing");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("no screen") << "screen"
+                                   << "TFT interface (0xFF68/0xFF67) not found";
+        QTest::newRow("no keyboard") << "keyboard"
+                                     << "TFT interface (0xFF68/0xFF67) not found";
+        QTest::newRow("no configuration")
+            << "configuration"
+            << "Keyboard not found (vendor interface 0xFF13). Plug the USB-C cable (wired mode).";
+        QTest::newRow("start") << "start"
+                               << "04 72 rejected (status 02)";
+        QTest::newRow("write") << "write"
+                               << "chunk 5/9 write failed";
+        QTest::newRow("acknowledgement") << "acknowledgement"
+                                         << "no ack for chunk 9/9";
+        QTest::newRow("commit") << "commit"
+                                << "TFT COMMIT rejected (status 03)";
+        QTest::newRow("finish") << "finish"
+                                << "FINISH rejected (status 04)";
+        QTest::newRow("busy") << "busy"
+                              << "Keyboard refuses to open a session (busy?)";
+    }
+
+    void failureIsShownAsItStandsAndCanBeRepeated()
+    {
+        QFETCH(const QString, failing);
+        QFETCH(const QString, text);
+        const QHash<QString, std::function<void()>> preparations{
+            {"screen", [] { bus().setOpens("/dev/hidraw2", false); }},
+            {"keyboard", [] { bus().unplug(); }},
+            {"configuration", [] { bus().setOpens("/dev/hidraw1", false); }},
+            {"start", [] { bus().failCommand(0x72, answerStatus(2)); }},
+            {"write", [] { bus().failBlockAt(5, shortWrite()); }},
+            {"acknowledgement", [] { bus().failBlockAt(9, noAcknowledgement()); }},
+            {"commit", [] { bus().failCommand(0x02, answerStatus(3)); }},
+            {"finish",
+             [] {
+                 bus().failCommand(0x02, answerStatus(3));
+                 bus().failCommand(0xF0, answerStatus(4));
+             }},
+            {"busy", [] { bus().failAt(1, busy(), 10); }}};
+        const ScreenWidget page;
+        importInto(page, {writeAnimation("a.gif", 1)});
+        slotOf(page)->setValue(3);
+        preparations.value(failing)();
+        click(page, sendText);
+        QCOMPARE(statusOf(page)->text(), text);
+        QCOMPARE(statusOf(page)->styleSheet(), errorStyle);
+        QCOMPARE(slotOf(page)->value(), 3);
+        QVERIFY(deviceLockIsFree());
+        QCOMPARE(bus().openHandles(), Device::instance().isOpen() ? 1 : 0);
+
+        bus().clearFaults();
+        bus().setOpens("/dev/hidraw1", true);
+        bus().setOpens("/dev/hidraw2", true);
+        bus().plug();
+        click(page, sendText);
+        QCOMPARE(
+            statusOf(page)->text(),
+            QStringLiteral("Animation sent (slot 3, 1 frames). Press Fn + Delete to display it."));
+        QCOMPARE(statusOf(page)->styleSheet(), successStyle);
+    }
+
+    void clickWhileSendingStartsNothing_data()
+    {
+        QTest::addColumn<QString>("line"); // of the trace, at which the click comes
+        QTest::newRow("at the beginning") << "enumerate 8009";
+        QTest::newRow("during the blocks") << "ack";
+        QTest::newRow("at the end") << "close screen";
+    }
+
+    void clickWhileSendingStartsNothing()
+    {
+        QFETCH(const QString, line);
+        ScreenWidget page;
+        page.show();
+        importInto(page, {writeStill()});
+        QPushButton* const sendButton = button(page, sendText);
+        int clicks = 0;
+        bus().setListener([&] {
+            if (busTrace().last() != line)
+                return;
+            ++clicks;
+            // One that would act at once, and one that waits until the thread is free.
+            page.upload();
+            page.importFiles();
+            QMetaObject::invokeMethod(sendButton, "click", Qt::QueuedConnection);
+        });
+        sendButton->click();
+        bus().setListener({});
+        QCoreApplication::processEvents();
+        QVERIFY(clicks > 0);
+        QCOMPARE(bus().count("open screen"), 1);
+        QCOMPARE(bus().count("block 4097 bytes"), 9);
+        QCOMPARE(
+            statusOf(page)->text(),
+            QStringLiteral("Animation sent (slot 1, 1 frames). Press Fn + Delete to display it."));
+
+        sendButton->click();
+        QCOMPARE(bus().count("block 4097 bytes"), 18);
+    }
+
+    void clickBeforeTheTransferBlocksTheThreadStartsNothing()
+    {
+        ScreenWidget page;
+        page.show();
+        importInto(page, {writeStill()});
+        QPushButton* const sendButton = button(page, sendText);
+        QMetaObject::invokeMethod(sendButton, "click", Qt::QueuedConnection);
+        QMetaObject::invokeMethod(button(page, importText), "click", Qt::QueuedConnection);
+        sendButton->click();
+        QCoreApplication::processEvents();
+        QCOMPARE(bus().count("block 4097 bytes"), 9);
+        QCOMPARE(busViolations(), QStringList());
+    }
+};
+
+TAVIK_ISOLATED_TEST_MAIN(ScreenWidgetTest)
+#include "screen_widget_test.moc"
