@@ -11,6 +11,7 @@
 #include "pages/lighting/lighting_widget.h"
 #include "pages/macros/macro_widget.h"
 #include "pages/parts/keyboard_view.h"
+#include "pages/parts/page_parts.h"
 #include "pages/screen/screen_widget.h"
 #include "pages/settings/settings_widget.h"
 
@@ -32,6 +33,7 @@ struct SidebarEntry
     const char* title; // tool tip and page title
     const char* iconFile;
     QSize frameSize; // not looked at for tinted icons
+    bool atBottom = false;
 };
 
 namespace {
@@ -45,11 +47,10 @@ constexpr std::array<SidebarEntry, 9> sidebarEntries{{
     {"Favorites", "icon_favorites.png", {24, 24}},
     {"Custom Lighting", "tab_customlight.png", {36, 36}},
     {"Music", "icon_music.png", {24, 24}},
-    {"Keyboard Settings", "tab_config.png", {36, 36}},
+    {"Keyboard Settings", "tab_config.png", {36, 36}, true},
 }};
 constexpr std::size_t homeEntry = 0;
 constexpr std::size_t startEntry = 3;
-constexpr std::size_t settingsEntry = 8;
 
 QString windowTitleText()
 {
@@ -68,7 +69,7 @@ QWidget* createHomePage()
     auto* page = new QWidget;
     auto* column = new QVBoxLayout(page);
     column->setContentsMargins(30, 25, 30, 30);
-    column->setSizeConstraint(QLayout::SetMinimumSize);
+    cutAtEdges(column);
     auto* view = new KeyboardView(page);
     view->setKeyboardLayout(&KeyboardLayout::instance());
     view->setMinimumSize(600, 350);
@@ -149,7 +150,7 @@ QWidget* MainWindow::createSidebar()
     column->setContentsMargins(5, 9, 5, 8);
     for (const SidebarEntry& entry : sidebarEntries) {
         QToolButton* button = createSidebarButton(entry, sidebar);
-        if (&entry == &sidebarEntries.at(settingsEntry)) {
+        if (entry.atBottom) {
             button->setObjectName(QStringLiteral("settingsNavButton"));
             column->addStretch();
         }

@@ -1,13 +1,11 @@
 #include "app/skin_workspace.h"
 
-#include "app/skin/skin_icons.h"
-
 #include <QPainter>
 
 namespace tavik {
 
 SkinWorkspace::SkinWorkspace(QWidget* parent)
-    : QWidget(parent), background(loadSkinPixmap(QStringLiteral("keyboard_bkg.png")))
+    : QWidget(parent), background(QStringLiteral("keyboard_bkg.png"))
 {
     // The keyboard views look this name up to draw the ground behind themselves.
     setObjectName(QStringLiteral("workspace"));
@@ -15,13 +13,14 @@ SkinWorkspace::SkinWorkspace(QWidget* parent)
 
 void SkinWorkspace::paintEvent(QPaintEvent*)
 {
+    const QSize pixels = devicePixels(size(), devicePixelRatioF());
+    if (!ground || ground->size() != pixels)
+        ground = background.scaled(pixels);
     QPainter painter(this);
-    if (background.isNull()) {
+    if (ground)
+        painter.drawPixmap(rect(), *ground);
+    else
         painter.fillRect(rect(), QColor(0x0A, 0x0A, 0x0A));
-        return;
-    }
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(rect(), background);
 }
 
 } // namespace tavik

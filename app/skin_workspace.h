@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QPixmap>
+#include "app/skin/skin_picture.h"
+
 #include <QWidget>
 
 namespace tavik {
@@ -17,7 +18,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QPixmap background;
+    SkinPicture background;
+    std::shared_ptr<const QPixmap> ground; // background at the present size
 };
 
 } // namespace tavik

@@ -188,4 +188,13 @@ void AppState::save() const
     file.write(content);
 }
 
+void AppState::replace(const SavedState& state)
+{
+    static_cast<SavedState&>(*this) = state;
+    save();
+    emit layersChanged();
+    emit macrosChanged();
+    emit rgbChanged();
+}
+
 } // namespace tavik

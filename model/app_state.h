@@ -54,8 +54,11 @@ public:
     // is. Emits nothing and reports nothing.
     void save() const;
 
+    // Takes over another state, saves it and emits layersChanged, macrosChanged and rgbChanged.
+    void replace(const SavedState& state);
+
 signals:
-    // Emitted by whoever replaces the whole state, after it is saved; single edits emit nothing.
+    // Emitted by replace() alone; single edits emit nothing.
     void macrosChanged();
     void layersChanged();
     void rgbChanged();

@@ -5,7 +5,6 @@
 
 class QLabel;
 class QLayout;
-class QPushButton;
 class QSlider;
 
 namespace tavik {
@@ -38,14 +37,11 @@ public slots:
 private:
     QLayout* createBrushRow();
     QLayout* createModeRow();
-    QLayout* createTransferRow();
     void createView();
-    QPushButton* createButton(const QString& text, void (RgbWidget::*slot)());
 
     void chooseBrushColor();
     void paintKey(std::size_t lightIndex);
     void refreshColors();
-    void showOutcome(bool succeeded, const QString& successText);
 
     QColor brushColor{255, 60, 60};
 

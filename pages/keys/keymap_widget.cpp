@@ -1,12 +1,12 @@
 #include "pages/keys/keymap_widget.h"
 
-#include "device/device.h"
 #include "model/app_state.h"
 #include "model/key_names.h"
 #include "model/keyboard_layout.h"
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/action_menu.h"
 #include "pages/parts/keyboard_view.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
 
 #include <QHBoxLayout>
@@ -17,9 +17,6 @@
 namespace tavik {
 
 namespace {
-
-constexpr int pageMargin = 12;
-constexpr int pageSpacing = 8;
 
 bool isKey(int lightIndex)
 {
@@ -35,22 +32,19 @@ QString layerName(LayerId id)
 
 KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
 {
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
-    column->setSpacing(pageSpacing);
-    // A window too small for the page cuts it at its edges instead of piling up its parts.
-    column->setSizeConstraint(QLayout::SetMinimumSize);
-
-    column->addLayout(createLayerButtons());
+    createLayerButtons();
     createView();
+    statusLabel = createStatusLabel(this);
+
+    QVBoxLayout* column = createPageColumn(this);
+    column->addLayout(createRow({baseButton, fnButton}));
     column->addWidget(view, 1);
-    auto* hint = new QLabel(
-        tr("Click a key to assign an action. Base layer = normal keys, Fn layer = hold Fn."), this);
-    hint->setObjectName(QStringLiteral("hint"));
-    column->addWidget(hint);
-    column->addLayout(createLayerCommands());
-    statusLabel = new QLabel(this);
-    statusLabel->setTextFormat(Qt::PlainText);
+    column->addWidget(createHint(
+        tr("Click a key to assign an action. Base layer = normal keys, Fn layer = hold Fn."),
+        this));
+    column->addLayout(createRow(
+        {createAccentButton(tr("Write layer to keyboard"), this, &KeymapWidget::applyLayer),
+         createButton(tr("Reset all to default"), this, &KeymapWidget::resetLayer)}));
     column->addWidget(statusLabel);
 
     // Captions show the names of macros as well.
@@ -59,21 +53,16 @@ KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
     switchLayer(static_cast<int>(LayerId::Base));
 }
 
-QLayout* KeymapWidget::createLayerButtons()
+void KeymapWidget::createLayerButtons()
 {
     baseButton = new QPushButton(tr("Base layer"), this);
     fnButton = new QPushButton(tr("Fn layer"), this);
-    auto* row = new QHBoxLayout;
-    for (QPushButton* button : {baseButton, fnButton}) {
+    for (QPushButton* button : {baseButton, fnButton})
         button->setCheckable(true);
-        row->addWidget(button);
-    }
-    row->addStretch();
     connect(baseButton, &QPushButton::clicked, this,
             [this] { switchLayer(static_cast<int>(LayerId::Base)); });
     connect(fnButton, &QPushButton::clicked, this,
             [this] { switchLayer(static_cast<int>(LayerId::Fn)); });
-    return row;
 }
 
 void KeymapWidget::createView()
@@ -83,21 +72,6 @@ void KeymapWidget::createView()
     view->setMode(KeyboardViewMode::Captions);
     connect(view, &KeyboardView::slotActivated, this, &KeymapWidget::keyClicked);
     connect(view, &KeyboardView::slotContextMenu, this, &KeymapWidget::showKeyMenu);
-}
-
-QLayout* KeymapWidget::createLayerCommands()
-{
-    auto* writeButton = new QPushButton(tr("Write layer to keyboard"), this);
-    writeButton->setObjectName(QStringLiteral("accent"));
-    connect(writeButton, &QPushButton::clicked, this, &KeymapWidget::applyLayer);
-    auto* resetButton = new QPushButton(tr("Reset all to default"), this);
-    connect(resetButton, &QPushButton::clicked, this, &KeymapWidget::resetLayer);
-
-    auto* row = new QHBoxLayout;
-    row->addWidget(writeButton);
-    row->addWidget(resetButton);
-    row->addStretch();
-    return row;
 }
 
 KeyLayer& KeymapWidget::layerKeys() const
@@ -154,25 +128,16 @@ void KeymapWidget::resetLayer()
 
 void KeymapWidget::applyLayer()
 {
-    if (writeLayer(currentLayer, layerKeys()))
-        showStatus(statusLabel, StatusLook::Success,
-                   tr("Layer %1 written.").arg(layerName(currentLayer)));
-    else
-        showError(statusLabel, Device::instance().lastError);
+    showOutcome(statusLabel, writeLayer(currentLayer, layerKeys()),
+                tr("Layer %1 written.").arg(layerName(currentLayer)));
 }
 
 void KeymapWidget::refreshCaptions()
 {
     const AppState& state = AppState::instance();
-    view->clearCaptions();
     int lightIndex = 0;
-    for (const KeyAction& action : layerKeys()) {
-        const QString caption = keyActionLabel(action, state.macros);
-        if (!caption.isEmpty())
-            view->setCaption(lightIndex, caption);
-        ++lightIndex;
-    }
-    view->update();
+    for (const KeyAction& action : layerKeys())
+        view->setCaption(lightIndex++, keyActionLabel(action, state.macros));
 }
 
 } // namespace tavik

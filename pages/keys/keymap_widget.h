@@ -6,7 +6,6 @@
 #include <QWidget>
 
 class QLabel;
-class QLayout;
 class QPushButton;
 
 namespace tavik {
@@ -35,9 +34,8 @@ public slots:
     void resetLayer();
 
 private:
-    QLayout* createLayerButtons();
+    void createLayerButtons();
     void createView();
-    QLayout* createLayerCommands();
 
     [[nodiscard]] KeyLayer& layerKeys() const;
     void assignKey(int lightIndex, const KeyAction& action);

@@ -5,6 +5,7 @@
 #include "model/keyboard_layout.h"
 #include "pages/lighting/effect_delegate.h"
 #include "pages/lighting/palette_wheel.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
 
 #include <QButtonGroup>
@@ -91,13 +92,6 @@ protected:
         painter.drawRect(rect().adjusted(1, 1, -1, -1));
     }
 };
-
-QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent = nullptr)
-{
-    auto* label = new QLabel(text, parent);
-    label->setStyleSheet(QStringLiteral("font-size:%1px;font-weight:600;").arg(pixelSize));
-    return label;
-}
 
 } // namespace
 
@@ -217,7 +211,7 @@ QLayout* LightingWidget::createRandomColorRow()
 
     auto* row = new QHBoxLayout;
     row->setSpacing(0);
-    row->addWidget(createHeading(tr("Random Color"), 15));
+    row->addWidget(createHeading(tr("Random Color"), 15, this));
     row->addSpacing(18);
     row->addWidget(randomColorSwitch);
     row->addStretch();
@@ -316,7 +310,7 @@ QWidget* LightingWidget::createOptionsColumn()
     column->setSpacing(10);
     addLabeledSlider(column, tr("Brightness"), brightnessSlider, startBrightness);
     addLabeledSlider(column, tr("Speed"), speedSlider, startSpeed);
-    column->addWidget(createHeading(tr("Direction"), 15));
+    column->addWidget(createHeading(tr("Direction"), 15, this));
     column->addLayout(createDirectionPad());
     column->addStretch();
     return columnWidget;
@@ -343,7 +337,7 @@ void LightingWidget::addLabeledSlider(QVBoxLayout* column, const QString& title,
     auto* sliderRow = new QHBoxLayout;
     sliderRow->addWidget(slider, 1);
     sliderRow->addWidget(valueLabel);
-    column->addWidget(createHeading(title, 15));
+    column->addWidget(createHeading(title, 15, this));
     column->addLayout(sliderRow);
 }
 

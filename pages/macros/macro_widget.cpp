@@ -1,9 +1,9 @@
 #include "pages/macros/macro_widget.h"
 
-#include "device/device.h"
 #include "model/app_state.h"
 #include "model/key_names.h"
 #include "pages/macros/macro_upload.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
 
@@ -24,7 +24,6 @@ namespace tavik {
 
 namespace {
 
-constexpr int pageMargin = 12;
 constexpr int groupMargin = 6;
 constexpr int macroGroupWidth = 280; // at most
 constexpr int formSpacing = 8;
@@ -59,25 +58,17 @@ MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
     groups->addWidget(createMacroGroup());
     groups->addWidget(createActionGroup(), 1);
 
-    auto* hint = new QLabel(
-        tr("Macros play from keys assigned in the Keys tab (assignment type: Macro)."), this);
-    hint->setObjectName(QStringLiteral("hint"));
-    QPushButton* sendButton =
-        createButton(tr("Write macros to keyboard"), &MacroWidget::sendMacros);
-    sendButton->setObjectName(QStringLiteral("accent"));
     auto* sendRow = new QHBoxLayout;
     sendRow->addStretch();
-    sendRow->addWidget(sendButton);
+    sendRow->addWidget(
+        createAccentButton(tr("Write macros to keyboard"), this, &MacroWidget::sendMacros));
     sendRow->addStretch();
-    statusLabel = new QLabel(this);
-    statusLabel->setTextFormat(Qt::PlainText);
+    statusLabel = createStatusLabel(this);
 
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
-    // A window too small for the page cuts it at its edges instead of piling up its parts.
-    column->setSizeConstraint(QLayout::SetMinimumSize);
+    QVBoxLayout* column = createPageColumn(this, -1);
     column->addLayout(groups, 1);
-    column->addWidget(hint);
+    column->addWidget(createHint(
+        tr("Macros play from keys assigned in the Keys tab (assignment type: Macro)."), this));
     column->addLayout(sendRow);
     column->addWidget(statusLabel);
 
@@ -94,8 +85,8 @@ QWidget* MacroWidget::createMacroGroup()
     macroList->setAccessibleName(tr("Macros"));
 
     auto* buttons = new QHBoxLayout;
-    buttons->addWidget(createButton(tr("New macro"), &MacroWidget::newMacro));
-    buttons->addWidget(createButton(tr("Delete"), &MacroWidget::deleteMacro));
+    buttons->addWidget(createButton(tr("New macro"), this, &MacroWidget::newMacro));
+    buttons->addWidget(createButton(tr("Delete"), this, &MacroWidget::deleteMacro));
     auto* column = new QVBoxLayout(group);
     column->setContentsMargins(groupMargin, groupMargin, groupMargin, groupMargin);
     column->addWidget(macroList);
@@ -109,11 +100,10 @@ QWidget* MacroWidget::createActionGroup()
     createActionTable();
     createActionForm();
 
-    auto* buttons = new QHBoxLayout;
+    QHBoxLayout* buttons =
+        createRow({createButton(tr("Add action"), this, &MacroWidget::addAction),
+                   createButton(tr("Remove action"), this, &MacroWidget::deleteAction)});
     buttons->setSpacing(formSpacing);
-    buttons->addWidget(createButton(tr("Add action"), &MacroWidget::addAction));
-    buttons->addWidget(createButton(tr("Remove action"), &MacroWidget::deleteAction));
-    buttons->addStretch();
     auto* form = new QFormLayout;
     form->setVerticalSpacing(formSpacing);
     form->addRow(tr("Type"), typeSelect);
@@ -153,13 +143,6 @@ void MacroWidget::createActionForm()
     delayInput->setButtonSymbols(QAbstractSpinBox::NoButtons); // nobody clicks up to 65535
     delayInput->setRange(0, longestDelayMs);
     delayInput->setSuffix(tr(" ms"));
-}
-
-QPushButton* MacroWidget::createButton(const QString& text, void (MacroWidget::*slot)())
-{
-    auto* button = new QPushButton(text, this);
-    connect(button, &QPushButton::clicked, this, slot);
-    return button;
 }
 
 // Null when no row is current, or when the list is behind the model.
@@ -235,11 +218,9 @@ void MacroWidget::sendMacros()
     const std::optional<QByteArray> image = encodeMacroSpace(AppState::instance().macros);
     if (!image)
         showStatus(statusLabel, StatusLook::Error, macroSpaceExceededText.toString());
-    else if (writeMacroSpace(*image))
-        showStatus(statusLabel, StatusLook::Success,
-                   tr("Macros written (%1 bytes).").arg(image->size()));
     else
-        showError(statusLabel, Device::instance().lastError);
+        showOutcome(statusLabel, writeMacroSpace(*image),
+                    tr("Macros written (%1 bytes).").arg(image->size()));
 }
 
 void MacroWidget::refillMacroList()

@@ -7,7 +7,6 @@
 class QComboBox;
 class QLabel;
 class QListWidget;
-class QPushButton;
 class QSpinBox;
 class QTableWidget;
 
@@ -41,7 +40,6 @@ private:
     QWidget* createActionGroup();
     void createActionTable();
     void createActionForm();
-    QPushButton* createButton(const QString& text, void (MacroWidget::*slot)());
 
     [[nodiscard]] MacroRecord* currentMacro() const;
     void refillMacroList();

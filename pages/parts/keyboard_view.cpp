@@ -1,6 +1,7 @@
 #include "pages/parts/keyboard_view.h"
 
-#include "app/skin/skin_icons.h"
+#include "model/keyboard_layout.h"
+#include "pages/parts/caption_text.h"
 #include "pages/parts/shown_text.h"
 
 #include <QContextMenuEvent>
@@ -8,20 +9,14 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QTextLayout>
 #include <QToolTip>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace tavik {
 
 namespace {
-
-constexpr int keyCount = 144;
-
-constexpr qsizetype drawnCharacters = 200; // more than a cap can show
 
 constexpr QColor frameColor(231, 122, 25);
 constexpr QColor captionFill(231, 122, 25, 72);
@@ -32,77 +27,18 @@ constexpr int rainbowSaturation = 220;
 constexpr int rainbowAlpha = 78;
 constexpr int keyColorAlpha = 112;
 
-// Layout files are edited by hand; a number beyond any screen must not overflow.
-double bounded(double value)
-{
-    constexpr double farAway = 1 << 20;
-    return std::clamp(value, -farAway, farAway);
-}
-
-// QRect itself adds up in int, which the numbers of a hand-edited file may overflow.
-QPointF centerOf(const QRect& rect)
-{
-    return {(rect.left() * 1.0 + rect.right()) / 2, (rect.top() * 1.0 + rect.bottom()) / 2};
-}
-
-bool isReportable(int lightIndex)
-{
-    return lightIndex >= 0 && lightIndex < keyCount;
-}
-
 int rainbowHue(int left)
 {
     const int hue = static_cast<int>(std::fmod(std::round(45.0 - left * 0.43), 360.0));
     return hue < 0 ? hue + 360 : hue;
 }
 
-// Lets a combination like "Ctrl+Shift+B" break behind each plus.
-QString withBreaksAtPlus(QString text)
+// How far the focus mark and the pens reach beyond a key's decoration.
+constexpr int reachOfMarks = 4;
+
+QRect paintedRectangle(const QRect& inner)
 {
-    constexpr QChar zeroWidthSpace(0x200B);
-    return text.replace(u'+', QString(u'+') + zeroWidthSpace);
-}
-
-// Draws the text centered in the rectangle, wrapped at words where that is enough; text that does
-// not fit is wrapped anywhere, and its last line ends in an ellipsis. The painter is left clipped
-// to the rectangle, because accents may pile up far above their line.
-void drawFittingText(QPainter& painter, const QRect& area, const QString& text)
-{
-    painter.setClipRect(area);
-    constexpr int flags = Qt::AlignCenter | Qt::TextWordWrap;
-    const QFontMetrics metrics = painter.fontMetrics();
-    const QString breakable = withBreaksAtPlus(text);
-    const QRect needed = metrics.boundingRect(area, flags, breakable);
-    if (area.contains(needed)) {
-        painter.drawText(area, flags, breakable);
-        return;
-    }
-
-    const int lineHeight = metrics.lineSpacing();
-    const int lineLimit = std::max(1, area.height() / lineHeight);
-    const QString flowing = QString(text).replace(u'\n', u' ');
-    QTextLayout layout(flowing, painter.font(), painter.device());
-    QTextOption option(Qt::AlignHCenter);
-    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    layout.setTextOption(option);
-    QStringList lines;
-    layout.beginLayout();
-    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-        line.setLineWidth(area.width());
-        if (lines.size() + 1 == lineLimit) {
-            lines +=
-                metrics.elidedText(flowing.mid(line.textStart()), Qt::ElideRight, area.width());
-            break;
-        }
-        lines += flowing.mid(line.textStart(), line.textLength()).trimmed();
-    }
-    layout.endLayout();
-
-    int top = area.top() + (area.height() - static_cast<int>(lines.size()) * lineHeight) / 2;
-    for (const QString& line : lines) {
-        painter.drawText(QRect(area.left(), top, area.width(), lineHeight), Qt::AlignCenter, line);
-        top += lineHeight;
-    }
+    return inner.adjusted(-reachOfMarks, -reachOfMarks, reachOfMarks, reachOfMarks);
 }
 
 } // namespace
@@ -112,15 +48,10 @@ double keyboardBaseFontSize(double scale)
     return std::clamp(scale * 8.5, 7.0, 13.0);
 }
 
-int keyCaptionFontSize(double scale)
-{
-    return std::max(qRound(7.0 * scale), 6);
-}
-
 KeyboardView::KeyboardView(QWidget* parent)
     : QWidget(parent),
-      keyboardPicture(loadSkinPixmap(QStringLiteral("img_keyboard_brix9.png"))),
-      backgroundPicture(loadSkinPixmap(QStringLiteral("keyboard_bkg.png")))
+      keyboardPicture(QStringLiteral("img_keyboard_brix9.png")),
+      backgroundPicture(QStringLiteral("keyboard_bkg.png"))
 {
     setMinimumSize(880, 360);
     setMouseTracking(true);
@@ -134,73 +65,67 @@ KeyboardView::KeyboardView(QWidget* parent)
 void KeyboardView::setKeyboardLayout(const KeyboardLayout* newLayout)
 {
     keyboardLayout = newLayout;
-    clearCaptions();
-    clearKeyColors();
+    captions.clear();
+    keyColors.clear();
+    update();
+}
+
+void KeyboardView::setMode(KeyboardViewMode newMode)
+{
+    mode = newMode;
     update();
 }
 
 void KeyboardView::setCaption(int lightIndex, const QString& caption)
 {
-    if (caption.isEmpty())
+    const QString shown = beginningOf(caption, shownNameLimit);
+    if (captions.value(lightIndex) == shown)
+        return;
+    if (shown.isEmpty())
         captions.remove(lightIndex);
     else
-        captions.insert(lightIndex, beginningOf(caption, shownNameLimit));
+        captions.insert(lightIndex, shown);
+    repaintKey(lightIndex);
 }
 
-bool KeyboardView::hasBoard() const
+void KeyboardView::setKeyColor(int lightIndex, const QColor& color)
 {
-    return keyboardLayout != nullptr && keyboardLayout->width > 0 && keyboardLayout->height > 0;
+    if (keyColors.value(lightIndex) == color)
+        return;
+    if (color.isValid())
+        keyColors.insert(lightIndex, color);
+    else
+        keyColors.remove(lightIndex);
+    repaintKey(lightIndex);
 }
 
-KeyboardView::Scaling KeyboardView::scaling() const
+// A hand-edited layout may draw several keys for one index.
+void KeyboardView::repaintKey(int lightIndex)
 {
-    const double designWidth = keyboardLayout->width;
-    const double designHeight = keyboardLayout->height;
-    Scaling result;
-    result.factor = std::min(width() / designWidth, height() / designHeight);
-    result.left = (width() - designWidth * result.factor) / 2;
-    result.top = (height() - designHeight * result.factor) / 2;
-    return result;
-}
-
-QRect KeyboardView::hitRectangle(const KeyRecord& key) const
-{
-    if (!hasBoard())
-        return {};
-    const Scaling s = scaling();
-    const double keyWidth = key.rect.right() + 1.0 - key.rect.left();
-    const double keyHeight = key.rect.bottom() + 1.0 - key.rect.top();
-    return {qRound(bounded(key.rect.left() * s.factor + s.left)),
-            qRound(bounded(key.rect.top() * s.factor + s.top)),
-            static_cast<int>(bounded(keyWidth * s.factor)),
-            static_cast<int>(bounded(keyHeight * s.factor))};
-}
-
-// Smaller than where the key answers, so that neighbouring decorations stay apart.
-QRect KeyboardView::innerRectangle(const KeyRecord& key) const
-{
-    const QRect hit = hitRectangle(key);
-    const int right = hit.left() + hit.width();
-    const int bottom = hit.top() + hit.height();
-    return {QPoint(hit.left() + 1, hit.top() + 1), QPoint(right - 3, bottom - 3)};
-}
-
-int KeyboardView::keyAt(QPoint point) const
-{
-    if (!hasBoard())
-        return -1;
+    const KeyboardGeometry geometry = geometryNow();
+    if (!isVisible() || !geometry.hasBoard())
+        return;
     for (const KeyRecord& key : keyboardLayout->keys) {
-        if (isReportable(key.lightIndex) && hitRectangle(key).contains(point))
-            return key.lightIndex;
+        if (key.lightIndex == lightIndex)
+            update(paintedRectangle(geometry.innerRectangle(key)));
     }
-    return -1;
 }
 
 void KeyboardView::selectKey(int lightIndex)
 {
-    selected = lightIndex;
-    marked = lightIndex;
-    update();
+    for (int* key : {&selected, &marked}) {
+        repaintKey(*key);
+        *key = lightIndex;
+    }
+    repaintKey(lightIndex);
+}
+
+void KeyboardView::showMark(bool visible)
+{
+    if (markVisible == visible)
+        return;
+    markVisible = visible;
+    repaintKey(marked);
 }
 
 // A cap has room for a few letters only; the tool tip says the rest.
@@ -220,10 +145,7 @@ bool KeyboardView::event(QEvent* event)
 
 void KeyboardView::mousePressEvent(QMouseEvent* event)
 {
-    if (markVisible) {
-        markVisible = false;
-        update();
-    }
+    showMark(false);
     const int lightIndex = keyAt(event->position().toPoint());
     if (lightIndex < 0)
         return;
@@ -240,50 +162,20 @@ void KeyboardView::mouseMoveEvent(QMouseEvent* event)
     setCursor(overKey ? Qt::PointingHandCursor : Qt::ArrowCursor);
 }
 
-const KeyRecord* KeyboardView::markedKey() const
-{
-    if (!hasBoard())
-        return nullptr;
-    for (const KeyRecord& key : keyboardLayout->keys) {
-        if (key.lightIndex == marked && isReportable(marked))
-            return &key;
-    }
-    return nullptr;
-}
-
-// Steps to the nearest key in the direction; a step sideways counts double, so that the mark stays
-// in its row or column where it can.
 void KeyboardView::moveMark(QPoint direction)
 {
-    const KeyRecord* from = markedKey();
-    const KeyRecord* nearest = nullptr;
-    double bestScore = std::numeric_limits<double>::max();
-    for (const KeyRecord& key : keyboardLayout->keys) {
-        if (!isReportable(key.lightIndex) || &key == from)
-            continue;
-        if (from == nullptr) {
-            nearest = &key;
-            break;
-        }
-        const QPointF step = centerOf(key.rect) - centerOf(from->rect);
-        const double forward = step.x() * direction.x() + step.y() * direction.y();
-        const double sideways =
-            std::abs(step.x() * direction.y()) + std::abs(step.y() * direction.x());
-        const double score = forward + 2 * sideways;
-        if (forward > 1.0 && score < bestScore) {
-            bestScore = score;
-            nearest = &key;
-        }
-    }
-    if (nearest != nullptr)
-        marked = nearest->lightIndex;
-    markVisible = true;
-    update();
+    const KeyboardGeometry geometry = geometryNow();
+    const KeyRecord* next = geometry.neighbor(geometry.find(marked), direction);
+    repaintKey(marked);
+    if (next != nullptr)
+        marked = next->lightIndex;
+    repaintKey(marked);
+    showMark(true);
 }
 
 void KeyboardView::keyPressEvent(QKeyEvent* event)
 {
-    if (!hasBoard()) {
+    if (!geometryNow().hasBoard()) {
         QWidget::keyPressEvent(event);
         return;
     }
@@ -303,7 +195,7 @@ void KeyboardView::keyPressEvent(QKeyEvent* event)
     case Qt::Key_Space:
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (markedKey() != nullptr) {
+        if (geometryNow().find(marked) != nullptr) {
             selectKey(marked);
             emit slotActivated(marked);
         }
@@ -316,35 +208,37 @@ void KeyboardView::keyPressEvent(QKeyEvent* event)
 void KeyboardView::contextMenuEvent(QContextMenuEvent* event)
 {
     // With the mouse the press itself has asked for the menu already.
-    const KeyRecord* key = markedKey();
+    const KeyboardGeometry geometry = geometryNow();
+    const KeyRecord* key = geometry.find(marked);
     if (event->reason() != QContextMenuEvent::Keyboard || key == nullptr)
         return;
-    const QPoint center = hitRectangle(*key).center();
+    const QPoint center = geometry.hitRectangle(*key).center();
     selectKey(marked);
     emit slotContextMenu(marked, mapToGlobal(center));
 }
 
+// Without the base class, which would repaint everything.
 void KeyboardView::focusInEvent(QFocusEvent* event)
 {
     const Qt::FocusReason reason = event->reason();
     const bool isGivenBack =
         reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason;
     if (!isGivenBack)
-        markVisible = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason;
-    if (markVisible && markedKey() == nullptr && hasBoard())
+        showMark(reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason);
+    if (markVisible && geometryNow().find(marked) == nullptr)
         moveMark({1, 0});
-    QWidget::focusInEvent(event);
+    repaintKey(marked);
 }
 
 void KeyboardView::focusOutEvent(QFocusEvent* event)
 {
     // A menu or dialog that the mark opened gives the focus back; leaving for good hides the mark.
     if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason)
-        markVisible = false;
-    QWidget::focusOutEvent(event);
+        showMark(false);
+    repaintKey(marked);
 }
 
-void KeyboardView::paintEvent(QPaintEvent*)
+void KeyboardView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
@@ -358,15 +252,21 @@ void KeyboardView::paintEvent(QPaintEvent*)
         painter.drawText(rect(), Qt::AlignCenter, tr("Loading layout…"));
         return;
     }
-    if (!hasBoard())
+    const KeyboardGeometry geometry = geometryNow();
+    if (!geometry.hasBoard())
         return;
 
-    paintKeyboardPicture(painter);
+    paintKeyboardPicture(painter, geometry);
     QFont baseFont = font();
-    baseFont.setPointSizeF(keyboardBaseFontSize(scaling().factor));
+    baseFont.setPointSizeF(keyboardBaseFontSize(geometry.scale()));
     painter.setFont(baseFont);
-    for (const KeyRecord& key : keyboardLayout->keys)
-        paintKey(painter, key);
+    for (const KeyRecord& key : keyboardLayout->keys) {
+        const QRect inner = geometry.innerRectangle(key);
+        if (!inner.intersects(rect()) || !event->region().intersects(paintedRectangle(inner)))
+            continue;
+        paintKey(painter, key, inner, geometry.scale());
+        paintFrames(painter, key.lightIndex, inner, geometry.scale());
+    }
 }
 
 // Makes the view look transparent although it clears itself: it repeats what the workspace shows
@@ -376,41 +276,36 @@ void KeyboardView::paintWorkspaceBehind(QPainter& painter) const
     const QWidget* workspace = parentWidget();
     while (workspace != nullptr && workspace->objectName() != QLatin1String("workspace"))
         workspace = workspace->parentWidget();
-    if (workspace == nullptr || backgroundPicture.isNull() || workspace->size().isEmpty())
+    if (workspace == nullptr)
+        return;
+    const auto ground =
+        backgroundPicture.scaled(devicePixels(workspace->size(), devicePixelRatioF()));
+    if (!ground)
         return;
 
     const QPoint origin = mapTo(workspace, QPoint(0, 0));
-    const double scaleX = static_cast<double>(backgroundPicture.width()) / workspace->width();
-    const double scaleY = static_cast<double>(backgroundPicture.height()) / workspace->height();
+    const double scaleX = static_cast<double>(ground->width()) / workspace->width();
+    const double scaleY = static_cast<double>(ground->height()) / workspace->height();
     const QRectF source(origin.x() * scaleX, origin.y() * scaleY, width() * scaleX,
                         height() * scaleY);
-    painter.drawPixmap(QRectF(rect()), backgroundPicture, source);
+    painter.drawPixmap(QRectF(rect()), *ground, source);
 }
 
 // The picture is much larger than the view. Averaging it down once per size keeps the legends
 // crisp where the painter's own interpolation would skip pixels.
-void KeyboardView::paintKeyboardPicture(QPainter& painter)
+void KeyboardView::paintKeyboardPicture(QPainter& painter, const KeyboardGeometry& geometry)
 {
-    if (keyboardPicture.isNull())
-        return;
-    const Scaling s = scaling();
-    const QSizeF size(keyboardLayout->width * s.factor, keyboardLayout->height * s.factor);
-    const QSize pixels = (size * devicePixelRatioF()).toSize().expandedTo(QSize(1, 1));
-    if (scaledPicture.size() != pixels)
-        scaledPicture =
-            keyboardPicture.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    const QRectF target(QPointF(qRound(s.left), qRound(s.top)), size);
-    painter.drawPixmap(target, scaledPicture, QRectF(scaledPicture.rect()));
+    const QRectF target = geometry.boardRectangle();
+    const QSize pixels = (target.size() * devicePixelRatioF()).toSize().expandedTo(QSize(1, 1));
+    if (!drawnPicture || drawnPicture->size() != pixels)
+        drawnPicture = keyboardPicture.scaled(pixels);
+    if (drawnPicture)
+        painter.drawPixmap(target, *drawnPicture, QRectF(drawnPicture->rect()));
 }
 
-void KeyboardView::paintKey(QPainter& painter, const KeyRecord& key) const
+void KeyboardView::paintKey(QPainter& painter, const KeyRecord& key, const QRect& inner,
+                            double scale) const
 {
-    const QRect inner = innerRectangle(key);
-    if (!inner.intersects(rect()))
-        return;
-    const double scale = scaling().factor;
-    const int lightIndex = key.lightIndex;
-
     switch (mode) {
     case KeyboardViewMode::RainbowGlow:
         paintGlow(
@@ -419,24 +314,29 @@ void KeyboardView::paintKey(QPainter& painter, const KeyRecord& key) const
             0.82, 6 * scale);
         break;
     case KeyboardViewMode::KeyColors:
-        if (keyColors.contains(lightIndex)) {
-            QColor color = keyColors.value(lightIndex);
+        if (QColor color = keyColors.value(key.lightIndex); color.isValid()) {
             color.setAlpha(keyColorAlpha);
             paintGlow(painter, inner, color, 0.8, 5 * scale);
         }
         break;
     case KeyboardViewMode::Captions:
-        if (captions.contains(lightIndex))
-            paintCaption(painter, inner, captions.value(lightIndex));
+        if (const QString caption = captions.value(key.lightIndex); !caption.isEmpty())
+            paintCaption(painter, inner, caption, scale);
         break;
     }
+}
 
+void KeyboardView::paintFrames(QPainter& painter, int lightIndex, const QRect& inner,
+                               double scale) const
+{
+    if (lightIndex < 0)
+        return;
     painter.setBrush(Qt::NoBrush);
-    if (lightIndex == selected && isReportable(selected)) {
+    if (lightIndex == selected) {
         painter.setPen(QPen(frameColor, 2.0));
         drawBox(painter, inner, 5 * scale);
     }
-    if (lightIndex == marked && markVisible && hasFocus() && isReportable(marked)) {
+    if (lightIndex == marked && markVisible && hasFocus()) {
         painter.setPen(QPen(markColor, 2.0));
         drawBox(painter, inner.adjusted(-2, -2, 2, 2), 6 * scale);
     }
@@ -464,20 +364,20 @@ void KeyboardView::paintGlow(QPainter& painter, const QRect& inner, QColor color
     drawBox(painter, inner, corner);
 }
 
-void KeyboardView::paintCaption(QPainter& painter, const QRect& inner, const QString& caption) const
+void KeyboardView::paintCaption(QPainter& painter, const QRect& inner, const QString& caption,
+                                double scale) const
 {
-    const double scale = scaling().factor;
     painter.setPen(QPen(frameColor, 1.5));
     painter.setBrush(captionFill);
     drawBox(painter, inner, 5 * scale);
 
     QFont captionFont(font().family());
-    captionFont.setPointSize(keyCaptionFontSize(scale));
+    captionFont.setPointSize(captionFontSize(scale));
     captionFont.setWeight(QFont::DemiBold);
     painter.save();
     painter.setFont(captionFont);
     painter.setPen(captionText);
-    drawFittingText(painter, inner.adjusted(2, 1, -2, -1), beginningOf(caption, drawnCharacters));
+    drawCaption(painter, inner.adjusted(2, 1, -2, -1), caption);
     painter.restore();
 }
 

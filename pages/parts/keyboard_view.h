@@ -1,10 +1,10 @@
 #pragma once
 
-#include "model/keyboard_layout.h"
+#include "app/skin/skin_picture.h"
+#include "pages/parts/keyboard_geometry.h"
 
 #include <QColor>
 #include <QMap>
-#include <QPixmap>
 #include <QWidget>
 
 namespace tavik {
@@ -14,9 +14,6 @@ enum class KeyboardViewMode { RainbowGlow = 0, Captions = 1, KeyColors = 2 };
 
 // Point size of the painter's base font at a drawing scale.
 [[nodiscard]] double keyboardBaseFontSize(double scale);
-
-// Point size of a key caption at a drawing scale.
-[[nodiscard]] int keyCaptionFontSize(double scale);
 
 // The drawn keyboard: its picture, scaled to fit and centered, with a decoration over each key and
 // a frame round the selected one. Keys are named by their light index (0 to 143); a key of the
@@ -35,20 +32,21 @@ public:
     // then the view says that it is loading.
     void setKeyboardLayout(const KeyboardLayout* newLayout);
 
-    // The owner changes mode, captions and colors and then asks for a repaint with update().
-    void setMode(KeyboardViewMode newMode) { mode = newMode; }
-    void setCaption(int lightIndex, const QString& caption); // an empty one is none
-    void setKeyColor(int lightIndex, QColor color) { keyColors.insert(lightIndex, color); }
-    void clearCaptions() { captions.clear(); }
-    void clearKeyColors() { keyColors.clear(); }
+    // These repaint what they change. An empty caption and an invalid color are none.
+    void setMode(KeyboardViewMode newMode);
+    void setCaption(int lightIndex, const QString& caption);
+    void setKeyColor(int lightIndex, const QColor& color);
 
     // The light index of the first key in layout order whose drawn rectangle holds the point, in
     // widget coordinates; -1 when there is none.
-    [[nodiscard]] int keyAt(QPoint point) const;
+    [[nodiscard]] int keyAt(QPoint point) const { return geometryNow().keyAt(point); }
 
     // The rectangle in which a key answers to the pointer, in widget coordinates; empty while no
     // board with a size is shown.
-    [[nodiscard]] QRect hitRectangle(const KeyRecord& key) const;
+    [[nodiscard]] QRect hitRectangle(const KeyRecord& key) const
+    {
+        return geometryNow().hitRectangle(key);
+    }
 
     // The key drawn with the selection frame; -1 before the first press.
     [[nodiscard]] int selectedKey() const { return selected; }
@@ -70,37 +68,35 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    struct Scaling
-    {
-        double factor = 0.0;
-        double left = 0.0;
-        double top = 0.0;
-    };
-
-    [[nodiscard]] bool hasBoard() const;
-    [[nodiscard]] Scaling scaling() const;
-    [[nodiscard]] QRect innerRectangle(const KeyRecord& key) const;
-    [[nodiscard]] const KeyRecord* markedKey() const;
+    [[nodiscard]] KeyboardGeometry geometryNow() const { return {keyboardLayout, size()}; }
+    void repaintKey(int lightIndex);
     void selectKey(int lightIndex);
     void moveMark(QPoint direction);
+    void showMark(bool visible);
 
     void paintWorkspaceBehind(QPainter& painter) const;
-    void paintKeyboardPicture(QPainter& painter);
-    void paintKey(QPainter& painter, const KeyRecord& key) const;
+    void paintKeyboardPicture(QPainter& painter, const KeyboardGeometry& geometry);
+    void paintKey(QPainter& painter, const KeyRecord& key, const QRect& inner, double scale) const;
+    void paintFrames(QPainter& painter, int lightIndex, const QRect& inner, double scale) const;
     void drawBox(QPainter& painter, const QRect& box, double corner) const;
     void paintGlow(QPainter& painter, const QRect& inner, QColor color, double radiusFactor,
                    double corner) const;
-    void paintCaption(QPainter& painter, const QRect& inner, const QString& caption) const;
+    void paintCaption(QPainter& painter, const QRect& inner, const QString& caption,
+                      double scale) const;
 
     const KeyboardLayout* keyboardLayout = nullptr;
     KeyboardViewMode mode = KeyboardViewMode::RainbowGlow;
     QMap<int, QString> captions;
     QMap<int, QColor> keyColors;
-    QPixmap keyboardPicture;
-    QPixmap scaledPicture; // keyboardPicture at the size it was last drawn
-    QPixmap backgroundPicture;
+    SkinPicture keyboardPicture;
+    SkinPicture backgroundPicture;
+    std::shared_ptr<const QPixmap> drawnPicture; // keyboardPicture as it was last drawn
+
+    // Light indexes, -1 for none. The selected key is the one last pressed, by whatever means. The
+    // marked key is the one that the next key stroke acts on: a press moves it along, an arrow key
+    // moves it alone. Its mark shows only while the user works with the keyboard.
     int selected = -1;
-    int marked = -1; // light index of the key with the focus mark
+    int marked = -1;
     bool markVisible = false;
 };
 

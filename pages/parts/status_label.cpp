@@ -1,5 +1,7 @@
 #include "pages/parts/status_label.h"
 
+#include "device/device.h"
+
 #include <QLabel>
 
 namespace tavik {
@@ -23,15 +25,26 @@ QString styleSheetFor(StatusLook look)
 
 } // namespace
 
+QLabel* createStatusLabel(QWidget* parent)
+{
+    auto* label = new QLabel(parent);
+    label->setTextFormat(Qt::PlainText);
+    return label;
+}
+
 void showStatus(QLabel* label, StatusLook look, const QString& text)
 {
     label->setStyleSheet(styleSheetFor(look));
     label->setText(text);
 }
 
-void showError(QLabel* label, const QString& text)
+void showOutcome(QLabel* label, bool succeeded, const QString& successText)
 {
-    showStatus(label, StatusLook::Error, QStringLiteral("Error: %1").arg(text));
+    if (succeeded)
+        showStatus(label, StatusLook::Success, successText);
+    else
+        showStatus(label, StatusLook::Error,
+                   QStringLiteral("Error: %1").arg(Device::instance().lastError));
 }
 
 } // namespace tavik

@@ -1,5 +1,6 @@
 #include "pages/screen/screen_widget.h"
 
+#include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
 #include "pages/screen/screen_transfer.h"
 
@@ -17,8 +18,6 @@ namespace tavik {
 
 namespace {
 
-constexpr int pageMargin = 12;
-constexpr int pageSpacing = 8;
 constexpr int slotCount = 3;
 constexpr QSize previewSize(256, 256);
 
@@ -53,24 +52,17 @@ protected:
 
 ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent)
 {
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
-    column->setSpacing(pageSpacing);
-    // A window too small for the page cuts it at its edges instead of piling up its parts.
-    column->setSizeConstraint(QLayout::SetMinimumSize);
-
+    QVBoxLayout* column = createPageColumn(this);
     column->addLayout(createButtonRow());
     column->addLayout(createSlotRow());
     createPreview();
     column->addWidget(previewLabel, 0, Qt::AlignHCenter);
-    statusLabel = new QLabel(this);
+    statusLabel = createStatusLabel(this);
     statusLabel->setWordWrap(true);
-    statusLabel->setTextFormat(Qt::PlainText);
     column->addWidget(statusLabel);
-    auto* hint = new QLabel(tr("The animation is stored in the selected slot. Press Fn + Delete on "
-                               "the keyboard to switch between the clock and your animation."),
-                            this);
-    hint->setObjectName(QStringLiteral("hint"));
+    QLabel* hint = createHint(tr("The animation is stored in the selected slot. Press Fn + Delete "
+                                 "on the keyboard to switch between the clock and your animation."),
+                              this);
     hint->setWordWrap(true);
     column->addWidget(hint);
     column->addStretch();
@@ -78,19 +70,12 @@ ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent)
 
 QLayout* ScreenWidget::createButtonRow()
 {
-    auto* importButton = new QPushButton(tr("Import GIF / images (resized to 128×128)…"), this);
-    connect(importButton, &QPushButton::clicked, this, &ScreenWidget::importFiles);
+    QPushButton* importButton = createButton(tr("Import GIF / images (resized to 128×128)…"), this,
+                                             &ScreenWidget::importFiles);
     auto* previewButton = new PlainTextButton(tr("Convert & preview"), this);
     connect(previewButton, &QPushButton::clicked, this, &ScreenWidget::preview);
-    auto* sendButton = new QPushButton(tr("Send to screen"), this);
-    sendButton->setObjectName(QStringLiteral("accent"));
-    connect(sendButton, &QPushButton::clicked, this, &ScreenWidget::upload);
-
-    auto* row = new QHBoxLayout;
-    for (QPushButton* button : {importButton, static_cast<QPushButton*>(previewButton), sendButton})
-        row->addWidget(button);
-    row->addStretch();
-    return row;
+    return createRow({importButton, previewButton,
+                      createAccentButton(tr("Send to screen"), this, &ScreenWidget::upload)});
 }
 
 QLayout* ScreenWidget::createSlotRow()
@@ -100,11 +85,7 @@ QLayout* ScreenWidget::createSlotRow()
     auto* label = new QLabel(tr("Destination slot:"), this);
     label->setBuddy(slotInput);
 
-    auto* row = new QHBoxLayout;
-    row->addWidget(label);
-    row->addWidget(slotInput);
-    row->addStretch();
-    return row;
+    return createRow({label, slotInput});
 }
 
 void ScreenWidget::createPreview()

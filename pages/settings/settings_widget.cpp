@@ -3,6 +3,7 @@
 #include "device/device.h"
 #include "model/app_state.h"
 #include "model/keyboard_layout.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
 #include "pages/settings/autostart_entry.h"
 
@@ -52,13 +53,6 @@ QString languageKey()
     return QStringLiteral("language");
 }
 
-QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    label->setStyleSheet(QStringLiteral("font-size:%1px;font-weight:600;").arg(pixelSize));
-    return label;
-}
-
 QPushButton* createAction(const QString& text, QWidget* parent)
 {
     auto* button = new QPushButton(text, parent);
@@ -74,8 +68,7 @@ SettingsWidget::SettingsWidget(QWidget* parent) : QWidget(parent)
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(11, 10, 5, 0);
     row->setSpacing(10);
-    // A window too small for the page cuts it at its edges instead of piling up its parts.
-    row->setSizeConstraint(QLayout::SetMinimumSize);
+    cutAtEdges(row);
     row->addWidget(createSidePanel());
     row->addWidget(createRightSide(), 1);
     startReconnecting();
@@ -214,12 +207,7 @@ void SettingsWidget::resetLocalData()
                               QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     if (answer != QMessageBox::Yes)
         return;
-    AppState& state = AppState::instance();
-    static_cast<SavedState&>(state) = {};
-    state.save();
-    emit state.layersChanged();
-    emit state.macrosChanged();
-    emit state.rgbChanged();
+    AppState::instance().replace({});
 }
 
 void SettingsWidget::restoreFactorySettings()

@@ -4,6 +4,7 @@
 #include "model/keyboard_layout.h"
 #include "pages/keys/action_menu.h"
 #include "pages/keys/keymap_widget.h"
+#include "pages/parts/caption_text.h"
 #include "pages/parts/keyboard_view.h"
 #include "tests/pages/keys/layer_write_faults.h"
 #include "tests/support/bus_view.h"
@@ -692,8 +693,8 @@ private slots:
 
     void captionFontNeverGetsUnreadable()
     {
-        QCOMPARE(keyCaptionFontSize(0.5), 6);
-        QCOMPARE(keyCaptionFontSize(1.5), 11);
+        QCOMPARE(captionFontSize(0.5), 6);
+        QCOMPARE(captionFontSize(1.5), 11);
         QCOMPARE(keyboardBaseFontSize(0.5), 7.0);
         QCOMPARE(keyboardBaseFontSize(5.0), 13.0);
     }

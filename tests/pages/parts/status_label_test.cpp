@@ -1,3 +1,4 @@
+#include "device/device.h"
 #include "pages/parts/status_label.h"
 
 #include <QLabel>
@@ -33,7 +34,7 @@ private slots:
     void theNextLookReplacesTheOneBefore()
     {
         QLabel label;
-        showError(&label, QStringLiteral("gone"));
+        showStatus(&label, StatusLook::Error, QStringLiteral("gone"));
         showStatus(&label, StatusLook::Success, QStringLiteral("written"));
         QCOMPARE(label.styleSheet(), QStringLiteral("color:#7ec97e;"));
         showStatus(&label, StatusLook::Plain, QString());
@@ -41,19 +42,30 @@ private slots:
         QCOMPARE(label.text(), QString());
     }
 
-    void anErrorIsNamedAsOne()
+    void anOutcomeIsTheTextOrTheDevicesReason_data()
     {
-        QLabel label;
-        showError(&label, QStringLiteral("Command 11 rejected (status 03)"));
-        QCOMPARE(label.text(), QStringLiteral("Error: Command 11 rejected (status 03)"));
-        QCOMPARE(label.styleSheet(), QStringLiteral("color:#e07070;"));
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("rejected") << QStringLiteral("Command 11 rejected (status 03)");
+        QTest::newRow("with a placeholder") << QStringLiteral("50 %1");
     }
 
-    void aPlaceholderInTheReasonStaysAsItIs()
+    void anOutcomeIsTheTextOrTheDevicesReason()
     {
+        QFETCH(QString, reason);
+        Device::instance().lastError = reason;
         QLabel label;
-        showError(&label, QStringLiteral("50 %1"));
-        QCOMPARE(label.text(), QStringLiteral("Error: 50 %1"));
+        showOutcome(&label, false, QStringLiteral("written"));
+        QCOMPARE(label.text(), QStringLiteral("Error: ") + reason);
+        QCOMPARE(label.styleSheet(), QStringLiteral("color:#e07070;"));
+        showOutcome(&label, true, QStringLiteral("written"));
+        QCOMPARE(label.text(), QStringLiteral("written"));
+        QCOMPARE(label.styleSheet(), QStringLiteral("color:#7ec97e;"));
+    }
+
+    void textsAreShownAsTheyStand()
+    {
+        QWidget page;
+        QCOMPARE(createStatusLabel(&page)->textFormat(), Qt::PlainText);
     }
 };
 

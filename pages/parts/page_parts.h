@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QPushButton>
+
+#include <initializer_list>
+
+class QHBoxLayout;
+class QLabel;
+class QLayout;
+class QVBoxLayout;
+
+namespace tavik {
+
+// A window too small for a page cuts the page at its edges instead of piling up its parts.
+void cutAtEdges(QLayout* pageLayout);
+
+// The column of a page that has the same margin on all sides. A spacing of -1 is the style's own.
+[[nodiscard]] QVBoxLayout* createPageColumn(QWidget* page, int spacing = 8);
+
+// Widgets side by side, pushed to the left.
+[[nodiscard]] QHBoxLayout* createRow(std::initializer_list<QWidget*> widgets);
+
+// A heading over a group of controls.
+[[nodiscard]] QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent);
+
+// The quiet explanation at the foot of a page.
+[[nodiscard]] QLabel* createHint(const QString& text, QWidget* parent);
+
+// A button of a page that calls one of its slots.
+template <typename Page>
+[[nodiscard]] QPushButton* createButton(const QString& text, Page* page, void (Page::*slot)())
+{
+    auto* button = new QPushButton(text, page);
+    QObject::connect(button, &QPushButton::clicked, page, slot);
+    return button;
+}
+
+// The one button that does what its page is for.
+template <typename Page>
+[[nodiscard]] QPushButton* createAccentButton(const QString& text, Page* page, void (Page::*slot)())
+{
+    QPushButton* button = createButton(text, page, slot);
+    button->setObjectName(QStringLiteral("accent"));
+    return button;
+}
+
+} // namespace tavik

@@ -1,0 +1,85 @@
+#include "app/skin/skin_picture.h"
+
+#include <QDir>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tavik;
+
+class SkinPictureTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        directory.reset(new QTemporaryDir);
+        QDir::setCurrent(directory->path());
+        QVERIFY(QDir().mkpath("resources/official-skin"));
+    }
+
+    void cleanup() { QDir::setCurrent(QDir::rootPath()); }
+
+    void pictureIsStretchedToTheSizeAskedFor()
+    {
+        savePicture(Qt::red, {40, 10});
+        const auto picture = SkinPicture("a.png").scaled({30, 30});
+        QVERIFY(picture);
+        QCOMPARE(picture->size(), QSize(30, 30));
+        QCOMPARE(picture->toImage().pixelColor(15, 15), QColor(Qt::red));
+    }
+
+    void oneSizeIsSharedByAllWhoShowIt()
+    {
+        savePicture(Qt::red, {40, 10});
+        const auto first = SkinPicture("a.png").scaled({20, 20});
+        QCOMPARE(SkinPicture("a.png").scaled({20, 20}).get(), first.get());
+        QVERIFY(SkinPicture("a.png").scaled({20, 21}).get() != first.get());
+    }
+
+    void aPictureNobodyShowsIsLetGo()
+    {
+        savePicture(Qt::red, {40, 10});
+        const SkinPicture skinPicture("a.png");
+        std::weak_ptr<const QPixmap> watched = skinPicture.scaled({20, 20});
+        QVERIFY(watched.expired());
+        QVERIFY(skinPicture.scaled({20, 20})); // and read again
+    }
+
+    void anExchangedFileIsSeen()
+    {
+        savePicture(Qt::red, {40, 10});
+        const SkinPicture skinPicture("a.png");
+        const auto before = skinPicture.scaled({20, 20});
+        savePicture(Qt::blue, {50, 10});
+        const auto after = skinPicture.scaled({20, 20});
+        QCOMPARE(after->toImage().pixelColor(10, 10), QColor(Qt::blue));
+        QCOMPARE(before->toImage().pixelColor(10, 10), QColor(Qt::red));
+    }
+
+    void missingBrokenAndEmptyPicturesAreNull()
+    {
+        QVERIFY(!SkinPicture("a.png").scaled({20, 20}));
+        QFile broken("resources/official-skin/broken.png");
+        QVERIFY(broken.open(QIODevice::WriteOnly));
+        broken.write("no picture");
+        broken.close();
+        QVERIFY(!SkinPicture("broken.png").scaled({20, 20}));
+        savePicture(Qt::red, {40, 10});
+        QVERIFY(!SkinPicture("a.png").scaled({0, 20}));
+    }
+
+private:
+    static void savePicture(const QColor& color, QSize size)
+    {
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(color);
+        QVERIFY(picture.save("resources/official-skin/a.png"));
+    }
+
+    QScopedPointer<QTemporaryDir> directory;
+};
+
+QTEST_MAIN(SkinPictureTest)
+#include "skin_picture_test.moc"
