@@ -5,7 +5,8 @@
 namespace tavik {
 
 SkinWorkspace::SkinWorkspace(QWidget* parent)
-    : QWidget(parent), background(QStringLiteral("keyboard_bkg.png"))
+    : QWidget(parent),
+      background(QStringLiteral("keyboard_bkg.png"), SkinPicture::Scaling::Stretched)
 {
     // The keyboard views look this name up to draw the ground behind themselves.
     setObjectName(QStringLiteral("workspace"));

@@ -13,15 +13,20 @@ namespace tavik {
 class SkinPicture
 {
 public:
-    // Looks the file up. A missing one is a picture that is null at every size.
-    explicit SkinPicture(const QString& name);
+    // Averaging keeps what is small crisp when a large picture shrinks; stretching is the painter's
+    // own interpolation.
+    enum class Scaling { Averaged, Stretched };
 
-    // The picture stretched to this many pixels, shared by all who hold the same file at that size;
+    // Looks the file up. A missing one is a picture that is null at every size.
+    SkinPicture(const QString& name, Scaling pictureScaling);
+
+    // The picture at exactly this many pixels, shared by all who hold the same file at that size;
     // null when the file is missing or broken, or the size empty.
     [[nodiscard]] std::shared_ptr<const QPixmap> scaled(QSize pixels) const;
 
 private:
     QString path;
+    Scaling scaling;
 };
 
 // The size of a widget in the pixels of its screen, which is what a picture over it is asked for.

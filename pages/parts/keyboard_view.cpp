@@ -50,8 +50,8 @@ double keyboardBaseFontSize(double scale)
 
 KeyboardView::KeyboardView(QWidget* parent)
     : QWidget(parent),
-      keyboardPicture(QStringLiteral("img_keyboard_brix9.png")),
-      backgroundPicture(QStringLiteral("keyboard_bkg.png"))
+      keyboardPicture(QStringLiteral("img_keyboard_brix9.png"), SkinPicture::Scaling::Averaged),
+      backgroundPicture(QStringLiteral("keyboard_bkg.png"), SkinPicture::Scaling::Stretched)
 {
     setMinimumSize(880, 360);
     setMouseTracking(true);

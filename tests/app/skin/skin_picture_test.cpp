@@ -24,7 +24,7 @@ private slots:
     void pictureIsStretchedToTheSizeAskedFor()
     {
         savePicture(Qt::red, {40, 10});
-        const auto picture = SkinPicture("a.png").scaled({30, 30});
+        const auto picture = shown("a.png").scaled({30, 30});
         QVERIFY(picture);
         QCOMPARE(picture->size(), QSize(30, 30));
         QCOMPARE(picture->toImage().pixelColor(15, 15), QColor(Qt::red));
@@ -33,15 +33,15 @@ private slots:
     void oneSizeIsSharedByAllWhoShowIt()
     {
         savePicture(Qt::red, {40, 10});
-        const auto first = SkinPicture("a.png").scaled({20, 20});
-        QCOMPARE(SkinPicture("a.png").scaled({20, 20}).get(), first.get());
-        QVERIFY(SkinPicture("a.png").scaled({20, 21}).get() != first.get());
+        const auto first = shown("a.png").scaled({20, 20});
+        QCOMPARE(shown("a.png").scaled({20, 20}).get(), first.get());
+        QVERIFY(shown("a.png").scaled({20, 21}).get() != first.get());
     }
 
     void aPictureNobodyShowsIsLetGo()
     {
         savePicture(Qt::red, {40, 10});
-        const SkinPicture skinPicture("a.png");
+        const SkinPicture skinPicture = shown("a.png");
         std::weak_ptr<const QPixmap> watched = skinPicture.scaled({20, 20});
         QVERIFY(watched.expired());
         QVERIFY(skinPicture.scaled({20, 20})); // and read again
@@ -50,7 +50,7 @@ private slots:
     void anExchangedFileIsSeen()
     {
         savePicture(Qt::red, {40, 10});
-        const SkinPicture skinPicture("a.png");
+        const SkinPicture skinPicture = shown("a.png");
         const auto before = skinPicture.scaled({20, 20});
         savePicture(Qt::blue, {50, 10});
         const auto after = skinPicture.scaled({20, 20});
@@ -60,17 +60,19 @@ private slots:
 
     void missingBrokenAndEmptyPicturesAreNull()
     {
-        QVERIFY(!SkinPicture("a.png").scaled({20, 20}));
+        QVERIFY(!shown("a.png").scaled({20, 20}));
         QFile broken("resources/official-skin/broken.png");
         QVERIFY(broken.open(QIODevice::WriteOnly));
         broken.write("no picture");
         broken.close();
-        QVERIFY(!SkinPicture("broken.png").scaled({20, 20}));
+        QVERIFY(!shown("broken.png").scaled({20, 20}));
         savePicture(Qt::red, {40, 10});
-        QVERIFY(!SkinPicture("a.png").scaled({0, 20}));
+        QVERIFY(!shown("a.png").scaled({0, 20}));
     }
 
 private:
+    static SkinPicture shown(const QString& name) { return {name, SkinPicture::Scaling::Averaged}; }
+
     static void savePicture(const QColor& color, QSize size)
     {
         QImage picture(size, QImage::Format_RGB32);

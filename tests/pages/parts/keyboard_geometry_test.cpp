@@ -172,7 +172,8 @@ private slots:
         std::set<const KeyRecord*> reached{geometry.neighbor(nullptr, {1, 0})};
         for (QList<const KeyRecord*> open{*reached.begin()}; !open.isEmpty();) {
             const KeyRecord* from = open.takeLast();
-            for (const QPoint direction : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)}) {
+            for (const QPoint direction :
+                 {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)}) {
                 const KeyRecord* to = geometry.neighbor(from, direction);
                 if (to != nullptr && reached.insert(to).second)
                     open += to;
