@@ -421,8 +421,8 @@ void KeyboardModel::applySpoilToAnswer()
     case AnswerFault::WrongEcho:
         answer_[0] = 0x05;
         answer_[1] = static_cast<std::uint8_t>(~answer_[1]);
-        if (spoil_->status != 0)
-            answer_[3] = spoil_->status;
+        if (spoil->status != 0)
+            answer_[3] = spoil->status;
         if (hostLooksAt)
             disturbed_ = true;
         break;
