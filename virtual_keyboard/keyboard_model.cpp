@@ -671,9 +671,11 @@ std::string KeyboardModel::takeOver(const Transfer& transfer)
     case macroDataCode:
         state_.macroSpace = transfer.bytes;
         return {};
-    default:
+    case screenCode:
         return decodeScreenStream(
             transfer.bytes, state_.screenSlots.at(static_cast<std::size_t>(transfer.slot - 1)));
+    default:
+        return "nothing is known to take over for " + commandName(transfer.code);
     }
 }
 
