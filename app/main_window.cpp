@@ -64,9 +64,9 @@ QIcon sidebarIcon(const SidebarEntry& entry)
                                                    : spriteStripIcon(name, entry.frameSize);
 }
 
-QWidget* createHomePage()
+QWidget* createHomePage(QWidget* parent)
 {
-    auto* page = new QWidget;
+    auto* page = new QWidget(parent);
     auto* column = new QVBoxLayout(page);
     column->setContentsMargins(30, 25, 30, 30);
     cutAtEdges(column);
@@ -79,9 +79,9 @@ QWidget* createHomePage()
     return page;
 }
 
-QWidget* createEmptyPage(const QString& text)
+QWidget* createEmptyPage(const QString& text, QWidget* parent)
 {
-    auto* page = new QWidget;
+    auto* page = new QWidget(parent);
     auto* label = new QLabel(text, page);
     label->setObjectName(QStringLiteral("emptyPageTitle"));
     label->setAlignment(Qt::AlignCenter);
@@ -179,18 +179,19 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
 
 void MainWindow::addPages()
 {
-    auto* lighting = new LightingWidget;
-    auto* keymap = new KeymapWidget;
-    auto* rgb = new RgbWidget;
-    auto* macros = new MacroWidget;
-    auto* screen = new ScreenWidget;
-    auto* settings = new SettingsWidget;
-    auto* favorites = createEmptyPage(QStringLiteral("Favorites"));
-    auto* music = createEmptyPage(QStringLiteral("Music mode"));
+    auto* lighting = new LightingWidget(pageStack);
+    auto* keymap = new KeymapWidget(pageStack);
+    auto* rgb = new RgbWidget(pageStack);
+    auto* macros = new MacroWidget(pageStack);
+    auto* screen = new ScreenWidget(pageStack);
+    auto* settings = new SettingsWidget(pageStack);
+    auto* favorites = createEmptyPage(QStringLiteral("Favorites"), pageStack);
+    auto* music = createEmptyPage(QStringLiteral("Music mode"), pageStack);
 
     // In the order of the sidebar.
-    for (QWidget* page : std::initializer_list<QWidget*>{createHomePage(), keymap, macros, lighting,
-                                                         screen, favorites, rgb, music, settings})
+    for (QWidget* page :
+         std::initializer_list<QWidget*>{createHomePage(pageStack), keymap, macros, lighting,
+                                         screen, favorites, rgb, music, settings})
         pageStack->addWidget(page);
 }
 

@@ -4,6 +4,7 @@
 #include "model/key_action.h"
 #include "model/macro_record.h"
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
@@ -23,11 +24,12 @@ struct SavedState
     friend bool operator==(const SavedState&, const SavedState&) = default;
 };
 
-// The state as the object that the state file holds.
-[[nodiscard]] QJsonObject stateToJson(const SavedState& state);
+// The state as the state file holds it: one JSON object, indented, its members sorted.
+[[nodiscard]] QByteArray stateToJson(const SavedState& state);
 
-// The state in such an object. Whatever is missing or of the wrong type is zero or empty, numbers
-// are cut to the width of their field, and elements beyond a layer or the color bank are ignored.
+// The state in the object of a state file. Whatever is missing or of the wrong type is zero or
+// empty, numbers are cut to the width of their field, and elements beyond a layer or the color bank
+// are ignored.
 [[nodiscard]] SavedState stateFromJson(const QJsonObject& object);
 
 // Where the state is kept: "state.json" in the program's configuration directory. The names of the

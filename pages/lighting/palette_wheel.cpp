@@ -10,10 +10,13 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace tavik {
 
 namespace {
+
+constexpr QSize wheelSize(240, 240);
 
 // The marker settles in the middle of the outer part of the ring, on clear colors only.
 constexpr int markerInnerRadius = 103;
@@ -39,15 +42,10 @@ int hueDistance(int first, int second)
 
 } // namespace
 
-std::optional<QPoint> findMarker(const QImage& picture, QSize wheelSize, const QColor& color)
+WheelMarkers::WheelMarkers(const QImage& picture, QSize wheelSize)
 {
-    if (picture.isNull() || color.hue() < 0)
-        return std::nullopt;
-
     const int centerX = wheelSize.width() / 2;
     const int centerY = wheelSize.height() / 2;
-    std::optional<QPoint> best;
-    int bestScore = std::numeric_limits<int>::max();
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
             const int radius = qRound(std::hypot(x - centerX, y - centerY));
@@ -57,23 +55,42 @@ std::optional<QPoint> findMarker(const QImage& picture, QSize wheelSize, const Q
             if (pixel.alpha() < leastAlpha || pixel.saturation() < markerLeastSaturation ||
                 pixel.value() < markerLeastValue)
                 continue;
-            const int score = std::abs(markerIdealRadius - radius) +
-                              hueWeight * hueDistance(pixel.hue(), color.hue());
-            if (score < bestScore) {
-                bestScore = score;
-                best = QPoint(x, y);
-            }
+            const Place place{
+                std::abs(markerIdealRadius - radius), y * picture.width() + x, {x, y}};
+            std::optional<Place>& best = bestOfHue.at(static_cast<std::size_t>(pixel.hue()));
+            if (!best || place.offRing < best->offRing)
+                best = place;
         }
     }
-    return best;
+}
+
+std::optional<QPoint> WheelMarkers::find(const QColor& color) const
+{
+    if (color.hue() < 0)
+        return std::nullopt;
+    const Place* best = nullptr;
+    auto bestScore = std::make_pair(std::numeric_limits<int>::max(), 0);
+    for (std::size_t hue = 0; hue < bestOfHue.size(); ++hue) {
+        const std::optional<Place>& place = bestOfHue.at(hue);
+        if (!place)
+            continue;
+        const int distance = hueDistance(static_cast<int>(hue), color.hue());
+        const auto score = std::make_pair(place->offRing + hueWeight * distance, place->order);
+        if (score < bestScore) {
+            bestScore = score;
+            best = &*place;
+        }
+    }
+    return best == nullptr ? std::nullopt : std::optional(best->position);
 }
 
 PaletteWheel::PaletteWheel(QWidget* parent)
     : QWidget(parent),
       picture(loadSkinImage(QStringLiteral("img_circlepalette.png"))),
-      picturePixmap(QPixmap::fromImage(picture))
+      picturePixmap(QPixmap::fromImage(picture)),
+      markers(picture, wheelSize)
 {
-    setFixedSize(240, 240);
+    setFixedSize(wheelSize);
     setCursor(Qt::CrossCursor);
     setFocusPolicy(Qt::TabFocus);
     setAccessibleName(tr("Color wheel"));
@@ -82,7 +99,7 @@ PaletteWheel::PaletteWheel(QWidget* parent)
 void PaletteWheel::setColor(const QColor& color)
 {
     currentColor = color;
-    marker = findMarker(picture, size(), color).value_or(marker);
+    marker = markers.find(color).value_or(marker);
     update();
 }
 

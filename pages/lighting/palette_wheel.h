@@ -5,16 +5,33 @@
 #include <QPixmap>
 #include <QWidget>
 
+#include <array>
 #include <functional>
 #include <optional>
 #include <utility>
 
 namespace tavik {
 
-// Finds the ring pixel of a wheel picture that lies nearest to the color's hue, for a wheel widget
-// of the given size. Nothing is found for a gray, which has no hue, or in a picture without a ring.
-[[nodiscard]] std::optional<QPoint> findMarker(const QImage& picture, QSize wheelSize,
-                                               const QColor& color);
+// Where the marker of a wheel stands for every hue: on the ring pixel that lies nearest to it.
+class WheelMarkers
+{
+public:
+    // For a picture and the size of the widget that shows it; looks at every pixel once.
+    WheelMarkers(const QImage& picture, QSize wheelSize);
+
+    // Nothing for a gray, which has no hue, and nothing in a picture without a ring.
+    [[nodiscard]] std::optional<QPoint> find(const QColor& color) const;
+
+private:
+    struct Place
+    {
+        int offRing = 0; // pixels between it and the middle of the ring
+        int order = 0;   // among equally good places the uppermost and leftmost counts
+        QPoint position;
+    };
+
+    std::array<std::optional<Place>, 360> bestOfHue;
+};
 
 // A hue ring on which the user picks a color; the middle shows the current one.
 class PaletteWheel : public QWidget
@@ -45,6 +62,7 @@ private:
 
     QImage picture;
     QPixmap picturePixmap;
+    WheelMarkers markers;
     QColor currentColor;
     QPoint marker; // in widget coordinates
     ColorPicked colorPicked;

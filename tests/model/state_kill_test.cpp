@@ -48,7 +48,7 @@ const SavedState& editedState()
 
 QByteArray fileContent(const SavedState& state)
 {
-    return QJsonDocument(stateToJson(state)).toJson();
+    return stateToJson(state);
 }
 
 void edit()
