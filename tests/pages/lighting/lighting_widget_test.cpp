@@ -139,6 +139,8 @@ private slots:
     void ledOffIsCodeZero()
     {
         connectKeyboard();
+        page->apply();
+        QCOMPARE(int(bus().keyboard().state().lighting[0]), 0x0B);
         list()->setCurrentRow(19);
         page->apply();
         QCOMPARE(int(bus().keyboard().state().lighting[0]), 0);
