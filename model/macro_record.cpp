@@ -60,7 +60,7 @@ QString macroActionText(const MacroAction& action)
 
 QString macroPressText(const MacroAction& action)
 {
-    return action.flags & pressFlag ? QStringLiteral("press") : QStringLiteral("release");
+    return (action.flags & pressFlag) ? QStringLiteral("press") : QStringLiteral("release");
 }
 
 std::optional<QByteArray> encodeMacroSpace(const QList<MacroRecord>& macros)
