@@ -34,9 +34,11 @@ QStringList busSends()
     return toStringList(VirtualBus::instance().sends());
 }
 
-QStringList busViolations()
+QStringList takeBusViolations()
 {
-    return toStringList(VirtualBus::instance().violations());
+    const QStringList violations = toStringList(VirtualBus::instance().violations());
+    VirtualBus::instance().clearViolations();
+    return violations;
 }
 
 bool deviceLockIsFree()
