@@ -1,14 +1,13 @@
 #include "virtual_keyboard/tour/tour.h"
 
-#include "model/keyboard_layout.h"
 #include "pages/parts/keyboard_view.h"
+#include "tests/support/named_keys.h"
 #include "virtual_keyboard/tour/held.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QRegularExpression>
 
-#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 
@@ -84,11 +83,8 @@ void Tour::clickKey(const QString& description, MouseButton button)
     driver.clickAt(
         visibleView,
         [description](QWidget& widget) {
-            const QList<KeyRecord>& keys = KeyboardLayout::instance().keys;
-            const auto key = std::find_if(keys.begin(), keys.end(), [&](const KeyRecord& record) {
-                return record.desc == description;
-            });
-            return static_cast<KeyboardView&>(widget).hitRectangle(*key).center();
+            const KeyRecord& key = tests::keyNamed(description);
+            return static_cast<KeyboardView&>(widget).hitRectangle(key).center();
         },
         button);
 }

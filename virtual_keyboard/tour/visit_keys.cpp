@@ -1,5 +1,5 @@
 #include "model/app_state.h"
-#include "model/keyboard_layout.h"
+#include "tests/support/named_keys.h"
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour.h"
 
@@ -11,23 +11,14 @@ namespace {
 
 constexpr int delayMs = 40; // in front of all actions of the macro but the first
 
-std::size_t lightIndexOf(const QString& description)
-{
-    for (const KeyRecord& key : KeyboardLayout::instance().keys) {
-        if (key.desc == description)
-            return static_cast<std::size_t>(key.lightIndex);
-    }
-    return keyCount; // at() then stops the tour
-}
-
 KeyActionBytes heldAction(LayerId layer, const QString& key)
 {
-    return bus().keyboard().keyAction(layer, lightIndexOf(key));
+    return bus().keyboard().keyAction(layer, tests::indexOf(key));
 }
 
 KeyAction savedAction(const tavik::KeyLayer& layer, const QString& key)
 {
-    return layer.at(lightIndexOf(key));
+    return layer.at(tests::indexOf(key));
 }
 
 QString actionText(LayerId layer, const QString& key)

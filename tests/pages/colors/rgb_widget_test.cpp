@@ -7,6 +7,7 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/named_keys.h"
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QColorDialog>
@@ -163,11 +164,10 @@ private slots:
     void pressOnAKeyPaintsItWithoutKeyboard()
     {
         bus().unplug();
-        const KeyRecord key = KeyboardLayout::instance().keys.at(20);
-        QTest::mouseClick(view(), Qt::LeftButton, {}, view()->hitRectangle(key).center());
+        QTest::mouseClick(view(), Qt::LeftButton, {}, view()->hitRectangle(keyNamed("W")).center());
 
         tavik::ColorBank expected{};
-        const auto offset = 3 * static_cast<std::size_t>(key.lightIndex);
+        const std::size_t offset = 3 * indexOf("W");
         expected.at(offset) = 0xFF;
         expected.at(offset + 1) = 0x3C;
         expected.at(offset + 2) = 0x3C;
