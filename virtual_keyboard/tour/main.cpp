@@ -1,6 +1,7 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "virtual_keyboard/demo/keyboard_window.h"
+#include "virtual_keyboard/tour/gallery.h"
 #include "virtual_keyboard/tour/tour.h"
 #include "virtual_keyboard/virtual_bus.h"
 
@@ -9,38 +10,46 @@
 #include <QThread>
 
 #include <cstdio>
+#include <string_view>
 
 using namespace tavik;
 using namespace tavik::virtual_keyboard;
 
-// Drives the real program on the virtual keyboard and virtual time. The only argument is the
-// directory for the pictures. Ends with 0 when the keyboard held what it should at every step.
+// Drives the real program on the virtual keyboard and virtual time and leaves pictures in the
+// directory. Ends with 0 when the keyboard held what it should at every step, or when the gallery
+// is complete.
 int main(int argc, char* argv[])
 {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s PICTURE-DIRECTORY\n", argv[0]);
+    const bool wantsGallery = argc == 3 && std::string_view(argv[1]) == "--gallery";
+    if (argc != 2 && !wantsGallery) {
+        std::fprintf(stderr, "usage: %s [--gallery] PICTURE-DIRECTORY\n", argv[0]);
         return 2;
     }
+    const QString directory = QString::fromLocal8Bit(argv[argc - 1]);
     // The tour must neither see nor change what the user has saved.
     const QTemporaryDir configuration;
     qputenv("XDG_CONFIG_HOME", configuration.path().toUtf8());
 
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     const QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
     applyApplicationStyle(*qApp);
 
-    VirtualBus::instance().unplug(); // plugged in by the tour
+    if (!wantsGallery)
+        VirtualBus::instance().unplug(); // plugged in by the tour
     MainWindow window;
     window.move(0, 0);
     window.show();
+    if (wantsGallery)
+        return takeGallery(window, directory) ? 0 : 1;
     KeyboardWindow keyboardWindow;
     keyboardWindow.move(0, window.height());
     keyboardWindow.show();
     window.activateWindow();
 
     bool passed = false;
-    TourDriver driver(QString::fromLocal8Bit(argv[1]));
+    TourDriver driver(directory);
     Tour tour(driver);
     const std::unique_ptr<QThread> guide(QThread::create([&] { passed = tour.run(); }));
     QObject::connect(guide.get(), &QThread::finished, qApp, &QCoreApplication::quit);

@@ -1,0 +1,281 @@
+#include "virtual_keyboard/tour/gallery.h"
+
+#include "model/app_state.h"
+#include "model/key_action.h"
+#include "pages/parts/keyboard_view.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/named_keys.h"
+#include "virtual_keyboard/tour/held.h"
+#include "virtual_keyboard/tour/tour_driver.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QHelpEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPainter>
+#include <QSlider>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+namespace tavik::virtual_keyboard {
+
+namespace {
+
+void assignKeys()
+{
+    using tests::indexOf;
+    AppState& state = AppState::instance();
+    tavik::KeyLayer& layer = state.layerBase;
+    layer.at(indexOf("F1")) = consumerKeyAction(0xE2);
+    layer.at(indexOf("F2")) = consumerKeyAction(0xB7);
+    layer.at(indexOf("F3")) = consumerKeyAction(0x8A);
+    layer.at(indexOf("A")) = keyboardKeyAction(0x05, 0x01);
+    layer.at(indexOf("Q")) = disabledKeyAction();
+    layer.at(indexOf("M")) = macroKeyAction(0);
+    layer.at(indexOf("J")) = keyboardKeyAction(0x50, 0x00);
+    emit state.layersChanged();
+}
+
+void recordMacros()
+{
+    AppState& state = AppState::instance();
+    state.macros = {
+        {QStringLiteral("Greet"),
+         {{0, 0x0B, 0xB0}, {40, 0x0B, 0x30}, {60, 0x0C, 0xB0}, {40, 0x0C, 0x30}, {500, 0, 0x50}}},
+        {QStringLiteral("Save and build"), {{0, 0x16, 0xB0}, {30, 0x16, 0x30}}},
+        {QStringLiteral("A macro whose name is far longer than the list is wide"), {}}};
+    emit state.macrosChanged();
+}
+
+void paintKeys()
+{
+    AppState& state = AppState::instance();
+    for (const KeyRecord& key : KeyboardLayout::instance().keys) {
+        if (key.lightIndex < 0 || key.lightIndex >= static_cast<int>(layerSize))
+            continue;
+        const QColor color = QColor::fromHsv((15 + key.rect.left() / 4) % 360, 255, 255);
+        const auto first = static_cast<std::size_t>(3 * key.lightIndex);
+        state.customRgb.at(first) = static_cast<unsigned char>(color.red());
+        state.customRgb.at(first + 1) = static_cast<unsigned char>(color.green());
+        state.customRgb.at(first + 2) = static_cast<unsigned char>(color.blue());
+    }
+    emit state.rgbChanged();
+}
+
+// A small picture for the screen of the keyboard: an evening by the sea.
+QImage eveningPicture()
+{
+    QImage image(128, 128, QImage::Format_RGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient sky(0, 0, 0, 84);
+    sky.setColorAt(0.0, QColor(0x2a, 0x1a, 0x4a));
+    sky.setColorAt(0.6, QColor(0xda, 0x52, 0x00));
+    sky.setColorAt(1.0, QColor(0xff, 0xb3, 0x5c));
+    painter.fillRect(image.rect(), sky);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0xff, 0xe2, 0xa8));
+    painter.drawEllipse(QPointF(64, 76), 22, 22);
+    painter.fillRect(0, 84, 128, 44, QColor(0x1b, 0x22, 0x3d));
+    for (int line = 0; line < 4; ++line)
+        painter.fillRect(52 - 6 * line, 89 + 9 * line, 24 + 12 * line, 3,
+                         QColor(0xff, 0xb3, 0x5c, 190 - 40 * line));
+    return image;
+}
+
+class Gallery
+{
+public:
+    Gallery(MainWindow& mainWindow, const QString& pictureDirectory)
+        : window(mainWindow), directory(QDir(pictureDirectory).absolutePath())
+    {
+    }
+
+    bool takeAll()
+    {
+        complete = QDir().mkpath(directory);
+        for (const char* title : {"Home", "Favorites", "Music"}) {
+            showPage(title);
+            savePage(QString(title).toLower());
+        }
+        visitLighting();
+        visitKeys();
+        visitMacros();
+        visitColors();
+        visitScreen();
+        visitSettings();
+        return complete;
+    }
+
+private:
+    void visitLighting()
+    {
+        showPage("Light Effect Mode");
+        savePage("lighting");
+        saveToolTip("tool-tip", *TourDriver::buttonWithToolTip("Home"));
+        bus().failAt(1, busy(), 1000);
+        page()->findChild<QSlider*>()->setValue(2);
+        QMetaObject::invokeMethod(page(), "apply"); // not only after its delay
+        savePage("lighting-error");
+        bus().reset();
+        QMetaObject::invokeMethod(page(), "apply");
+    }
+
+    void visitKeys()
+    {
+        showPage("Keys");
+        savePage("keys");
+        auto* view = page()->findChild<KeyboardView*>();
+        const QPoint place = view->hitRectangle(tests::keyNamed("A")).center();
+        saveDialog(
+            "assign-key-dialog", [&] { QTest::mousePress(view, Qt::LeftButton, {}, place); },
+            [this](QWidget& dialog) {
+                for (QComboBox* list : dialog.findChildren<QComboBox*>()) {
+                    const QString name = list->accessibleName().toLower().section(u' ', 0, 0);
+                    if (list->isVisible())
+                        saveList("assign-key-list-" + name, *list);
+                }
+            });
+
+        QTest::mousePress(view, Qt::RightButton, {}, place);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        save("key-menu", menu);
+        int number = 0;
+        for (const QAction* action : menu->actions()) {
+            if (action->menu() == nullptr)
+                continue;
+            action->menu()->popup(window.mapToGlobal(QPoint(600, 100)));
+            save(QStringLiteral("key-menu-%1").arg(++number), action->menu());
+            action->menu()->close();
+        }
+        menu->close();
+        click("Write layer to keyboard");
+        savePage("keys-written");
+    }
+
+    void visitMacros()
+    {
+        showPage("Macros");
+        click("Add action");
+        savePage("macros-warning");
+        page()->findChild<QListWidget*>()->setCurrentRow(0);
+        click("Write macros to keyboard");
+        savePage("macros");
+        saveDialog("new-macro-dialog", [] { click("New macro"); });
+        for (QComboBox* list : page()->findChildren<QComboBox*>())
+            saveList(QStringLiteral("macro-list-%1").arg(list->count()), *list);
+    }
+
+    void visitColors()
+    {
+        showPage("Custom Lighting");
+        click("Send painting to keyboard");
+        savePage("custom-lighting");
+        saveDialog("brush-color-dialog", [] { click("Brush color…"); });
+    }
+
+    void visitScreen()
+    {
+        showPage("TFT Screen");
+        click("Send to screen");
+        savePage("screen-error");
+        const QTemporaryDir pictures;
+        const QString path = pictures.filePath("evening.png");
+        complete = eveningPicture().save(path) && complete;
+        const QString startDirectory = QDir::currentPath();
+        QDir::setCurrent(pictures.path()); // where the dialog opens
+        saveDialog(
+            "file-dialog", [] { click("Import GIF / images (resized to 128×128)…"); },
+            [&](QWidget& dialog) {
+                dialog.findChild<QLineEdit*>("fileNameEdit")->setText(path);
+                QMetaObject::invokeMethod(&dialog, "accept");
+            });
+        QDir::setCurrent(startDirectory);
+        click("Send to screen");
+        savePage("screen");
+    }
+
+    void visitSettings()
+    {
+        showPage("Keyboard Settings");
+        savePage("settings");
+        saveList("language-list", *page()->findChild<QComboBox*>());
+        saveDialog("reset-question", [] { click("Reset Keyboard Data"); });
+        saveDialog("restore-notice", [] { click("Restore Factory Settings"); });
+    }
+
+    static void showPage(const QString& title) { TourDriver::buttonWithToolTip(title)->click(); }
+    static void click(const QString& text) { TourDriver::buttonWithText(text)->click(); }
+
+    QWidget* page() const
+    {
+        return window.findChild<QStackedWidget*>("pageStack")->currentWidget();
+    }
+
+    void savePage(const QString& name) { save(name, &window); }
+
+    // Runs the function, which opens a modal dialog; the dialog is pictured, handed to the
+    // visitor, and closed if it is still open.
+    void saveDialog(const QString& name, const std::function<void()>& open,
+                    const std::function<void(QWidget& dialog)>& visitor = {})
+    {
+        tests::onNextDialog([&](QWidget& dialog) {
+            save(name, &dialog);
+            if (visitor)
+                visitor(dialog);
+            if (dialog.isVisible())
+                dialog.close();
+        });
+        open();
+        complete = tests::dialogsStillExpected() == 0 && complete;
+    }
+
+    void saveList(const QString& name, QComboBox& list)
+    {
+        list.showPopup();
+        save(name, QApplication::activePopupWidget());
+        list.hidePopup();
+    }
+
+    void saveToolTip(const QString& name, QWidget& widget)
+    {
+        const QPoint place = widget.rect().center();
+        QHelpEvent asked(QEvent::ToolTip, place, widget.mapToGlobal(place));
+        QApplication::sendEvent(&widget, &asked);
+        QWidget* tip = TourDriver::widgetNamed("qtooltip_label");
+        save(name, tip);
+        if (tip != nullptr)
+            tip->close();
+    }
+
+    void save(const QString& name, QWidget* widget)
+    {
+        if (widget != nullptr) {
+            QCoreApplication::processEvents(); // lays it out
+            if (widget->grab().save(directory + u'/' + name + ".png"))
+                return;
+        }
+        std::fprintf(stderr, "no picture \"%s\"\n", qUtf8Printable(name));
+        complete = false;
+    }
+
+    MainWindow& window;
+    QString directory;
+    bool complete = true;
+};
+
+} // namespace
+
+bool takeGallery(MainWindow& window, const QString& directory)
+{
+    recordMacros();
+    assignKeys();
+    paintKeys();
+    return Gallery(window, directory).takeAll();
+}
+
+} // namespace tavik::virtual_keyboard
