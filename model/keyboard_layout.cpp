@@ -43,6 +43,9 @@ KeyRecord keyFromAttributes(const QXmlStreamAttributes& attributes)
     }
     key.rect = rectFromAttributes(attributes);
     key.fnLayerDisable = attributes.value("fnlayer_disable") == QLatin1String("1");
+    key.legend =
+        attributes.hasAttribute("legend") ? attributes.value("legend").toString() : key.desc;
+    key.shifted = attributes.value("shifted").toString();
     return key;
 }
 
@@ -84,9 +87,10 @@ void KeyboardLayout::search(const QStringList& directories)
     }
 }
 
-bool KeyboardLayout::read(QIODevice& document)
+bool KeyboardLayout::read(QIODevice& document, QString* reason)
 {
     keys.clear();
+    caseRect = screenRect = QRect();
     QXmlStreamReader reader(&document);
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement)
@@ -100,8 +104,17 @@ bool KeyboardLayout::read(QIODevice& document)
             height = attributes.value("height").toInt();
         } else if (reader.name() == QLatin1String("key")) {
             keys.append(keyFromAttributes(attributes));
+        } else if (reader.name() == QLatin1String("case")) {
+            caseRect = rectFromAttributes(attributes);
+        } else if (reader.name() == QLatin1String("screen")) {
+            screenRect = rectFromAttributes(attributes);
         }
     }
+    if (reason != nullptr)
+        *reason =
+            reader.hasError()
+                ? QStringLiteral("line %1: %2").arg(reader.lineNumber()).arg(reader.errorString())
+                : QStringLiteral("it has no key");
     return !reader.hasError() && !keys.isEmpty();
 }
 

@@ -20,6 +20,8 @@ struct KeyRecord
     int col = 0;
     QRect rect; // in layout units
     bool fnLayerDisable = false;
+    QString legend;  // printed on the cap of the drawn picture; the name where the file has none
+    QString shifted; // printed beside it: the character with Shift
 };
 
 // The physical board: where each key is drawn and which table entry it occupies.
@@ -31,6 +33,8 @@ public:
     int width = 0; // design size of the picture area, in layout units
     int height = 0;
     QList<KeyRecord> keys; // in document order
+    QRect caseRect;        // where the picture shows the case; null for none
+    QRect screenRect;      // likewise the screen
 
     // Returns the one layout of the process, searching the disk on the first call only. It stays
     // empty when no usable file is found. GUI thread only.
@@ -41,8 +45,8 @@ public:
     void search(const QStringList& directories);
 
     // Replaces the keys by those of one XML document. False when the document breaks off with an
-    // error or names no key.
-    [[nodiscard]] bool read(QIODevice& document);
+    // error or names no key; `reason` then says so in words for a person who edits the file.
+    [[nodiscard]] bool read(QIODevice& document, QString* reason = nullptr);
 
     // The directories that may hold a layout file, first choice first.
     static QStringList searchDirectories();

@@ -1,12 +1,15 @@
 #include "resources/skin_generator/keyboard_picture.h"
 
-#include "resources/skin_generator/legends.h"
+#include "model/keyboard_layout.h"
 #include "resources/skin_generator/shape.h"
 
 #include <QFont>
 #include <QFontDatabase>
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPath>
+
+#include <algorithm>
 
 namespace tavik {
 
@@ -15,11 +18,15 @@ namespace {
 // Pixels per layout unit: sharp still when the drawing fills a large screen.
 constexpr int scale = 3;
 
+// The program cannot load a picture of more than 256 MB.
+constexpr int largestSide = 2500;
+
+constexpr unsigned long usageDelete = 0x4C;
+constexpr unsigned long usageFn = 0xAF;
+
 // All measures below are layout units.
-constexpr QRectF caseRect(6, 0, 788, 300);
 constexpr double caseRadius = 11.0;
-constexpr QRectF screenModule(694, 15, 85, 94);
-constexpr QRectF screenGlass(700, 25.5, 73, 73);
+constexpr double screenFrame = 6.0; // between the edge of the screen and its square glass
 
 // Light enough that black captions stand on them, dark enough that white light shows.
 constexpr QColor faceTop(0xcb, 0xce, 0xd4);
@@ -58,12 +65,14 @@ QLinearGradient verticalGradient(const QRectF& rect, const QColor& top, const QC
 QPainterPath roundedPath(const QRectF& rect, double radius)
 {
     QPainterPath path;
-    path.addRoundedRect(rect, radius, radius);
+    if (rect.isValid())
+        path.addRoundedRect(rect, radius, radius);
     return path;
 }
 
-// Text as an outline, so that its size is free and the same on every machine.
-QPainterPath textPath(const QString& text, const QString& family, double size)
+// Text as an outline, so that its size is free and the same on every machine. What would be wider
+// than `widest` ends in an ellipsis.
+QPainterPath textPath(const QString& text, const QString& family, double size, double widest)
 {
     constexpr int outlineSize = 100;
     QFont font(family);
@@ -71,7 +80,8 @@ QPainterPath textPath(const QString& text, const QString& family, double size)
     font.setWeight(QFont::DemiBold);
     font.setHintingPreference(QFont::PreferNoHinting);
     QPainterPath path;
-    path.addText(0, 0, font, text);
+    path.addText(0, 0, font,
+                 QFontMetricsF(font).elidedText(text, Qt::ElideRight, widest * outlineSize / size));
     return QTransform::fromScale(size / outlineSize, size / outlineSize).map(path);
 }
 
@@ -84,7 +94,17 @@ QString loadFamily(const QString& fontPath)
     return families.first();
 }
 
-void paintCase(QPainter& painter)
+// A hand-edited file may name any numbers. A null rectangle stands for what the file leaves out.
+bool isDrawable(const KeyboardLayout& layout, const QRect& rect, const QString& name)
+{
+    const bool isInside =
+        !rect.isEmpty() && QRect(0, 0, layout.width, layout.height).contains(rect);
+    if (!isInside && !rect.isNull())
+        qWarning("Left out of the picture, because it does not lie inside: %s", qPrintable(name));
+    return isInside;
+}
+
+void paintCase(QPainter& painter, const QRectF& caseRect)
 {
     painter.fillPath(roundedPath(caseRect, caseRadius), QColor(0x3c, 0x3d, 0x42));
     const QRectF body = caseRect.adjusted(1, 1, -1, -1);
@@ -92,12 +112,16 @@ void paintCase(QPainter& painter)
                      verticalGradient(body, QColor(0x2b, 0x2c, 0x30), QColor(0x22, 0x23, 0x26)));
 }
 
-void paintScreen(QPainter& painter)
+void paintScreen(QPainter& painter, const QRectF& screen)
 {
-    painter.fillPath(roundedPath(screenModule, 7), QColor(0x3a, 0x3b, 0x40));
-    painter.fillPath(roundedPath(screenModule.adjusted(0.8, 0.8, -0.8, -0.8), 6.2),
+    painter.fillPath(roundedPath(screen, 7), QColor(0x3a, 0x3b, 0x40));
+    painter.fillPath(roundedPath(screen.adjusted(0.8, 0.8, -0.8, -0.8), 6.2),
                      QColor(0x0b, 0x0b, 0x0c));
-    drawShape(painter, QStringLiteral("clock"), screenGlass);
+    const double side = std::min(screen.width(), screen.height()) - 2 * screenFrame;
+    QRectF glass(0, 0, side, side);
+    glass.moveCenter(screen.center());
+    if (glass.isValid())
+        drawShape(painter, QStringLiteral("clock"), glass);
 }
 
 void paintCap(QPainter& painter, const QRectF& cap)
@@ -116,50 +140,63 @@ void paintTinted(QPainter& painter, const QString& shape, const QRectF& target, 
     painter.drawImage(target, tintedShape(shape, size, QRectF(QPointF(), size), color, degrees));
 }
 
-void paintLegend(QPainter& painter, const QRectF& cap, const Legend& legend, const QString& family)
+void paintLegend(QPainter& painter, const KeyRecord& key, const QString& family)
 {
-    const QColor color = legend.fn ? fnColor : legendColor;
-    if (!legend.text.isEmpty()) {
-        const double size = legend.text.size() == 1 ? characterSize : wordSize;
-        painter.fillPath(textPath(legend.text, family, size)
+    constexpr QStringView arrows = u"↑→↓←"; // a quarter turn from one to the next
+    const QRectF cap = key.rect;
+    const QColor color = key.code == usageFn ? fnColor : legendColor;
+    const bool isCharacter = key.legend.size() == 1;
+    if (isCharacter && arrows.contains(key.legend)) {
+        paintTinted(painter, QStringLiteral("arrow_up"), arrowRect.translated(cap.topLeft()), color,
+                    90 * static_cast<int>(arrows.indexOf(key.legend)));
+    } else {
+        painter.fillPath(textPath(key.legend, family, isCharacter ? characterSize : wordSize,
+                                  cap.width() - 2 * legendInset)
                              .translated(cap.left() + legendInset, cap.top() + legendBaseline),
                          color);
     }
-    if (!legend.shifted.isEmpty()) {
-        const QPainterPath path = textPath(legend.shifted, family, characterSize);
-        painter.fillPath(path.translated(cap.right() - legendInset - path.boundingRect().right(),
-                                         cap.top() + legendBaseline),
-                         shiftedColor);
-    }
-    if (legend.arrow >= 0)
-        paintTinted(painter, QStringLiteral("arrow_up"), arrowRect.translated(cap.topLeft()), color,
-                    legend.arrow);
-    if (!legend.fnShape.isEmpty()) {
-        const QRectF target(QPointF(), fnHintSize);
-        paintTinted(painter, legend.fnShape,
-                    target.translated(cap.right() - fnHintInset - target.width(),
-                                      cap.bottom() - fnHintInset - 1.0 - target.height()),
-                    fnColor, 0);
-    }
+    const QPainterPath shifted = textPath(key.shifted, family, characterSize, cap.width() / 2);
+    painter.fillPath(shifted.translated(cap.right() - legendInset - shifted.boundingRect().right(),
+                                        cap.top() + legendBaseline),
+                     shiftedColor);
+}
+
+// Fn + Delete changes what the screen shows.
+void paintScreenHint(QPainter& painter, const QRectF& cap)
+{
+    const QRectF target(QPointF(), fnHintSize);
+    paintTinted(painter, QStringLiteral("screen_hint"),
+                target.translated(cap.right() - fnHintInset - target.width(),
+                                  cap.bottom() - fnHintInset - 1.0 - target.height()),
+                fnColor, 0);
 }
 
 } // namespace
 
-QImage paintKeyboard(const LayoutFile& layout, const QString& fontPath)
+QImage paintKeyboard(const KeyboardLayout& layout, const QString& fontPath)
 {
+    const QSize size(layout.width, layout.height);
+    if (size.isEmpty() || size.boundedTo({largestSide, largestSide}) != size)
+        qFatal("The layout file names a picture of %d x %d; both must lie between 1 and %d",
+               layout.width, layout.height, largestSide);
     const QString family = loadFamily(fontPath);
-    QImage picture = emptyPicture(layout.size * scale);
+    QImage picture = emptyPicture(size * scale);
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     painter.scale(scale, scale);
 
-    paintCase(painter);
-    paintScreen(painter);
-    for (const DrawnKey& key : layout.keys) {
-        if (screenModule.intersects(key.rect))
-            qFatal("The key with usage 0x%02x lies under the screen", key.usage);
+    if (isDrawable(layout, layout.caseRect, QStringLiteral("the case")))
+        paintCase(painter, layout.caseRect);
+    const bool hasScreen = isDrawable(layout, layout.screenRect, QStringLiteral("the screen"));
+    if (hasScreen)
+        paintScreen(painter, layout.screenRect);
+    for (const KeyRecord& key : layout.keys) {
+        if (!isDrawable(layout, key.rect, QStringLiteral("the key ") + key.desc))
+            continue;
         paintCap(painter, key.rect);
-        paintLegend(painter, key.rect, legendOf(key.usage), family);
+        paintLegend(painter, key, family);
+        if (hasScreen && key.code == usageDelete)
+            paintScreenHint(painter, key.rect);
     }
     return picture;
 }

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "resources/skin_generator/layout_file.h"
-
 #include <QImage>
 
 namespace tavik {
 
-// The keyboard as the program shows it: case, screen and one light cap for every key of the
-// layout, at 3 pixels a layout unit. `fontPath` is the font of the legends.
-[[nodiscard]] QImage paintKeyboard(const LayoutFile& layout, const QString& fontPath);
+class KeyboardLayout;
+
+// The keyboard as the program shows it: one light cap for every key of the layout, case and screen
+// where it has them, at 3 pixels a layout unit. What does not lie inside the picture is left out
+// with a warning. `fontPath` is the font of the legends.
+[[nodiscard]] QImage paintKeyboard(const KeyboardLayout& layout, const QString& fontPath);
 
 } // namespace tavik

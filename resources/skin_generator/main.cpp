@@ -1,6 +1,7 @@
 // Builds the pictures of the program from the shapes and the layout file beside it. It runs on the
 // machine that builds the program and needs no display.
 
+#include "model/keyboard_layout.h"
 #include "resources/skin_generator/backdrop.h"
 #include "resources/skin_generator/color_wheel.h"
 #include "resources/skin_generator/keyboard_picture.h"
@@ -8,8 +9,27 @@
 #include "resources/skin_generator/strips.h"
 
 #include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QTextStream>
+
+namespace {
+
+// Unlike the program, which must start with any file, the generator ends with a broken one.
+tavik::KeyboardLayout readLayout(const QString& path)
+{
+    QFile file(path);
+    tavik::KeyboardLayout layout;
+    QString reason;
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("Cannot open the layout file %s: %s", qPrintable(path),
+               qPrintable(file.errorString()));
+    if (!layout.read(file, &reason))
+        qFatal("The layout file %s is broken: %s", qPrintable(path), qPrintable(reason));
+    return layout;
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
@@ -22,7 +42,7 @@ int main(int argc, char* argv[])
     }
 
     tavik::setShapeDirectory(arguments.at(1));
-    const tavik::LayoutFile layout = tavik::readLayoutFile(arguments.at(2));
+    const tavik::KeyboardLayout layout = readLayout(arguments.at(2));
     const QDir skin(arguments.at(4));
     tavik::writeIcons(skin.path());
     tavik::savePicture(tavik::paintColorWheel(), skin.filePath("img_circlepalette.png"));
