@@ -86,9 +86,12 @@ void paintKeys(QPainter& painter, const KeyboardModel& keyboard)
     if (layout.width <= 0 || layout.height <= 0)
         return;
     painter.save();
-    painter.translate(keyboardArea.topLeft());
-    painter.scale(static_cast<double>(keyboardArea.width()) / layout.width,
-                  static_cast<double>(keyboardArea.height()) / layout.height);
+    const QSizeF board(layout.width, layout.height);
+    const double scale =
+        board.scaled(keyboardArea.size(), Qt::KeepAspectRatio).width() / board.width();
+    painter.translate(QRectF(keyboardArea).center());
+    painter.scale(scale, scale);
+    painter.translate(-board.width() / 2, -board.height() / 2);
     QFont font = painter.font();
     font.setPixelSize(8);
     painter.setFont(font);

@@ -30,9 +30,9 @@ void assignKeys()
     using tests::indexOf;
     AppState& state = AppState::instance();
     tavik::KeyLayer& layer = state.layerBase;
-    layer.at(indexOf("F1")) = consumerKeyAction(0xE2);
-    layer.at(indexOf("F2")) = consumerKeyAction(0xB7);
-    layer.at(indexOf("F3")) = consumerKeyAction(0x8A);
+    layer.at(indexOf("1")) = consumerKeyAction(0xE2);
+    layer.at(indexOf("2")) = consumerKeyAction(0xB7);
+    layer.at(indexOf("3")) = consumerKeyAction(0x8A);
     layer.at(indexOf("A")) = keyboardKeyAction(0x05, 0x01);
     layer.at(indexOf("Q")) = disabledKeyAction();
     layer.at(indexOf("M")) = macroKeyAction(0);

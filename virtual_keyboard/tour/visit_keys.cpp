@@ -74,20 +74,20 @@ void Tour::visitKeys()
         [] { return actionText(LayerId::Base, QStringLiteral("A")); });
 
     step(
-        QStringLiteral("assign Volume up to F5 on the Fn layer"),
+        QStringLiteral("assign Volume up to U on the Fn layer"),
         [&] {
             driver.click([] { return TourDriver::buttonWithText(QStringLiteral("Fn layer")); });
-            clickKey(QStringLiteral("F5"));
+            clickKey(QStringLiteral("U"));
             driver.chooseItem(combo("Assignment type"), QStringLiteral("Disabled"));
             driver.chooseItem(combo("Multimedia key"), QStringLiteral("Volume up"));
             driver.chooseItem(combo("Assignment type"), QStringLiteral("Multimedia key"));
             driver.click(ok);
         },
         [] {
-            return savedAction(AppState::instance().layerFn, QStringLiteral("F5")) ==
+            return savedAction(AppState::instance().layerFn, QStringLiteral("U")) ==
                    KeyAction{3, 0xE9, 0, 0};
         },
-        [] { return actionText(LayerId::Fn, QStringLiteral("F5")) + QStringLiteral(" so far"); });
+        [] { return actionText(LayerId::Fn, QStringLiteral("U")) + QStringLiteral(" so far"); });
 
     step(
         QStringLiteral("write the Fn layer"),
@@ -97,10 +97,10 @@ void Tour::visitKeys()
             });
         },
         [] {
-            return heldAction(LayerId::Fn, QStringLiteral("F5")) == KeyActionBytes{3, 0xE9, 0, 0} &&
+            return heldAction(LayerId::Fn, QStringLiteral("U")) == KeyActionBytes{3, 0xE9, 0, 0} &&
                    TourDriver::labelWithText(QStringLiteral("Layer Fn written.")) != nullptr;
         },
-        [] { return actionText(LayerId::Fn, QStringLiteral("F5")); });
+        [] { return actionText(LayerId::Fn, QStringLiteral("U")); });
 }
 
 void Tour::visitMacros()
