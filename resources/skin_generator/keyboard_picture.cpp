@@ -18,9 +18,6 @@ namespace {
 // Pixels per layout unit: sharp still when the drawing fills a large screen.
 constexpr int scale = 3;
 
-// The program cannot load a picture of more than 256 MB.
-constexpr int largestSide = 2500;
-
 constexpr unsigned long usageDelete = 0x4C;
 constexpr unsigned long usageFn = 0xAF;
 
@@ -175,12 +172,8 @@ void paintScreenHint(QPainter& painter, const QRectF& cap)
 
 QImage paintKeyboard(const KeyboardLayout& layout, const QString& fontPath)
 {
-    const QSize size(layout.width, layout.height);
-    if (size.isEmpty() || size.boundedTo({largestSide, largestSide}) != size)
-        qFatal("The layout file names a picture of %d x %d; both must lie between 1 and %d",
-               layout.width, layout.height, largestSide);
     const QString family = loadFamily(fontPath);
-    QImage picture = emptyPicture(size * scale);
+    QImage picture = emptyPicture(QSize(layout.width, layout.height) * scale);
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     painter.scale(scale, scale);

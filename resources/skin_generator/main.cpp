@@ -11,9 +11,13 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
+#include <QSize>
 #include <QTextStream>
 
 namespace {
+
+// In layout units. The program can load no picture of more than 256 MB.
+constexpr int largestSide = 2500;
 
 // Unlike the program, which must start with any file, the generator ends with a broken one.
 tavik::KeyboardLayout readLayout(const QString& path)
@@ -26,6 +30,10 @@ tavik::KeyboardLayout readLayout(const QString& path)
                qPrintable(file.errorString()));
     if (!layout.read(file, &reason))
         qFatal("The layout file %s is broken: %s", qPrintable(path), qPrintable(reason));
+    const QSize size(layout.width, layout.height);
+    if (size.isEmpty() || size.boundedTo({largestSide, largestSide}) != size)
+        qFatal("The layout file %s names a picture of %d x %d; both must lie between 1 and %d",
+               qPrintable(path), size.width(), size.height(), largestSide);
     return layout;
 }
 

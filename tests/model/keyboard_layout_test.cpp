@@ -75,6 +75,26 @@ private slots:
         QCOMPARE(layout.keys.at(1).desc, QStringLiteral("nested"));
     }
 
+    void readsWhatOnlyThePictureShows()
+    {
+        const QByteArray rect = " rect_left='1' rect_top='2' rect_width='30' rect_height='40'/>";
+        KeyboardLayout layout =
+            layoutFrom("<Keyboard><case" + rect + "<screen" + rect +
+                       "<key desc='Delete' legend='Del'/><key desc='1' shifted='!'/>"
+                       "<key desc='Space' legend=''/></Keyboard>");
+        QCOMPARE(layout.caseRect, QRect(1, 2, 30, 40));
+        QCOMPARE(layout.screenRect, QRect(1, 2, 30, 40));
+        QCOMPARE(layout.keys.at(0).legend, QStringLiteral("Del"));
+        QCOMPARE(layout.keys.at(1).legend, QStringLiteral("1"));
+        QCOMPARE(layout.keys.at(1).shifted, QStringLiteral("!"));
+        QCOMPARE(layout.keys.at(2).legend, QString());
+
+        QBuffer next;
+        next.setData("<key/>");
+        QVERIFY(next.open(QIODevice::ReadOnly) && layout.read(next));
+        QVERIFY(layout.caseRect.isNull() && layout.screenRect.isNull());
+    }
+
     void otherAreaElementCountsTooAndTheLaterOneWins()
     {
         const KeyboardLayout layout = layoutFrom("<a><Keyboard xpos='1' width='800' height='300'/>"

@@ -41,8 +41,6 @@ private:
 
 namespace {
 
-constexpr uint usageSpace = 0x2C;
-
 constexpr QColor captionText(30, 30, 30);
 constexpr QColor captionFill(231, 122, 25, 72);
 constexpr int rainbowAlpha = 78;
@@ -136,7 +134,7 @@ double KeyboardPictureTest::worstCaptionContrast(const QRect& area) const
 
 void KeyboardPictureTest::isLargeEnoughForBigScreens()
 {
-    QVERIFY(picture.width() >= 2400);
+    QVERIFY(scale >= 3);
     QCOMPARE(picture.size(), layout.area.size() * scale);
 }
 
@@ -144,8 +142,11 @@ void KeyboardPictureTest::caseHasTransparentCorners()
 {
     QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
     QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
-    QCOMPARE(at(12, 150).alpha(), 255);
-    QVERIFY(isDark(at(12, 150)));
+    if (layout.caseRect.isNull())
+        QSKIP("this board is drawn without a case");
+    const QPointF rim(layout.caseRect.left() + 6, layout.caseRect.center().y());
+    QCOMPARE(at(rim.x(), rim.y()).alpha(), 255);
+    QVERIFY(isDark(at(rim.x(), rim.y())));
 }
 
 void KeyboardPictureTest::capsStandWhereTheKeysAre_data()
@@ -188,7 +189,7 @@ void KeyboardPictureTest::legendIsPrinted()
     QFETCH(int, index);
     const LayoutKey& key = layout.keys.at(index);
     const QPointF darkest = darkestPlace(legendArea(key.rect));
-    QCOMPARE(isLight(at(darkest.x(), darkest.y())), key.usage == usageSpace);
+    QCOMPARE(isLight(at(darkest.x(), darkest.y())), key.legend.isEmpty());
 }
 
 void KeyboardPictureTest::captionsReachTheirContrast_data()
@@ -245,7 +246,7 @@ void KeyboardPictureTest::legendsAreReadableUnderEveryGlow()
 {
     QFETCH(int, index);
     const LayoutKey& key = layout.keys.at(index);
-    if (key.usage == usageSpace)
+    if (key.legend.isEmpty())
         return;
     const QPointF print = darkestPlace(legendArea(key.rect));
     const QColor ink = at(print.x(), print.y());
@@ -265,10 +266,12 @@ void KeyboardPictureTest::legendsAreReadableUnderEveryGlow()
     }
 }
 
-// Right of Delete and above the last column: dark glass with light hands and one in the accent.
+// Dark glass with light hands and one in the accent.
 void KeyboardPictureTest::screenShowsAClock()
 {
-    const QRect glass(696, 17, 81, 90);
+    if (layout.screenRect.isNull())
+        QSKIP("this board has no screen");
+    const QRect glass = layout.screenRect.adjusted(2, 2, -2, -2);
     for (const LayoutKey& key : layout.keys)
         QVERIFY2(!glass.intersects(key.rect), qPrintable(key.desc));
 

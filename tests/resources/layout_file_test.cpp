@@ -41,7 +41,8 @@ bool isKeyboardUsage(uint usage)
 
 void LayoutFileTest::initTestCase()
 {
-    layout = readLayout(shareDirectory() + "/keyboard-layout.xml");
+    layout =
+        readLayout(qEnvironmentVariable("TAVIK_SOURCE_DIR") + "/resources/keyboard-layout.xml");
     QCOMPARE(layout.error, QString());
 }
 
@@ -54,7 +55,7 @@ void LayoutFileTest::describesABoardOfThisSize()
 
 void LayoutFileTest::installedFileIsTheSource()
 {
-    QFile source(qEnvironmentVariable("TAVIK_SOURCE_DIR") + "/resources/keyboard-layout.xml");
+    QFile source(TAVIK_LAYOUT_FILE);
     QFile installed(shareDirectory() + "/keyboard-layout.xml");
     QVERIFY(source.open(QIODevice::ReadOnly));
     QVERIFY(installed.open(QIODevice::ReadOnly));
@@ -91,10 +92,13 @@ void LayoutFileTest::usagesAreRealAndUnique()
 
 void LayoutFileTest::rectanglesLieApartInsideTheBoard()
 {
+    QVERIFY(layout.area.contains(layout.caseRect));
+    QVERIFY(layout.caseRect.contains(layout.screenRect, true));
     for (qsizetype i = 0; i < layout.keys.size(); ++i) {
         const LayoutKey& key = layout.keys.at(i);
         QVERIFY2(key.rect.width() >= 30 && key.rect.height() >= 30, qPrintable(key.desc));
-        QVERIFY2(layout.area.contains(key.rect, true), qPrintable(key.desc));
+        QVERIFY2(layout.caseRect.contains(key.rect, true), qPrintable(key.desc));
+        QVERIFY2(!layout.screenRect.intersects(key.rect), qPrintable(key.desc));
         for (qsizetype j = i + 1; j < layout.keys.size(); ++j) {
             const LayoutKey& other = layout.keys.at(j);
             const QRect grown = key.rect.adjusted(-2, -2, 2, 2);

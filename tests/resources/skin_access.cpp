@@ -24,6 +24,12 @@ double luminance(const QColor& color)
            0.0722 * linear(color.blue());
 }
 
+QRect readRect(const QXmlStreamAttributes& attributes)
+{
+    return QRect(attributes.value("rect_left").toInt(), attributes.value("rect_top").toInt(),
+                 attributes.value("rect_width").toInt(), attributes.value("rect_height").toInt());
+}
+
 LayoutKey readKey(const QXmlStreamAttributes& attributes)
 {
     const auto text = [&attributes](const char* name) {
@@ -35,9 +41,9 @@ LayoutKey readKey(const QXmlStreamAttributes& attributes)
     key.keyIndex = text("key_index").toInt();
     key.lightIndex = text("light_index").toInt();
     key.rowCol = text("row_col");
-    key.rect = QRect(text("rect_left").toInt(), text("rect_top").toInt(),
-                     text("rect_width").toInt(), text("rect_height").toInt());
+    key.rect = readRect(attributes);
     key.fnLayerDisable = text("fnlayer_disable");
+    key.legend = text(attributes.hasAttribute("legend") ? "legend" : "desc");
     return key;
 }
 
@@ -73,6 +79,10 @@ Layout readLayout(const QString& path)
         const QXmlStreamAttributes attributes = xml.attributes();
         if (xml.name() == QLatin1String("key"))
             layout.keys.append(readKey(attributes));
+        else if (xml.name() == QLatin1String("case"))
+            layout.caseRect = readRect(attributes);
+        else if (xml.name() == QLatin1String("screen"))
+            layout.screenRect = readRect(attributes);
         else if (xml.name() == QLatin1String("Keyboard"))
             layout.area = QRect(attributes.value(QLatin1String("xpos")).toInt(),
                                 attributes.value(QLatin1String("ypos")).toInt(),

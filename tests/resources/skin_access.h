@@ -19,11 +19,14 @@ struct LayoutKey
     QString rowCol;
     QRect rect;
     QString fnLayerDisable;
+    QString legend;
 };
 
 struct Layout
 {
     QRect area;
+    QRect caseRect;
+    QRect screenRect;
     QList<LayoutKey> keys;
     QString error; // empty when the file was read without one
 };
