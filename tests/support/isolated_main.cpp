@@ -31,12 +31,7 @@ QStringList listCases(const QString& program)
 
 bool runCase(const QString& program, const QString& name)
 {
-    const QTemporaryDir configuration;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configuration.path());
-
     QProcess process;
-    process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, {QStringLiteral("-nocrashhandler"), name});
     const bool passed = process.waitForFinished(120'000) &&
@@ -68,6 +63,8 @@ int runIsolated(int argc, char* argv[], std::unique_ptr<QObject> (*createTest)()
         const QCoreApplication application(argc, argv);
         return runEveryCase(QCoreApplication::applicationFilePath());
     }
+    const QTemporaryDir configuration;
+    qputenv("XDG_CONFIG_HOME", configuration.path().toLocal8Bit());
     const QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));

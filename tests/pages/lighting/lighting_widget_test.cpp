@@ -149,7 +149,7 @@ private slots:
         connectKeyboard();
         page->apply();
         QCOMPARE(int(bus().keyboard().state().lighting[0]), 0x0B);
-        list()->setCurrentRow(19);
+        list()->setCurrentRow(list()->count() - 1);
         page->apply();
         QCOMPARE(int(bus().keyboard().state().lighting[0]), 0);
     }
@@ -157,7 +157,7 @@ private slots:
     void effectOutsideTheListIsIgnored()
     {
         connectKeyboard();
-        page->chooseEffect(20);
+        page->chooseEffect(list()->count());
         page->chooseEffect(-1);
         QVERIFY(!timer()->isActive());
         page->apply();
