@@ -5,6 +5,7 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -46,6 +47,29 @@ QImage ringPicture()
         }
     }
     return picture;
+}
+
+// The pixel nearest to the middle of the ring and to the hue, by looking at every one.
+std::optional<QPoint> plainSearch(const QImage& picture, int hue)
+{
+    std::optional<QPoint> best;
+    int bestScore = std::numeric_limits<int>::max();
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const int radius = qRound(std::sqrt((x - 120) * (x - 120) + (y - 120) * (y - 120)));
+            const QColor pixel = picture.pixelColor(x, y);
+            if (radius < 103 || radius > 119 || pixel.alpha() < 200 || pixel.saturation() < 190 ||
+                pixel.value() < 190)
+                continue;
+            const int apart = std::abs(pixel.hue() - hue);
+            const int score = std::abs(111 - radius) + 8 * std::min(apart, 360 - apart);
+            if (score < bestScore) {
+                bestScore = score;
+                best = QPoint(x, y);
+            }
+        }
+    }
+    return best;
 }
 
 // The picture with one pixel at that step from the center of a 240 x 240 wheel.
@@ -235,10 +259,30 @@ private slots:
         QFETCH(QColor, pixel);
         QFETCH(bool, found);
         const QImage picture = withPixel(emptyPicture(), step, pixel);
-        const std::optional<QPoint> marker = findMarker(picture, wheelSize, red);
+        const std::optional<QPoint> marker = WheelMarkers(picture, wheelSize).find(red);
         QCOMPARE(marker.has_value(), found);
         if (found)
             QCOMPARE(*marker, QPoint(120, 120) + step);
+    }
+
+    // The table must say what looking at every pixel says.
+    void everyColorFindsWhatAPlainSearchFinds()
+    {
+        const QImage picture(QCoreApplication::applicationDirPath() +
+                             "/../../../share/tavik-center/official-skin/img_circlepalette.png");
+        QVERIFY(!picture.isNull());
+        for (const QImage& searched : {picture, ringPicture()}) {
+            const WheelMarkers markers(searched, wheelSize);
+            std::array<std::optional<QPoint>, 360> plain;
+            for (int hue = 0; hue < 360; ++hue)
+                plain.at(static_cast<std::size_t>(hue)) = plainSearch(searched, hue);
+            QRandomGenerator random(11);
+            for (int round = 0; round < 12'000; ++round) {
+                const QColor color = QColor::fromRgb(random.generate());
+                if (color.hue() >= 0)
+                    QCOMPARE(markers.find(color), plain.at(static_cast<std::size_t>(color.hue())));
+            }
+        }
     }
 
     // One degree of hue weighs as much as eight pixels of radius.
@@ -265,16 +309,16 @@ private slots:
         const QPoint exact(0, exactRow * exactRadius);
         const QPoint ideal(0, -exactRow * 111);
         const QImage picture = withPixel(withPixel(emptyPicture(), exact, oneDegree), ideal, red);
-        QCOMPARE(findMarker(picture, wheelSize, oneDegree).value(),
+        QCOMPARE(WheelMarkers(picture, wheelSize).find(oneDegree).value(),
                  QPoint(120, 120) + (exactWins ? exact : ideal));
     }
 
     void ofEqualPixelsTheTopmostLeftmostWins()
     {
         const QImage two = withPixel(withPixel(emptyPicture(), {111, 0}, red), {-111, 0}, red);
-        QCOMPARE(findMarker(two, wheelSize, red).value(), QPoint(9, 120));
+        QCOMPARE(WheelMarkers(two, wheelSize).find(red).value(), QPoint(9, 120));
         const QImage three = withPixel(two, {0, -111}, red);
-        QCOMPARE(findMarker(three, wheelSize, red).value(), QPoint(120, 9));
+        QCOMPARE(WheelMarkers(three, wheelSize).find(red).value(), QPoint(120, 9));
     }
 
     void hueDistanceGoesRoundTheCircle()
@@ -283,7 +327,7 @@ private slots:
         const QColor farSameSide = QColor::fromHsv(328, 255, 255);
         const QImage picture =
             withPixel(withPixel(emptyPicture(), {0, -111}, farSameSide), {0, 111}, nearAcrossZero);
-        QCOMPARE(findMarker(picture, wheelSize, QColor::fromHsv(348, 255, 255)).value(),
+        QCOMPARE(WheelMarkers(picture, wheelSize).find(QColor::fromHsv(348, 255, 255)).value(),
                  QPoint(120, 231));
     }
 
@@ -292,17 +336,17 @@ private slots:
         QImage picture = emptyPicture({400, 400});
         picture.setPixelColor(150 + 111, 120, red); // 301 / 2 and 241 / 2
         picture.setPixelColor(150, 120 + 111, red);
-        QCOMPARE(findMarker(picture, {301, 241}, red).value(), QPoint(261, 120));
-        QCOMPARE(findMarker(picture, {300, 240}, red).value(), QPoint(261, 120));
-        QVERIFY(findMarker(picture, {320, 241}, red) != QPoint(261, 120));
+        QCOMPARE(WheelMarkers(picture, {301, 241}).find(red).value(), QPoint(261, 120));
+        QCOMPARE(WheelMarkers(picture, {300, 240}).find(red).value(), QPoint(261, 120));
+        QVERIFY(WheelMarkers(picture, {320, 241}).find(red) != QPoint(261, 120));
     }
 
     void nothingIsFoundWithoutAPictureAHueOrARing()
     {
-        QVERIFY(!findMarker(QImage(), wheelSize, red));
-        QVERIFY(!findMarker(emptyPicture(), wheelSize, red));
-        QVERIFY(!findMarker(ringPicture(), wheelSize, QColor(80, 80, 80)));
-        QVERIFY(findMarker(ringPicture(), wheelSize, red));
+        QVERIFY(!WheelMarkers(QImage(), wheelSize).find(red));
+        QVERIFY(!WheelMarkers(emptyPicture(), wheelSize).find(red));
+        QVERIFY(!WheelMarkers(ringPicture(), wheelSize).find(QColor(80, 80, 80)));
+        QVERIFY(WheelMarkers(ringPicture(), wheelSize).find(red));
     }
 
     void missingPictureLeavesAWheelWithoutARing()
