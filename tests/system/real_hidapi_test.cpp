@@ -125,7 +125,7 @@ void RealHidapiTest::writesBothLayers()
     const KeyLayer layer = variedLayer();
 
     QVERIFY2(writeLayer(LayerId::Base, layer), qPrintable(Device::instance().lastError));
-    QVERIFY2(writeLayer(LayerId::Fn, KeyLayer{}), qPrintable(Device::instance().lastError));
+    QVERIFY2(writeLayer(LayerId::Fn, layer), qPrintable(Device::instance().lastError));
 
     keyboard.withModel([&](const KeyboardModel& model) {
         for (std::size_t key = 0; key + 1 < layer.size(); ++key) {
@@ -133,6 +133,7 @@ void RealHidapiTest::writesBothLayers()
             const virtual_keyboard::KeyActionBytes bytes{action.page, action.p1, action.p2,
                                                          action.p3};
             QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Base, key), bytes);
+            QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Fn, key), bytes);
         }
     });
     QCOMPARE(violationsOf(keyboard), QStringList());
@@ -249,6 +250,8 @@ void RealHidapiTest::keepsTheHandleAfterAStall()
     QVERIFY(!sendLightingSleep(1));
     QVERIFY(Device::instance().isOpen());
     QVERIFY(sendLightingSleep(1));
+    keyboard.withModel(
+        [](const KeyboardModel& model) { QCOMPARE(int{model.state().sleepCode}, 1); });
 }
 
 void RealHidapiTest::keepsTheHandleAfterUnplugging()

@@ -401,6 +401,7 @@ private slots:
         QCOMPARE(status()->text(), text);
         QCOMPARE(status()->styleSheet(), successStyle);
         QCOMPARE(macros(), list);
+        QVERIFY(!bus().keyboard().state().macroSpace.empty());
         QCOMPARE(bus().keyboard().playMacro(0).size(),
                  static_cast<std::size_t>(std::max(actions, 0)));
         QVERIFY(!QFile::exists(stateFilePath()));
