@@ -6,7 +6,6 @@
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
 #include "tests/support/pixel_probe.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -233,7 +232,7 @@ private slots:
 
     void constructionSendsNothingAndWritesNothing()
     {
-        QCOMPARE(VirtualBus::instance().sentReports().size(), std::size_t{0});
+        QCOMPARE(bus().sentReports().size(), std::size_t{0});
         QVERIFY(QDir(qEnvironmentVariable("XDG_CONFIG_HOME"))
                     .entryList(QDir::NoDotAndDotDot | QDir::AllEntries)
                     .isEmpty());
@@ -280,7 +279,7 @@ private slots:
         QTest::mouseClick(view, Qt::LeftButton, {}, key.center());
         const QRect frame = changedArea(before, pictureOf(*view));
         QVERIFY(!frame.isEmpty() && key.contains(frame));
-        QCOMPARE(VirtualBus::instance().sentReports().size(), std::size_t{0});
+        QCOMPARE(bus().sentReports().size(), std::size_t{0});
     }
 
     void everyIconOnlyControlHasAName()

@@ -1,7 +1,6 @@
 #include "device/device.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QTest>
 
@@ -10,11 +9,6 @@ using namespace tavik::tests;
 using namespace tavik::virtual_keyboard;
 
 namespace {
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 Device& device()
 {

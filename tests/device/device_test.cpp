@@ -1,7 +1,6 @@
 #include "device/device.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QMutexLocker>
 #include <QSignalSpy>
@@ -19,11 +18,6 @@ namespace {
 
 const QString notFoundText = QStringLiteral(
     "Keyboard not found (vendor interface 0xFF13). Plug the USB-C cable (wired mode).");
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 Device& device()
 {

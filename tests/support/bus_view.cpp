@@ -1,13 +1,10 @@
 #include "tests/support/bus_view.h"
 
 #include "device/device.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 namespace tavik::tests {
 
 namespace {
-
-using virtual_keyboard::VirtualBus;
 
 QStringList toStringList(const std::vector<std::string>& lines)
 {
@@ -19,25 +16,30 @@ QStringList toStringList(const std::vector<std::string>& lines)
 
 } // namespace
 
+virtual_keyboard::VirtualBus& bus()
+{
+    return virtual_keyboard::VirtualBus::instance();
+}
+
 QStringList busTrace()
 {
-    return toStringList(VirtualBus::instance().trace());
+    return toStringList(bus().trace());
 }
 
 QStringList busWire()
 {
-    return toStringList(VirtualBus::instance().wire());
+    return toStringList(bus().wire());
 }
 
 QStringList busSends()
 {
-    return toStringList(VirtualBus::instance().sends());
+    return toStringList(bus().sends());
 }
 
 QStringList takeBusViolations()
 {
-    const QStringList violations = toStringList(VirtualBus::instance().violations());
-    VirtualBus::instance().clearViolations();
+    const QStringList violations = toStringList(bus().violations());
+    bus().clearViolations();
     return violations;
 }
 

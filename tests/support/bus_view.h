@@ -1,8 +1,13 @@
 #pragma once
 
+#include "virtual_keyboard/virtual_bus.h"
+
 #include <QStringList>
 
 namespace tavik::tests {
+
+// The bus with the keyboard on it, which takes the place of hidapi.
+[[nodiscard]] virtual_keyboard::VirtualBus& bus();
 
 // What the virtual bus has recorded, as lists that QCOMPARE prints well.
 [[nodiscard]] QStringList busTrace();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual_keyboard/virtual_bus.h"
+#include "tests/support/bus_view.h"
 
 #include <QList>
 #include <QString>
@@ -152,7 +152,7 @@ inline void addFaultRows(const QList<SequenceFault>& faults)
 
 inline void arrange(const SequenceFault& fault)
 {
-    virtual_keyboard::VirtualBus::instance().failAt(fault.exchange, fault.fault, fault.times);
+    bus().failAt(fault.exchange, fault.fault, fault.times);
 }
 
 // What one exchange that goes well leaves in the trace.

@@ -10,17 +10,11 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
 
 constexpr int writeHeaderExchange = 2;
 constexpr int commitExchange = 12;
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 // Neighbors differ, and no byte is where a shifted or swapped one would be.
 ColorBank variedBank()

@@ -8,7 +8,6 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QColorDialog>
 #include <QFile>
@@ -25,17 +24,11 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
 
 const QString successStyle = QStringLiteral("color:#7ec97e;");
 const QString errorStyle = QStringLiteral("color:#e07070;");
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 tavik::ColorBank& bank()
 {

@@ -29,7 +29,6 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
 
@@ -539,7 +538,7 @@ private slots:
                                                         : QStringLiteral("Layer Fn written."));
         QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#7ec97e;"));
         using virtual_keyboard::KeyActionBytes;
-        const virtual_keyboard::KeyboardState& held = VirtualBus::instance().keyboard().state();
+        const virtual_keyboard::KeyboardState& held = bus().keyboard().state();
         virtual_keyboard::KeyboardState expected;
         (layer == 0 ? expected.baseLayer : expected.fnLayer)[lastKey] = {2, 1, 0, 0};
         if (layer == 0)
@@ -561,7 +560,7 @@ private slots:
         AppState::instance().layerBase.at(indexOf("A")) = ctrlShiftB;
         const auto page = openPage();
         const SavedState before = stateInMemory();
-        VirtualBus::instance().failAt(fault.step, fault.fault, fault.times);
+        bus().failAt(fault.step, fault.fault, fault.times);
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: ") + fault.text);
         QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#e07070;"));
@@ -573,7 +572,7 @@ private slots:
     void successAfterAFailureIsGreenAgain()
     {
         const auto page = openPage();
-        VirtualBus::instance().failAt(headerStep, virtual_keyboard::answerStatus(5));
+        bus().failAt(headerStep, virtual_keyboard::answerStatus(5));
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(),
                  QStringLiteral("Error: Keymap command rejected (status 05)"));
@@ -585,7 +584,7 @@ private slots:
     void errorTextIsShownLiterally()
     {
         const auto page = openPage();
-        VirtualBus::instance().failAt(openStep, virtual_keyboard::sendError("<b>5 & 6</b>"));
+        bus().failAt(openStep, virtual_keyboard::sendError("<b>5 & 6</b>"));
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: <b>5 & 6</b>"));
         QCOMPARE(statusLabel(*page)->textFormat(), Qt::PlainText);

@@ -8,14 +8,8 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 // Every byte of the layer has a value of its own, as far as there are so many.
 KeyLayer variedLayer()

@@ -5,7 +5,6 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/pixel_probe.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -23,11 +22,6 @@ using namespace tavik::tests;
 using namespace tavik::virtual_keyboard;
 
 namespace {
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 // How the wheel looks that was given these colors one after the other.
 QImage wheelShowing(const QList<QColor>& colors)

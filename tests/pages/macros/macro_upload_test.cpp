@@ -11,17 +11,11 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
 
 constexpr int announcementExchange = 3;
 constexpr int firstPieceExchange = 4;
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 // Bytes that differ from their neighbors and are zero nowhere.
 QByteArray variedImage(qsizetype size)

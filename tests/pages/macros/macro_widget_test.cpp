@@ -5,7 +5,6 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QComboBox>
 #include <QFile>
@@ -28,7 +27,6 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
 
@@ -36,11 +34,6 @@ const QString successStyle = QStringLiteral("color:#7ec97e;");
 const QString warningStyle = QStringLiteral("color:#e0a050;");
 const QString errorStyle = QStringLiteral("color:#e07070;");
 const QString newMacroText = QStringLiteral("New macro");
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 QList<MacroRecord>& macros()
 {

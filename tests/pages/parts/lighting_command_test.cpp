@@ -2,7 +2,6 @@
 #include "pages/parts/lighting_command.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QTest>
 
@@ -70,8 +69,8 @@ private slots:
         QCOMPARE(busSends().at(1), QStringLiteral("04 13 00 00 00 00 00 00 01"));
         QVERIFY(sendLightingSleep(1));
         QCOMPARE(busSends().at(6), QStringLiteral("04 17 01 00 00 00 00 00 01"));
-        QCOMPARE(VirtualBus::instance().keyboard().state().lighting, lightingModePayload(settings));
-        QCOMPARE(int(VirtualBus::instance().keyboard().state().sleepCode), 1);
+        QCOMPARE(bus().keyboard().state().lighting, lightingModePayload(settings));
+        QCOMPARE(int(bus().keyboard().state().sleepCode), 1);
     }
 };
 

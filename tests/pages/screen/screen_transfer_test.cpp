@@ -2,7 +2,6 @@
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -21,11 +20,6 @@ const QString accepted = QStringLiteral(" 00 01");
 
 constexpr int blockCount = 9; // of one frame
 constexpr int slot = 2;
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 tavik::ScreenFrame testFrame(int index)
 {

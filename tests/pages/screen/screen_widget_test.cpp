@@ -5,7 +5,6 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/made_images.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -33,11 +32,6 @@ const QString hintText = QStringLiteral(
 const QString plainStyle = QString();
 const QString successStyle = QStringLiteral("color:#7ec97e;");
 const QString errorStyle = QStringLiteral("color:#e07070;");
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 QPushButton* button(const ScreenWidget& page, const QString& text)
 {

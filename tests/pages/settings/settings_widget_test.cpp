@@ -8,7 +8,6 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
-#include "virtual_keyboard/virtual_bus.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -32,14 +31,8 @@
 
 using namespace tavik;
 using namespace tavik::tests;
-using virtual_keyboard::VirtualBus;
 
 namespace {
-
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
 
 QString settingsFilePath()
 {
