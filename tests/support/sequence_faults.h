@@ -41,6 +41,19 @@ inline QString reportText(std::span<const std::uint8_t> bytes)
     return QString::fromLatin1(raw.toHex(' '));
 }
 
+// The data in reports of 64 bytes, which the program tries to send ten times.
+inline QList<SequenceStep> dataSteps(const QByteArray& name, std::span<const std::uint8_t> data)
+{
+    QList<SequenceStep> steps;
+    while (!data.empty()) {
+        const auto report = data.first(std::min(data.size(), std::size_t{64}));
+        steps +=
+            {name + ' ' + QByteArray::number(steps.size() + 1), reportText(report), QString(), 10};
+        data = data.subspan(report.size());
+    }
+    return steps;
+}
+
 inline QStringList reportsOf(const QList<SequenceStep>& steps)
 {
     QStringList reports;

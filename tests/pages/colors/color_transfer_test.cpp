@@ -59,9 +59,7 @@ QList<SequenceStep> writeSteps(const ColorBank& bank)
     QList<SequenceStep> steps{{"session", QStringLiteral("04 18"), QString()},
                               {"header", QStringLiteral("04 23 00 00 00 00 00 00 09"),
                                QStringLiteral("RGB bank rejected (status %1)")}};
-    for (std::size_t slice = 0; slice < 9; ++slice)
-        steps += {"slice " + QByteArray::number(qsizetype(slice) + 1),
-                  reportText(std::span(image).subspan(64 * slice, 64)), QString(), 10};
+    steps += dataSteps("slice", image);
     steps += {"COMMIT", QStringLiteral("04 02"), QStringLiteral("COMMIT rejected (status %1)")};
     steps += {"FINISH", QStringLiteral("04 f0"), QStringLiteral("FINISH rejected (status %1)")};
     return steps;

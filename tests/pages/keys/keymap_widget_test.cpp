@@ -5,7 +5,7 @@
 #include "pages/keys/keymap_widget.h"
 #include "pages/parts/caption_text.h"
 #include "pages/parts/keyboard_view.h"
-#include "tests/pages/keys/layer_write_faults.h"
+#include "tests/pages/keys/layer_write_steps.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
@@ -552,19 +552,23 @@ private slots:
         QVERIFY(deviceLockIsFree());
     }
 
-    void failedWrite_data() { layerWriteFaultRows(); }
+    void failedWrite_data()
+    {
+        KeyLayer layer{};
+        layer.at(indexOf("A")) = ctrlShiftB;
+        addFaultRows(faultsOfSession(layerWriteSteps(LayerId::Base, layer)));
+    }
     void failedWrite()
     {
-        QFETCH(int, row);
-        const LayerWriteFault fault = allLayerWriteFaults().at(row);
+        QFETCH(SequenceFault, fault);
         AppState::instance().layerBase.at(indexOf("A")) = ctrlShiftB;
         const auto page = openPage();
         const SavedState before = stateInMemory();
-        bus().failAt(fault.step, fault.fault, fault.times);
+        arrange(fault);
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: ") + fault.text);
         QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#e07070;"));
-        QCOMPARE(busSends().size(), fault.reportSteps.size());
+        QCOMPARE(busSends(), fault.sends);
         QVERIFY(deviceLockIsFree());
         QVERIFY(stateInMemory() == before);
     }
@@ -572,7 +576,7 @@ private slots:
     void successAfterAFailureIsGreenAgain()
     {
         const auto page = openPage();
-        bus().failAt(headerStep, virtual_keyboard::answerStatus(5));
+        bus().failAt(headerExchange, virtual_keyboard::answerStatus(5));
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(),
                  QStringLiteral("Error: Keymap command rejected (status 05)"));
@@ -584,7 +588,7 @@ private slots:
     void errorTextIsShownLiterally()
     {
         const auto page = openPage();
-        bus().failAt(openStep, virtual_keyboard::sendError("<b>5 & 6</b>"));
+        bus().failAt(openExchange, virtual_keyboard::sendError("<b>5 & 6</b>"));
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: <b>5 & 6</b>"));
         QCOMPARE(statusLabel(*page)->textFormat(), Qt::PlainText);

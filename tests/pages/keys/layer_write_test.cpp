@@ -1,6 +1,6 @@
 #include "device/device.h"
 #include "pages/keys/layer_write.h"
-#include "tests/pages/keys/layer_write_faults.h"
+#include "tests/pages/keys/layer_write_steps.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 
@@ -24,40 +24,6 @@ KeyLayer variedLayer()
     return layer;
 }
 
-QString hexText(const std::uint8_t* bytes, std::size_t count)
-{
-    while (count > 1 && bytes[count - 1] == 0)
-        --count;
-    const QByteArray raw(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(count));
-    return QString::fromLatin1(raw.toHex(' '));
-}
-
-// The thirteen reports of the write as they go over the wire.
-QStringList reportsOf(LayerId id, const KeyLayer& layer)
-{
-    QStringList reports{QStringLiteral("04 18 00 00 00 00 00 00 01"),
-                        id == LayerId::Base ? QStringLiteral("04 11 00 00 00 00 00 00 09")
-                                            : QStringLiteral("04 27 00 00 00 00 00 00 09")};
-    std::array<std::uint8_t, 576> block{};
-    for (std::size_t key = 0; key < layer.size(); ++key) {
-        block.at(4 * key) = layer.at(key).page;
-        block.at(4 * key + 1) = layer.at(key).p1;
-        block.at(4 * key + 2) = layer.at(key).p2;
-        block.at(4 * key + 3) = layer.at(key).p3;
-    }
-    block[574] = 0xAA;
-    block[575] = 0x55;
-    for (std::size_t offset = 0; offset < block.size(); offset += 64)
-        reports += hexText(block.data() + offset, 64);
-    return reports << QStringLiteral("04 02") << QStringLiteral("04 f0 00 00 00 00 00 00 01");
-}
-
-QString answerTo(const QString& report, int step)
-{
-    const bool isData = step >= firstSliceStep && step <= lastSliceStep;
-    return isData ? QStringLiteral("00") : report.left(5) + QStringLiteral(" 00 01");
-}
-
 // The keyboard's copy of a layer as the program would have to have sent it.
 virtual_keyboard::KeyLayer heldAfter(const KeyLayer& layer)
 {
@@ -65,6 +31,11 @@ virtual_keyboard::KeyLayer heldAfter(const KeyLayer& layer)
     for (std::size_t key = 0; key < layer.size(); ++key)
         held.at(key) = {layer.at(key).page, layer.at(key).p1, layer.at(key).p2, layer.at(key).p3};
     return held;
+}
+
+QList<SequenceFault> faults(LayerId id)
+{
+    return faultsOfSession(layerWriteSteps(id, variedLayer()));
 }
 
 void layerRows()
@@ -120,14 +91,10 @@ private slots:
 
         QStringList expected{QStringLiteral("init"), QStringLiteral("enumerate 8009"),
                              QStringLiteral("open config")};
-        int step = openStep;
-        for (const QString& report : reportsOf(id, variedLayer())) {
-            expected << QStringLiteral("wait 35") << QStringLiteral("send ") + report
-                     << QStringLiteral("wait 50")
-                     << QStringLiteral("read ") + answerTo(report, step);
-            if (step >= firstSliceStep && step <= lastSliceStep)
-                expected << QStringLiteral("wait 2");
-            ++step;
+        for (const SequenceStep& step : layerWriteSteps(id, variedLayer())) {
+            expected += exchangeTrace(step);
+            if (step.name.startsWith("slice"))
+                expected += QStringLiteral("wait 2");
         }
         QCOMPARE(busTrace(), expected);
         QVERIFY(deviceLockIsFree());
@@ -151,23 +118,23 @@ private slots:
     // Another page's reports must not come between, not even before the closing FINISH.
     void deviceIsLockedFromTheFirstReportToTheLast_data()
     {
-        QTest::addColumn<int>("failingStep");
+        QTest::addColumn<int>("failingExchange");
         QTest::newRow("good") << 0;
-        QTest::newRow("header rejected") << headerStep;
-        QTest::newRow("COMMIT rejected") << commitStep;
+        QTest::newRow("header rejected") << headerExchange;
+        QTest::newRow("COMMIT rejected") << commitExchange;
     }
     void deviceIsLockedFromTheFirstReportToTheLast()
     {
-        QFETCH(int, failingStep);
-        if (failingStep > 0)
-            bus().failAt(failingStep, virtual_keyboard::answerStatus(5));
+        QFETCH(int, failingExchange);
+        if (failingExchange > 0)
+            bus().failAt(failingExchange, virtual_keyboard::answerStatus(5));
         int lines = 0;
         int unlockedLines = 0;
         bus().setListener([&] {
             ++lines;
             unlockedLines += deviceLockIsFree() ? 1 : 0;
         });
-        QCOMPARE(writeLayer(LayerId::Base, variedLayer()), failingStep == 0);
+        QCOMPARE(writeLayer(LayerId::Base, variedLayer()), failingExchange == 0);
         bus().setListener({});
         QVERIFY(lines > 0);
         QCOMPARE(unlockedLines, 0);
@@ -176,7 +143,7 @@ private slots:
 
     void busySessionIsAskedAgain()
     {
-        bus().failAt(openStep, virtual_keyboard::busy(), 2);
+        bus().failAt(openExchange, virtual_keyboard::busy(), 2);
         QVERIFY(writeLayer(LayerId::Base, variedLayer()));
         QCOMPARE(bus().count("wait 300"), 2);
         QCOMPARE(bus().keyboard().state().baseLayer[0],
@@ -185,50 +152,48 @@ private slots:
 
     void sliceThatPassesAtTheTenthAttemptIsGood()
     {
-        bus().failAt(firstSliceStep + 4, virtual_keyboard::sendError("send broke"), 9);
+        bus().failAt(firstSliceExchange + 4, virtual_keyboard::sendError("send broke"), 9);
         QVERIFY(writeLayer(LayerId::Fn, variedLayer()));
-        QCOMPARE(busSends(), reportsOf(LayerId::Fn, variedLayer()));
+        QCOMPARE(busSends(), reportsOf(layerWriteSteps(LayerId::Fn, variedLayer())));
     }
 
-    void failure_data() { layerWriteFaultRows(); }
+    void failure_data() { addFaultRows(faults(LayerId::Base)); }
     void failure()
     {
-        QFETCH(int, row);
-        const LayerWriteFault fault = allLayerWriteFaults().at(row);
-        bus().failAt(fault.step, fault.fault, fault.times);
+        QFETCH(SequenceFault, fault);
+        arrange(fault);
         QVERIFY(!writeLayer(LayerId::Base, variedLayer()));
-
-        const QStringList reports = reportsOf(LayerId::Base, variedLayer());
-        QStringList expected;
-        for (const int step : fault.reportSteps)
-            expected += reports.at(step - 1);
-        QCOMPARE(busSends(), expected);
+        QCOMPARE(busSends(), fault.sends);
         QCOMPARE(Device::instance().lastError, fault.text);
         QVERIFY(deviceLockIsFree());
     }
 
     // A write whose only FINISH fails has no second one.
-    void failureOfTheClosingFinishReplacesTheText_data() { layerWriteFaultRows(commitStep); }
+    void failureOfTheClosingFinishReplacesTheText_data()
+    {
+        QList<SequenceFault> beforeFinish = faults(LayerId::Base);
+        beforeFinish.removeIf(
+            [](const SequenceFault& fault) { return fault.exchange == finishExchange; });
+        addFaultRows(beforeFinish);
+    }
     void failureOfTheClosingFinishReplacesTheText()
     {
-        QFETCH(int, row);
-        const LayerWriteFault fault = allLayerWriteFaults().at(row);
-        bus().failAt(fault.step, fault.fault, fault.times);
+        QFETCH(SequenceFault, fault);
+        arrange(fault);
         bus().failCommand(0xF0, virtual_keyboard::answerStatus(9));
         QVERIFY(!writeLayer(LayerId::Base, variedLayer()));
         QCOMPARE(Device::instance().lastError, QStringLiteral("FINISH rejected (status 09)"));
         QVERIFY(deviceLockIsFree());
     }
 
-    void keyboardKeepsItsLayerUntilCommit_data() { layerWriteFaultRows(); }
+    void keyboardKeepsItsLayerUntilCommit_data() { addFaultRows(faults(LayerId::Fn)); }
     void keyboardKeepsItsLayerUntilCommit()
     {
-        QFETCH(int, row);
-        const LayerWriteFault fault = allLayerWriteFaults().at(row);
-        bus().failAt(fault.step, fault.fault, fault.times);
+        QFETCH(SequenceFault, fault);
+        arrange(fault);
         QVERIFY(!writeLayer(LayerId::Fn, variedLayer()));
-        const bool committed = fault.reportSteps.contains(commitStep) &&
-                               (fault.step == finishStep ||
+        const bool committed = fault.sends.contains("04 02") &&
+                               (fault.exchange == finishExchange ||
                                 fault.fault.kind == virtual_keyboard::Fault::Kind::ReadError ||
                                 fault.fault.answer == virtual_keyboard::AnswerFault::WrongEcho);
         const bool changed =

@@ -43,13 +43,8 @@ QList<SequenceStep> uploadSteps(const QByteArray& image, const QString& announce
                               {"macro session", QStringLiteral("04 19"),
                                QStringLiteral("Macro session rejected (status %1)")},
                               {"announcement", announcement, QString()}};
-    for (qsizetype offset = 0; offset < image.size(); offset += 64) {
-        const QByteArray piece = image.mid(offset, 64);
-        steps += {"piece " + QByteArray::number(offset / 64 + 1),
-                  reportText({reinterpret_cast<const std::uint8_t*>(piece.constData()),
-                              static_cast<std::size_t>(piece.size())}),
-                  QString(), 10};
-    }
+    steps += dataSteps("piece", {reinterpret_cast<const std::uint8_t*>(image.constData()),
+                                 static_cast<std::size_t>(image.size())});
     steps +=
         {"COMMIT", QStringLiteral("04 02"), QStringLiteral("Macro COMMIT rejected (status %1)")};
     steps += {"FINISH", QStringLiteral("04 f0 00 00 00 00 00 00 01"),
