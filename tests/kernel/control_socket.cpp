@@ -6,7 +6,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 namespace {
 
@@ -113,4 +113,4 @@ std::optional<std::string> askControlSocket(const std::string& path, const std::
     return text;
 }
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

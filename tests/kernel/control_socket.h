@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 // One line there, any text back, then the connection is over.
 
@@ -44,4 +44,4 @@ private:
 [[nodiscard]] std::optional<std::string> askControlSocket(const std::string& path,
                                                           const std::string& line);
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

@@ -56,7 +56,7 @@ Device& device()
 QString ask(const QString& order)
 {
     const auto answer =
-        kernel_test::askControlSocket(qgetenv("TAVIK_KEYBOARD").toStdString(), order.toStdString());
+        tests::askControlSocket(qgetenv("TAVIK_KEYBOARD").toStdString(), order.toStdString());
     return answer ? QString::fromStdString(*answer) : QStringLiteral("no answer");
 }
 
@@ -94,7 +94,7 @@ bool isReady()
     const QStringList nodes = hidrawNodes();
     const auto open = std::ranges::count_if(
         nodes, [](const QString& node) { return mayOpen(QFile::encodeName(node)); });
-    return nodes.size() == kernel_test::usbInterfaceCount && open == 2;
+    return nodes.size() == tests::usbInterfaceCount && open == 2;
 }
 
 QStringList tagsOf(const QByteArray& node)
@@ -113,8 +113,7 @@ QString differenceFrom(const KeyboardState& expected)
 {
     constexpr qsizetype shown = 32;
     const QStringList held = ask(QStringLiteral("state")).split(u'\n');
-    const QStringList wanted =
-        QString::fromStdString(kernel_test::stateText(expected)).split(u'\n');
+    const QStringList wanted = QString::fromStdString(tests::stateText(expected)).split(u'\n');
     for (qsizetype line = 0; line < std::min(held.size(), wanted.size()); ++line) {
         const QString& is = held[line];
         const QString& should = wanted[line];

@@ -2,7 +2,7 @@
 
 #include <span>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 namespace {
 
@@ -62,4 +62,4 @@ std::string stateText(const virtual_keyboard::KeyboardState& state)
     return text;
 }
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

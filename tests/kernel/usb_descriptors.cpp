@@ -3,7 +3,7 @@
 #include <array>
 #include <string_view>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 namespace {
 
@@ -190,4 +190,4 @@ std::optional<Bytes> stringDescriptor(std::uint8_t index)
     return bytes;
 }
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

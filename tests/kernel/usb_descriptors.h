@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 // The three HID interfaces of the keyboard, by their USB interface number.
 enum class UsbInterface : std::uint8_t { Typing = 0, Configuration = 1, Screen = 2 };
@@ -34,4 +34,4 @@ struct UsbIdentity
 // Nothing for an index the keyboard does not have (0 names the language).
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> stringDescriptor(std::uint8_t index);
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

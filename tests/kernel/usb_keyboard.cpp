@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 namespace {
 
@@ -238,4 +238,4 @@ std::vector<std::string> UsbKeyboard::violations() const
     return all;
 }
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

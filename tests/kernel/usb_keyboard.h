@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 // The eight bytes in front of a control transfer.
 struct UsbSetup
@@ -99,4 +99,4 @@ private:
     std::vector<std::string> violations_;
 };
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

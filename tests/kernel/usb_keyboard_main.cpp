@@ -22,7 +22,7 @@
 #include <sstream>
 #include <string_view>
 
-using namespace tavik::kernel_test;
+using namespace tavik::tests;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 // All numbers travel most significant byte first; the setup packet is as it is on the wire.
 struct UsbipSubmit
@@ -218,4 +218,4 @@ std::chrono::milliseconds UsbipLink::now() const
         std::chrono::steady_clock::now().time_since_epoch());
 }
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

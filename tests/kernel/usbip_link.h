@@ -5,7 +5,7 @@
 #include <chrono>
 #include <map>
 
-namespace tavik::kernel_test {
+namespace tavik::tests {
 
 struct UsbipHeader;
 
@@ -50,4 +50,4 @@ private:
     std::map<std::uint8_t, SequenceNumbers> waitingInputs_; // by endpoint, oldest first
 };
 
-} // namespace tavik::kernel_test
+} // namespace tavik::tests

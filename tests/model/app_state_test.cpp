@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 using namespace tavik;
-using namespace tavik::test;
+using namespace tavik::tests;
 
 namespace {
 

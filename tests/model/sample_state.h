@@ -11,7 +11,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 // Gives the program a configuration directory of its own for as long as the object lives, so that
 // no test can reach the files of the person who runs it.
@@ -99,4 +99,4 @@ inline SavedState randomState(QRandomGenerator& random)
     return state;
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests

@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 using namespace tavik;
-using namespace tavik::test;
+using namespace tavik::tests;
 
 // Kills the program at every system call of a start and of a save, and inside the write itself, and
 // then looks at what is left on disk.

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 class ColorWheelTest : public QObject
 {
@@ -151,7 +151,7 @@ void ColorWheelTest::redIsAtTheTopAndHuesRunClockwise()
     QVERIFY(hueDistance(wheel.pixelColor(center - 111, center).hsvHue(), 270) <= 1);
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests
 
-QTEST_GUILESS_MAIN(tavik::test::ColorWheelTest)
+QTEST_GUILESS_MAIN(tavik::tests::ColorWheelTest)
 #include "color_wheel_test.moc"

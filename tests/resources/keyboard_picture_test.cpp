@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 class KeyboardPictureTest : public QObject
 {
@@ -292,7 +292,7 @@ void KeyboardPictureTest::screenShowsAClock()
     QVERIFY(accent > 20);
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests
 
-QTEST_GUILESS_MAIN(tavik::test::KeyboardPictureTest)
+QTEST_GUILESS_MAIN(tavik::tests::KeyboardPictureTest)
 #include "keyboard_picture_test.moc"

@@ -4,7 +4,7 @@
 #include <QSet>
 #include <QtTest>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 class LayoutFileTest : public QObject
 {
@@ -144,7 +144,7 @@ void LayoutFileTest::onlyFnIsLockedOnTheFnLayer()
     QCOMPARE(locked, 1);
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests
 
-QTEST_GUILESS_MAIN(tavik::test::LayoutFileTest)
+QTEST_GUILESS_MAIN(tavik::tests::LayoutFileTest)
 #include "layout_file_test.moc"

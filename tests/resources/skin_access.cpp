@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 namespace {
 
@@ -110,4 +110,4 @@ QColor over(const QColor& color, const QColor& ground)
                   mix(color.blue(), ground.blue()));
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests

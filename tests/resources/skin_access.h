@@ -6,7 +6,7 @@
 #include <QRect>
 #include <QString>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 // One key of the layout file. It is read here once more, and apart from the program and from the
 // painter of the pictures, so that a mistake of theirs does not repeat itself in the tests.
@@ -46,4 +46,4 @@ struct Layout
 // `color` with its alpha laid over the opaque `ground`.
 [[nodiscard]] QColor over(const QColor& color, const QColor& ground);
 
-} // namespace tavik::test
+} // namespace tavik::tests

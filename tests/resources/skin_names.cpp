@@ -3,7 +3,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 namespace {
 
@@ -47,4 +47,4 @@ QString skinFileFor(const QString& name, const QString& skinDirectory)
     return {};
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests

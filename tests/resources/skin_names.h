@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 // The names of pictures and fonts in the string literals of a C++ source, in order. Comments do
 // not count, and a file filter such as "*.png" names no file. Of a path into the installed skin
@@ -14,4 +14,4 @@ namespace tavik::test {
 // directory may lie in "icons" too. Empty when there is none.
 [[nodiscard]] QString skinFileFor(const QString& name, const QString& skinDirectory);
 
-} // namespace tavik::test
+} // namespace tavik::tests

@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 class SkinNamesTest : public QObject
 {
@@ -116,7 +116,7 @@ void SkinNamesTest::everyFileIsAskedFor()
     QCOMPARE(unused, QStringList());
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests
 
-QTEST_GUILESS_MAIN(tavik::test::SkinNamesTest)
+QTEST_GUILESS_MAIN(tavik::tests::SkinNamesTest)
 #include "skin_names_test.moc"

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace tavik::test {
+namespace tavik::tests {
 
 class SkinPicturesTest : public QObject
 {
@@ -394,7 +394,7 @@ void SkinPicturesTest::applicationIconIsReadableSmall()
     QCOMPARE(icon.pixelColor(0, 0).alpha(), 0);
 }
 
-} // namespace tavik::test
+} // namespace tavik::tests
 
-QTEST_MAIN(tavik::test::SkinPicturesTest)
+QTEST_MAIN(tavik::tests::SkinPicturesTest)
 #include "skin_pictures_test.moc"

@@ -21,11 +21,11 @@ inline QList<SequenceStep> layerWriteSteps(LayerId id, const KeyLayer& layer)
     image.at(574) = 0xAA;
     image.at(575) = 0x55;
 
-    QList<SequenceStep> steps{{"session", "04 18 00 00 00 00 00 00 01", QString()},
-                              {"header",
-                               id == LayerId::Base ? "04 11 00 00 00 00 00 00 09"
-                                                   : "04 27 00 00 00 00 00 00 09",
-                               "Keymap command rejected (status %1)"}};
+    QList<SequenceStep> steps{
+        {"session", "04 18 00 00 00 00 00 00 01", QString()},
+        {"header",
+         id == LayerId::Base ? "04 11 00 00 00 00 00 00 09" : "04 27 00 00 00 00 00 00 09",
+         "Keymap command rejected (status %1)"}};
     steps += dataSteps("slice", image);
     steps += {"COMMIT", "04 02", "COMMIT rejected (status %1)"};
     steps += {"FINISH", "04 f0 00 00 00 00 00 00 01", "FINISH rejected (status %1)"};
