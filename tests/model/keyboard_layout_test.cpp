@@ -1,4 +1,5 @@
 #include "model/keyboard_layout.h"
+#include "tests/support/files.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <climits>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
@@ -27,13 +29,6 @@ KeyboardLayout layoutFrom(const QByteArray& xml, bool* accepted = nullptr)
 KeyRecord keyFrom(const QByteArray& attributes)
 {
     return layoutFrom("<Keyboard><key " + attributes + "/></Keyboard>").keys.value(0);
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
 }
 
 QByteArray layoutNamed(const QByteArray& name)

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "model/app_state.h"
+#include "tests/support/files.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QRandomGenerator>
 #include <QString>
 #include <QTemporaryDir>
@@ -41,22 +41,6 @@ public:
 private:
     QTemporaryDir m_directory;
 };
-
-inline bool writeFile(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-// The content of a file; a null array when there is none.
-inline QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray content = file.readAll();
-    return content.isNull() ? QByteArray("") : content;
-}
 
 inline std::uint8_t randomByte(QRandomGenerator& random)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QScopeGuard>
 #include <QWidget>
 
 #include <functional>
@@ -13,6 +14,12 @@ void onNextDialog(std::function<void(QWidget& dialog)> action);
 
 // How many actions are still waiting for their dialog.
 [[nodiscard]] int dialogsStillExpected();
+
+// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
+[[nodiscard]] inline auto closeAtTheEnd(QWidget& dialog)
+{
+    return qScopeGuard([&dialog] { dialog.close(); });
+}
 
 // Clicks the button with this text in the dialog; the test fails when there is none.
 void clickButton(QWidget& dialog, const QString& text);

@@ -37,6 +37,9 @@ struct Gif
 // The pictures a browser shows of it, with nothing (0) where no frame has left a color.
 [[nodiscard]] QList<QImage> browserPictures(const Gif& gif);
 
+// As many colors as asked for, up to 51, no two alike.
+[[nodiscard]] QList<QRgb> manyColors(int count);
+
 // A GIF of full frames, each filled with a color of its own and shown for that long.
 [[nodiscard]] QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths);
 

@@ -1,8 +1,8 @@
+#include "tests/support/files.h"
 #include "tests/support/made_images.h"
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour.h"
 
-#include <QFile>
 #include <QLineEdit>
 #include <QPainter>
 #include <QTemporaryDir>
@@ -31,13 +31,6 @@ QImage photo()
     return image;
 }
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error("a picture of the tour cannot be written");
-}
-
 bool slotHolds(int slot, std::size_t frames)
 {
     return bus().keyboard().screenSlot(slot).size() == frames;
@@ -50,11 +43,11 @@ void Tour::visitScreen()
     const QTemporaryDir pictures;
     const QString gif = pictures.filePath(QStringLiteral("colors.gif"));
     const QString png = pictures.filePath(QStringLiteral("photo.png"));
-    writeFile(gif, tests::encodePlainGif(QSize(96, 64),
-                                         {qRgb(218, 82, 0), qRgb(30, 120, 220), qRgb(40, 160, 80),
-                                          qRgb(240, 200, 60)},
-                                         animationHundredths));
-    writeFile(png, tests::encodeImage(photo(), "png"));
+    tests::writeFile(gif, tests::encodePlainGif(QSize(96, 64),
+                                                {qRgb(218, 82, 0), qRgb(30, 120, 220),
+                                                 qRgb(40, 160, 80), qRgb(240, 200, 60)},
+                                                animationHundredths));
+    tests::writeFile(png, tests::encodeImage(photo(), "png"));
 
     const auto button = [](const char* text) {
         return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };

@@ -1,4 +1,5 @@
 #include "app/skin/skin_files.h"
+#include "tests/support/files.h"
 
 #include <QDir>
 #include <QFile>
@@ -6,17 +7,11 @@
 #include <QTest>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
 const QString firstDirectory = QStringLiteral("/tmp/tavik-center/app/../resources/official-skin");
-
-void createFile(const QString& path)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-}
 
 } // namespace
 
@@ -47,7 +42,7 @@ private slots:
 
     void currentDirectoryCountsAtTheMomentOfTheCall()
     {
-        createFile(directory->filePath("resources/official-skin/fonts/probe.ttf"));
+        writeFile(directory->filePath("resources/official-skin/fonts/probe.ttf"), {});
         QCOMPARE(resolveSkinFile("fonts/probe.ttf"),
                  QDir::currentPath() + "/resources/official-skin/fonts/probe.ttf");
         QDir::setCurrent(QDir::rootPath());
@@ -63,7 +58,7 @@ private slots:
             QDir::currentPath() + "/native/tavik-center/resources/official-skin",
             own + "/official-skin", own + "/../share/tavik-center/official-skin", firstDirectory};
         for (const QString& place : lastToFirst) {
-            createFile(QDir(place).filePath("lookup-probe.png"));
+            writeFile(QDir(place).filePath("lookup-probe.png"), {});
             QCOMPARE(resolveSkinFile("lookup-probe.png"), place + "/lookup-probe.png");
         }
     }

@@ -8,13 +8,11 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
+#include "tests/support/page_view.h"
 
 #include <QColorDialog>
 #include <QFile>
-#include <QJsonDocument>
 #include <QLabel>
-#include <QPushButton>
-#include <QScopeGuard>
 #include <QSlider>
 #include <QTest>
 #include <QVBoxLayout>
@@ -26,9 +24,6 @@ using namespace tavik;
 using namespace tavik::tests;
 
 namespace {
-
-const QString successStyle = QStringLiteral("color:#7ec97e;");
-const QString errorStyle = QStringLiteral("color:#e07070;");
 
 tavik::ColorBank& bank()
 {
@@ -55,15 +50,6 @@ tavik::ColorBank variedBank()
         next = static_cast<unsigned char>(next + 11);
     }
     return colors;
-}
-
-// What a start of the program would find.
-tavik::ColorBank bankOnDisk()
-{
-    QFile file(stateFilePath());
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return stateFromJson(QJsonDocument::fromJson(file.readAll()).object()).customRgb;
 }
 
 void giveKeyboardColors(const tavik::ColorBank& colors)
@@ -103,12 +89,6 @@ public:
 
     int count = 0;
 };
-
-// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
-auto closeAtTheEnd(QWidget& dialog)
-{
-    return qScopeGuard([&dialog] { dialog.close(); });
-}
 
 } // namespace
 
@@ -165,7 +145,7 @@ private slots:
         expected.at(offset + 1) = 0x3C;
         expected.at(offset + 2) = 0x3C;
         QCOMPARE(bank(), expected);
-        QCOMPARE(bankOnDisk(), expected);
+        QCOMPARE(stateOnDisk().customRgb, expected);
         QCOMPARE(busTrace(), QStringList());
         QCOMPARE(shownColors(), colorsShownFor(expected));
     }
@@ -187,7 +167,7 @@ private slots:
         expected.at(offset + 1) = 0x3C;
         expected.at(offset + 2) = 0x3C;
         QCOMPARE(bank(), expected);
-        QCOMPARE(bankOnDisk(), expected);
+        QCOMPARE(stateOnDisk().customRgb, expected);
     }
 
     void lastKeySendsItsRedOnly()
@@ -203,7 +183,7 @@ private slots:
         bus().unplug();
         button("Fill all keys")->click();
         QCOMPARE(bank(), filledBank(0xFF, 0x3C, 0x3C));
-        QCOMPARE(bankOnDisk(), filledBank(0xFF, 0x3C, 0x3C));
+        QCOMPARE(stateOnDisk().customRgb, filledBank(0xFF, 0x3C, 0x3C));
         QCOMPARE(busTrace(), QStringList());
         QCOMPARE(shownColors(), colorsShownFor(filledBank(0xFF, 0x3C, 0x3C)));
     }
@@ -270,7 +250,7 @@ private slots:
         QCOMPARE(status()->text(), QStringLiteral("Error: Broken pipe"));
         QCOMPARE(status()->styleSheet(), errorStyle);
         QCOMPARE(bank(), variedBank());
-        QCOMPARE(bankOnDisk(), variedBank());
+        QCOMPARE(stateOnDisk().customRgb, variedBank());
         QVERIFY(deviceLockIsFree());
     }
 
@@ -324,7 +304,7 @@ private slots:
         giveKeyboardColors(variedBank());
         button("Read from keyboard")->click();
         QCOMPARE(bank(), variedBank());
-        QCOMPARE(bankOnDisk(), variedBank());
+        QCOMPARE(stateOnDisk().customRgb, variedBank());
         QCOMPARE(shownColors(), colorsShownFor(variedBank()));
         QVERIFY(!bus().keyboard().sessionOpen());
     }
@@ -392,16 +372,7 @@ private:
         return keys;
     }
 
-    QPushButton* button(const QString& text) const
-    {
-        const auto buttons = page->findChildren<QPushButton*>();
-        const auto found = std::ranges::find_if(
-            buttons, [&text](const QPushButton* candidate) { return candidate->text() == text; });
-        if (found == buttons.end())
-            qFatal("no button \"%s\"", qPrintable(text));
-        return *found;
-    }
-
+    QPushButton* button(const QString& text) const { return buttonOf(*page, text); }
     KeyboardView* view() const { return page->findChild<KeyboardView*>(); }
     ColorPreview* preview() const { return page->findChild<ColorPreview*>(); }
     QSlider* slider() const { return page->findChild<QSlider*>(); }

@@ -10,6 +10,7 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
+#include "tests/support/page_view.h"
 #include "tests/support/pixel_probe.h"
 
 #include <QApplication>
@@ -19,7 +20,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QPushButton>
 #include <QTest>
 #include <QToolTip>
 
@@ -48,18 +48,9 @@ std::unique_ptr<KeymapWidget> openPage()
     return page;
 }
 
-QPushButton* button(const KeymapWidget& page, const char* text)
-{
-    for (QPushButton* candidate : page.findChildren<QPushButton*>()) {
-        if (candidate->text() == QLatin1String(text))
-            return candidate;
-    }
-    qFatal("no button %s", text);
-}
-
 void click(const KeymapWidget& page, const char* text)
 {
-    QTest::mouseClick(button(page, text), Qt::LeftButton);
+    QTest::mouseClick(buttonOf(page, text), Qt::LeftButton);
 }
 
 KeyboardView* viewOf(const KeymapWidget& page)
@@ -113,19 +104,6 @@ bool shows(const KeymapWidget& page, const KeyCaptions& captions, const QString&
 bool stateFileExists()
 {
     return QFile::exists(stateFilePath());
-}
-
-SavedState stateOnDisk()
-{
-    QFile file(stateFilePath());
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("no state file");
-    return stateFromJson(QJsonDocument::fromJson(file.readAll()).object());
-}
-
-SavedState stateInMemory()
-{
-    return AppState::instance();
 }
 
 void chooseInDialog(QWidget& dialog, const char* list, const char* text)
@@ -201,11 +179,12 @@ private slots:
         AppState::instance().layerBase.at(indexOf("A")) = ctrlShiftB;
         AppState::instance().layerFn.at(indexOf("A")) = mute;
         const auto page = openPage();
-        QVERIFY(button(*page, "Base layer")->isChecked());
-        QVERIFY(!button(*page, "Fn layer")->isChecked());
+        QVERIFY(buttonOf(*page, "Base layer")->isChecked());
+        QVERIFY(!buttonOf(*page, "Fn layer")->isChecked());
         QVERIFY(shows(*page, {{"A", QStringLiteral("Ctrl+Shift+B")}}));
         QCOMPARE(statusLabel(*page)->text(), QString());
-        QCOMPARE(button(*page, "Write layer to keyboard")->objectName(), QStringLiteral("accent"));
+        QCOMPARE(buttonOf(*page, "Write layer to keyboard")->objectName(),
+                 QStringLiteral("accent"));
         QCOMPARE(page->findChild<QLabel*>(QStringLiteral("hint"))->text(),
                  QStringLiteral("Click a key to assign an action. Base layer = normal keys, Fn "
                                 "layer = hold Fn."));
@@ -221,16 +200,16 @@ private slots:
     void partsStandBelowOneAnother()
     {
         const auto page = openPage();
-        const QList<QWidget*> parts{button(*page, "Base layer"), viewOf(*page),
+        const QList<QWidget*> parts{buttonOf(*page, "Base layer"), viewOf(*page),
                                     page->findChild<QLabel*>(QStringLiteral("hint")),
-                                    button(*page, "Write layer to keyboard"), statusLabel(*page)};
+                                    buttonOf(*page, "Write layer to keyboard"), statusLabel(*page)};
         QCOMPARE(parts.first()->pos(), QPoint(12, 12));
         QCOMPARE(parts.last()->geometry().bottom(), page->height() - 12 - 1);
         for (qsizetype index = 1; index < parts.size(); ++index)
             QCOMPARE(parts.at(index)->y(), parts.at(index - 1)->geometry().bottom() + 1 + 8);
-        QCOMPARE(button(*page, "Base layer")->y(), button(*page, "Fn layer")->y());
-        QCOMPARE(button(*page, "Write layer to keyboard")->y(),
-                 button(*page, "Reset all to default")->y());
+        QCOMPARE(buttonOf(*page, "Base layer")->y(), buttonOf(*page, "Fn layer")->y());
+        QCOMPARE(buttonOf(*page, "Write layer to keyboard")->y(),
+                 buttonOf(*page, "Reset all to default")->y());
     }
 
     void switchingShowsTheOtherLayerWithoutTraffic()
@@ -240,12 +219,12 @@ private slots:
         const auto page = openPage();
         click(*page, "Fn layer");
         QVERIFY(shows(*page, {{"S", QStringLiteral("Mute")}}));
-        QVERIFY(!button(*page, "Base layer")->isChecked());
-        QVERIFY(button(*page, "Fn layer")->isChecked());
+        QVERIFY(!buttonOf(*page, "Base layer")->isChecked());
+        QVERIFY(buttonOf(*page, "Fn layer")->isChecked());
         click(*page, "Base layer");
         QVERIFY(shows(*page, {{"A", QStringLiteral("Ctrl+Shift+B")}}));
-        QVERIFY(button(*page, "Base layer")->isChecked());
-        QVERIFY(!button(*page, "Fn layer")->isChecked());
+        QVERIFY(buttonOf(*page, "Base layer")->isChecked());
+        QVERIFY(!buttonOf(*page, "Fn layer")->isChecked());
         QCOMPARE(busTrace(), QStringList());
         QVERIFY(!stateFileExists());
     }
@@ -254,11 +233,11 @@ private slots:
     {
         const auto page = openPage();
         click(*page, "Base layer");
-        QVERIFY(button(*page, "Base layer")->isChecked());
+        QVERIFY(buttonOf(*page, "Base layer")->isChecked());
         click(*page, "Fn layer");
         click(*page, "Fn layer");
-        QVERIFY(button(*page, "Fn layer")->isChecked());
-        QVERIFY(!button(*page, "Base layer")->isChecked());
+        QVERIFY(buttonOf(*page, "Fn layer")->isChecked());
+        QVERIFY(!buttonOf(*page, "Base layer")->isChecked());
     }
 
     void everyKindOfCaption()
@@ -536,7 +515,7 @@ private slots:
 
         QCOMPARE(statusLabel(*page)->text(), layer == 0 ? QStringLiteral("Layer base written.")
                                                         : QStringLiteral("Layer Fn written."));
-        QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#7ec97e;"));
+        QCOMPARE(statusLabel(*page)->styleSheet(), successStyle);
         using virtual_keyboard::KeyActionBytes;
         const virtual_keyboard::KeyboardState& held = bus().keyboard().state();
         virtual_keyboard::KeyboardState expected;
@@ -567,7 +546,7 @@ private slots:
         arrange(fault);
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Error: ") + fault.text);
-        QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#e07070;"));
+        QCOMPARE(statusLabel(*page)->styleSheet(), errorStyle);
         QCOMPARE(busSends(), fault.sends);
         QVERIFY(deviceLockIsFree());
         QVERIFY(stateInMemory() == before);
@@ -582,7 +561,7 @@ private slots:
                  QStringLiteral("Error: Keymap command rejected (status 05)"));
         click(*page, "Write layer to keyboard");
         QCOMPARE(statusLabel(*page)->text(), QStringLiteral("Layer base written."));
-        QCOMPARE(statusLabel(*page)->styleSheet(), QStringLiteral("color:#7ec97e;"));
+        QCOMPARE(statusLabel(*page)->styleSheet(), successStyle);
     }
 
     void errorTextIsShownLiterally()

@@ -5,18 +5,16 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/page_view.h"
 
 #include <QComboBox>
 #include <QFile>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QInputDialog>
-#include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QPushButton>
-#include <QScopeGuard>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
@@ -30,23 +28,11 @@ using namespace tavik::tests;
 
 namespace {
 
-const QString successStyle = QStringLiteral("color:#7ec97e;");
-const QString warningStyle = QStringLiteral("color:#e0a050;");
-const QString errorStyle = QStringLiteral("color:#e07070;");
 const QString newMacroText = QStringLiteral("New macro");
 
 QList<MacroRecord>& macros()
 {
     return AppState::instance().macros;
-}
-
-// What a start of the program would find.
-QList<MacroRecord> macrosOnDisk()
-{
-    QFile file(stateFilePath());
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return stateFromJson(QJsonDocument::fromJson(file.readAll()).object()).macros;
 }
 
 QList<MacroRecord> threeMacros()
@@ -59,12 +45,6 @@ QList<MacroRecord> threeMacros()
 MacroRecord macroWithActions(int count)
 {
     return {QStringLiteral("Long"), QList<MacroAction>(count, {1, 4, 0xB0})};
-}
-
-// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
-auto closeAtTheEnd(QWidget& dialog)
-{
-    return qScopeGuard([&dialog] { dialog.close(); });
 }
 
 } // namespace
@@ -157,7 +137,7 @@ private slots:
         const QList<MacroRecord> expected =
             threeMacros().first(count) + QList<MacroRecord>{{proposal, {}}};
         QCOMPARE(macros(), expected);
-        QCOMPARE(macrosOnDisk(), expected);
+        QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(listed().constLast(), proposal);
         QCOMPARE(list()->currentRow(), count);
         QVERIFY(list()->currentItem()->isSelected());
@@ -245,7 +225,7 @@ private slots:
         button("Delete")->click();
         const QList<MacroRecord> expected{threeMacros().at(0), threeMacros().at(2)};
         QCOMPARE(macros(), expected);
-        QCOMPARE(macrosOnDisk(), expected);
+        QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(listed(), QStringList({"First", "Third"}));
         QCOMPARE(table()->rowCount(), 0);
         // Keys keep their number, whatever stands there now.
@@ -264,7 +244,7 @@ private slots:
         QCOMPARE(list()->count(), 0);
         QCOMPARE(table()->rowCount(), 0);
         QCOMPARE(macros(), QList<MacroRecord>());
-        QCOMPARE(macrosOnDisk(), QList<MacroRecord>());
+        QCOMPARE(stateOnDisk().macros, QList<MacroRecord>());
     }
 
     void deletingWithoutSelectionDoesNothing()
@@ -288,7 +268,7 @@ private slots:
         button("Add action")->click();
         const QList<MacroAction> expected{{0, 0x04, 0xB0}, {65535, 231, 0x10}};
         QCOMPARE(macros().at(2).actions, expected);
-        QCOMPARE(macrosOnDisk().at(2).actions, expected);
+        QCOMPARE(stateOnDisk().macros.at(2).actions, expected);
         QCOMPARE(rows().at(1), QStringList({"65535", "mouse 0xe7", "release"}));
         QCOMPARE(macros().first(2), threeMacros().first(2));
         QCOMPARE(list()->currentRow(), 2);
@@ -316,7 +296,7 @@ private slots:
         QList<MacroRecord> expected = threeMacros();
         expected[1].actions.removeAt(1);
         QCOMPARE(macros(), expected);
-        QCOMPARE(macrosOnDisk(), expected);
+        QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(table()->rowCount(), 2);
         QCOMPARE(list()->currentRow(), 1);
         // A second click has nothing to take.
@@ -505,16 +485,7 @@ private:
         return result;
     }
 
-    QPushButton* button(const QString& text) const
-    {
-        const auto buttons = page->findChildren<QPushButton*>();
-        const auto found = std::ranges::find_if(
-            buttons, [&text](const QPushButton* candidate) { return candidate->text() == text; });
-        if (found == buttons.end())
-            qFatal("no button \"%s\"", qPrintable(text));
-        return *found;
-    }
-
+    QPushButton* button(const QString& text) const { return buttonOf(*page, text); }
     QListWidget* list() const { return page->findChild<QListWidget*>(); }
     QTableWidget* table() const { return page->findChild<QTableWidget*>(); }
     QComboBox* typeSelect() const { return page->findChildren<QComboBox*>().at(0); }

@@ -1,4 +1,5 @@
 #include "pages/screen/image_import.h"
+#include "tests/support/files.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/made_images.h"
 
@@ -73,14 +74,6 @@ QList<int> delays(const QList<ScreenFrame>& frames)
     return result;
 }
 
-QList<QRgb> manyColors(int count)
-{
-    QList<QRgb> colors;
-    for (int index = 0; index < count; ++index)
-        colors += qRgb(index * 5, 255 - index * 4, index * 3);
-    return colors;
-}
-
 // The most memory the process has held since it was reset, in kilobytes; the kernel counts it.
 qint64 peakMemory()
 {
@@ -135,9 +128,7 @@ private:
     QString write(const QString& name, const QByteArray& bytes) const
     {
         const QString path = directory.filePath(name);
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            qFatal("cannot write %s", qPrintable(path));
+        writeFile(path, bytes);
         return path;
     }
 

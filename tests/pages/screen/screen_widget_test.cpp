@@ -5,13 +5,13 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/made_images.h"
+#include "tests/support/page_view.h"
 
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QSpinBox>
 #include <QTemporaryDir>
 #include <QTest>
@@ -30,21 +30,10 @@ const QString hintText = QStringLiteral(
     "to switch between the clock and your animation.");
 
 const QString plainStyle = QString();
-const QString successStyle = QStringLiteral("color:#7ec97e;");
-const QString errorStyle = QStringLiteral("color:#e07070;");
-
-QPushButton* button(const ScreenWidget& page, const QString& text)
-{
-    for (QPushButton* candidate : page.findChildren<QPushButton*>()) {
-        if (candidate->text() == text)
-            return candidate;
-    }
-    qFatal("no button \"%s\"", qPrintable(text));
-}
 
 void click(const ScreenWidget& page, const QString& text)
 {
-    QTest::mouseClick(button(page, text), Qt::LeftButton);
+    QTest::mouseClick(buttonOf(page, text), Qt::LeftButton);
 }
 
 QLabel* previewOf(const ScreenWidget& page)
@@ -69,14 +58,6 @@ QLabel* statusOf(const ScreenWidget& page)
 QSpinBox* slotOf(const ScreenWidget& page)
 {
     return page.findChild<QSpinBox*>();
-}
-
-QList<QRgb> manyColors(int count)
-{
-    QList<QRgb> colors;
-    for (int index = 0; index < count; ++index)
-        colors += qRgb(index * 5, 255 - index * 4, index * 3);
-    return colors;
 }
 
 // Chooses these files in the dialog that opens next; none cancels it.
@@ -124,9 +105,7 @@ private:
     QString write(const QString& name, const QByteArray& bytes) const
     {
         const QString path = directory.filePath(name);
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            qFatal("cannot write %s", qPrintable(path));
+        writeFile(path, bytes);
         return path;
     }
 
@@ -161,7 +140,7 @@ private slots:
         for (const QPushButton* each : page.findChildren<QPushButton*>())
             texts += each->text();
         QCOMPARE(texts, QStringList({importText, previewText, sendText}));
-        QCOMPARE(button(page, sendText)->objectName(), QStringLiteral("accent"));
+        QCOMPARE(buttonOf(page, sendText)->objectName(), QStringLiteral("accent"));
 
         QCOMPARE(slotOf(page)->minimum(), 1);
         QCOMPARE(slotOf(page)->maximum(), 3);
@@ -182,14 +161,14 @@ private slots:
         ScreenWidget page;
         page.resize(1100, 660);
         page.show();
-        const QList<const QWidget*> parts{button(page, importText), slotOf(page), previewOf(page),
+        const QList<const QWidget*> parts{buttonOf(page, importText), slotOf(page), previewOf(page),
                                           statusOf(page), page.findChild<QLabel*>("hint")};
         for (qsizetype index = 1; index < parts.size(); ++index)
             QVERIFY(parts.at(index)->geometry().top() > parts.at(index - 1)->geometry().bottom());
-        QVERIFY(button(page, previewText)->x() > button(page, importText)->geometry().right());
-        QVERIFY(button(page, sendText)->x() > button(page, previewText)->geometry().right());
+        QVERIFY(buttonOf(page, previewText)->x() > buttonOf(page, importText)->geometry().right());
+        QVERIFY(buttonOf(page, sendText)->x() > buttonOf(page, previewText)->geometry().right());
         // Left over room is to the right of both rows and below the hint.
-        QVERIFY(button(page, sendText)->geometry().right() < 700);
+        QVERIFY(buttonOf(page, sendText)->geometry().right() < 700);
         QVERIFY(slotOf(page)->geometry().right() < 400);
         QVERIFY(page.findChild<QLabel*>("hint")->geometry().bottom() < 500);
     }
@@ -214,7 +193,7 @@ private slots:
     {
         ScreenWidget page;
         page.show();
-        QPushButton* shown = button(page, previewText);
+        QPushButton* shown = buttonOf(page, previewText);
         QVERIFY(shown->shortcut().isEmpty());
         QCOMPARE(shown->accessibleName(), previewText);
 
@@ -488,7 +467,7 @@ private slots:
         ScreenWidget page;
         page.show();
         importInto(page, {writeStill()});
-        QPushButton* const sendButton = button(page, sendText);
+        QPushButton* const sendButton = buttonOf(page, sendText);
         int clicks = 0;
         bus().setListener([&] {
             if (busTrace().last() != line)
@@ -518,9 +497,9 @@ private slots:
         ScreenWidget page;
         page.show();
         importInto(page, {writeStill()});
-        QPushButton* const sendButton = button(page, sendText);
+        QPushButton* const sendButton = buttonOf(page, sendText);
         QMetaObject::invokeMethod(sendButton, "click", Qt::QueuedConnection);
-        QMetaObject::invokeMethod(button(page, importText), "click", Qt::QueuedConnection);
+        QMetaObject::invokeMethod(buttonOf(page, importText), "click", Qt::QueuedConnection);
         sendButton->click();
         QCoreApplication::processEvents();
         QCOMPARE(bus().count("block 4097 bytes"), 9);

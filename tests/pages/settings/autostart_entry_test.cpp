@@ -1,4 +1,5 @@
 #include "pages/settings/autostart_entry.h"
+#include "tests/support/files.h"
 #include "tests/support/isolated_main.h"
 
 #include <QCoreApplication>
@@ -11,6 +12,7 @@
 #include <QTest>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
@@ -43,12 +45,6 @@ void pathRows()
                                              "e/tavik-center\"");
     QTest::newRow("placeholder") << "/opt/%1/tavik-center"
                                  << QByteArray("Exec=\"/opt/%1/tavik-center\"");
-}
-
-QByteArray fileContent(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
 }
 
 } // namespace
@@ -101,19 +97,19 @@ private slots:
         QVERIFY(isAutostartEnabled());
         const QByteArray program = QCoreApplication::applicationFilePath().toUtf8();
         QVERIFY(program.startsWith('/'));
-        QCOMPARE(fileContent(autostartFilePath()), entryWithExec("Exec=\"" + program + '"'));
+        QCOMPARE(readFile(autostartFilePath()), entryWithExec("Exec=\"" + program + '"'));
     }
 
     void enablingReplacesALongerEntry()
     {
         QVERIFY(enableAutostart());
-        const QByteArray entry = fileContent(autostartFilePath());
+        const QByteArray entry = readFile(autostartFilePath());
         QFile file(autostartFilePath());
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(entry + QByteArray(1000, '#'));
         file.close();
         QVERIFY(enableAutostart());
-        QCOMPARE(fileContent(autostartFilePath()), entry);
+        QCOMPARE(readFile(autostartFilePath()), entry);
     }
 
     void disablingRemovesTheEntryAndNothingElse()
@@ -141,7 +137,7 @@ private slots:
         file.close();
         QVERIFY(!enableAutostart());
         QVERIFY(!isAutostartEnabled());
-        QCOMPARE(fileContent(file.fileName()), QByteArray());
+        QCOMPARE(readFile(file.fileName()), QByteArray());
     }
 };
 

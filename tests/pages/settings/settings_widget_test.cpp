@@ -8,6 +8,7 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/page_view.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -15,12 +16,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QGridLayout>
-#include <QJsonDocument>
 #include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QScopeGuard>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
@@ -39,20 +38,6 @@ QString settingsFilePath()
     return QSettings().fileName();
 }
 
-QByteArray fileContent(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
 SavedState savedState()
 {
     SavedState state;
@@ -63,26 +48,10 @@ SavedState savedState()
     return state;
 }
 
-SavedState stateOnDisk()
-{
-    return stateFromJson(QJsonDocument::fromJson(fileContent(stateFilePath())).object());
-}
-
-SavedState stateInMemory()
-{
-    return AppState::instance();
-}
-
 void fillState()
 {
     static_cast<SavedState&>(AppState::instance()) = savedState();
     AppState::instance().save();
-}
-
-// Closes the dialog also when a check in it fails, so that a failure is not a standstill.
-auto closeAtTheEnd(QWidget& dialog)
-{
-    return qScopeGuard([&dialog] { dialog.close(); });
 }
 
 } // namespace
@@ -131,8 +100,8 @@ private slots:
         showPage();
         QVERIFY(autoRunOption()->isChecked());
         QCOMPARE(languageSelect()->currentIndex(), 1);
-        QCOMPARE(fileContent(autostartFilePath()), entry);
-        QCOMPARE(fileContent(settingsFilePath()), settings);
+        QCOMPARE(readFile(autostartFilePath()), entry);
+        QCOMPARE(readFile(settingsFilePath()), settings);
     }
 
     void storedLanguageIsSelected_data()
@@ -158,7 +127,7 @@ private slots:
         showPage();
         QCOMPARE(languageSelect()->currentIndex(), index);
         QCOMPARE(languageSelect()->currentText(), text);
-        QCOMPARE(fileContent(settingsFilePath()), settings);
+        QCOMPARE(readFile(settingsFilePath()), settings);
     }
 
     void chosenLanguageIsStoredAndNothingElseChanges()
@@ -168,7 +137,7 @@ private slots:
         QTest::keyClick(languageSelect(), Qt::Key_Down);
         QTest::keyClick(languageSelect(), Qt::Key_Down);
         QCOMPARE(languageSelect()->currentIndex(), 2);
-        QCOMPARE(fileContent(settingsFilePath()), QByteArray("[General]\nlanguage=2\n"));
+        QCOMPARE(readFile(settingsFilePath()), QByteArray("[General]\nlanguage=2\n"));
         QCOMPARE(visibleTexts(), before);
         QVERIFY(!QFile::exists(stateFilePath()));
         QCOMPARE(busWire(), QStringList());
@@ -179,7 +148,7 @@ private slots:
         showPage();
         QVERIFY(!autoRunOption()->isChecked());
         autoRunOption()->click();
-        QCOMPARE(fileContent(autostartFilePath()),
+        QCOMPARE(readFile(autostartFilePath()),
                  autostartEntry(QCoreApplication::applicationFilePath()));
         autoRunOption()->click();
         QVERIFY(!QFile::exists(autostartFilePath()));
@@ -208,7 +177,7 @@ private slots:
         showPage();
         autoRunOption()->click();
         QVERIFY(QApplication::activeModalWidget() == nullptr);
-        QCOMPARE(fileContent(QFileInfo(autostartFilePath()).path()),
+        QCOMPARE(readFile(QFileInfo(autostartFilePath()).path()),
                  QByteArray("a file in the folder's place"));
     }
 
@@ -227,7 +196,7 @@ private slots:
             QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No);
             QTest::keyClick(&dialog, Qt::Key_Return);
         });
-        action("Reset Keyboard Data")->click();
+        buttonOf(*page, "Reset Keyboard Data")->click();
         QCOMPARE(dialogsStillExpected(), 0);
         QVERIFY(stateInMemory() == savedState());
         QVERIFY(stateOnDisk() == savedState());
@@ -251,7 +220,7 @@ private slots:
             else
                 clickButton(dialog, answer);
         });
-        action("Reset Keyboard Data")->click();
+        buttonOf(*page, "Reset Keyboard Data")->click();
         QCOMPARE(dialogsStillExpected(), 0);
         QVERIFY(stateInMemory() == savedState());
         QVERIFY(stateOnDisk() == savedState());
@@ -306,7 +275,7 @@ private slots:
             QCOMPARE(box->standardButtons(), QMessageBox::Ok);
             clickButton(dialog, QStringLiteral("OK"));
         });
-        action("Restore Factory Settings")->click();
+        buttonOf(*page, "Restore Factory Settings")->click();
         QCOMPARE(dialogsStillExpected(), 0);
         QVERIFY(stateInMemory() == savedState());
         QVERIFY(stateOnDisk() == savedState());
@@ -413,8 +382,8 @@ private slots:
         const auto* panel = page->findChild<QWidget*>(QStringLiteral("settingsSidePanel"));
         QCOMPARE(panel->width(), 220);
         const auto* label = panel->findChild<QLabel*>();
-        const QPushButton* reset = action("Reset Keyboard Data");
-        const QPushButton* restore = action("Restore Factory Settings");
+        const QPushButton* reset = buttonOf(*page, "Reset Keyboard Data");
+        const QPushButton* restore = buttonOf(*page, "Restore Factory Settings");
         QCOMPARE(label->geometry().top(), 46);
         QCOMPARE(gap(label, languageSelect()), 5);
         QCOMPARE(languageSelect()->height(), 31);
@@ -448,7 +417,7 @@ private:
     void answerResetWithYes()
     {
         onNextDialog([](QWidget& dialog) { clickButton(dialog, QStringLiteral("Yes")); });
-        action("Reset Keyboard Data")->click();
+        buttonOf(*page, "Reset Keyboard Data")->click();
         QCOMPARE(dialogsStillExpected(), 0);
     }
 
@@ -465,16 +434,6 @@ private:
         for (const QAbstractButton* button : page->findChildren<QAbstractButton*>())
             texts += button->text();
         return texts;
-    }
-
-    QPushButton* action(const QString& text) const
-    {
-        const auto buttons = page->findChildren<QPushButton*>(QStringLiteral("settingsAction"));
-        const auto found = std::ranges::find_if(
-            buttons, [&text](const QPushButton* button) { return button->text() == text; });
-        if (found == buttons.end())
-            qFatal("no button \"%s\"", qPrintable(text));
-        return *found;
     }
 
     QComboBox* languageSelect() const
