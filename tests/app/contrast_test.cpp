@@ -3,6 +3,7 @@
 #include "model/app_state.h"
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/action_menu.h"
+#include "tests/app/window_pages.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -21,7 +22,6 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QStackedWidget>
 #include <QStyleOptionButton>
 #include <QTableWidget>
 #include <QTest>
@@ -30,6 +30,7 @@
 #include <cmath>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
@@ -222,20 +223,11 @@ private slots:
         QVERIFY2(std::abs(measured - 4.54) < 0.05, qPrintable(QString::number(measured)));
     }
 
-    void pageIsReadable_data()
-    {
-        QTest::addColumn<int>("page");
-        const char* const names[] = {"home",    "keys",      "macros",          "lighting",
-                                     "screen",  "favorites", "custom lighting", "music",
-                                     "settings"};
-        for (int page = 0; page < 9; ++page)
-            QTest::newRow(names[page]) << page;
-    }
-
+    void pageIsReadable_data() { addPageRows(); }
     void pageIsReadable()
     {
         QFETCH(int, page);
-        auto* stack = window->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
+        auto* stack = stackOf(*window);
         stack->setCurrentIndex(page);
         if (auto* list = stack->currentWidget()->findChild<QListWidget*>())
             list->setCurrentRow(0);
@@ -258,7 +250,7 @@ private slots:
     void statusColorsAreReadable()
     {
         QFETCH(QString, color);
-        auto* stack = window->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
+        auto* stack = stackOf(*window);
         for (const int page : {1, 2, 4, 6}) {
             stack->setCurrentIndex(page);
             for (QLabel* label : stack->currentWidget()->findChildren<QLabel*>()) {
@@ -337,7 +329,7 @@ private slots:
 
     void comboListIsReadable()
     {
-        auto* stack = window->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
+        auto* stack = stackOf(*window);
         stack->setCurrentIndex(8);
         auto* list = page(8)->findChild<QComboBox*>();
         list->showPopup();
@@ -363,10 +355,7 @@ private slots:
     }
 
 private:
-    QWidget* page(int index) const
-    {
-        return window->findChild<QStackedWidget*>(QStringLiteral("pageStack"))->widget(index);
-    }
+    QWidget* page(int index) const { return stackOf(*window)->widget(index); }
 
     static void checkWindow(QWidget& dialog)
     {

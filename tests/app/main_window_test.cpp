@@ -2,6 +2,7 @@
 #include "app/main_window.h"
 #include "device/device.h"
 #include "pages/parts/keyboard_view.h"
+#include "tests/app/window_pages.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
@@ -9,7 +10,6 @@
 
 #include <QApplication>
 #include <QLabel>
-#include <QStackedWidget>
 #include <QTest>
 #include <QToolButton>
 
@@ -44,11 +44,6 @@ QList<QToolButton*> sidebarButtons(const QWidget& window)
     std::sort(buttons.begin(), buttons.end(),
               [](const QWidget* a, const QWidget* b) { return a->y() < b->y(); });
     return buttons;
-}
-
-QStackedWidget* stackOf(const QWidget& window)
-{
-    return window.findChild<QStackedWidget*>("pageStack");
 }
 
 QString titleOf(const QWidget& window)

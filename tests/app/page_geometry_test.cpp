@@ -1,6 +1,7 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "model/app_state.h"
+#include "tests/app/window_pages.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
@@ -10,10 +11,10 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QStackedWidget>
 #include <QTest>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
@@ -163,7 +164,7 @@ private slots:
 
     void cleanupTestCase() { window.reset(); }
 
-    void nothingIsCutAtTheStartSize_data() { addPages(); }
+    void nothingIsCutAtTheStartSize_data() { addPageRows(); }
     void nothingIsCutAtTheStartSize()
     {
         QFETCH(int, page);
@@ -171,7 +172,7 @@ private slots:
         QCOMPARE(cutParts(shown, shown.visibleRegion().boundingRect()).join(u'\n'), QString());
     }
 
-    void nothingIsCutInALargeWindow_data() { addPages(); }
+    void nothingIsCutInALargeWindow_data() { addPageRows(); }
     void nothingIsCutInALargeWindow()
     {
         QFETCH(int, page);
@@ -180,7 +181,7 @@ private slots:
         QCOMPARE(shown.visibleRegion().boundingRect(), shown.rect());
     }
 
-    void textsAreWholeAtTheStartSize_data() { addPages(); }
+    void textsAreWholeAtTheStartSize_data() { addPageRows(); }
     void textsAreWholeAtTheStartSize()
     {
         QFETCH(int, page);
@@ -205,7 +206,7 @@ private slots:
     }
 
     // A page that does not fit keeps its parts where they are and loses its right and lower end.
-    void smallestWindowCutsRightAndBelowOnly_data() { addPages(); }
+    void smallestWindowCutsRightAndBelowOnly_data() { addPageRows(); }
     void smallestWindowCutsRightAndBelowOnly()
     {
         QFETCH(int, page);
@@ -229,20 +230,10 @@ private slots:
     }
 
 private:
-    static void addPages()
-    {
-        QTest::addColumn<int>("page");
-        const char* const names[] = {"home",    "keys",      "macros",          "lighting",
-                                     "screen",  "favorites", "custom lighting", "music",
-                                     "settings"};
-        for (int page = 0; page < 9; ++page)
-            QTest::newRow(names[page]) << page;
-    }
-
     QWidget& showPage(int index, QSize size)
     {
         window->resize(size);
-        auto* stack = window->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
+        auto* stack = stackOf(*window);
         stack->setCurrentIndex(index);
         QCoreApplication::processEvents();
         return *stack->currentWidget();

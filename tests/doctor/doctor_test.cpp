@@ -34,6 +34,27 @@ EmulatedDevice onlyTyping(std::uint16_t productId)
     return {productId, {{typingDescriptor()}}};
 }
 
+// As if udev had never applied the rule.
+EmulatedDevice unmarked(EmulatedDevice device)
+{
+    for (EmulatedInterface& interface : device.interfaces)
+        interface.markedByRule = false;
+    return device;
+}
+
+void permitBoth(EmulatedKeyboard& keyboard)
+{
+    keyboard.setPermitted(configurationInterface, true);
+    keyboard.setPermitted(screenInterface, true);
+}
+
+// The words stand somewhere in the text.
+void checkVerdict(const Outcome& outcome, int exitCode, const QString& words)
+{
+    QCOMPARE(outcome.exitCode, exitCode);
+    QVERIFY2(outcome.text.contains(words), qPrintable(outcome.text));
+}
+
 } // namespace
 
 // Every case with the command itself on the real hidapi.
@@ -104,27 +125,19 @@ void DoctorTest::anotherDeviceOfTheMaker()
 void DoctorTest::wirelessMode()
 {
     EmulatedKeyboard keyboard(onlyTyping(0x800A));
-    const Outcome outcome = runDoctor();
-    QCOMPARE(outcome.exitCode, 4);
-    QVERIFY2(outcome.text.startsWith(QLatin1String(
-                 "A keyboard is there (0c45:800a), but without a configuration interface: ")),
-             qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 4,
+                 "A keyboard is there (0c45:800a), but without a configuration interface: ");
 }
 
 void DoctorTest::anotherModel()
 {
     EmulatedKeyboard keyboard(onlyTyping(0x7016));
-    const Outcome outcome = runDoctor();
-    QCOMPARE(outcome.exitCode, 4);
-    QVERIFY2(outcome.text.contains(QLatin1String("(0c45:7016)")), qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 4, "(0c45:7016)");
 }
 
 void DoctorTest::ruleMissing()
 {
-    EmulatedDevice device = wholeKeyboard();
-    for (EmulatedInterface& interface : device.interfaces)
-        interface.markedByRule = false;
-    EmulatedKeyboard keyboard(device);
+    EmulatedKeyboard keyboard(unmarked(wholeKeyboard()));
     keyboard.setPermitted(configurationInterface, false);
 
     const Outcome outcome = runDoctor();
@@ -139,17 +152,9 @@ void DoctorTest::ruleMissing()
 void DoctorTest::ruleNotApplied()
 {
     installRule();
-    EmulatedDevice device = wholeKeyboard();
-    for (EmulatedInterface& interface : device.interfaces)
-        interface.markedByRule = false;
-    EmulatedKeyboard keyboard(device);
+    EmulatedKeyboard keyboard(unmarked(wholeKeyboard()));
     keyboard.setPermitted(configurationInterface, false);
-
-    const Outcome outcome = runDoctor();
-
-    QCOMPARE(outcome.exitCode, 6);
-    QVERIFY2(outcome.text.contains(QLatin1String("installed but not applied yet")),
-             qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 6, "installed but not applied yet");
 }
 
 void DoctorTest::noSeat()
@@ -157,12 +162,7 @@ void DoctorTest::noSeat()
     installRule();
     EmulatedKeyboard keyboard;
     keyboard.setPermitted(configurationInterface, false);
-
-    const Outcome outcome = runDoctor();
-
-    QCOMPARE(outcome.exitCode, 7);
-    QVERIFY2(outcome.text.contains(QLatin1String("this session is not there")),
-             qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 7, "this session is not there");
 }
 
 void DoctorTest::sharedWithKeys()
@@ -171,19 +171,13 @@ void DoctorTest::sharedWithKeys()
     EmulatedKeyboard keyboard(
         EmulatedDevice{0x8009, {{joined(featureDescriptor(0xFF13), typingDescriptor())}}});
     keyboard.setPermitted(0, false);
-
-    const Outcome outcome = runDoctor();
-
-    QCOMPARE(outcome.exitCode, 8);
-    QVERIFY2(outcome.text.contains(QLatin1String("also carries the keys")),
-             qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 8, "also carries the keys");
 }
 
 void DoctorTest::inUse()
 {
     EmulatedKeyboard keyboard;
-    keyboard.setPermitted(configurationInterface, true);
-    keyboard.setPermitted(screenInterface, true);
+    permitBoth(keyboard);
     TestbedProcess other(AsUser::Ordinary);
     QVERIFY(other.start(QStringLiteral("/bin/sh"),
                         {QStringLiteral("-c"), QStringLiteral("exec 3<>/dev/hidraw1; read line")}));
@@ -216,8 +210,7 @@ void DoctorTest::ready()
     QFETCH(const quint16, screenPage);
     QFETCH(const QString, id);
     EmulatedKeyboard keyboard(wholeKeyboard(productId, screenPage));
-    keyboard.setPermitted(configurationInterface, true);
-    keyboard.setPermitted(screenInterface, true);
+    permitBoth(keyboard);
 
     const Outcome outcome = runDoctor();
 
@@ -233,12 +226,7 @@ void DoctorTest::readyWithoutScreen()
     device.interfaces.pop_back();
     EmulatedKeyboard keyboard(device);
     keyboard.setPermitted(configurationInterface, true);
-
-    const Outcome outcome = runDoctor();
-
-    QCOMPARE(outcome.exitCode, 1);
-    QVERIFY2(outcome.text.contains(QLatin1String("screen interface is missing")),
-             qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 1, "screen interface is missing");
 }
 
 void DoctorTest::refusedScreen()
@@ -246,11 +234,7 @@ void DoctorTest::refusedScreen()
     EmulatedKeyboard keyboard;
     keyboard.setPermitted(configurationInterface, true);
     keyboard.setPermitted(screenInterface, false);
-
-    const Outcome outcome = runDoctor();
-
-    QCOMPARE(outcome.exitCode, 7);
-    QVERIFY2(outcome.text.contains(QLatin1String("(/dev/hidraw2)")), qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 7, "(/dev/hidraw2)");
 }
 
 // The program passes over an interface that does not open, too.
@@ -262,18 +246,13 @@ void DoctorTest::secondConfigurationOpens()
     keyboard.setPermitted(configurationInterface, false);
     keyboard.setPermitted(screenInterface, true);
     keyboard.setPermitted(3, true);
-
-    const Outcome outcome = runDoctor();
-
-    QCOMPARE(outcome.exitCode, 0);
-    QVERIFY2(outcome.text.contains(QLatin1String("over /dev/hidraw3,")), qPrintable(outcome.text));
+    checkVerdict(runDoctor(), 0, "over /dev/hidraw3,");
 }
 
 void DoctorTest::sendsNothing()
 {
     EmulatedKeyboard keyboard;
-    keyboard.setPermitted(configurationInterface, true);
-    keyboard.setPermitted(screenInterface, true);
+    permitBoth(keyboard);
 
     QCOMPARE(runDoctor().exitCode, 0);
 
@@ -286,12 +265,8 @@ void DoctorTest::sendsNothing()
 void DoctorTest::theInstalledProgramItself()
 {
     EmulatedKeyboard keyboard;
-    keyboard.setPermitted(configurationInterface, true);
-    keyboard.setPermitted(screenInterface, true);
-    const Outcome outcome = runDoctor({}, QStringLiteral(TAVIK_DOCTOR));
-    QCOMPARE(outcome.exitCode, 0);
-    QVERIFY2(outcome.text.startsWith(QLatin1String("Everything is fine")),
-             qPrintable(outcome.text));
+    permitBoth(keyboard);
+    checkVerdict(runDoctor({}, QStringLiteral(TAVIK_DOCTOR)), 0, "Everything is fine");
 }
 
 void DoctorTest::options()
