@@ -42,8 +42,8 @@ class DescriptorReader
 {
 public:
     [[nodiscard]] bool take(const Item& item);
-    [[nodiscard]] bool isComplete() const { return depth_ == 0; }
-    [[nodiscard]] InterfaceKind kind() const { return kind_; }
+    [[nodiscard]] bool isComplete() const { return depth == 0; }
+    [[nodiscard]] InterfaceKind kind() const { return found; }
 
 private:
     [[nodiscard]] bool setPage(std::uint32_t page);
@@ -53,12 +53,12 @@ private:
     [[nodiscard]] bool pushPage();
     [[nodiscard]] bool popPage();
 
-    std::uint32_t page_ = 0;
-    std::vector<std::uint32_t> pageStack_;
-    std::optional<std::uint16_t> pageOfFirstUsage_; // of the next collection, when it names one
-    bool usageSeen_ = false;
-    std::size_t depth_ = 0;
-    InterfaceKind kind_ = InterfaceKind::Other;
+    std::uint32_t currentPage = 0;
+    std::vector<std::uint32_t> pageStack;
+    std::optional<std::uint16_t> pageOfFirstUsage; // of the next collection, when it names one
+    bool usageSeen = false;
+    std::size_t depth = 0;
+    InterfaceKind found = InterfaceKind::Other;
 };
 
 bool isVendorPage(std::uint32_t page)
@@ -86,66 +86,66 @@ bool DescriptorReader::take(const Item& item)
     case ItemTag::Input:
     case ItemTag::Output:
     case ItemTag::Feature:
-        pageOfFirstUsage_.reset();
-        usageSeen_ = false;
-        return depth_ > 0 && isVendorPage(page_);
+        pageOfFirstUsage.reset();
+        usageSeen = false;
+        return depth > 0 && isVendorPage(currentPage);
     }
     return true;
 }
 
 bool DescriptorReader::setPage(std::uint32_t page)
 {
-    page_ = page;
+    currentPage = page;
     return isVendorPage(page);
 }
 
 // A usage of four bytes carries its own page in the upper two.
 bool DescriptorReader::addUsage(const Item& item)
 {
-    const bool first = !usageSeen_;
-    usageSeen_ = true;
+    const bool first = !usageSeen;
+    usageSeen = true;
     if (item.dataSize < 4)
         return true;
     const std::uint32_t page = item.data >> 16;
     if (first)
-        pageOfFirstUsage_ = static_cast<std::uint16_t>(page);
+        pageOfFirstUsage = static_cast<std::uint16_t>(page);
     return isVendorPage(page);
 }
 
 bool DescriptorReader::openCollection()
 {
-    const std::uint32_t page = pageOfFirstUsage_.value_or(static_cast<std::uint16_t>(page_));
-    pageOfFirstUsage_.reset();
-    usageSeen_ = false;
-    if (depth_++ > 0)
+    const std::uint32_t page = pageOfFirstUsage.value_or(static_cast<std::uint16_t>(currentPage));
+    pageOfFirstUsage.reset();
+    usageSeen = false;
+    if (depth++ > 0)
         return true;
     if (page == configurationUsagePage)
-        kind_ = InterfaceKind::Configuration;
+        found = InterfaceKind::Configuration;
     const bool isScreen = std::ranges::find(screenUsagePages, page) != screenUsagePages.end();
-    if (isScreen && kind_ == InterfaceKind::Other)
-        kind_ = InterfaceKind::Screen;
+    if (isScreen && found == InterfaceKind::Other)
+        found = InterfaceKind::Screen;
     return isVendorPage(page);
 }
 
 bool DescriptorReader::closeCollection()
 {
-    pageOfFirstUsage_.reset();
-    usageSeen_ = false;
-    return depth_-- > 0;
+    pageOfFirstUsage.reset();
+    usageSeen = false;
+    return depth-- > 0;
 }
 
 bool DescriptorReader::pushPage()
 {
-    pageStack_.push_back(page_);
-    return pageStack_.size() <= pageStackLimit;
+    pageStack.push_back(currentPage);
+    return pageStack.size() <= pageStackLimit;
 }
 
 bool DescriptorReader::popPage()
 {
-    if (pageStack_.empty())
+    if (pageStack.empty())
         return false;
-    page_ = pageStack_.back();
-    pageStack_.pop_back();
+    currentPage = pageStack.back();
+    pageStack.pop_back();
     return true;
 }
 

@@ -168,66 +168,66 @@ Report bankAnswer(const ColorBank& bank, std::size_t index)
 void KeyboardModel::setFeature(std::span<const std::uint8_t> payload, Milliseconds now)
 {
     checkSendTime(now);
-    lastTraffic_ = now;
-    lastSend_ = now;
+    lastTraffic = now;
+    lastSend = now;
     if (payload.size() != reportSize) {
         violation("feature report of " + number(payload.size()) +
                   " bytes behind the report id, expected 64");
-        answer_ = {};
-        answerWaits_ = true;
-        lastKind_ = Kind::None;
-        disturbed_ = true;
+        answer = {};
+        answerWaits = true;
+        lastKind = Kind::None;
+        disturbed = true;
         return;
     }
     Report report{};
     std::ranges::copy(payload, report.begin());
     receive(report, now);
-    answerWaits_ = true;
+    answerWaits = true;
     applySpoilToAnswer();
 }
 
 void KeyboardModel::receive(const Report& report, Milliseconds now)
 {
-    if (answerWaits_ && !disturbed_)
+    if (answerWaits && !disturbed)
         violation("the answer of the report before was not fetched");
-    if (bankReadAnswers_ && report[0] != commandMarker)
+    if (bankReadAnswers && report[0] != commandMarker)
         return receiveBankRead(report);
     if (expectsData() && !isControlReport(report))
         return receiveData(report, now);
     if (report[0] == commandMarker)
         return receiveCommand(report, now);
 
-    if (transfer_ && transfer_->code != screenCode) {
-        violation("more data reports than announced for " + commandName(transfer_->code) + " (" +
-                  number(transfer_->reportsWanted) + " expected)");
+    if (transfer && transfer->code != screenCode) {
+        violation("more data reports than announced for " + commandName(transfer->code) + " (" +
+                  number(transfer->reportsWanted) + " expected)");
     } else {
         violation("report begins with " + hex(report[0]) + ", expected 04");
     }
-    answer_ = {};
-    lastKind_ = Kind::None;
-    disturbed_ = true;
+    answer = {};
+    lastKind = Kind::None;
+    disturbed = true;
 }
 
 Report KeyboardModel::getFeature(Milliseconds now)
 {
-    if (lastSend_ && now - *lastSend_ < pauseBeforeRead) {
-        violation("read " + number(now - *lastSend_) + " ms after the send, sooner than " +
+    if (lastSend && now - *lastSend < pauseBeforeRead) {
+        violation("read " + number(now - *lastSend) + " ms after the send, sooner than " +
                   number(pauseBeforeRead) + " ms");
     }
-    lastTraffic_ = now;
-    if (!answerWaits_) {
+    lastTraffic = now;
+    if (!answerWaits) {
         violation("read without a report sent before it");
-        return answer_;
+        return answer;
     }
-    answerWaits_ = false;
-    if (lastKind_ == Kind::Data) {
-        transfer_->bytes.insert(transfer_->bytes.end(), pendingData_.begin(), pendingData_.end());
-        ++transfer_->reportsReceived;
-        lastSliceAnswered_ = now;
+    answerWaits = false;
+    if (lastKind == Kind::Data) {
+        transfer->bytes.insert(transfer->bytes.end(), pendingData.begin(), pendingData.end());
+        ++transfer->reportsReceived;
+        lastSliceAnswered = now;
     }
-    if (lastKind_ == Kind::BankRead)
-        ++*bankReadAnswers_;
-    return answer_;
+    if (lastKind == Kind::BankRead)
+        ++*bankReadAnswers;
+    return answer;
 }
 
 std::optional<Report> KeyboardModel::screenReport(std::span<const std::uint8_t> block)
@@ -237,44 +237,44 @@ std::optional<Report> KeyboardModel::screenReport(std::span<const std::uint8_t> 
         fault = "screen block of " + number(block.size()) +
                 " bytes behind the report id, "
                 "expected 4096";
-    } else if (!transfer_ || transfer_->code != screenCode) {
+    } else if (!transfer || transfer->code != screenCode) {
         fault = "screen block outside an upload";
-    } else if (transfer_->reportsReceived == transfer_->reportsWanted) {
+    } else if (transfer->reportsReceived == transfer->reportsWanted) {
         fault =
-            "more screen blocks than announced (" + number(transfer_->reportsWanted) + " expected)";
+            "more screen blocks than announced (" + number(transfer->reportsWanted) + " expected)";
     }
     if (!fault.empty()) {
         violation(std::move(fault));
-        disturbed_ = true;
+        disturbed = true;
         return std::nullopt;
     }
-    transfer_->bytes.insert(transfer_->bytes.end(), block.begin(), block.end());
-    ++transfer_->reportsReceived;
+    transfer->bytes.insert(transfer->bytes.end(), block.begin(), block.end());
+    ++transfer->reportsReceived;
     return Report{};
 }
 
 void KeyboardModel::spoilNextAnswer(AnswerFault fault, std::uint8_t status)
 {
-    spoil_ = Spoil{fault, status};
+    nextSpoil = Spoil{fault, status};
 }
 
 void KeyboardModel::reportLost(std::span<const std::uint8_t> payload)
 {
-    disturbed_ = true;
+    disturbed = true;
     if (payload.size() == reportSize && payload[0] == commandMarker && payload[1] == openCode)
-        closingFlag_ = payload[countByte];
+        closingFlag = payload[countByte];
 }
 
 void KeyboardModel::answerLost()
 {
-    disturbed_ = true;
+    disturbed = true;
 }
 
 void KeyboardModel::disconnect()
 {
     KeyboardModel fresh;
-    fresh.state_ = std::move(state_);
-    fresh.violations_ = std::move(violations_);
+    fresh.held = std::move(held);
+    fresh.complaints = std::move(complaints);
     *this = std::move(fresh);
 }
 
@@ -285,146 +285,146 @@ void KeyboardModel::reset()
 
 KeyActionBytes KeyboardModel::keyAction(LayerId layer, std::size_t index) const
 {
-    return (layer == LayerId::Base ? state_.baseLayer : state_.fnLayer).at(index);
+    return (layer == LayerId::Base ? held.baseLayer : held.fnLayer).at(index);
 }
 
 KeyColor KeyboardModel::keyColor(std::size_t index) const
 {
-    return state_.colorBank.at(index);
+    return held.colorBank.at(index);
 }
 
 const std::vector<ScreenFrame>& KeyboardModel::screenSlot(int slot) const
 {
-    return state_.screenSlots.at(static_cast<std::size_t>(slot - 1));
+    return held.screenSlots.at(static_cast<std::size_t>(slot - 1));
 }
 
 std::vector<MacroEvent> KeyboardModel::playMacro(int index) const
 {
-    return virtual_keyboard::playMacro(state_.macroSpace, index);
+    return virtual_keyboard::playMacro(held.macroSpace, index);
 }
 
 std::string KeyboardModel::lightingSummary() const
 {
-    return virtual_keyboard::lightingSummary(state_.lighting);
+    return virtual_keyboard::lightingSummary(held.lighting);
 }
 
 std::size_t KeyboardModel::screenBlocksReceived() const
 {
-    return transfer_ && transfer_->code == screenCode ? transfer_->reportsReceived : 0;
+    return transfer && transfer->code == screenCode ? transfer->reportsReceived : 0;
 }
 
 std::size_t KeyboardModel::screenBlocksAnnounced() const
 {
-    return transfer_ && transfer_->code == screenCode ? transfer_->reportsWanted : 0;
+    return transfer && transfer->code == screenCode ? transfer->reportsWanted : 0;
 }
 
 void KeyboardModel::violation(std::string text)
 {
-    violations_.push_back(std::move(text));
+    complaints.push_back(std::move(text));
 }
 
 void KeyboardModel::checkSendTime(Milliseconds now)
 {
-    if (lastTraffic_ && now - *lastTraffic_ < pauseBeforeSend) {
-        violation("send " + number(now - *lastTraffic_) +
+    if (lastTraffic && now - *lastTraffic < pauseBeforeSend) {
+        violation("send " + number(now - *lastTraffic) +
                   " ms after the previous report, sooner than " + number(pauseBeforeSend) + " ms");
     }
 }
 
 bool KeyboardModel::expectsData() const
 {
-    return transfer_ && transfer_->code != screenCode &&
-           transfer_->reportsReceived < transfer_->reportsWanted;
+    return transfer && transfer->code != screenCode &&
+           transfer->reportsReceived < transfer->reportsWanted;
 }
 
 void KeyboardModel::receiveData(const Report& report, Milliseconds now)
 {
-    const bool severalReports = transfer_->reportsWanted > 1;
+    const bool severalReports = transfer->reportsWanted > 1;
     if (severalReports && sliceGapTooShort(now, pauseAfterSlice))
         violation("data reports closer than 2 ms");
-    pendingData_ = report;
-    answer_ = {};
-    lastKind_ = Kind::Data;
+    pendingData = report;
+    answer = {};
+    lastKind = Kind::Data;
 }
 
 void KeyboardModel::receiveBankRead(const Report& report)
 {
-    if (*bankReadAnswers_ >= bankAnswerCount)
+    if (*bankReadAnswers >= bankAnswerCount)
         violation("more reports than the nine of the bank read");
     if (!onlyNonZeroAt(report, {}))
         violation("bank read report carries bytes that must be zero");
-    answer_ = bankAnswer(state_.colorBank, *bankReadAnswers_);
-    lastKind_ = Kind::BankRead;
+    answer = bankAnswer(held.colorBank, *bankReadAnswers);
+    lastKind = Kind::BankRead;
 }
 
 void KeyboardModel::leaveBankRead(std::uint8_t code)
 {
-    if (!bankReadAnswers_ || (code == commitCode && *bankReadAnswers_ == bankAnswerCount))
+    if (!bankReadAnswers || (code == commitCode && *bankReadAnswers == bankAnswerCount))
         return;
-    if (!disturbed_) {
-        violation("bank read left after " + number(*bankReadAnswers_) +
+    if (!disturbed) {
+        violation("bank read left after " + number(*bankReadAnswers) +
                   " of 9 answers, without its COMMIT");
     }
-    bankReadAnswers_.reset();
+    bankReadAnswers.reset();
 }
 
 void KeyboardModel::receiveCommand(const Report& report, Milliseconds now)
 {
     const std::uint8_t code = report[1];
-    lastKind_ = Kind::Command;
+    lastKind = Kind::Command;
     leaveBankRead(code);
     const std::uint8_t status = spoilRefuses(code) ? refuseSpoiled(report) : execute(report, now);
     if (status != accepted)
-        disturbed_ = true;
+        disturbed = true;
     if (code == bankReadCode && status == accepted) {
-        answer_ = bankAnswer(state_.colorBank, 0);
-        lastKind_ = Kind::BankRead;
+        answer = bankAnswer(held.colorBank, 0);
+        lastKind = Kind::BankRead;
         return;
     }
-    answer_ = {commandMarker, code, 0, status};
+    answer = {commandMarker, code, 0, status};
 }
 
 // A session open is refused by a busy or silent keyboard only. The announcement of macro data and
 // a bank read are carried out whatever the answer says: nobody looks at it.
 bool KeyboardModel::spoilRefuses(std::uint8_t code) const
 {
-    if (!spoil_ || spoil_->fault == AnswerFault::WrongEcho || code == macroDataCode ||
+    if (!nextSpoil || nextSpoil->fault == AnswerFault::WrongEcho || code == macroDataCode ||
         code == bankReadCode)
         return false;
-    if (spoil_->fault == AnswerFault::Empty)
+    if (nextSpoil->fault == AnswerFault::Empty)
         return true;
-    return code == openCode ? spoil_->status == busyStatus : spoil_->status != accepted;
+    return code == openCode ? nextSpoil->status == busyStatus : nextSpoil->status != accepted;
 }
 
 std::uint8_t KeyboardModel::refuseSpoiled(const Report& report)
 {
     if (report[1] == openCode)
-        closingFlag_ = report[countByte];
+        closingFlag = report[countByte];
     return refused;
 }
 
 void KeyboardModel::applySpoilToAnswer()
 {
-    const std::optional<Spoil> spoil = std::exchange(spoil_, std::nullopt);
+    const std::optional<Spoil> spoil = std::exchange(nextSpoil, std::nullopt);
     if (!spoil)
         return;
     // A wrong echo is a failure for the host, except where it does not look at the echo.
     const bool hostLooksAt =
-        lastKind_ == Kind::Command && answer_[1] != openCode && answer_[1] != macroDataCode;
+        lastKind == Kind::Command && answer[1] != openCode && answer[1] != macroDataCode;
     switch (spoil->fault) {
     case AnswerFault::Empty:
-        answer_ = {};
+        answer = {};
         break;
     case AnswerFault::Status:
-        answer_[3] = spoil->status;
+        answer[3] = spoil->status;
         break;
     case AnswerFault::WrongEcho:
-        answer_[0] = 0x05;
-        answer_[1] = static_cast<std::uint8_t>(~answer_[1]);
+        answer[0] = 0x05;
+        answer[1] = static_cast<std::uint8_t>(~answer[1]);
         if (spoil->status != 0)
-            answer_[3] = spoil->status;
+            answer[3] = spoil->status;
         if (hostLooksAt)
-            disturbed_ = true;
+            disturbed = true;
         break;
     }
 }
@@ -459,49 +459,49 @@ std::uint8_t KeyboardModel::openSession(const Report& report)
         violation("session open with flag " + number(flag) + ", expected 0 or 1");
         return refused;
     }
-    if (sessionFlag_ && !disturbed_)
+    if (openFlag && !disturbed)
         violation("session opened inside a session");
     dropSession();
-    sessionFlag_ = flag;
-    closingFlag_ = flag;
+    openFlag = flag;
+    closingFlag = flag;
     return accepted;
 }
 
 std::uint8_t KeyboardModel::announce(const Report& report, const CommandRule& rule)
 {
     const std::string name = commandName(rule.code);
-    if (!sessionFlag_) {
+    if (!openFlag) {
         violation(name + " outside a session");
         return refused;
     }
-    if (*sessionFlag_ != rule.sessionFlag) {
-        violation(name + " in a session with flag " + number(*sessionFlag_) + ", expected " +
+    if (*openFlag != rule.sessionFlag) {
+        violation(name + " in a session with flag " + number(*openFlag) + ", expected " +
                   number(rule.sessionFlag));
         return refused;
     }
     if (!orderAllows(rule.code) || !headerAllows(report, rule))
         return refused;
 
-    committed_ = false;
+    committed = false;
     if (rule.code == macroSessionCode) {
-        macroSession_ = true;
+        macroSession = true;
         return accepted;
     }
     const std::size_t count = countOf(report, rule);
-    transfer_ = Transfer{.code = rule.code,
-                         .reportsWanted = rule.code == macroDataCode ? count - 1 : count,
-                         .slot = report[argumentByte],
-                         .bytes = {}};
+    transfer = Transfer{.code = rule.code,
+                        .reportsWanted = rule.code == macroDataCode ? count - 1 : count,
+                        .slot = report[argumentByte],
+                        .bytes = {}};
     return accepted;
 }
 
 bool KeyboardModel::orderAllows(std::uint8_t code)
 {
-    if (code == macroDataCode && !macroSession_) {
+    if (code == macroDataCode && !macroSession) {
         violation("command 15 without command 19 before it");
         return false;
     }
-    if (transfer_ || committed_ || (macroSession_ && code != macroDataCode)) {
+    if (transfer || committed || (macroSession && code != macroDataCode)) {
         violation("a second command in one session: " + commandName(code));
         return false;
     }
@@ -541,42 +541,42 @@ std::uint8_t KeyboardModel::commit(const Report& report, Milliseconds now)
 {
     if (!zeroExcept(report, {}))
         return refused;
-    if (bankReadAnswers_) {
-        bankReadAnswers_.reset();
+    if (bankReadAnswers) {
+        bankReadAnswers.reset();
         return accepted;
     }
-    if (!sessionFlag_) {
+    if (!openFlag) {
         violation("COMMIT outside a session");
         return refused;
     }
-    if (!transfer_) {
+    if (!transfer) {
         violation("COMMIT without a command to complete");
         return refused;
     }
-    if (transfer_->reportsReceived < transfer_->reportsWanted) {
-        violation("fewer data reports than announced for " + commandName(transfer_->code) + ": " +
-                  number(transfer_->reportsReceived) + " of " + number(transfer_->reportsWanted));
+    if (transfer->reportsReceived < transfer->reportsWanted) {
+        violation("fewer data reports than announced for " + commandName(transfer->code) + ": " +
+                  number(transfer->reportsReceived) + " of " + number(transfer->reportsWanted));
         return refused;
     }
     checkCommitTime(now);
-    const Transfer transfer = std::move(*transfer_);
-    transfer_.reset();
-    if (const std::string fault = takeOver(transfer); !fault.empty()) {
+    const Transfer finished = std::move(*transfer);
+    transfer.reset();
+    if (const std::string fault = takeOver(finished); !fault.empty()) {
         violation(fault);
         return refused;
     }
-    committed_ = true;
+    committed = true;
     // The accepted COMMIT ends the session of a screen upload; no FINISH follows.
-    if (transfer.code == screenCode)
+    if (finished.code == screenCode)
         dropSession();
     return accepted;
 }
 
 void KeyboardModel::checkCommitTime(Milliseconds now)
 {
-    if (transfer_->code == macroDataCode && sliceGapTooShort(now, pauseBeforeMacroCommit))
+    if (transfer->code == macroDataCode && sliceGapTooShort(now, pauseBeforeMacroCommit))
         violation("macro COMMIT sooner than 30 ms after the last piece");
-    const bool slices = transfer_->code != macroDataCode && transfer_->reportsWanted > 1;
+    const bool slices = transfer->code != macroDataCode && transfer->reportsWanted > 1;
     if (slices && sliceGapTooShort(now, pauseAfterSlice))
         violation("COMMIT sooner than 2 ms after the last data report");
 }
@@ -585,9 +585,9 @@ void KeyboardModel::checkCommitTime(Milliseconds now)
 // too early for any report is named as that alone.
 bool KeyboardModel::sliceGapTooShort(Milliseconds now, Milliseconds pause) const
 {
-    if (!lastSliceAnswered_)
+    if (!lastSliceAnswered)
         return false;
-    const Milliseconds gap = now - *lastSliceAnswered_;
+    const Milliseconds gap = now - *lastSliceAnswered;
     return gap >= pauseBeforeSend && gap < pauseBeforeSend + pause;
 }
 
@@ -597,35 +597,35 @@ std::uint8_t KeyboardModel::finish(const Report& report)
         return refused;
     const std::uint8_t flag = report[countByte];
     // After a failure the host may close what it tried to open, whether or not it is open.
-    const bool closesAttempt = disturbed_ && closingFlag_ == flag;
-    if (!sessionFlag_ && !closesAttempt) {
+    const bool closesAttempt = disturbed && closingFlag == flag;
+    if (!openFlag && !closesAttempt) {
         violation("FINISH outside a session");
         return refused;
     }
-    if (sessionFlag_ != flag && !closesAttempt) {
+    if (openFlag != flag && !closesAttempt) {
         violation("FINISH with flag " + number(flag) + " in a session with flag " +
-                  number(*sessionFlag_));
+                  number(*openFlag));
         return refused;
     }
-    if (!committed_ && !disturbed_)
+    if (!committed && !disturbed)
         violation("FINISH without COMMIT");
     dropSession();
-    closingFlag_.reset();
+    closingFlag.reset();
     return accepted;
 }
 
 void KeyboardModel::dropSession()
 {
-    sessionFlag_.reset();
-    transfer_.reset();
-    disturbed_ = false;
-    macroSession_ = false;
-    committed_ = false;
+    openFlag.reset();
+    transfer.reset();
+    disturbed = false;
+    macroSession = false;
+    committed = false;
 }
 
 std::uint8_t KeyboardModel::startBankRead(const Report& report)
 {
-    if (sessionFlag_ && !disturbed_) {
+    if (openFlag && !disturbed) {
         violation("command f5 inside a session");
         return refused;
     }
@@ -636,8 +636,8 @@ std::uint8_t KeyboardModel::startBankRead(const Report& report)
         return refused;
     }
     dropSession();
-    closingFlag_.reset();
-    bankReadAnswers_ = 0;
+    closingFlag.reset();
+    bankReadAnswers = 0;
     return accepted;
 }
 
@@ -655,27 +655,27 @@ bool KeyboardModel::zeroExcept(const Report& report, std::initializer_list<std::
     return true;
 }
 
-std::string KeyboardModel::takeOver(const Transfer& transfer)
+std::string KeyboardModel::takeOver(const Transfer& finished)
 {
-    switch (transfer.code) {
+    switch (finished.code) {
     case lightingCode:
-        return takeLighting(transfer.bytes);
+        return takeLighting(finished.bytes);
     case sleepCode:
-        return takeSleep(transfer.bytes);
+        return takeSleep(finished.bytes);
     case baseLayerCode:
-        return takeLayer(transfer.bytes, state_.baseLayer);
+        return takeLayer(finished.bytes, held.baseLayer);
     case fnLayerCode:
-        return takeLayer(transfer.bytes, state_.fnLayer);
+        return takeLayer(finished.bytes, held.fnLayer);
     case bankWriteCode:
-        return takeColors(transfer.bytes);
+        return takeColors(finished.bytes);
     case macroDataCode:
-        state_.macroSpace = transfer.bytes;
+        held.macroSpace = finished.bytes;
         return {};
     case screenCode:
-        return decodeScreenStream(
-            transfer.bytes, state_.screenSlots.at(static_cast<std::size_t>(transfer.slot - 1)));
+        return decodeScreenStream(finished.bytes,
+                                  held.screenSlots.at(static_cast<std::size_t>(finished.slot - 1)));
     default:
-        return "nothing is known to take over for " + commandName(transfer.code);
+        return "nothing is known to take over for " + commandName(finished.code);
     }
 }
 
@@ -688,7 +688,7 @@ std::string KeyboardModel::takeLighting(std::span<const std::uint8_t> bytes)
     const bool knownEffect = bytes[0] <= 0x13 || bytes[0] == customEffect;
     if (!knownEffect || bytes[8] > 1 || bytes[9] > 5 || bytes[10] > 5 || bytes[11] > 3)
         return "lighting mode carries a value out of range";
-    std::ranges::copy(bytes, state_.lighting.begin());
+    std::ranges::copy(bytes, held.lighting.begin());
     return {};
 }
 
@@ -700,7 +700,7 @@ std::string KeyboardModel::takeSleep(std::span<const std::uint8_t> bytes)
         return "lighting sleep carries bytes that must be zero";
     if (bytes[8] > 3)
         return "lighting sleep carries a value out of range";
-    state_.sleepCode = bytes[8];
+    held.sleepCode = bytes[8];
     return {};
 }
 
@@ -726,7 +726,7 @@ std::string KeyboardModel::takeColors(std::span<const std::uint8_t> bytes)
     }
     for (std::size_t index = 0; index < tableImageSize - 2; ++index) {
         if (index % 4 != 0)
-            state_.colorBank[index / 4][index % 4 - 1] = bytes[index];
+            held.colorBank[index / 4][index % 4 - 1] = bytes[index];
     }
     return {};
 }

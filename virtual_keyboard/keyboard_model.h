@@ -60,13 +60,13 @@ public:
     void reset();
 
     // What the keyboard holds. The setter is for tests that need a keyboard with a history.
-    [[nodiscard]] const KeyboardState& state() const { return state_; }
-    void setState(const KeyboardState& state) { state_ = state; }
+    [[nodiscard]] const KeyboardState& state() const { return held; }
+    void setState(const KeyboardState& state) { held = state; }
 
-    [[nodiscard]] bool sessionOpen() const { return sessionFlag_.has_value(); }
+    [[nodiscard]] bool sessionOpen() const { return openFlag.has_value(); }
     // 0 or 1; nothing while no session is open.
-    [[nodiscard]] std::optional<std::uint8_t> sessionFlag() const { return sessionFlag_; }
-    [[nodiscard]] bool customMode() const { return state_.lighting[0] == customEffect; }
+    [[nodiscard]] std::optional<std::uint8_t> sessionFlag() const { return openFlag; }
+    [[nodiscard]] bool customMode() const { return held.lighting[0] == customEffect; }
     // Index 0 to 143.
     [[nodiscard]] KeyActionBytes keyAction(LayerId layer, std::size_t index) const;
     [[nodiscard]] KeyColor keyColor(std::size_t index) const;
@@ -79,8 +79,8 @@ public:
     [[nodiscard]] std::size_t screenBlocksAnnounced() const;
 
     // Everything that was wrong so far, oldest first, one sentence each.
-    [[nodiscard]] const std::vector<std::string>& violations() const { return violations_; }
-    void clearViolations() { violations_.clear(); }
+    [[nodiscard]] const std::vector<std::string>& violations() const { return complaints; }
+    void clearViolations() { complaints.clear(); }
 
 private:
     enum class Kind { None, Command, Data, BankRead };
@@ -132,35 +132,35 @@ private:
     [[nodiscard]] bool zeroExcept(const Report& report, std::initializer_list<std::size_t> allowed);
 
     // Each returns an empty string, or why nothing was taken over.
-    [[nodiscard]] std::string takeOver(const Transfer& transfer);
+    [[nodiscard]] std::string takeOver(const Transfer& finished);
     [[nodiscard]] std::string takeLighting(std::span<const std::uint8_t> bytes);
     [[nodiscard]] std::string takeSleep(std::span<const std::uint8_t> bytes);
     [[nodiscard]] static std::string takeLayer(std::span<const std::uint8_t> bytes,
                                                KeyLayer& layer);
     [[nodiscard]] std::string takeColors(std::span<const std::uint8_t> bytes);
 
-    KeyboardState state_;
-    std::vector<std::string> violations_;
+    KeyboardState held;
+    std::vector<std::string> complaints;
 
-    std::optional<std::uint8_t> sessionFlag_;
+    std::optional<std::uint8_t> openFlag;
     // Flag of the last session open that came or was lost, until FINISH.
-    std::optional<std::uint8_t> closingFlag_;
+    std::optional<std::uint8_t> closingFlag;
     // Something failed before the host's eyes, so it may close what it did not complete. Ends with
     // the session.
-    bool disturbed_ = false;
-    bool macroSession_ = false;
-    bool committed_ = false;
-    std::optional<Transfer> transfer_;
-    Report pendingData_{}; // counts once its answer is fetched
-    std::optional<std::size_t> bankReadAnswers_;
-    std::optional<Spoil> spoil_;
+    bool disturbed = false;
+    bool macroSession = false;
+    bool committed = false;
+    std::optional<Transfer> transfer;
+    Report pendingData{}; // counts once its answer is fetched
+    std::optional<std::size_t> bankReadAnswers;
+    std::optional<Spoil> nextSpoil;
 
-    Report answer_{};
-    bool answerWaits_ = false;
-    Kind lastKind_ = Kind::None;
-    std::optional<Milliseconds> lastTraffic_;
-    std::optional<Milliseconds> lastSend_;
-    std::optional<Milliseconds> lastSliceAnswered_;
+    Report answer{};
+    bool answerWaits = false;
+    Kind lastKind = Kind::None;
+    std::optional<Milliseconds> lastTraffic;
+    std::optional<Milliseconds> lastSend;
+    std::optional<Milliseconds> lastSliceAnswered;
 };
 
 } // namespace tavik::virtual_keyboard

@@ -117,7 +117,7 @@ Fault wrongEcho(std::uint8_t status)
             .status = status};
 }
 
-VirtualBus::VirtualBus() : interfaces_(factoryInterfaces()) {}
+VirtualBus::VirtualBus() : usbInterfaces(factoryInterfaces()) {}
 
 VirtualBus& VirtualBus::instance()
 {
@@ -127,26 +127,26 @@ VirtualBus& VirtualBus::instance()
 
 void VirtualBus::reset()
 {
-    keyboard_.reset();
-    interfaces_ = factoryInterfaces();
-    plugged_ = true;
-    initFails_ = false;
-    enumeratedPaths_.clear();
-    unfreedEnumerations_ = 0;
-    openError_.clear();
-    for (OpenedInterface& opened : opened_) {
+    model.reset();
+    usbInterfaces = factoryInterfaces();
+    isPlugged = true;
+    initFails = false;
+    enumeratedPaths.clear();
+    heldEnumerations = 0;
+    openError.clear();
+    for (OpenedInterface& opened : everOpened) {
         opened.error.clear();
         opened.acknowledgements.clear();
     }
     clearFaults();
-    virtualNow_ = Milliseconds(0);
+    virtualNow = Milliseconds(0);
     clearTrace();
     clearViolations();
 }
 
 void VirtualBus::setProductId(std::uint16_t productId)
 {
-    for (BusInterface& entry : interfaces_)
+    for (BusInterface& entry : usbInterfaces)
         entry.productId = productId;
 }
 
@@ -154,7 +154,7 @@ void VirtualBus::setScreenUsagePage(std::uint16_t usagePage)
 {
     if (!isScreen(usagePage))
         throw std::invalid_argument("not a usage page of a screen interface");
-    for (BusInterface& entry : interfaces_) {
+    for (BusInterface& entry : usbInterfaces) {
         if (isScreen(entry.usagePage))
             entry.usagePage = usagePage;
     }
@@ -162,46 +162,47 @@ void VirtualBus::setScreenUsagePage(std::uint16_t usagePage)
 
 void VirtualBus::removeScreen()
 {
-    std::erase_if(interfaces_, [](const BusInterface& entry) { return isScreen(entry.usagePage); });
+    std::erase_if(usbInterfaces,
+                  [](const BusInterface& entry) { return isScreen(entry.usagePage); });
 }
 
 void VirtualBus::addConfigurationInterface(std::string path, bool opens)
 {
     const auto existing =
-        std::ranges::find(interfaces_, configurationUsagePage, &BusInterface::usagePage);
+        std::ranges::find(usbInterfaces, configurationUsagePage, &BusInterface::usagePage);
     const std::uint16_t productId =
-        existing == interfaces_.end() ? BusInterface().productId : existing->productId;
-    interfaces_.insert(existing, {.productId = productId,
-                                  .usagePage = configurationUsagePage,
-                                  .path = std::move(path),
-                                  .opens = opens});
+        existing == usbInterfaces.end() ? BusInterface().productId : existing->productId;
+    usbInterfaces.insert(existing, {.productId = productId,
+                                    .usagePage = configurationUsagePage,
+                                    .path = std::move(path),
+                                    .opens = opens});
 }
 
 void VirtualBus::setOpens(const std::string& path, bool opens)
 {
-    const auto entry = std::ranges::find(interfaces_, path, &BusInterface::path);
-    if (entry == interfaces_.end())
+    const auto entry = std::ranges::find(usbInterfaces, path, &BusInterface::path);
+    if (entry == usbInterfaces.end())
         throw std::invalid_argument("no interface has the path " + path);
     entry->opens = opens;
 }
 
 void VirtualBus::setInitFails(bool fails)
 {
-    initFails_ = fails;
+    initFails = fails;
 }
 
 void VirtualBus::plug()
 {
-    plugged_ = true;
+    isPlugged = true;
 }
 
 void VirtualBus::unplug()
 {
-    if (!plugged_)
+    if (!isPlugged)
         return;
-    plugged_ = false;
-    ++generation_;
-    keyboard_.disconnect();
+    isPlugged = false;
+    ++generation;
+    model.disconnect();
 }
 
 void VirtualBus::failAt(int exchange, const Fault& fault, int times)
@@ -211,7 +212,7 @@ void VirtualBus::failAt(int exchange, const Fault& fault, int times)
     if (fault.kind == Fault::Kind::ShortWrite || fault.kind == Fault::Kind::NoAcknowledgement)
         throw std::invalid_argument("only a screen block can fail in this way");
     for (int repeat = 0; repeat < times; ++repeat)
-        exchangeFaults_[exchanges_ + exchange + repeat] = fault;
+        exchangeFaults[exchangeCount + exchange + repeat] = fault;
 }
 
 void VirtualBus::failCommand(std::uint8_t code, const Fault& fault, int nth)
@@ -220,7 +221,7 @@ void VirtualBus::failCommand(std::uint8_t code, const Fault& fault, int nth)
         throw std::invalid_argument("commands are counted from 1");
     if (fault.kind == Fault::Kind::ShortWrite || fault.kind == Fault::Kind::NoAcknowledgement)
         throw std::invalid_argument("only a screen block can fail in this way");
-    commandFaults_.push_back({code, nth, fault});
+    commandFaults.push_back({code, nth, fault});
 }
 
 void VirtualBus::failBlockAt(int block, const Fault& fault)
@@ -229,29 +230,29 @@ void VirtualBus::failBlockAt(int block, const Fault& fault)
         throw std::invalid_argument("blocks are counted from 1");
     if (fault.kind == Fault::Kind::Answer)
         throw std::invalid_argument("an acknowledgement carries no answer");
-    blockFaults_[blocks_ + block] = fault;
+    blockFaults[blockCount + block] = fault;
 }
 
 void VirtualBus::unplugAt(int call)
 {
     if (call < 1)
         throw std::invalid_argument("calls are counted from 1");
-    unplugCall_ = calls_ + call;
+    unplugCall = callCount + call;
 }
 
 void VirtualBus::clearFaults()
 {
-    exchangeFaults_.clear();
-    commandFaults_.clear();
-    blockFaults_.clear();
-    unplugCall_.reset();
-    failingRead_.reset();
-    acknowledgementFault_.reset();
+    exchangeFaults.clear();
+    commandFaults.clear();
+    blockFaults.clear();
+    unplugCall.reset();
+    failingRead.reset();
+    acknowledgementFault.reset();
 }
 
 VirtualBus::Milliseconds VirtualBus::now() const
 {
-    return clockNow_ ? clockNow_() : virtualNow_;
+    return clockNow ? clockNow() : virtualNow;
 }
 
 void VirtualBus::wait(Milliseconds duration)
@@ -262,27 +263,27 @@ void VirtualBus::wait(Milliseconds duration)
 
 void VirtualBus::advance(Milliseconds duration)
 {
-    if (clockWait_)
-        clockWait_(duration);
+    if (clockWait)
+        clockWait(duration);
     else
-        virtualNow_ += duration;
+        virtualNow += duration;
 }
 
 void VirtualBus::setClock(std::function<Milliseconds()> now, std::function<void(Milliseconds)> wait)
 {
-    clockNow_ = std::move(now);
-    clockWait_ = std::move(wait);
+    clockNow = std::move(now);
+    clockWait = std::move(wait);
 }
 
-void VirtualBus::setListener(std::function<void()> listener)
+void VirtualBus::setListener(std::function<void()> newListener)
 {
-    listener_ = std::move(listener);
+    listener = std::move(newListener);
 }
 
 std::vector<std::string> VirtualBus::wire() const
 {
     std::vector<std::string> lines;
-    std::ranges::copy_if(trace_, std::back_inserter(lines), [](const std::string& line) {
+    std::ranges::copy_if(events, std::back_inserter(lines), [](const std::string& line) {
         return startsWithAnyOf(line, {"send ", "read ", "block ", "ack", "no ack "});
     });
     return lines;
@@ -291,54 +292,55 @@ std::vector<std::string> VirtualBus::wire() const
 std::vector<std::string> VirtualBus::sends() const
 {
     std::vector<std::string> lines;
-    for (const std::vector<std::uint8_t>& report : sentReports_)
+    for (const std::vector<std::uint8_t>& report : arrivedReports)
         lines.push_back(hexBytes(report));
     return lines;
 }
 
 int VirtualBus::count(std::string_view line) const
 {
-    return static_cast<int>(std::ranges::count(trace_, line));
+    return static_cast<int>(std::ranges::count(events, line));
 }
 
 void VirtualBus::clearTrace()
 {
-    trace_.clear();
-    sentReports_.clear();
-    sentBlocks_.clear();
+    events.clear();
+    arrivedReports.clear();
+    arrivedBlocks.clear();
 }
 
 std::vector<std::string> VirtualBus::violations() const
 {
-    std::vector<std::string> all = misuse_;
-    all.insert(all.end(), keyboard_.violations().begin(), keyboard_.violations().end());
+    std::vector<std::string> all = misuse;
+    all.insert(all.end(), model.violations().begin(), model.violations().end());
     return all;
 }
 
 void VirtualBus::clearViolations()
 {
-    misuse_.clear();
-    keyboard_.clearViolations();
+    misuse.clear();
+    model.clearViolations();
 }
 
 int VirtualBus::openHandles() const
 {
-    return static_cast<int>(std::ranges::count(opened_, false, &OpenedInterface::closed));
+    return static_cast<int>(std::ranges::count(everOpened, false, &OpenedInterface::closed));
 }
 
 int VirtualBus::init()
 {
-    record(initFails_ ? "init failed" : "init");
-    return initFails_ ? -1 : 0;
+    record(initFails ? "init failed" : "init");
+    return initFails ? -1 : 0;
 }
 
 int VirtualBus::exit()
 {
     // A screen handle may still be open here: when the keyboard is not found in the middle of a
     // screen transfer, the library is shut down before that interface is closed.
-    const bool configurationOpen = std::ranges::any_of(opened_, [](const OpenedInterface& opened) {
-        return !opened.closed && opened.usagePage == configurationUsagePage;
-    });
+    const bool configurationOpen =
+        std::ranges::any_of(everOpened, [](const OpenedInterface& opened) {
+            return !opened.closed && opened.usagePage == configurationUsagePage;
+        });
     if (configurationOpen)
         violation("hid_exit() while the configuration interface is open");
     checkEnumerationsFreed("hid_exit()");
@@ -350,52 +352,53 @@ std::vector<BusInterface> VirtualBus::enumerate(std::uint16_t vendor, std::uint1
 {
     checkEnumerationsFreed("hid_enumerate()");
     std::vector<BusInterface> found;
-    if (plugged_ && vendor == vendorId) {
-        std::ranges::copy_if(interfaces_, std::back_inserter(found),
+    if (isPlugged && vendor == vendorId) {
+        std::ranges::copy_if(usbInterfaces, std::back_inserter(found),
                              [&](const BusInterface& entry) { return entry.productId == product; });
     }
-    enumeratedPaths_.clear();
+    enumeratedPaths.clear();
     for (const BusInterface& entry : found)
-        enumeratedPaths_.push_back(entry.path);
+        enumeratedPaths.push_back(entry.path);
     if (!found.empty())
-        ++unfreedEnumerations_;
+        ++heldEnumerations;
     record("enumerate " + (vendor == vendorId ? "" : hexId(vendor) + ":") + hexId(product));
     return found;
 }
 
 void VirtualBus::enumerationFreed()
 {
-    if (unfreedEnumerations_ > 0)
-        --unfreedEnumerations_;
+    if (heldEnumerations > 0)
+        --heldEnumerations;
 }
 
 void VirtualBus::checkEnumerationsFreed(std::string_view function)
 {
-    if (unfreedEnumerations_ > 0)
+    if (heldEnumerations > 0)
         violation(std::string(function) + " before the enumeration was freed");
 }
 
 VirtualBus::Handle VirtualBus::open(const std::string& path)
 {
-    if (std::ranges::find(enumeratedPaths_, path) == enumeratedPaths_.end())
+    if (std::ranges::find(enumeratedPaths, path) == enumeratedPaths.end())
         violation("hid_open_path() of " + path + ", which was not just enumerated");
-    const auto entry = std::ranges::find(interfaces_, path, &BusInterface::path);
-    const bool exists = plugged_ && entry != interfaces_.end();
+    const auto entry = std::ranges::find(usbInterfaces, path, &BusInterface::path);
+    const bool exists = isPlugged && entry != usbInterfaces.end();
     if (!exists || !entry->opens) {
-        openError_ = "Failed to open a device with path '" + path +
-                     (exists ? "': Permission denied" : "': No such file or directory");
-        const std::string name = entry == interfaces_.end() ? "unknown" : nameOf(entry->usagePage);
+        openError = "Failed to open a device with path '" + path +
+                    (exists ? "': Permission denied" : "': No such file or directory");
+        const std::string name =
+            entry == usbInterfaces.end() ? "unknown" : nameOf(entry->usagePage);
         record("open " + name + " refused");
         return -1;
     }
-    openError_.clear();
-    opened_.push_back({.usagePage = entry->usagePage,
-                       .name = nameOf(entry->usagePage),
-                       .generation = generation_,
-                       .error = {},
-                       .acknowledgements = {}});
-    record("open " + opened_.back().name);
-    return static_cast<Handle>(opened_.size());
+    openError.clear();
+    everOpened.push_back({.usagePage = entry->usagePage,
+                          .name = nameOf(entry->usagePage),
+                          .generation = generation,
+                          .error = {},
+                          .acknowledgements = {}});
+    record("open " + everOpened.back().name);
+    return static_cast<Handle>(everOpened.size());
 }
 
 void VirtualBus::close(Handle handle)
@@ -422,17 +425,17 @@ int VirtualBus::sendFeature(Handle handle, std::span<const std::uint8_t> buffer)
     if (!isConfigurationReport(*opened, buffer[0], "sent"))
         return fail(*opened, "send failed", sendStalled);
     if (fault && fault->kind == Fault::Kind::SendError) {
-        keyboard_.reportLost(payload);
+        model.reportLost(payload);
         return fail(*opened, "send failed", fault->text);
     }
     const bool losesAnswer = fault && fault->kind == Fault::Kind::ReadError;
-    failingRead_ = losesAnswer ? std::optional(fault->text) : std::nullopt;
+    failingRead = losesAnswer ? std::optional(fault->text) : std::nullopt;
     if (fault && fault->kind == Fault::Kind::Answer)
-        keyboard_.spoilNextAnswer(fault->answer, fault->status);
+        model.spoilNextAnswer(fault->answer, fault->status);
 
     opened->error.clear();
-    sentReports_.emplace_back(payload.begin(), payload.end());
-    keyboard_.setFeature(payload, now());
+    arrivedReports.emplace_back(payload.begin(), payload.end());
+    model.setFeature(payload, now());
     record("send " + hexBytes(payload));
     return static_cast<int>(buffer.size());
 }
@@ -453,12 +456,12 @@ int VirtualBus::getFeature(Handle handle, std::span<std::uint8_t> buffer)
         violation("hid_get_feature_report() with room for " + std::to_string(buffer.size()) +
                   " bytes, expected 65");
     }
-    if (const auto text = std::exchange(failingRead_, std::nullopt); text) {
-        keyboard_.answerLost();
+    if (const auto text = std::exchange(failingRead, std::nullopt); text) {
+        model.answerLost();
         return fail(*opened, "read failed", *text);
     }
     opened->error.clear();
-    const Report answer = keyboard_.getFeature(now());
+    const Report answer = model.getFeature(now());
     const std::size_t length = std::min(buffer.size() - 1, answer.size());
     std::copy_n(answer.begin(), length, buffer.begin() + 1);
     record("read " + hexBytes(answer));
@@ -471,8 +474,8 @@ int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
     if (opened == nullptr)
         return -1;
     countCall();
-    ++blocks_;
-    const auto planned = blockFaults_.extract(blocks_);
+    ++blockCount;
+    const auto planned = blockFaults.extract(blockCount);
     if (!reaches(*opened))
         return fail(*opened, "block failed", writeNoDevice);
     if (buffer.empty() || buffer[0] != 0 || !isScreen(opened->usagePage)) {
@@ -482,15 +485,15 @@ int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
     }
     opened->error.clear();
     if (planned && planned.mapped().kind == Fault::Kind::SendError) {
-        keyboard_.answerLost();
+        model.answerLost();
         return fail(*opened, "block failed", planned.mapped().text);
     }
     if (planned && planned.mapped().kind == Fault::Kind::ShortWrite) {
-        keyboard_.answerLost();
+        model.answerLost();
         record("block short");
         return static_cast<int>(buffer.size()) - 1;
     }
-    acknowledgementFault_ = planned ? std::optional(planned.mapped()) : std::nullopt;
+    acknowledgementFault = planned ? std::optional(planned.mapped()) : std::nullopt;
     receiveBlock(*opened, buffer.subspan(1));
     record("block " + std::to_string(buffer.size()) + " bytes");
     return static_cast<int>(buffer.size());
@@ -498,12 +501,12 @@ int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
 
 void VirtualBus::receiveBlock(OpenedInterface& opened, std::span<const std::uint8_t> block)
 {
-    sentBlocks_.insert(sentBlocks_.end(), block.begin(), block.end());
-    const std::optional<Report> acknowledgement = keyboard_.screenReport(block);
-    if (acknowledgement && !acknowledgementFault_)
+    arrivedBlocks.insert(arrivedBlocks.end(), block.begin(), block.end());
+    const std::optional<Report> acknowledgement = model.screenReport(block);
+    if (acknowledgement && !acknowledgementFault)
         opened.acknowledgements.push_back(*acknowledgement);
-    if (acknowledgementFault_)
-        keyboard_.answerLost();
+    if (acknowledgementFault)
+        model.answerLost();
 }
 
 int VirtualBus::readTimeout(Handle handle, std::span<std::uint8_t> buffer, Milliseconds timeout)
@@ -512,7 +515,7 @@ int VirtualBus::readTimeout(Handle handle, std::span<std::uint8_t> buffer, Milli
     if (opened == nullptr)
         return -1;
     countCall();
-    const std::optional<Fault> fault = std::exchange(acknowledgementFault_, std::nullopt);
+    const std::optional<Fault> fault = std::exchange(acknowledgementFault, std::nullopt);
     if (!reaches(*opened))
         return fail(*opened, "ack failed", pollNoDevice);
     if (fault && fault->kind == Fault::Kind::ReadError)
@@ -533,31 +536,31 @@ int VirtualBus::readTimeout(Handle handle, std::span<std::uint8_t> buffer, Milli
 
 std::string VirtualBus::errorText(Handle handle) const
 {
-    const bool known = handle >= 1 && static_cast<std::size_t>(handle) <= opened_.size();
+    const bool known = handle >= 1 && static_cast<std::size_t>(handle) <= everOpened.size();
     const std::string& text =
-        known ? opened_[static_cast<std::size_t>(handle) - 1].error : openError_;
+        known ? everOpened[static_cast<std::size_t>(handle) - 1].error : openError;
     return text.empty() ? "Success" : text;
 }
 
 void VirtualBus::record(std::string line)
 {
-    trace_.push_back(std::move(line));
-    if (listener_)
-        listener_();
+    events.push_back(std::move(line));
+    if (listener)
+        listener();
 }
 
 void VirtualBus::violation(std::string text)
 {
-    misuse_.push_back(std::move(text));
+    misuse.push_back(std::move(text));
 }
 
 VirtualBus::OpenedInterface* VirtualBus::usable(Handle handle, std::string_view function)
 {
-    if (handle < 1 || static_cast<std::size_t>(handle) > opened_.size()) {
+    if (handle < 1 || static_cast<std::size_t>(handle) > everOpened.size()) {
         violation(std::string(function) + " without a handle");
         return nullptr;
     }
-    OpenedInterface& opened = opened_[static_cast<std::size_t>(handle) - 1];
+    OpenedInterface& opened = everOpened[static_cast<std::size_t>(handle) - 1];
     if (opened.closed) {
         violation(std::string(function) + " with a closed handle");
         return nullptr;
@@ -567,15 +570,15 @@ VirtualBus::OpenedInterface* VirtualBus::usable(Handle handle, std::string_view 
 
 bool VirtualBus::reaches(const OpenedInterface& opened) const
 {
-    return plugged_ && opened.generation == generation_;
+    return isPlugged && opened.generation == generation;
 }
 
 void VirtualBus::countCall()
 {
-    ++calls_;
-    if (unplugCall_ != calls_)
+    ++callCount;
+    if (unplugCall != callCount)
         return;
-    unplugCall_.reset();
+    unplugCall.reset();
     unplug();
 }
 
@@ -603,18 +606,18 @@ int VirtualBus::fail(OpenedInterface& opened, std::string line, std::string_view
 
 std::optional<Fault> VirtualBus::faultOfExchange(std::span<const std::uint8_t> payload)
 {
-    ++exchanges_;
+    ++exchangeCount;
     std::optional<Fault> fault;
-    if (const auto planned = exchangeFaults_.extract(exchanges_); planned)
+    if (const auto planned = exchangeFaults.extract(exchangeCount); planned)
         fault = planned.mapped();
     const bool command = payload.size() > 1 && payload[0] == commandMarker;
-    for (CommandFault& planned : commandFaults_) {
+    for (CommandFault& planned : commandFaults) {
         if (!command || planned.code != payload[1])
             continue;
         if (--planned.nth == 0 && !fault)
             fault = planned.fault;
     }
-    std::erase_if(commandFaults_, [](const CommandFault& planned) { return planned.nth == 0; });
+    std::erase_if(commandFaults, [](const CommandFault& planned) { return planned.nth == 0; });
     return fault;
 }
 

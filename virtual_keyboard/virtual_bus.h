@@ -68,10 +68,10 @@ public:
     // and a listener that were handed in stay.
     void reset();
 
-    [[nodiscard]] KeyboardModel& keyboard() { return keyboard_; }
+    [[nodiscard]] KeyboardModel& keyboard() { return model; }
 
     // What is plugged in.
-    [[nodiscard]] std::vector<BusInterface>& interfaces() { return interfaces_; }
+    [[nodiscard]] std::vector<BusInterface>& interfaces() { return usbInterfaces; }
     void setProductId(std::uint16_t productId);       // of every interface
     void setScreenUsagePage(std::uint16_t usagePage); // FF68 or FF67
     void removeScreen();
@@ -82,7 +82,7 @@ public:
     void plug();
     // Enumerations are empty from now on, and every open handle is stale for good.
     void unplug();
-    [[nodiscard]] bool plugged() const { return plugged_; }
+    [[nodiscard]] bool plugged() const { return isPlugged; }
 
     // Faults, counted from the moment of the call: 1 is the next one.
     //
@@ -103,7 +103,7 @@ public:
     // A demo hands in a real clock; empty functions bring the virtual clock back.
     void setClock(std::function<Milliseconds()> now, std::function<void(Milliseconds)> wait);
     // Called after every line of the trace; empty to stop.
-    void setListener(std::function<void()> listener);
+    void setListener(std::function<void()> newListener);
 
     // What happened, one line per event:
     //   "init" "init failed" "exit" "enumerate 8009"
@@ -113,7 +113,7 @@ public:
     //   "block 4097 bytes" "block short" "block failed" "ack" "no ack 1000" "ack failed"
     // Sent and read bytes are those behind the report id, trailing zeros dropped, one byte at
     // least ("send 00").
-    [[nodiscard]] const std::vector<std::string>& trace() const { return trace_; }
+    [[nodiscard]] const std::vector<std::string>& trace() const { return events; }
     // Only the transport lines: sends, reads, blocks, acknowledgements.
     [[nodiscard]] std::vector<std::string> wire() const;
     // Only the reports that reached the keyboard, without the word: "04 18 00 00 00 00 00 00 01".
@@ -121,10 +121,10 @@ public:
     // The same reports whole, as given behind the report id.
     [[nodiscard]] const std::vector<std::vector<std::uint8_t>>& sentReports() const
     {
-        return sentReports_;
+        return arrivedReports;
     }
     // The blocks that reached the keyboard's screen interface, one behind the other.
-    [[nodiscard]] const std::vector<std::uint8_t>& sentBlocks() const { return sentBlocks_; }
+    [[nodiscard]] const std::vector<std::uint8_t>& sentBlocks() const { return arrivedBlocks; }
     // How often a line stands in the trace.
     [[nodiscard]] int count(std::string_view line) const;
     // Empties trace, sent reports and sent blocks; faults and violations stay.
@@ -134,7 +134,7 @@ public:
     [[nodiscard]] std::vector<std::string> violations() const;
     void clearViolations();
     [[nodiscard]] int openHandles() const;
-    [[nodiscard]] int unfreedEnumerations() const { return unfreedEnumerations_; }
+    [[nodiscard]] int unfreedEnumerations() const { return heldEnumerations; }
 
     // The transport, as hidapi's functions need it. Negative results are failures whose text
     // errorText() gives. Buffers start with the report id.
@@ -188,36 +188,36 @@ private:
     [[nodiscard]] int fail(OpenedInterface& opened, std::string line, std::string_view text);
     [[nodiscard]] std::optional<Fault> faultOfExchange(std::span<const std::uint8_t> payload);
 
-    KeyboardModel keyboard_;
-    std::vector<BusInterface> interfaces_;
-    bool plugged_ = true;
-    bool initFails_ = false;
-    int generation_ = 0;
+    KeyboardModel model;
+    std::vector<BusInterface> usbInterfaces;
+    bool isPlugged = true;
+    bool initFails = false;
+    int generation = 0;
 
-    std::vector<OpenedInterface> opened_; // the handle is the index plus one
-    std::vector<std::string> enumeratedPaths_;
-    int unfreedEnumerations_ = 0;
-    std::string openError_;
+    std::vector<OpenedInterface> everOpened; // the handle is the index plus one
+    std::vector<std::string> enumeratedPaths;
+    int heldEnumerations = 0;
+    std::string openError;
 
-    int exchanges_ = 0;
-    int blocks_ = 0;
-    int calls_ = 0;
-    std::map<int, Fault> exchangeFaults_;
-    std::vector<CommandFault> commandFaults_;
-    std::map<int, Fault> blockFaults_;
-    std::optional<int> unplugCall_;
-    std::optional<std::string> failingRead_;
-    std::optional<Fault> acknowledgementFault_;
+    int exchangeCount = 0;
+    int blockCount = 0;
+    int callCount = 0;
+    std::map<int, Fault> exchangeFaults;
+    std::vector<CommandFault> commandFaults;
+    std::map<int, Fault> blockFaults;
+    std::optional<int> unplugCall;
+    std::optional<std::string> failingRead;
+    std::optional<Fault> acknowledgementFault;
 
-    Milliseconds virtualNow_{0};
-    std::function<Milliseconds()> clockNow_;
-    std::function<void(Milliseconds)> clockWait_;
-    std::function<void()> listener_;
+    Milliseconds virtualNow{0};
+    std::function<Milliseconds()> clockNow;
+    std::function<void(Milliseconds)> clockWait;
+    std::function<void()> listener;
 
-    std::vector<std::string> trace_;
-    std::vector<std::vector<std::uint8_t>> sentReports_;
-    std::vector<std::uint8_t> sentBlocks_;
-    std::vector<std::string> misuse_;
+    std::vector<std::string> events;
+    std::vector<std::vector<std::uint8_t>> arrivedReports;
+    std::vector<std::uint8_t> arrivedBlocks;
+    std::vector<std::string> misuse;
 };
 
 } // namespace tavik::virtual_keyboard

@@ -85,15 +85,15 @@ private slots:
     void options();
 
 private:
-    std::unique_ptr<QTemporaryDir> rules_;
+    std::unique_ptr<QTemporaryDir> rules;
     void installRule();
 };
 
 void DoctorTest::init()
 {
-    rules_ = std::make_unique<QTemporaryDir>();
-    QFile::setPermissions(rules_->path(), QFile::Permissions(0x7755));
-    qputenv("TAVIK_TEST_RULES", rules_->path().toLocal8Bit());
+    rules = std::make_unique<QTemporaryDir>();
+    QFile::setPermissions(rules->path(), QFile::Permissions(0x7755));
+    qputenv("TAVIK_TEST_RULES", rules->path().toLocal8Bit());
 }
 
 void DoctorTest::cleanup()
@@ -103,7 +103,7 @@ void DoctorTest::cleanup()
 
 void DoctorTest::installRule()
 {
-    QFile rule(rules_->filePath(QStringLiteral("60-tavik-center.rules")));
+    QFile rule(rules->filePath(QStringLiteral("60-tavik-center.rules")));
     QVERIFY(rule.open(QIODevice::WriteOnly));
 }
 

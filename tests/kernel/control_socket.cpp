@@ -56,25 +56,25 @@ ControlSocket::ControlSocket(const std::string& path)
     if (!setAddress(address, path))
         return;
     unlink(path.c_str());
-    listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const bool listens =
-        bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-        chmod(path.c_str(), forEverybody) == 0 && listen(listener_, 1) == 0;
-    if (listens || listener_ < 0)
+        bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        chmod(path.c_str(), forEverybody) == 0 && listen(listener, 1) == 0;
+    if (listens || listener < 0)
         return;
-    close(listener_);
-    listener_ = -1;
+    close(listener);
+    listener = -1;
 }
 
 ControlSocket::~ControlSocket()
 {
     if (isOpen())
-        close(listener_);
+        close(listener);
 }
 
 int ControlSocket::take()
 {
-    return accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    return accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
 }
 
 std::optional<std::string> ControlSocket::readLine(int connection)

@@ -17,9 +17,9 @@ public:
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;
 
-    [[nodiscard]] bool isOpen() const { return listener_ >= 0; }
+    [[nodiscard]] bool isOpen() const { return listener >= 0; }
     // Readable when somebody asks.
-    [[nodiscard]] int descriptor() const { return listener_; }
+    [[nodiscard]] int descriptor() const { return listener; }
 
     // Takes the waiting connection and hands its line to the function, which gives the answer.
     template <typename Function>
@@ -37,7 +37,7 @@ private:
     [[nodiscard]] static std::optional<std::string> readLine(int connection);
     static void answer(int connection, const std::string& text); // closes the connection
 
-    int listener_ = -1;
+    int listener = -1;
 };
 
 // The test's end: asks and waits for the whole answer. Nothing when nobody answers.

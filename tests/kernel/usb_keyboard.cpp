@@ -108,12 +108,12 @@ UsbResult UsbKeyboard::descriptor(const UsbSetup& setup)
     if (setup.requestType == fromInterface) {
         if (type != reportDescriptorType || which != 0 || setup.index >= usbInterfaceCount)
             return refuse(setup);
-        return answer(reportDescriptor(identity_, static_cast<UsbInterface>(setup.index)), setup);
+        return answer(reportDescriptor(usbIdentity, static_cast<UsbInterface>(setup.index)), setup);
     }
     if (type == deviceDescriptorType)
-        return answer(deviceDescriptor(identity_), setup);
+        return answer(deviceDescriptor(usbIdentity), setup);
     if (type == configurationDescriptorType && which == 0)
-        return answer(configurationDescriptor(identity_), setup);
+        return answer(configurationDescriptor(usbIdentity), setup);
     if (type == stringDescriptorType) {
         if (const auto text = stringDescriptor(which))
             return answer(*text, setup);
@@ -128,7 +128,7 @@ UsbResult UsbKeyboard::refuse(const UsbSetup& setup)
     std::snprintf(text.data(), text.size(),
                   "control request %02x %02x value %04x index %04x length %u", setup.requestType,
                   setup.request, setup.value, setup.index, setup.length);
-    violations_.emplace_back(text.data());
+    misuse.emplace_back(text.data());
     return {Outcome::Stalled, {}};
 }
 
@@ -149,92 +149,92 @@ UsbResult UsbKeyboard::setReport(const UsbSetup& setup, std::span<const std::uin
 UsbResult UsbKeyboard::setFeature(std::span<const std::uint8_t> data, Milliseconds now)
 {
     if (strikes(UsbFault::UnplugSend)) {
-        model_.reportLost(data);
+        model.reportLost(data);
         return {Outcome::Unplugged, {}};
     }
     if (strikes(UsbFault::StallSend)) {
-        model_.reportLost(data);
+        model.reportLost(data);
         return {Outcome::Stalled, {}};
     }
-    model_.setFeature(data, now);
+    model.setFeature(data, now);
     return {};
 }
 
 UsbResult UsbKeyboard::getFeature(Milliseconds now)
 {
     if (strikes(UsbFault::StallRead)) {
-        model_.answerLost();
+        model.answerLost();
         return {Outcome::Stalled, {}};
     }
-    const virtual_keyboard::Report report = model_.getFeature(now);
+    const virtual_keyboard::Report report = model.getFeature(now);
     return {Outcome::Done, {report.begin(), report.end()}};
 }
 
 UsbResult UsbKeyboard::interruptOut(std::uint8_t endpoint, std::span<const std::uint8_t> data)
 {
     if (endpoint != screenOutEndpoint) {
-        violations_.push_back("output on endpoint " + std::to_string(endpoint));
+        misuse.push_back("output on endpoint " + std::to_string(endpoint));
         return {Outcome::Stalled, {}};
     }
     if (strikes(UsbFault::UnplugBlock)) {
-        model_.answerLost();
+        model.answerLost();
         return {Outcome::Unplugged, {}};
     }
-    const auto acknowledgement = model_.screenReport(data);
+    const auto acknowledgement = model.screenReport(data);
     if (strikes(UsbFault::LoseAck)) {
-        model_.answerLost();
+        model.answerLost();
         return {};
     }
     if (strikes(UsbFault::UnplugAck)) {
-        model_.answerLost();
+        model.answerLost();
         return {Outcome::DoneThenUnplugged, {}};
     }
     if (acknowledgement)
-        acknowledgements_.emplace_back(acknowledgement->begin(), acknowledgement->end());
+        acknowledgements.emplace_back(acknowledgement->begin(), acknowledgement->end());
     return {};
 }
 
 std::optional<Bytes> UsbKeyboard::takeInput(std::uint8_t endpoint)
 {
-    if (endpoint != screenInEndpoint || acknowledgements_.empty())
+    if (endpoint != screenInEndpoint || acknowledgements.empty())
         return std::nullopt;
-    Bytes report = std::move(acknowledgements_.front());
-    acknowledgements_.pop_front();
+    Bytes report = std::move(acknowledgements.front());
+    acknowledgements.pop_front();
     return report;
 }
 
 bool UsbKeyboard::strikes(UsbFault fault)
 {
-    if (!planned_ || planned_->fault != fault || --planned_->countdown > 0)
+    if (!planned || planned->fault != fault || --planned->countdown > 0)
         return false;
-    planned_.reset();
+    planned.reset();
     return true;
 }
 
 void UsbKeyboard::planFault(UsbFault fault, int nth)
 {
-    planned_ = PlannedFault{fault, nth};
+    planned = PlannedFault{fault, nth};
 }
 
 void UsbKeyboard::disconnect()
 {
-    model_.disconnect();
-    acknowledgements_.clear();
-    planned_.reset();
+    model.disconnect();
+    acknowledgements.clear();
+    planned.reset();
 }
 
 void UsbKeyboard::reset()
 {
-    model_.reset();
-    acknowledgements_.clear();
-    planned_.reset();
-    violations_.clear();
+    model.reset();
+    acknowledgements.clear();
+    planned.reset();
+    misuse.clear();
 }
 
 std::vector<std::string> UsbKeyboard::violations() const
 {
-    std::vector<std::string> all = violations_;
-    all.insert(all.end(), model_.violations().begin(), model_.violations().end());
+    std::vector<std::string> all = misuse;
+    all.insert(all.end(), model.violations().begin(), model.violations().end());
     return all;
 }
 

@@ -68,11 +68,11 @@ public:
     // Factory state, no fault, no violations.
     void reset();
 
-    [[nodiscard]] const UsbIdentity& identity() const { return identity_; }
+    [[nodiscard]] const UsbIdentity& identity() const { return usbIdentity; }
     // Takes effect when it is plugged in next.
-    void setIdentity(const UsbIdentity& identity) { identity_ = identity; }
+    void setIdentity(const UsbIdentity& identity) { usbIdentity = identity; }
 
-    [[nodiscard]] const virtual_keyboard::KeyboardState& state() const { return model_.state(); }
+    [[nodiscard]] const virtual_keyboard::KeyboardState& state() const { return model.state(); }
     // What was wrong on the wire, then what was wrong for the keyboard, one sentence each.
     [[nodiscard]] std::vector<std::string> violations() const;
 
@@ -92,11 +92,11 @@ private:
     // True when this transfer is the one that is to go wrong in this way.
     [[nodiscard]] bool strikes(UsbFault fault);
 
-    UsbIdentity identity_;
-    virtual_keyboard::KeyboardModel model_;
-    std::deque<std::vector<std::uint8_t>> acknowledgements_;
-    std::optional<PlannedFault> planned_;
-    std::vector<std::string> violations_;
+    UsbIdentity usbIdentity;
+    virtual_keyboard::KeyboardModel model;
+    std::deque<std::vector<std::uint8_t>> acknowledgements;
+    std::optional<PlannedFault> planned;
+    std::vector<std::string> misuse;
 };
 
 } // namespace tavik::tests

@@ -88,7 +88,7 @@ bool UsbipLink::plug()
         close(ends[1]);
         return false;
     }
-    socket_ = ends[1];
+    kernelSocket = ends[1];
     return true;
 }
 
@@ -96,16 +96,16 @@ void UsbipLink::unplug()
 {
     if (!isPlugged())
         return;
-    close(socket_);
-    socket_ = -1;
-    waitingInputs_.clear();
-    keyboard_.disconnect();
+    close(kernelSocket);
+    kernelSocket = -1;
+    waitingInputs.clear();
+    keyboard.disconnect();
 }
 
 // A socket that fails is a plug that was pulled from the kernel's side.
 bool UsbipLink::receive(void* bytes, std::size_t count)
 {
-    if (isPlugged() && recv(socket_, bytes, count, MSG_WAITALL) == static_cast<ssize_t>(count))
+    if (isPlugged() && recv(kernelSocket, bytes, count, MSG_WAITALL) == static_cast<ssize_t>(count))
         return true;
     unplug();
     return false;
@@ -115,7 +115,7 @@ void UsbipLink::send(const void* bytes, std::size_t count)
 {
     const auto* next = static_cast<const std::uint8_t*>(bytes);
     while (isPlugged() && count > 0) {
-        const ssize_t sent = ::send(socket_, next, count, MSG_NOSIGNAL);
+        const ssize_t sent = ::send(kernelSocket, next, count, MSG_NOSIGNAL);
         if (sent <= 0)
             return unplug();
         next += sent;
@@ -147,11 +147,11 @@ void UsbipLink::submit(const UsbipHeader& request)
     if (!data.empty() && !receive(data.data(), data.size()))
         return;
     if (endpoint == 0)
-        conclude(request, keyboard_.control(decodeSetup(request.submit.setup), data, now()));
+        conclude(request, keyboard.control(decodeSetup(request.submit.setup), data, now()));
     else if (!towardsHost)
-        conclude(request, keyboard_.interruptOut(endpoint, data));
+        conclude(request, keyboard.interruptOut(endpoint, data));
     else
-        waitingInputs_[endpoint].push_back(request.sequenceNumber);
+        waitingInputs[endpoint].push_back(request.sequenceNumber);
 }
 
 void UsbipLink::conclude(const UsbipHeader& request, const UsbResult& result)
@@ -172,7 +172,7 @@ void UsbipLink::conclude(const UsbipHeader& request, const UsbResult& result)
 void UsbipLink::unlink(const UsbipHeader& request)
 {
     int status = 0;
-    for (auto& [endpoint, waiting] : waitingInputs_) {
+    for (auto& [endpoint, waiting] : waitingInputs) {
         if (std::erase(waiting, request.victim) > 0)
             status = -ECONNRESET;
     }
@@ -198,9 +198,9 @@ void UsbipLink::reply(std::uint32_t sequenceNumber, int status, std::size_t tran
 // Input reports go out as soon as the kernel waits for one.
 void UsbipLink::deliverInput()
 {
-    for (auto& [endpoint, waiting] : waitingInputs_) {
+    for (auto& [endpoint, waiting] : waitingInputs) {
         while (!waiting.empty()) {
-            const auto report = keyboard_.takeInput(endpoint);
+            const auto report = keyboard.takeInput(endpoint);
             if (!report)
                 break;
             const std::uint32_t sequenceNumber = waiting.front();

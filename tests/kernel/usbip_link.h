@@ -16,7 +16,7 @@ struct UsbipHeader;
 class UsbipLink
 {
 public:
-    explicit UsbipLink(UsbKeyboard& keyboard) : keyboard_(keyboard) {}
+    explicit UsbipLink(UsbKeyboard& usbKeyboard) : keyboard(usbKeyboard) {}
     ~UsbipLink();
     UsbipLink(const UsbipLink&) = delete;
     UsbipLink& operator=(const UsbipLink&) = delete;
@@ -25,10 +25,10 @@ public:
     // unplug(): try again then.
     [[nodiscard]] bool plug();
     void unplug();
-    [[nodiscard]] bool isPlugged() const { return socket_ >= 0; }
+    [[nodiscard]] bool isPlugged() const { return kernelSocket >= 0; }
 
     // Readable when the kernel wants something; -1 while unplugged.
-    [[nodiscard]] int descriptor() const { return socket_; }
+    [[nodiscard]] int descriptor() const { return kernelSocket; }
     // Serves one request of the kernel.
     void serve();
 
@@ -45,9 +45,9 @@ private:
     void deliverInput();
     [[nodiscard]] std::chrono::milliseconds now() const;
 
-    UsbKeyboard& keyboard_;
-    int socket_ = -1;
-    std::map<std::uint8_t, SequenceNumbers> waitingInputs_; // by endpoint, oldest first
+    UsbKeyboard& keyboard;
+    int kernelSocket = -1;
+    std::map<std::uint8_t, SequenceNumbers> waitingInputs; // by endpoint, oldest first
 };
 
 } // namespace tavik::tests

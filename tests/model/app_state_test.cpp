@@ -179,15 +179,15 @@ private slots:
     void savingLeavesTheCopiesAlone();
 
 private:
-    OwnConfiguration m_configuration;
+    OwnConfiguration configuration;
 
-    QString stateFile() const { return m_configuration.programPath() + "/state.json"; }
+    QString stateFile() const { return configuration.programPath() + "/state.json"; }
     QString backup() const { return stateFile() + ".bak"; }
     QString damaged() const { return stateFile() + ".damaged"; }
 
     QStringList filesLeft() const
     {
-        return QDir(m_configuration.programPath())
+        return QDir(configuration.programPath())
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                        QDir::Name);
     }
@@ -195,7 +195,7 @@ private:
 
 void AppStateTest::initTestCase()
 {
-    m_configuration.makeProgramDirectory();
+    configuration.makeProgramDirectory();
     writeFile(stateFile(), sampleStateJson());
 }
 
@@ -203,12 +203,12 @@ void AppStateTest::init()
 {
     // The program is silent about its files, and so is Qt.
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
-    m_configuration.makeProgramDirectory();
+    configuration.makeProgramDirectory();
 }
 
 void AppStateTest::cleanup()
 {
-    m_configuration.clear();
+    configuration.clear();
     fields() = SavedState{};
 }
 
@@ -489,10 +489,10 @@ void AppStateTest::largeFileLoads()
 
 void AppStateTest::missingFile()
 {
-    m_configuration.clear();
+    configuration.clear();
     AppState::instance().load();
     QVERIFY(fields() == SavedState{});
-    QVERIFY(QDir(m_configuration.path()).isEmpty());
+    QVERIFY(QDir(configuration.path()).isEmpty());
 }
 
 void AppStateTest::directoryInPlaceOfTheFile()
@@ -550,7 +550,7 @@ void AppStateTest::fileFormat()
 
 void AppStateTest::savingMakesTheDirectory()
 {
-    m_configuration.clear();
+    configuration.clear();
     fields() = sampleState();
     AppState::instance().save();
     QCOMPARE(readFile(stateFile()), sampleStateJson());
@@ -569,7 +569,7 @@ void AppStateTest::savingWritesInPlace()
 
 void AppStateTest::savingFollowsALink()
 {
-    const QString elsewhere = m_configuration.programPath() + "/elsewhere.json";
+    const QString elsewhere = configuration.programPath() + "/elsewhere.json";
     writeFile(elsewhere, "{}");
     QVERIFY(QFile::link(elsewhere, stateFile()));
     fields() = sampleState();
@@ -582,14 +582,14 @@ void AppStateTest::savingFollowsALink()
 
 void AppStateTest::savingWithoutADirectoryIsSilent()
 {
-    m_configuration.clear();
-    writeFile(m_configuration.path() + "/zerolt-linux", "a file in the way");
+    configuration.clear();
+    writeFile(configuration.path() + "/zerolt-linux", "a file in the way");
     fields() = sampleState();
     AppState::instance().save();
-    QCOMPARE(readFile(m_configuration.path() + "/zerolt-linux"), "a file in the way");
+    QCOMPARE(readFile(configuration.path() + "/zerolt-linux"), "a file in the way");
     AppState::instance().load();
     QVERIFY(fields() == sampleState());
-    QVERIFY(QFile::remove(m_configuration.path() + "/zerolt-linux"));
+    QVERIFY(QFile::remove(configuration.path() + "/zerolt-linux"));
 }
 
 void AppStateTest::randomStatesThroughBytes()

@@ -22,10 +22,10 @@ public:
     {
         QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
         QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_directory.path()));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(directory.path()));
     }
 
-    QString path() const { return m_directory.path(); }
+    QString path() const { return directory.path(); }
 
     // The directory of the state file.
     QString programPath() const
@@ -39,7 +39,7 @@ public:
     void makeProgramDirectory() const { QDir().mkpath(programPath()); }
 
 private:
-    QTemporaryDir m_directory;
+    QTemporaryDir directory;
 };
 
 inline std::uint8_t randomByte(QRandomGenerator& random)

@@ -184,9 +184,9 @@ private slots:
     void cutShortInTheMiddleOfTheWrite();
 
 private:
-    OwnConfiguration m_configuration;
+    OwnConfiguration configuration;
 
-    QString stateFile() const { return m_configuration.programPath() + "/state.json"; }
+    QString stateFile() const { return configuration.programPath() + "/state.json"; }
     QString backup() const { return stateFile() + ".bak"; }
     QString damaged() const { return stateFile() + ".damaged"; }
 
@@ -201,8 +201,8 @@ void StateKillTest::init()
 
 void StateKillTest::prepare(const QByteArray& earlierBackup) const
 {
-    m_configuration.clear();
-    m_configuration.makeProgramDirectory();
+    configuration.clear();
+    configuration.makeProgramDirectory();
     writeFile(stateFile(), fileContent(lastGoodState()));
     writeFile(backup(), earlierBackup);
 }

@@ -57,23 +57,23 @@ QStringList expectedFiles()
 class OpenWatch
 {
 public:
-    explicit OpenWatch(const QString& file) : watch_(inotify_init1(IN_CLOEXEC))
+    explicit OpenWatch(const QString& file) : watch(inotify_init1(IN_CLOEXEC))
     {
-        isValid_ = inotify_add_watch(watch_, QFile::encodeName(file).constData(), IN_OPEN) >= 0;
+        isValid = inotify_add_watch(watch, QFile::encodeName(file).constData(), IN_OPEN) >= 0;
     }
-    ~OpenWatch() { close(watch_); }
+    ~OpenWatch() { close(watch); }
     OpenWatch(const OpenWatch&) = delete;
     OpenWatch& operator=(const OpenWatch&) = delete;
 
     [[nodiscard]] bool wait() const
     {
-        pollfd waiting{watch_, POLLIN, 0};
-        return isValid_ && poll(&waiting, 1, timeoutMs) == 1;
+        pollfd waiting{watch, POLLIN, 0};
+        return isValid && poll(&waiting, 1, timeoutMs) == 1;
     }
 
 private:
-    int watch_;
-    bool isValid_ = false;
+    int watch;
+    bool isValid = false;
 };
 
 } // namespace
@@ -93,23 +93,23 @@ private slots:
 private:
     [[nodiscard]] QString installed(const QString& file) const
     {
-        return system_.filePath(QStringLiteral("usr/") + file);
+        return systemRoot.filePath(QStringLiteral("usr/") + file);
     }
 
-    QTemporaryDir system_;
-    QTemporaryDir home_;
+    QTemporaryDir systemRoot;
+    QTemporaryDir home;
 };
 
 void InstallTest::initTestCase()
 {
-    QVERIFY(runCMake(system_.path(), {QStringLiteral("--install"), QStringLiteral(TAVIK_BUILD),
-                                      QStringLiteral("--prefix"), QStringLiteral("/usr")}));
+    QVERIFY(runCMake(systemRoot.path(), {QStringLiteral("--install"), QStringLiteral(TAVIK_BUILD),
+                                         QStringLiteral("--prefix"), QStringLiteral("/usr")}));
 }
 
 void InstallTest::installsTheListedFiles()
 {
-    QCOMPARE(filesBelow(system_.filePath(QStringLiteral("usr"))), expectedFiles());
-    QCOMPARE(filesBelow(system_.path()).size(), expectedFiles().size());
+    QCOMPARE(filesBelow(systemRoot.filePath(QStringLiteral("usr"))), expectedFiles());
+    QCOMPARE(filesBelow(systemRoot.path()).size(), expectedFiles().size());
 }
 
 void InstallTest::opensNoMoreThanTheProgramNeeds()
@@ -133,8 +133,8 @@ void InstallTest::startsFromWhereItIsInstalled()
     const OpenWatch layout(installed(QStringLiteral("share/tavik-center/keyboard-layout.xml")));
     TestbedProcess program(AsUser::Same);
     program.setEnvironment(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    program.setEnvironment(QStringLiteral("XDG_CONFIG_HOME"), home_.path());
-    program.setEnvironment(QStringLiteral("XDG_RUNTIME_DIR"), home_.path());
+    program.setEnvironment(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+    program.setEnvironment(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
 
     QVERIFY(program.start(installed(QStringLiteral("bin/tavik-center"))));
 
@@ -151,12 +151,12 @@ void InstallTest::startsFromWhereItIsInstalled()
 
 void InstallTest::uninstallLeavesNothing()
 {
-    QVERIFY(
-        runCMake(system_.path(), {QStringLiteral("-DMANIFEST=" TAVIK_BUILD "/install_manifest.txt"),
-                                  QStringLiteral("-P"), QStringLiteral(TAVIK_UNINSTALL)}));
+    QVERIFY(runCMake(systemRoot.path(),
+                     {QStringLiteral("-DMANIFEST=" TAVIK_BUILD "/install_manifest.txt"),
+                      QStringLiteral("-P"), QStringLiteral(TAVIK_UNINSTALL)}));
 
-    QCOMPARE(filesBelow(system_.path()), QStringList());
-    QDirIterator entry(system_.path(), {QStringLiteral("*tavik*")}, QDir::AllEntries,
+    QCOMPARE(filesBelow(systemRoot.path()), QStringList());
+    QDirIterator entry(systemRoot.path(), {QStringLiteral("*tavik*")}, QDir::AllEntries,
                        QDirIterator::Subdirectories);
     QVERIFY2(!entry.hasNext(), qPrintable(entry.next()));
 }

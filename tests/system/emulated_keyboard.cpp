@@ -120,13 +120,13 @@ struct EmulatedKeyboard::Shared
 class EmulatedKeyboard::Node
 {
 public:
-    Node(Shared& shared, std::uint16_t productId, std::size_t number,
+    Node(Shared& sharedState, std::uint16_t productId, std::size_t number,
          const EmulatedInterface& interface);
-    ~Node() { g_object_unref(handler_); }
+    ~Node() { g_object_unref(handler); }
 
     void setPermitted(bool permitted);
     void hangUp();
-    [[nodiscard]] bool wasOpened() const { return wasOpened_; }
+    [[nodiscard]] bool wasOpened() const { return opened; }
 
 private:
     // The outcome of a system call: a negative count means failure with this errno.
@@ -151,40 +151,40 @@ private:
     [[nodiscard]] bool takeWakeUp();
     [[nodiscard]] int terminal() const;
 
-    Shared& shared_;
-    Bytes descriptor_;
-    Role role_;
-    std::string name_;      // "hidraw1"
-    std::string path_;      // "/dev/hidraw1"
-    std::string hidDevice_; // below the testbed's sys directory
-    UMockdevIoctlBase* handler_ = nullptr;
-    std::deque<Report> unread_;
-    bool wasOpened_ = false;
+    Shared& shared;
+    Bytes descriptor;
+    Role role;
+    std::string nodeName;  // "hidraw1"
+    std::string nodePath;  // "/dev/hidraw1"
+    std::string hidDevice; // below the testbed's sys directory
+    UMockdevIoctlBase* handler = nullptr;
+    std::deque<Report> unread;
+    bool opened = false;
 };
 
-EmulatedKeyboard::Node::Node(Shared& shared, std::uint16_t productId, std::size_t number,
+EmulatedKeyboard::Node::Node(Shared& sharedState, std::uint16_t productId, std::size_t number,
                              const EmulatedInterface& interface)
-    : shared_(shared),
-      descriptor_(interface.reportDescriptor),
-      role_(roleOf(interface.reportDescriptor)),
-      name_("hidraw" + std::to_string(number)),
-      path_("/dev/" + name_),
-      handler_(umockdev_ioctl_base_new())
+    : shared(sharedState),
+      descriptor(interface.reportDescriptor),
+      role(roleOf(interface.reportDescriptor)),
+      nodeName("hidraw" + std::to_string(number)),
+      nodePath("/dev/" + nodeName),
+      handler(umockdev_ioctl_base_new())
 {
     const std::string usbInterface = usbDevice + "/1-2:1." + std::to_string(number);
     const std::string interfaceNumber = hexText(static_cast<unsigned>(number), 2);
-    hidDevice_ = usbInterface + "/0003:0C45:" + hexText(productId, 4) + ".00" + interfaceNumber;
+    hidDevice = usbInterface + "/0003:0C45:" + hexText(productId, 4) + ".00" + interfaceNumber;
     addToTestbed(shared.testbed, "P: " + usbInterface +
                                      "\nE: DEVTYPE=usb_interface\nE: DRIVER=usbhid\n"
                                      "E: SUBSYSTEM=usb\nA: bInterfaceNumber=" +
                                      interfaceNumber + "\\n\n\n");
     addNode(productId, interface.markedByRule);
 
-    g_signal_connect(handler_, "handle-ioctl", G_CALLBACK(onIoctl), this);
-    g_signal_connect(handler_, "handle-write", G_CALLBACK(onWrite), this);
-    g_signal_connect(handler_, "handle-read", G_CALLBACK(onRead), this);
-    g_signal_connect(handler_, "client-connected", G_CALLBACK(onConnected), this);
-    umockdev_testbed_attach_ioctl(shared.testbed, path_.c_str(), handler_, nullptr);
+    g_signal_connect(handler, "handle-ioctl", G_CALLBACK(onIoctl), this);
+    g_signal_connect(handler, "handle-write", G_CALLBACK(onWrite), this);
+    g_signal_connect(handler, "handle-read", G_CALLBACK(onRead), this);
+    g_signal_connect(handler, "client-connected", G_CALLBACK(onConnected), this);
+    umockdev_testbed_attach_ioctl(shared.testbed, nodePath.c_str(), handler, nullptr);
     // A child that kept the terminal open would never see it hang up.
     fcntl(terminal(), F_SETFD, FD_CLOEXEC);
     announceTerminalNumber();
@@ -192,16 +192,16 @@ EmulatedKeyboard::Node::Node(Shared& shared, std::uint16_t productId, std::size_
 
 void EmulatedKeyboard::Node::addNode(std::uint16_t productId, bool markedByRule)
 {
-    addToTestbed(shared_.testbed, "P: " + hidDevice_ + "\nE: DRIVER=hid-generic\nE: HID_ID=0003:" +
-                                      hexText(0x0C45, 8) + ":" + hexText(productId, 8) +
-                                      "\nE: HID_NAME=ZEROLT TAVIK Pro\nE: HID_UNIQ=\n"
-                                      "E: SUBSYSTEM=hid\nH: report_descriptor=" +
-                                      hexText(descriptor_) + "\n\n");
-    addToTestbed(shared_.testbed,
-                 "P: " + hidDevice_ + "/hidraw/" + name_ + "\nN: " + name_ +
-                     "\nE: DEVNAME=" + path_ + "\nE: MAJOR=244\nE: MINOR=0\nE: SUBSYSTEM=hidraw\n" +
+    addToTestbed(shared.testbed, "P: " + hidDevice + "\nE: DRIVER=hid-generic\nE: HID_ID=0003:" +
+                                     hexText(0x0C45, 8) + ":" + hexText(productId, 8) +
+                                     "\nE: HID_NAME=ZEROLT TAVIK Pro\nE: HID_UNIQ=\n"
+                                     "E: SUBSYSTEM=hid\nH: report_descriptor=" +
+                                     hexText(descriptor) + "\n\n");
+    addToTestbed(shared.testbed,
+                 "P: " + hidDevice + "/hidraw/" + nodeName + "\nN: " + nodeName + "\nE: DEVNAME=" +
+                     nodePath + "\nE: MAJOR=244\nE: MINOR=0\nE: SUBSYSTEM=hidraw\n" +
                      (markedByRule ? "E: TAVIK_CENTER_INTERFACE=yes\n" : "") +
-                     "L: device=../../../" + fs::path(hidDevice_).filename().string() + "\n\n");
+                     "L: device=../../../" + fs::path(hidDevice).filename().string() + "\n\n");
 }
 
 // hidapi looks an open node up by its device number, which is the terminal's.
@@ -212,23 +212,23 @@ void EmulatedKeyboard::Node::announceTerminalNumber()
     };
     std::array<char, 64> name{};
     if (ptsname_r(terminal(), name.data(), name.size()) != 0 || stat(name.data(), &status) != 0)
-        abandon("no terminal for " + path_);
-    const std::string node = "/sys" + hidDevice_ + "/hidraw/" + name_;
+        abandon("no terminal for " + nodePath);
+    const std::string node = "/sys" + hidDevice + "/hidraw/" + nodeName;
     const auto majorNumber = static_cast<int>(major(status.st_rdev));
     const auto minorNumber = static_cast<int>(minor(status.st_rdev));
-    umockdev_testbed_set_property_int(shared_.testbed, node.c_str(), "MAJOR", majorNumber);
-    umockdev_testbed_set_property_int(shared_.testbed, node.c_str(), "MINOR", minorNumber);
-    std::unique_ptr<char, decltype(&g_free)> root(umockdev_testbed_get_root_dir(shared_.testbed),
+    umockdev_testbed_set_property_int(shared.testbed, node.c_str(), "MAJOR", majorNumber);
+    umockdev_testbed_set_property_int(shared.testbed, node.c_str(), "MINOR", minorNumber);
+    std::unique_ptr<char, decltype(&g_free)> root(umockdev_testbed_get_root_dir(shared.testbed),
                                                   &g_free);
     const fs::path numbers = std::string(root.get()) + "/sys/dev/char";
     fs::create_directories(numbers);
-    fs::create_symlink("../.." + hidDevice_ + "/hidraw/" + name_,
+    fs::create_symlink("../.." + hidDevice + "/hidraw/" + nodeName,
                        numbers / (std::to_string(majorNumber) + ":" + std::to_string(minorNumber)));
 }
 
 int EmulatedKeyboard::Node::terminal() const
 {
-    return umockdev_testbed_get_dev_fd(shared_.testbed, path_.c_str());
+    return umockdev_testbed_get_dev_fd(shared.testbed, nodePath.c_str());
 }
 
 void EmulatedKeyboard::Node::setPermitted(bool permitted)
@@ -236,7 +236,7 @@ void EmulatedKeyboard::Node::setPermitted(bool permitted)
     std::array<char, 64> name{};
     if (ptsname_r(terminal(), name.data(), name.size()) != 0 ||
         chmod(name.data(), permitted ? 0666 : 0) != 0)
-        abandon("the permissions of " + path_ + " cannot be set");
+        abandon("the permissions of " + nodePath + " cannot be set");
 }
 
 // The file descriptor keeps its number, because umockdev knows it.
@@ -280,30 +280,30 @@ gboolean EmulatedKeyboard::Node::onRead(UMockdevIoctlBase*, UMockdevIoctlClient*
 // Nothing that came before it was opened is delivered.
 void EmulatedKeyboard::Node::onConnected(UMockdevIoctlBase*, UMockdevIoctlClient*, Node* node)
 {
-    const std::lock_guard lock(node->shared_.mutex);
-    node->unread_.clear();
+    const std::lock_guard lock(node->shared.mutex);
+    node->unread.clear();
     while (node->takeWakeUp()) {
     }
-    node->wasOpened_ = true;
-    node->shared_.opened.notify_all();
+    node->opened = true;
+    node->shared.opened.notify_all();
 }
 
 EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::ioctl(unsigned long request,
                                                               UMockdevIoctlData* data)
 {
-    const std::lock_guard lock(shared_.mutex);
-    if (shared_.unplugged)
+    const std::lock_guard lock(shared.mutex);
+    if (shared.unplugged)
         return {-1, ENODEV};
     const std::size_t length = _IOC_SIZE(request);
     if (data == nullptr)
         return {-1, EINVAL};
     if (request == HIDIOCGRDESCSIZE) {
-        const int size = static_cast<int>(descriptor_.size());
+        const int size = static_cast<int>(descriptor.size());
         std::memcpy(data->data, &size, sizeof size);
         return {0, 0};
     }
     if (request == HIDIOCGRDESC) {
-        std::ranges::copy(descriptor_, data->data + offsetof(hidraw_report_descriptor, value));
+        std::ranges::copy(descriptor, data->data + offsetof(hidraw_report_descriptor, value));
         return {0, 0};
     }
     if (length < shortestTransfer)
@@ -318,27 +318,27 @@ EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::ioctl(unsigned long requ
 EmulatedKeyboard::Node::Outcome
 EmulatedKeyboard::Node::sendFeature(std::span<const std::uint8_t> buffer)
 {
-    ++shared_.transfers;
-    if (role_ != Role::Configuration || buffer[0] != 0)
+    ++shared.transfers;
+    if (role != Role::Configuration || buffer[0] != 0)
         return {};
-    if (std::exchange(shared_.stallSend, false)) {
-        shared_.model.reportLost(buffer.subspan(1));
+    if (std::exchange(shared.stallSend, false)) {
+        shared.model.reportLost(buffer.subspan(1));
         return {};
     }
-    shared_.model.setFeature(buffer.subspan(1), shared_.now());
+    shared.model.setFeature(buffer.subspan(1), shared.now());
     return {static_cast<long>(buffer.size()), 0};
 }
 
 EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::getFeature(std::span<std::uint8_t> buffer)
 {
-    ++shared_.transfers;
-    if (role_ != Role::Configuration || buffer[0] != 0)
+    ++shared.transfers;
+    if (role != Role::Configuration || buffer[0] != 0)
         return {};
-    if (std::exchange(shared_.stallAnswer, false)) {
-        shared_.model.answerLost();
+    if (std::exchange(shared.stallAnswer, false)) {
+        shared.model.answerLost();
         return {};
     }
-    const Report answer = shared_.model.getFeature(shared_.now());
+    const Report answer = shared.model.getFeature(shared.now());
     const std::size_t length = std::min(buffer.size(), featureTransfer);
     std::copy_n(answer.begin(), length - 1, buffer.begin() + 1);
     return {static_cast<long>(length), 0};
@@ -346,21 +346,21 @@ EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::getFeature(std::span<std
 
 EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::write(std::span<const std::uint8_t> buffer)
 {
-    const std::lock_guard lock(shared_.mutex);
-    if (shared_.unplugged)
+    const std::lock_guard lock(shared.mutex);
+    if (shared.unplugged)
         return {-1, ENODEV};
     if (buffer.size() < shortestTransfer || buffer.size() > longestTransfer)
         return {-1, EINVAL};
-    ++shared_.transfers;
-    if (role_ != Role::Screen || buffer[0] != 0)
+    ++shared.transfers;
+    if (role != Role::Screen || buffer[0] != 0)
         return {};
-    const std::optional<Report> acknowledgement = shared_.model.screenReport(buffer.subspan(1));
-    if (std::exchange(shared_.loseAcknowledgement, false)) {
-        shared_.model.answerLost();
-    } else if (acknowledgement && unread_.size() < unreadReportLimit) {
-        unread_.push_back(*acknowledgement);
+    const std::optional<Report> acknowledgement = shared.model.screenReport(buffer.subspan(1));
+    if (std::exchange(shared.loseAcknowledgement, false)) {
+        shared.model.answerLost();
+    } else if (acknowledgement && unread.size() < unreadReportLimit) {
+        unread.push_back(*acknowledgement);
         if (::write(terminal(), "!", 1) != 1)
-            abandon("the reader of " + path_ + " cannot be woken up");
+            abandon("the reader of " + nodePath + " cannot be woken up");
     }
     return {static_cast<long>(buffer.size()), 0};
 }
@@ -368,14 +368,14 @@ EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::write(std::span<const st
 // One report a read; what does not fit is lost.
 EmulatedKeyboard::Node::Outcome EmulatedKeyboard::Node::read(std::span<std::uint8_t> buffer)
 {
-    const std::lock_guard lock(shared_.mutex);
-    if (shared_.unplugged)
+    const std::lock_guard lock(shared.mutex);
+    if (shared.unplugged)
         return {-1, EIO};
-    if (unread_.empty() || !takeWakeUp())
+    if (unread.empty() || !takeWakeUp())
         return {-1, EAGAIN};
-    ++shared_.transfers;
-    const Report report = unread_.front();
-    unread_.pop_front();
+    ++shared.transfers;
+    const Report report = unread.front();
+    unread.pop_front();
     const std::size_t length = std::min(buffer.size(), report.size());
     std::copy_n(report.begin(), length, buffer.begin());
     return {static_cast<long>(length), 0};
@@ -396,17 +396,16 @@ bool EmulatedKeyboard::Node::takeWakeUp()
 }
 
 EmulatedKeyboard::EmulatedKeyboard(const EmulatedDevice& device)
-    : shared_(std::make_unique<Shared>())
+    : shared(std::make_unique<Shared>())
 {
-    shared_->testbed = umockdev_testbed_new();
+    shared->testbed = umockdev_testbed_new();
     if (!device.interfaces.empty())
-        addToTestbed(shared_->testbed, usbDeviceText(device.productId));
+        addToTestbed(shared->testbed, usbDeviceText(device.productId));
     for (const EmulatedInterface& interface : device.interfaces) {
-        nodes_.push_back(
-            std::make_unique<Node>(*shared_, device.productId, nodes_.size(), interface));
+        nodes.push_back(std::make_unique<Node>(*shared, device.productId, nodes.size(), interface));
     }
     // Tests run programs as another user, who must reach the testbed and its sockets.
-    std::unique_ptr<char, decltype(&g_free)> root(umockdev_testbed_get_root_dir(shared_->testbed),
+    std::unique_ptr<char, decltype(&g_free)> root(umockdev_testbed_get_root_dir(shared->testbed),
                                                   &g_free);
     fs::permissions(root.get(), fs::perms(0755));
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root.get())) {
@@ -417,26 +416,26 @@ EmulatedKeyboard::EmulatedKeyboard(const EmulatedDevice& device)
 
 EmulatedKeyboard::~EmulatedKeyboard()
 {
-    g_object_unref(shared_->testbed);
+    g_object_unref(shared->testbed);
 }
 
 void EmulatedKeyboard::setPermitted(std::size_t interface, bool permitted)
 {
-    nodes_.at(interface)->setPermitted(permitted);
+    nodes.at(interface)->setPermitted(permitted);
 }
 
 void EmulatedKeyboard::unplug()
 {
-    const std::lock_guard lock(shared_->mutex);
-    shared_->unplugged = true;
-    shared_->model.disconnect();
-    for (const std::unique_ptr<Node>& node : nodes_)
+    const std::lock_guard lock(shared->mutex);
+    shared->unplugged = true;
+    shared->model.disconnect();
+    for (const std::unique_ptr<Node>& node : nodes)
         node->hangUp();
-    umockdev_testbed_remove_device(shared_->testbed, ("/sys" + usbDevice).c_str());
+    umockdev_testbed_remove_device(shared->testbed, ("/sys" + usbDevice).c_str());
     // The nodes and the links to them are left behind.
-    std::unique_ptr<char, decltype(&g_free)> root(umockdev_testbed_get_root_dir(shared_->testbed),
+    std::unique_ptr<char, decltype(&g_free)> root(umockdev_testbed_get_root_dir(shared->testbed),
                                                   &g_free);
-    for (std::size_t number = 0; number < nodes_.size(); ++number) {
+    for (std::size_t number = 0; number < nodes.size(); ++number) {
         const std::string name = "hidraw" + std::to_string(number);
         fs::remove(fs::path(root.get()) / "sys/class/hidraw" / name);
         fs::remove(fs::path(root.get()) / "dev" / name);
@@ -445,39 +444,38 @@ void EmulatedKeyboard::unplug()
 
 void EmulatedKeyboard::stallNextSend()
 {
-    const std::lock_guard lock(shared_->mutex);
-    shared_->stallSend = true;
+    const std::lock_guard lock(shared->mutex);
+    shared->stallSend = true;
 }
 
 void EmulatedKeyboard::stallNextAnswer()
 {
-    const std::lock_guard lock(shared_->mutex);
-    shared_->stallAnswer = true;
+    const std::lock_guard lock(shared->mutex);
+    shared->stallAnswer = true;
 }
 
 void EmulatedKeyboard::loseNextAcknowledgement()
 {
-    const std::lock_guard lock(shared_->mutex);
-    shared_->loseAcknowledgement = true;
+    const std::lock_guard lock(shared->mutex);
+    shared->loseAcknowledgement = true;
 }
 
 void EmulatedKeyboard::withModel(const std::function<void(KeyboardModel&)>& use)
 {
-    const std::lock_guard lock(shared_->mutex);
-    use(shared_->model);
+    const std::lock_guard lock(shared->mutex);
+    use(shared->model);
 }
 
 int EmulatedKeyboard::transfers()
 {
-    const std::lock_guard lock(shared_->mutex);
-    return shared_->transfers;
+    const std::lock_guard lock(shared->mutex);
+    return shared->transfers;
 }
 
 bool EmulatedKeyboard::waitUntilOpened(std::size_t interface, std::chrono::milliseconds timeout)
 {
-    std::unique_lock lock(shared_->mutex);
-    return shared_->opened.wait_for(lock, timeout,
-                                    [&] { return nodes_.at(interface)->wasOpened(); });
+    std::unique_lock lock(shared->mutex);
+    return shared->opened.wait_for(lock, timeout, [&] { return nodes.at(interface)->wasOpened(); });
 }
 
 } // namespace tavik::tests

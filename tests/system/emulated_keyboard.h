@@ -64,8 +64,8 @@ private:
     class Node;
     struct Shared;
 
-    std::unique_ptr<Shared> shared_;
-    std::vector<std::unique_ptr<Node>> nodes_;
+    std::unique_ptr<Shared> shared;
+    std::vector<std::unique_ptr<Node>> nodes;
 };
 
 } // namespace tavik::tests

@@ -25,13 +25,13 @@ void becomeNobody()
 } // namespace
 
 TestbedProcess::TestbedProcess(AsUser user)
-    : user_(geteuid() == 0 ? user : AsUser::Same),
-      environment_(QProcessEnvironment::systemEnvironment())
+    : runAs(geteuid() == 0 ? user : AsUser::Same),
+      environment(QProcessEnvironment::systemEnvironment())
 {
-    environment_.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral("libumockdev-preload.so.0"));
-    process_.setProcessChannelMode(QProcess::MergedChannels);
-    const bool asNobody = user_ == AsUser::Ordinary;
-    process_.setChildProcessModifier([asNobody] {
+    environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral("libumockdev-preload.so.0"));
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    const bool asNobody = runAs == AsUser::Ordinary;
+    process.setChildProcessModifier([asNobody] {
         // The keyboard's node is a terminal here; when it hangs up, nobody is to be ended by that.
         std::signal(SIGHUP, SIG_IGN);
         if (asNobody)
@@ -46,14 +46,14 @@ TestbedProcess::~TestbedProcess()
 
 void TestbedProcess::setEnvironment(const QString& name, const QString& value)
 {
-    environment_.insert(name, value);
+    environment.insert(name, value);
 }
 
 // Nobody may not enter every directory that a build lies in.
 QString TestbedProcess::reachableCopy(const QString& program)
 {
-    const QString copy = programs_.filePath(QFileInfo(program).fileName());
-    chmod(programs_.path().toLocal8Bit().constData(), 0755);
+    const QString copy = programs.filePath(QFileInfo(program).fileName());
+    chmod(programs.path().toLocal8Bit().constData(), 0755);
     if (!QFile::exists(copy) && !QFile::copy(program, copy))
         return program;
     chmod(copy.toLocal8Bit().constData(), 0755);
@@ -64,27 +64,27 @@ bool TestbedProcess::start(const QString& program, const QStringList& arguments)
 {
     const bool ownProgram = !program.startsWith(QLatin1String("/bin/"));
     const QString reachable =
-        user_ == AsUser::Ordinary && ownProgram ? reachableCopy(program) : program;
-    process_.setProcessEnvironment(environment_);
-    process_.setWorkingDirectory(QStringLiteral("/"));
-    process_.start(reachable, arguments);
-    return process_.waitForStarted(timeoutMs);
+        runAs == AsUser::Ordinary && ownProgram ? reachableCopy(program) : program;
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(QStringLiteral("/"));
+    process.start(reachable, arguments);
+    return process.waitForStarted(timeoutMs);
 }
 
 bool TestbedProcess::run(const QString& program, const QStringList& arguments)
 {
-    return start(program, arguments) && process_.waitForFinished(timeoutMs) &&
-           process_.exitStatus() == QProcess::NormalExit;
+    return start(program, arguments) && process.waitForFinished(timeoutMs) &&
+           process.exitStatus() == QProcess::NormalExit;
 }
 
 void TestbedProcess::end()
 {
-    if (process_.state() == QProcess::NotRunning)
+    if (process.state() == QProcess::NotRunning)
         return;
-    process_.terminate();
-    if (!process_.waitForFinished(timeoutMs)) {
-        process_.kill();
-        process_.waitForFinished(timeoutMs);
+    process.terminate();
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(timeoutMs);
     }
 }
 

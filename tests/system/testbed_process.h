@@ -27,20 +27,20 @@ public:
     // Asks it to end and waits for it.
     void end();
 
-    [[nodiscard]] bool isRunning() const { return process_.state() == QProcess::Running; }
-    [[nodiscard]] qint64 processId() const { return process_.processId(); }
-    [[nodiscard]] int exitCode() const { return process_.exitCode(); }
+    [[nodiscard]] bool isRunning() const { return process.state() == QProcess::Running; }
+    [[nodiscard]] qint64 processId() const { return process.processId(); }
+    [[nodiscard]] int exitCode() const { return process.exitCode(); }
     // Standard output and standard error so far.
-    [[nodiscard]] QString output() { return output_ += QString::fromUtf8(process_.readAll()); }
+    [[nodiscard]] QString output() { return collected += QString::fromUtf8(process.readAll()); }
 
 private:
     [[nodiscard]] QString reachableCopy(const QString& program);
 
-    AsUser user_;
-    QTemporaryDir programs_;
-    QProcess process_;
-    QProcessEnvironment environment_;
-    QString output_;
+    AsUser runAs;
+    QTemporaryDir programs;
+    QProcess process;
+    QProcessEnvironment environment;
+    QString collected;
 };
 
 } // namespace tavik::tests

@@ -97,37 +97,37 @@ private slots:
     void theListenerHearsEveryLine();
 
 private:
-    VirtualBus::Handle m_config = -1;
-    Lines m_expectedViolations;
+    VirtualBus::Handle config = -1;
+    Lines expectedViolations;
 };
 
 void VirtualBusTest::init()
 {
     bus().reset();
-    m_config = openInterface("/dev/hidraw1");
+    config = openInterface("/dev/hidraw1");
     bus().clearTrace();
-    m_expectedViolations.clear();
+    expectedViolations.clear();
 }
 
 void VirtualBusTest::cleanup()
 {
     bus().setListener({}); // it refers to a variable of the test that ended
-    QCOMPARE(bus().violations(), m_expectedViolations);
-    bus().close(m_config);
+    QCOMPARE(bus().violations(), expectedViolations);
+    bus().close(config);
     QCOMPARE(bus().openHandles(), 0);
 }
 
 void VirtualBusTest::aSequenceReadsAsAFewLines()
 {
-    bus().close(m_config);
+    bus().close(config);
     bus().clearTrace();
     QCOMPARE(bus().init(), 0);
-    m_config = openInterface("/dev/hidraw1");
-    QVERIFY(command(m_config, 0x18, 0, 1));
-    QVERIFY(command(m_config, 0x13, 0, 1));
-    QVERIFY(transact(m_config, lightingPayload()));
-    QVERIFY(command(m_config, 0x02));
-    QVERIFY(command(m_config, 0xF0, 0, 1));
+    config = openInterface("/dev/hidraw1");
+    QVERIFY(command(config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x13, 0, 1));
+    QVERIFY(transact(config, lightingPayload()));
+    QVERIFY(command(config, 0x02));
+    QVERIFY(command(config, 0xF0, 0, 1));
     const Lines expected = {
         "init",
         "enumerate 8009",
@@ -161,10 +161,10 @@ void VirtualBusTest::aSequenceReadsAsAFewLines()
 
 void VirtualBusTest::onlyTransportLinesStandOnTheWire()
 {
-    QVERIFY(command(m_config, 0xF5, 0, 9));
+    QVERIFY(command(config, 0xF5, 0, 9));
     for (int report = 0; report < 8; ++report)
-        QVERIFY(transact(m_config, {}));
-    QVERIFY(command(m_config, 0x02));
+        QVERIFY(transact(config, {}));
+    QVERIFY(command(config, 0x02));
     QCOMPARE(bus().wire().size(), std::size_t{20});
     QCOMPARE(bus().wire().front(), std::string("send 04 f5 00 00 00 00 00 00 09"));
     QCOMPARE(bus().wire()[1], std::string("read 04"));
@@ -177,8 +177,8 @@ void VirtualBusTest::onlyTransportLinesStandOnTheWire()
 
 void VirtualBusTest::wholeReportsAndBlocksAreKept()
 {
-    QVERIFY(command(m_config, 0x18, 0, 0));
-    QVERIFY(command(m_config, 0x72, 1, 9));
+    QVERIFY(command(config, 0x18, 0, 0));
+    QVERIFY(command(config, 0x72, 1, 9));
     const Report header = Host::commandReport(0x72, 1, 9);
     QCOMPARE(bus().sentReports().size(), std::size_t{2});
     QCOMPARE(bus().sentReports()[1], std::vector<std::uint8_t>(header.begin(), header.end()));
@@ -192,7 +192,7 @@ void VirtualBusTest::wholeReportsAndBlocksAreKept()
     QCOMPARE(bus().sentBlocks(), screenStream(1));
     QCOMPARE(bus().count("block 4097 bytes"), 9);
     QCOMPARE(bus().count("ack"), 9);
-    QVERIFY(command(m_config, 0x02));
+    QVERIFY(command(config, 0x02));
     QCOMPARE(bus().keyboard().screenSlot(1).size(), std::size_t{1});
     bus().close(screen);
     QCOMPARE(bus().trace().back(), std::string("close screen"));
@@ -250,49 +250,49 @@ void VirtualBusTest::theLibraryCanFailToStart()
 void VirtualBusTest::aSendErrorReachesNobody()
 {
     bus().failAt(1, sendError("cable loose"));
-    QCOMPARE(send(m_config, Host::commandReport(0x18, 0, 1)), -1);
-    QCOMPARE(bus().errorText(m_config), std::string("cable loose"));
+    QCOMPARE(send(config, Host::commandReport(0x18, 0, 1)), -1);
+    QCOMPARE(bus().errorText(config), std::string("cable loose"));
     QVERIFY(!bus().keyboard().sessionOpen());
     QVERIFY(bus().sends().empty());
     QCOMPARE(bus().wire(), Lines{"send failed"});
-    QVERIFY(command(m_config, 0xF0, 0, 1));
-    QCOMPARE(bus().errorText(m_config), std::string("Success"));
+    QVERIFY(command(config, 0xF0, 0, 1));
+    QCOMPARE(bus().errorText(config), std::string("Success"));
 }
 
 void VirtualBusTest::aReadErrorLosesTheAnswer()
 {
     bus().failAt(1, readError("no answer"));
-    QCOMPARE(send(m_config, Host::commandReport(0x18, 0, 1)), 65);
-    QCOMPARE(read(m_config), -1);
-    QCOMPARE(bus().errorText(m_config), std::string("no answer"));
+    QCOMPARE(send(config, Host::commandReport(0x18, 0, 1)), 65);
+    QCOMPARE(read(config), -1);
+    QCOMPARE(bus().errorText(config), std::string("no answer"));
     QVERIFY(bus().keyboard().sessionOpen());
     QCOMPARE(bus().wire(), (Lines{"send 04 18 00 00 00 00 00 00 01", "read failed"}));
-    QVERIFY(command(m_config, 0xF0, 0, 1));
+    QVERIFY(command(config, 0xF0, 0, 1));
 }
 
 void VirtualBusTest::aReadErrorEndsWithItsExchange()
 {
     bus().failAt(1, readError("no answer"));
-    QVERIFY(send(m_config, Host::commandReport(0x18, 0, 1)) > 0);
-    QVERIFY(command(m_config, 0x11, 0, 9));
-    m_expectedViolations = {"the answer of the report before was not fetched"};
+    QVERIFY(send(config, Host::commandReport(0x18, 0, 1)) > 0);
+    QVERIFY(command(config, 0x11, 0, 9));
+    expectedViolations = {"the answer of the report before was not fetched"};
 }
 
 void VirtualBusTest::faultsAreCountedFromTheCall()
 {
-    QVERIFY(command(m_config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x18, 0, 1));
     bus().failAt(2, answerStatus(0x05));
-    QVERIFY(command(m_config, 0x11, 0, 9));
-    QVERIFY(transact(m_config, {}));
+    QVERIFY(command(config, 0x11, 0, 9));
+    QVERIFY(transact(config, {}));
     QCOMPARE(bus().trace().back(), std::string("read 00 00 00 05"));
     bus().failAt(1, wrongEcho());
     bus().clearFaults();
     bus().failAt(1, emptyAnswer());
-    QVERIFY(command(m_config, 0xF0, 0, 1));
+    QVERIFY(command(config, 0xF0, 0, 1));
     QCOMPARE(bus().trace().back(), std::string("read 00"));
     QVERIFY(bus().keyboard().sessionOpen());
     bus().failAt(1, wrongEcho());
-    QVERIFY(command(m_config, 0xF0, 0, 1));
+    QVERIFY(command(config, 0xF0, 0, 1));
     QCOMPARE(bus().trace().back(), std::string("read 05 0f 00 01"));
     QVERIFY(!bus().keyboard().sessionOpen());
 }
@@ -301,7 +301,7 @@ void VirtualBusTest::busyLastsAsLongAsItIsTold()
 {
     bus().failAt(1, busy(), 2);
     for (int attempt = 0; attempt < 3; ++attempt)
-        QVERIFY(command(m_config, 0x18, 0, 1));
+        QVERIFY(command(config, 0x18, 0, 1));
     QCOMPARE(bus().count("read 04 18 00 ff"), 2);
     QCOMPARE(bus().count("read 04 18 00 01"), 1);
     QVERIFY(bus().keyboard().sessionOpen());
@@ -313,14 +313,14 @@ void VirtualBusTest::aCommandFaultMeetsTheCommand()
     bus().failCommand(0x02, answerStatus(0x07));
     bus().failCommand(0x18, emptyAnswer());
     bus().failAt(1, busy()); // goes before the fault of the command
-    QVERIFY(command(m_config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x18, 0, 1));
     QCOMPARE(bus().trace().back(), std::string("read 04 18 00 ff"));
-    QVERIFY(command(m_config, 0xF0, 0, 1));
-    QVERIFY(command(m_config, 0x18, 0, 1));
-    QVERIFY(command(m_config, 0x02));
+    QVERIFY(command(config, 0xF0, 0, 1));
+    QVERIFY(command(config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x02));
     QCOMPARE(bus().trace().back(), std::string("read 04 02 00 07"));
-    QCOMPARE(send(m_config, Host::commandReport(0xF0, 0, 1)), -1);
-    QVERIFY(command(m_config, 0xF0, 0, 1));
+    QCOMPARE(send(config, Host::commandReport(0xF0, 0, 1)), -1);
+    QVERIFY(command(config, 0xF0, 0, 1));
 }
 
 void VirtualBusTest::faultsThatFitNothingAreRejected()
@@ -336,8 +336,8 @@ void VirtualBusTest::faultsThatFitNothingAreRejected()
 
 void VirtualBusTest::aShortBlockAndAMissingAcknowledgement()
 {
-    QVERIFY(command(m_config, 0x18, 0, 0));
-    QVERIFY(command(m_config, 0x72, 1, 9));
+    QVERIFY(command(config, 0x18, 0, 0));
+    QVERIFY(command(config, 0x72, 1, 9));
     const VirtualBus::Handle screen = openInterface("/dev/hidraw2");
     bus().clearTrace();
     bus().failBlockAt(1, noAcknowledgement());
@@ -350,13 +350,13 @@ void VirtualBusTest::aShortBlockAndAMissingAcknowledgement()
     QCOMPARE(bus().keyboard().screenBlocksReceived(), std::size_t{1});
     QCOMPARE(bus().trace(), (Lines{"block 4097 bytes", "no ack 1000", "block short"}));
     bus().close(screen);
-    QVERIFY(command(m_config, 0xF0, 0, 0));
+    QVERIFY(command(config, 0xF0, 0, 0));
 }
 
 void VirtualBusTest::blockErrorsCarryTheirText()
 {
-    QVERIFY(command(m_config, 0x18, 0, 0));
-    QVERIFY(command(m_config, 0x72, 1, 9));
+    QVERIFY(command(config, 0x18, 0, 0));
+    QVERIFY(command(config, 0x72, 1, 9));
     const VirtualBus::Handle screen = openInterface("/dev/hidraw2");
     bus().clearTrace();
     bus().failBlockAt(1, sendError("stalled"));
@@ -368,7 +368,7 @@ void VirtualBusTest::blockErrorsCarryTheirText()
     QCOMPARE(bus().errorText(screen), std::string("silent"));
     QCOMPARE(bus().wire(), (Lines{"block failed", "block 4097 bytes", "ack failed"}));
     bus().close(screen);
-    QVERIFY(command(m_config, 0xF0, 0, 0));
+    QVERIFY(command(config, 0xF0, 0, 0));
 }
 
 void VirtualBusTest::anUnpluggedKeyboardIsGoneAndItsHandlesAreStale()
@@ -377,30 +377,30 @@ void VirtualBusTest::anUnpluggedKeyboardIsGoneAndItsHandlesAreStale()
     bus().unplug();
     QVERIFY(!bus().plugged());
     QVERIFY(bus().enumerate(vendorId, 0x8009).empty());
-    QCOMPARE(send(m_config, Host::commandReport(0x18)), -1);
-    QCOMPARE(bus().errorText(m_config), std::string("ioctl (SFEATURE): No such device"));
-    QCOMPARE(read(m_config), -1);
-    QCOMPARE(bus().errorText(m_config), std::string("ioctl (GFEATURE): No such device"));
+    QCOMPARE(send(config, Host::commandReport(0x18)), -1);
+    QCOMPARE(bus().errorText(config), std::string("ioctl (SFEATURE): No such device"));
+    QCOMPARE(read(config), -1);
+    QCOMPARE(bus().errorText(config), std::string("ioctl (GFEATURE): No such device"));
     QCOMPARE(writeBlock(screen, 0), -1);
     QCOMPARE(bus().errorText(screen), std::string("No such device"));
     QCOMPARE(readAcknowledgement(screen), -1);
     QCOMPARE(bus().errorText(screen), std::string("unexpected poll error (device disconnected)"));
 
     bus().plug();
-    QCOMPARE(send(m_config, Host::commandReport(0x18)), -1);
+    QCOMPARE(send(config, Host::commandReport(0x18)), -1);
     bus().close(screen);
-    bus().close(m_config);
-    m_config = openInterface("/dev/hidraw1");
-    QVERIFY(command(m_config, 0x18));
+    bus().close(config);
+    config = openInterface("/dev/hidraw1");
+    QVERIFY(command(config, 0x18));
 }
 
 void VirtualBusTest::theKeyboardCanBePulledAtAnyCall()
 {
     bus().unplugAt(4); // send, read, send, then the read
-    QVERIFY(command(m_config, 0x18, 0, 1));
-    QCOMPARE(send(m_config, Host::commandReport(0x13, 0, 1)), 65);
+    QVERIFY(command(config, 0x18, 0, 1));
+    QCOMPARE(send(config, Host::commandReport(0x13, 0, 1)), 65);
     QVERIFY(bus().plugged());
-    QCOMPARE(read(m_config), -1);
+    QCOMPARE(read(config), -1);
     QVERIFY(!bus().plugged());
     QVERIFY(!bus().keyboard().sessionOpen());
 }
@@ -419,18 +419,18 @@ void VirtualBusTest::misuseIsNamed()
     QCOMPARE(writeBlock(typing, 0), -1);
     std::array<std::uint8_t, 65> buffer{};
     buffer[0] = 4;
-    QCOMPARE(bus().sendFeature(m_config, buffer), -1);
-    QCOMPARE(bus().errorText(m_config), std::string("ioctl (SFEATURE): Broken pipe"));
-    QCOMPARE(bus().getFeature(m_config, buffer), -1);
-    QVERIFY(send(m_config, Host::commandReport(0x18)) > 0);
+    QCOMPARE(bus().sendFeature(config, buffer), -1);
+    QCOMPARE(bus().errorText(config), std::string("ioctl (SFEATURE): Broken pipe"));
+    QCOMPARE(bus().getFeature(config, buffer), -1);
+    QVERIFY(send(config, Host::commandReport(0x18)) > 0);
     bus().wait(Milliseconds(50));
     std::array<std::uint8_t, 64> small{};
-    QCOMPARE(bus().getFeature(m_config, small), 64);
+    QCOMPARE(bus().getFeature(config, small), 64);
     bus().close(typing);
     bus().close(typing);
     QCOMPARE(read(0), -1);
 
-    m_expectedViolations = {
+    expectedViolations = {
         "hid_enumerate() before the enumeration was freed",
         "hid_exit() while the configuration interface is open",
         "hid_exit() before the enumeration was freed",
@@ -447,7 +447,7 @@ void VirtualBusTest::misuseIsNamed()
 
 void VirtualBusTest::aHandleSurvivesReset()
 {
-    QVERIFY(command(m_config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x18, 0, 1));
     bus().failAt(1, busy());
     bus().setProductId(0x800A);
     bus().reset();
@@ -455,7 +455,7 @@ void VirtualBusTest::aHandleSurvivesReset()
     QVERIFY(bus().trace().empty());
     QVERIFY(!bus().keyboard().sessionOpen());
     QCOMPARE(bus().interfaces().front().productId, std::uint16_t{0x8009});
-    QVERIFY(command(m_config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x18, 0, 1));
     QVERIFY(bus().keyboard().sessionOpen());
 }
 
@@ -463,7 +463,7 @@ void VirtualBusTest::theListenerHearsEveryLine()
 {
     int heard = 0;
     bus().setListener([&] { ++heard; });
-    QVERIFY(command(m_config, 0x18, 0, 1));
+    QVERIFY(command(config, 0x18, 0, 1));
     QCOMPARE(heard, 4);
     QCOMPARE(static_cast<int>(bus().trace().size()), heard);
 }
