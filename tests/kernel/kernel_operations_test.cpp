@@ -3,6 +3,7 @@
 // because a process that lost the keyboard does not find it again.
 
 #include "device/device.h"
+#include "device/keyboard_identity.h"
 #include "model/app_state.h"
 #include "pages/colors/color_transfer.h"
 #include "pages/keys/layer_write.h"
@@ -19,6 +20,7 @@
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
+#include <hidapi.h>
 
 #include <algorithm>
 #include <memory>
