@@ -685,7 +685,7 @@ std::string KeyboardModel::takeLighting(std::span<const std::uint8_t> bytes)
         return "marker aa 55 missing at bytes 14 and 15 of the lighting mode";
     if (!onlyNonZeroAt(bytes, {0, 1, 2, 3, 8, 9, 10, 11, 14, 15}))
         return "lighting mode carries bytes that must be zero";
-    const bool knownEffect = bytes[0] <= 0x13 || bytes[0] == customEffect;
+    const bool knownEffect = bytes[0] < effectNames.size() || bytes[0] == customEffect;
     if (!knownEffect || bytes[8] > 1 || bytes[9] > 5 || bytes[10] > 5 || bytes[11] > 3)
         return "lighting mode carries a value out of range";
     std::ranges::copy(bytes, held.lighting.begin());

@@ -16,12 +16,6 @@ constexpr std::size_t frameSize = framePixels * 2;
 constexpr std::uint8_t filler = 0xFF;
 constexpr std::uint8_t shortestFrameTime = 10; // in units of 2 ms
 
-// Effect names by code.
-constexpr std::array<std::string_view, 20> effectNames = {
-    "LED Off", "Static",   "SingleOn", "SingleOff", "Glittering", "Falling",  "Colourful",
-    "Breath",  "Spectrum", "Outward",  "Scrolling", "Rolling",    "Rotating", "Explode",
-    "Launch",  "Ripples",  "Flowing",  "Pulsating", "Tilt",       "Shuttle"};
-
 constexpr std::array<std::string_view, 4> directionNames = {"right", "down", "up", "left"};
 
 std::size_t wordAt(std::span<const std::uint8_t> bytes, std::size_t offset)

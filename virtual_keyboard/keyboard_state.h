@@ -13,6 +13,13 @@ namespace tavik::virtual_keyboard {
 inline constexpr std::size_t reportSize = 64;
 inline constexpr std::size_t blockSize = 4096;
 inline constexpr std::size_t keyCount = 144;
+
+// The effects that the keyboard knows, by code.
+inline constexpr std::array effectNames = std::to_array<std::string_view>(
+    {"LED Off", "Static",   "SingleOn", "SingleOff", "Glittering", "Falling",  "Colourful",
+     "Breath",  "Spectrum", "Outward",  "Scrolling", "Rolling",    "Rotating", "Explode",
+     "Launch",  "Ripples",  "Flowing",  "Pulsating", "Tilt",       "Shuttle"});
+
 inline constexpr std::size_t macroSpaceSize = 3072;
 inline constexpr std::size_t macroCount = 100;
 inline constexpr int screenSlotCount = 3;

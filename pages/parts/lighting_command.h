@@ -17,13 +17,13 @@ struct LightingEffect
 };
 
 // In the order of the effect list. "LED Off" comes last although its code is 0.
-inline constexpr std::array<LightingEffect, 20> lightingEffects{{
+inline constexpr std::array lightingEffects = std::to_array<LightingEffect>({
     {"Static", 0x01},    {"SingleOn", 0x02},  {"SingleOff", 0x03}, {"Glittering", 0x04},
     {"Falling", 0x05},   {"Colourful", 0x06}, {"Breath", 0x07},    {"Spectrum", 0x08},
     {"Outward", 0x09},   {"Scrolling", 0x0A}, {"Rolling", 0x0B},   {"Rotating", 0x0C},
     {"Explode", 0x0D},   {"Launch", 0x0E},    {"Ripples", 0x0F},   {"Flowing", 0x10},
     {"Pulsating", 0x11}, {"Tilt", 0x12},      {"Shuttle", 0x13},   {"LED Off", 0x00},
-}};
+});
 
 // Makes every key show its own color from the color bank; not part of the list.
 inline constexpr std::uint8_t customColorsEffect = 0x80;

@@ -1,8 +1,13 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "model/app_state.h"
+#include "pages/colors/rgb_widget.h"
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/action_menu.h"
+#include "pages/keys/keymap_widget.h"
+#include "pages/macros/macro_widget.h"
+#include "pages/screen/screen_widget.h"
+#include "pages/settings/settings_widget.h"
 #include "tests/app/window_pages.h"
 
 #include <QAbstractButton>
@@ -251,8 +256,10 @@ private slots:
     {
         QFETCH(QString, color);
         auto* stack = stackOf(*window);
-        for (const int page : {1, 2, 4, 6}) {
-            stack->setCurrentIndex(page);
+        for (QWidget* shown :
+             std::initializer_list<QWidget*>{page<KeymapWidget>(), page<MacroWidget>(),
+                                             page<ScreenWidget>(), page<RgbWidget>()}) {
+            stack->setCurrentWidget(shown);
             for (QLabel* label : stack->currentWidget()->findChildren<QLabel*>()) {
                 if (label->objectName().isEmpty() && label->text().isEmpty() &&
                     label->pixmap().isNull()) {
@@ -275,23 +282,23 @@ private slots:
 
     void actionDialogIsReadable()
     {
-        ActionDialog dialog({}, 2, page(1));
+        ActionDialog dialog({}, 2, page<KeymapWidget>());
         checkWindow(dialog);
     }
 
     void messageBoxesAreReadable()
     {
         QMessageBox question(QMessageBox::Question, {}, QStringLiteral("Clear saved data?"),
-                             QMessageBox::Yes | QMessageBox::No, page(8));
+                             QMessageBox::Yes | QMessageBox::No, page<SettingsWidget>());
         checkWindow(question);
         QMessageBox notice(QMessageBox::Information, {}, QStringLiteral("Not present."),
-                           QMessageBox::Ok, page(8));
+                           QMessageBox::Ok, page<SettingsWidget>());
         checkWindow(notice);
     }
 
     void inputDialogIsReadable()
     {
-        QInputDialog dialog(page(2));
+        QInputDialog dialog(page<MacroWidget>());
         dialog.setLabelText(QStringLiteral("Name:"));
         dialog.setTextValue(QStringLiteral("Macro 1"));
         checkWindow(dialog);
@@ -299,19 +306,19 @@ private slots:
 
     void colorDialogIsReadable()
     {
-        QColorDialog dialog(Qt::red, page(6));
+        QColorDialog dialog(Qt::red, page<RgbWidget>());
         checkWindow(dialog);
     }
 
     void fileDialogIsReadable()
     {
-        QFileDialog dialog(page(4));
+        QFileDialog dialog(page<ScreenWidget>());
         checkWindow(dialog);
     }
 
     void menuIsReadable()
     {
-        ActionMenu menu({}, AppState::instance().macros, page(1));
+        ActionMenu menu({}, AppState::instance().macros, page<KeymapWidget>());
         menu.popup({0, 0});
         menu.setActiveAction(menu.actions().first());
         QCoreApplication::processEvents();
@@ -330,8 +337,8 @@ private slots:
     void comboListIsReadable()
     {
         auto* stack = stackOf(*window);
-        stack->setCurrentIndex(8);
-        auto* list = page(8)->findChild<QComboBox*>();
+        stack->setCurrentWidget(page<SettingsWidget>());
+        auto* list = page<SettingsWidget>()->findChild<QComboBox*>();
         list->showPopup();
         QCoreApplication::processEvents();
         QWidget* popup = list->view()->window();
@@ -355,7 +362,11 @@ private slots:
     }
 
 private:
-    QWidget* page(int index) const { return stackOf(*window)->widget(index); }
+    template <typename Page>
+    QWidget* page() const
+    {
+        return window->findChild<Page*>();
+    }
 
     static void checkWindow(QWidget& dialog)
     {

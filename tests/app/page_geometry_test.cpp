@@ -1,6 +1,7 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "model/app_state.h"
+#include "pages/settings/settings_widget.h"
 #include "tests/app/window_pages.h"
 
 #include <QAbstractButton>
@@ -193,7 +194,7 @@ private slots:
         QTest::addColumn<int>("page");
         QTest::addColumn<QSize>("size");
         for (const QSize size : {smallestSize, startSize, largeSize}) {
-            for (int page = 0; page < 9; ++page)
+            for (int page = 0; page < stackOf(*window)->count(); ++page)
                 QTest::addRow("page %d in %d x %d", page, size.width(), size.height())
                     << page << size;
         }
@@ -222,7 +223,7 @@ private slots:
         for (const auto* input : window->findChildren<QSpinBox*>(QStringLiteral("rgbInput")))
             QCOMPARE(input->size(), QSize(63, 32));
         QCOMPARE(window->findChild<QWidget*>(QStringLiteral("lightingPanel"))->height(), 290);
-        showPage(8, startSize);
+        showPage(stackOf(*window)->indexOf(window->findChild<SettingsWidget*>()), startSize);
         QCOMPARE(window->findChild<QWidget*>(QStringLiteral("languageSelect"))->height(), 31);
         QCOMPARE(window->findChild<QWidget*>(QStringLiteral("gameModePanel"))->height(), 290);
         for (const auto* button : window->findChildren<QPushButton*>("settingsAction"))

@@ -32,11 +32,6 @@ using Operation = std::function<bool()>;
 const QRegularExpression number(QStringLiteral(R"(\b(0x[0-9A-F]+|[0-9]+)\b)"));
 const QRegularExpression numberOrByte(QStringLiteral(R"(\b(0x[0-9A-F]+|[0-9a-f]{2}|[0-9]+)\b)"));
 
-VirtualBus& bus()
-{
-    return VirtualBus::instance();
-}
-
 QString hex(int value)
 {
     return "0x" + QString::number(value, 16).toUpper().rightJustified(value > 0xFF ? 4 : 2, u'0');
