@@ -49,7 +49,8 @@ std::shared_ptr<const QPixmap> SkinPicture::scaled(QSize pixels) const
     if (auto known = shared.value(identity).lock())
         return known;
 
-    const QPixmap original(path);
+    // By way of an image: pixmaps read from files stay in a cache of their own.
+    const QPixmap original = QPixmap::fromImage(QImage(path));
     if (original.isNull())
         return nullptr;
     auto picture = std::make_shared<const QPixmap>(
