@@ -1,15 +1,15 @@
 #include "pages/screen/image_import.h"
 
-#include "pages/screen/gif_frames.h"
-
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QtEndian>
 
 #include <algorithm>
-#include <array>
+#include <cctype>
 #include <cstdlib>
+#include <ctime>
 
 namespace tavik {
 
@@ -19,94 +19,89 @@ constexpr int shortestDelayMs = 20;
 constexpr int longestDelayMs = 1275;
 constexpr int stillDelayMs = 100;
 
-// A few bytes can claim to be a picture of a gigapixel, so the size is looked at before the picture
-// is decoded. Qt draws the same line for stills, but complains on standard error; an animation is
-// held several times over while it is put together.
+// A few bytes can stand for gigabytes or for minutes of work. All limits together keep each file
+// within 5 seconds of the processor and 300 MB.
+constexpr std::clock_t readingLimit = 4 * CLOCKS_PER_SEC;
+constexpr qint64 fileLimit = 64 * 1024 * 1024;
 constexpr qint64 stillPixelLimit = 32 * 1024 * 1024;
+constexpr qint64 deepPixelLimit = stillPixelLimit / 2; // 16 bits for each color
 constexpr qint64 animationPixelLimit = 12 * 1024 * 1024;
-// The largest photographs that phones take; they are decoded at half their width and height.
+// The largest photographs that phones take. From a quarter of it on they are decoded at half their
+// width and height.
 constexpr qint64 photographPixelLimit = 8192 * 6144;
-// Far beyond any of those; such a file would be read into memory whole.
-constexpr qint64 photographFileLimit = 64 * 1024 * 1024;
+constexpr qint64 photographHeaderLimit = 8 * 1024 * 1024; // comments take five times their size
+constexpr qint64 photographPortion = 256; // 4 KB may hold forty passes over all pixels
 
-// What the file dialog offers. Content decides, not the name: other readers, one for vector
-// graphics among them, inflate and parse a whole file before they tell its size.
-constexpr std::array<const char*, 4> readableFormats{"bmp", "gif", "jpeg", "png"};
-
-// A bitmap stored from top to bottom states a negative height.
 qint64 pixelCount(QSize size)
 {
+    // A bitmap stored from top to bottom states a negative height.
     return std::abs(qint64{size.width()}) * std::abs(qint64{size.height()});
 }
 
-// A JPEG ends with a marker of its own; without it the picture is gray from some row on, which the
-// image reader takes for success.
-bool reachesEndMarker(const QByteArray& jpeg)
+// Hands a file on in portions, and reports its end once reading has taken too long.
+class PictureSource final : public QIODevice
 {
-    constexpr quint8 endOfImage = 0xD9;
-    qsizetype position = 2;
-    while ((position = jpeg.indexOf('\xFF', position)) >= 0 && position + 1 < jpeg.size()) {
-        const auto marker = static_cast<quint8>(jpeg.at(position + 1));
-        if (marker == endOfImage)
-            return true;
-        const bool isPadding = marker == 0xFF;
-        const bool standsAlone = marker <= 0x01 || (marker >= 0xD0 && marker <= 0xD8);
-        if (isPadding) {
-            ++position;
-        } else if (standsAlone) {
-            position += 2;
-        } else {
-            // A segment, skipped as a whole: it may hold a thumbnail with an end of its own.
-            if (position + 4 > jpeg.size())
-                return false;
-            position += 2 + qFromBigEndian<quint16>(jpeg.constData() + position + 2);
-        }
+public:
+    PictureSource(QIODevice& whole, qint64 largestPortion, std::clock_t latest)
+        : source(whole), portion(largestPortion), deadline(latest)
+    {
+        open(QIODevice::ReadOnly);
     }
-    return false;
-}
 
-// Rows that an uncompressed bitmap lacks come out black, which the image reader takes for success.
-bool holdsEveryRow(const QByteArray& header, qint64 fileSize)
-{
-    constexpr qsizetype headerSize = 34; // up to the kind of compression
-    if (header.size() < headerSize)
-        return false;
-    const auto numberAt = [&header](qsizetype offset) {
-        return qint64{qFromLittleEndian<qint32>(header.constData() + offset)};
-    };
-    constexpr qint64 informationSize = 40; // older headers are laid out otherwise
-    constexpr qint64 bitFields = 3;
-    const qint64 compression = numberAt(30);
-    if (numberAt(14) < informationSize || (compression != 0 && compression != bitFields))
-        return true;
-    const qint64 bitsPerPixel = qFromLittleEndian<quint16>(header.constData() + 28);
-    const qint64 bytesPerRow = (numberAt(18) * bitsPerPixel + 31) / 32 * 4;
-    return numberAt(10) + bytesPerRow * std::abs(numberAt(22)) <= fileSize;
-}
+    void endAt(qint64 position) { end = position; }
 
-// False for a picture that breaks off without the image reader noticing.
-bool isWhole(const QString& path, const QByteArray& format)
+    qint64 size() const override { return source.size(); }
+
+    bool seek(qint64 position) override
+    {
+        return QIODevice::seek(position) && source.seek(position);
+    }
+
+protected:
+    qint64 readData(char* data, qint64 largestSize) override
+    {
+        if (std::clock() >= deadline)
+            return 0;
+        return source.read(data, std::min({largestSize, portion, end - source.pos()}));
+    }
+
+    qint64 writeData(const char* /*data*/, qint64 /*size*/) override { return -1; }
+
+private:
+    QIODevice& source;
+    qint64 portion;
+    std::clock_t deadline;
+    qint64 end = fileLimit;
+};
+
+// The parts that make up the picture: their names begin with a capital letter, but for that of
+// transparency. The decoder would inflate texts by a factor of a thousand and keep them all.
+QByteArray readPictureChunks(QFile& png)
 {
-    if (format != "jpeg" && format != "bmp")
-        return true;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    if (format == "jpeg" && file.size() > photographFileLimit)
-        return false;
-    return format == "jpeg" ? reachesEndMarker(file.readAll())
-                            : holdsEveryRow(file.read(64), file.size());
+    constexpr qint64 signatureSize = 8;
+    constexpr qint64 headSize = 8;
+    constexpr qint64 checksumSize = 4;
+    QByteArray chunks = png.read(signatureSize);
+    for (QByteArray head; (head = png.read(headSize)).size() == headSize;) {
+        const qint64 size = qint64{qFromBigEndian<quint32>(head.constData())} + checksumSize;
+        const QByteArray name = head.sliced(4);
+        if (std::isupper(static_cast<unsigned char>(name.front())) != 0 || name == "tRNS")
+            chunks += head + png.read(std::min(size, png.bytesAvailable()));
+        else
+            png.skip(size);
+    }
+    return chunks;
 }
 
 ScreenFrame createFrame(QImage picture, int delayMs)
 {
     // What smooth scaling does itself, but without a copy. Also done for pictures that need no
     // scaling: a color behind a transparent pixel must not come to light in them alone.
-    if (picture.format() == QImage::Format_ARGB32)
-        picture.convertTo(QImage::Format_ARGB32_Premultiplied);
-    QImage image = picture.scaled(screenSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    image.setDevicePixelRatio(1); // "name@2x.png" asks for another
-    return {image, delayMs};
+    if (picture.hasAlphaChannel()) {
+        picture.convertTo(picture.depth() > 32 ? QImage::Format_RGBA64_Premultiplied
+                                               : QImage::Format_ARGB32_Premultiplied);
+    }
+    return {picture.scaled(screenSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), delayMs};
 }
 
 QList<ScreenFrame> readAnimation(QImageReader& reader)
@@ -123,7 +118,7 @@ QList<ScreenFrame> readAnimation(QImageReader& reader)
 QList<ScreenFrame> readStill(QImageReader& reader)
 {
     const QSize size = reader.size();
-    if (pixelCount(size) > stillPixelLimit)
+    if (reader.format() == "jpeg" && pixelCount(size) > photographPixelLimit / 4)
         reader.setScaledSize(size / 2);
     QImage picture;
     if (!reader.read(&picture))
@@ -131,51 +126,47 @@ QList<ScreenFrame> readStill(QImageReader& reader)
     return {createFrame(std::move(picture), stillDelayMs)};
 }
 
-// The image reader fills what a GIF's frames leave empty with colors that browsers do not show.
-QList<ScreenFrame> readGif(const QString& path, bool isAnimation)
+bool isAffordable(const QImageReader& reader, bool isAnimation)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    GifFrames gif(file, animationPixelLimit);
-    const qsizetype mostFrames = isAnimation ? screenFrameLimit : 1;
-    QList<ScreenFrame> frames;
-    while (frames.size() < mostFrames && gif.readNext()) {
-        const int delayMs = std::clamp(gif.delayMs(), shortestDelayMs, longestDelayMs);
-        frames += createFrame(gif.picture(), isAnimation ? delayMs : stillDelayMs);
-    }
-    return frames;
-}
-
-bool isAffordable(QImageReader& reader, bool isAnimation)
-{
+    const qint64 pixels = pixelCount(reader.size());
     if (isAnimation)
-        return pixelCount(reader.size()) <= animationPixelLimit;
-    const bool isPhotograph = reader.format() == "jpeg";
-    return pixelCount(reader.size()) <= (isPhotograph ? photographPixelLimit : stillPixelLimit);
-}
-
-bool isReadable(const QByteArray& format)
-{
-    return std::any_of(readableFormats.begin(), readableFormats.end(),
-                       [&format](const char* name) { return format == name; });
+        return pixels <= animationPixelLimit;
+    if (reader.format() == "jpeg")
+        return pixels <= photographPixelLimit;
+    const bool isDeep = QImage::toPixelFormat(reader.imageFormat()).redSize() > 8;
+    return pixels <= (isDeep ? deepPixelLimit : stillPixelLimit);
 }
 
 QList<ScreenFrame> importFile(const QString& path)
 {
-    if (!QFileInfo(path).isFile()) // a pipe would never end
+    const std::clock_t deadline = std::clock() + readingLimit;
+    QFile file(path);
+    // A pipe would never end.
+    if (!QFileInfo(path).isFile() || file.size() > fileLimit || !file.open(QIODevice::ReadOnly))
         return {};
-    QImageReader reader(path);
+    // What the file dialog offers. Content decides, not the name: other readers, one for vector
+    // graphics among them, inflate and parse a whole file before they tell its size.
+    const QByteArray format = QImageReader::imageFormat(&file);
+    if (!QByteArrayList{"bmp", "gif", "jpeg", "png"}.contains(format))
+        return {};
+    const bool isPhotograph = format == "jpeg";
+
+    QBuffer chunks;
+    if (format == "png") {
+        chunks.setData(readPictureChunks(file));
+        chunks.open(QIODevice::ReadOnly);
+    }
+    PictureSource source(chunks.isOpen() ? static_cast<QIODevice&>(chunks) : file,
+                         isPhotograph ? photographPortion : fileLimit, deadline);
+    QImageReader reader(&source, format);
     reader.setAutoTransform(true);
-    if (!isReadable(reader.format()))
-        return {};
+    source.endAt(isPhotograph ? photographHeaderLimit : fileLimit);
     // Counting the pictures means reading the whole file, so the name is asked first.
     const bool isAnimation =
         path.endsWith(QLatin1String(".gif"), Qt::CaseInsensitive) || reader.imageCount() > 1;
-    if (reader.format() == "gif")
-        return readGif(path, isAnimation);
-    if (!isAffordable(reader, isAnimation) || !isWhole(path, reader.format()))
+    if (!isAffordable(reader, isAnimation))
         return {};
+    source.endAt(fileLimit);
     return isAnimation ? readAnimation(reader) : readStill(reader);
 }
 
@@ -183,6 +174,9 @@ QList<ScreenFrame> importFile(const QString& path)
 
 QList<ScreenFrame> importImages(const QStringList& paths)
 {
+    // The JPEG library keeps a picture that comes in several passes, up to so many bytes.
+    if (!qEnvironmentVariableIsSet("JPEGMEM"))
+        qputenv("JPEGMEM", "152M");
     QList<ScreenFrame> frames;
     for (const QString& path : paths) {
         if (frames.size() >= screenFrameLimit)

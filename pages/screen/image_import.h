@@ -21,8 +21,8 @@ struct ScreenFrame
 
 // Reads pictures and animations, in the order of the paths, each stretched to the screen's size.
 // A file gives at most 30 frames, and once 30 are there no further file is read: the list may thus
-// hold up to 59. A file that cannot be read, breaks off or is too large to be worth the memory
-// gives no frames, an animation those before its fault. May take seconds; takes no lock.
+// hold up to 59. A file that cannot be read, or not within some seconds and 300 MB, gives no
+// frames, an animation those before its fault. Takes no lock.
 [[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths);
 
 } // namespace tavik

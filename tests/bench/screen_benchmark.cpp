@@ -32,8 +32,7 @@ QByteArray filmGif()
             for (int x = 0; x < gifSize.width(); ++x)
                 pixels += static_cast<char>((x * x / 900 + y * 2 + frame * 5 + (x ^ y) % 7) & 255);
         }
-        gif.frames +=
-            tests::GifFrame{.area = QRect(QPoint(), gifSize), .pixels = pixels, .palette = {}};
+        gif.frames += tests::GifFrame{.area = QRect(QPoint(), gifSize), .pixels = pixels};
     }
     return tests::encodeGif(gif);
 }

@@ -1,6 +1,7 @@
 #include "tests/support/made_images.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QtEndian>
 
 #include <array>
@@ -134,22 +135,6 @@ QByteArray compressGifPixels(const QByteArray& pixels)
     return writer.finish();
 }
 
-// Every eighth row first, then those halfway between, and so on.
-QByteArray interlaceRows(const QByteArray& pixels, QSize size)
-{
-    struct Pass
-    {
-        int first;
-        int step;
-    };
-    QByteArray result;
-    for (const Pass pass : {Pass{0, 8}, Pass{4, 8}, Pass{2, 4}, Pass{1, 2}}) {
-        for (int y = pass.first; y < size.height(); y += pass.step)
-            result += pixels.sliced(qsizetype{y} * size.width(), size.width());
-    }
-    return result;
-}
-
 // The exponent in a GIF's size byte: the palette has 2 << exponent entries.
 int paletteExponent(const QList<QRgb>& palette)
 {
@@ -197,35 +182,8 @@ void appendGifFrame(QByteArray& bytes, const GifFrame& frame)
     for (const int number :
          {frame.area.x(), frame.area.y(), frame.area.width(), frame.area.height()})
         appendLittle(bytes, number);
-    const int ownPalette = frame.palette.isEmpty() ? 0 : 0x80 | paletteExponent(frame.palette);
-    appendByte(bytes, ownPalette | (frame.isInterlaced ? 0x40 : 0));
-    if (!frame.palette.isEmpty())
-        appendPalette(bytes, frame.palette);
-
-    const QByteArray rows =
-        frame.isInterlaced ? interlaceRows(frame.pixels, frame.area.size()) : frame.pixels;
-    appendGifBlocks(bytes, frame.pixels.isEmpty() ? QByteArray() : compressGifPixels(rows));
-}
-
-void clearArea(QImage& canvas, QRect area)
-{
-    const QRect visible = area & canvas.rect();
-    for (int y = visible.y(); y < visible.y() + visible.height(); ++y) {
-        for (int x = visible.x(); x < visible.x() + visible.width(); ++x)
-            canvas.setPixel(x, y, 0);
-    }
-}
-
-void drawGifFrame(QImage& canvas, const GifFrame& frame, const QList<QRgb>& palette)
-{
-    for (qsizetype index = 0; index < frame.pixels.size(); ++index) {
-        const QPoint place =
-            frame.area.topLeft() + QPoint(static_cast<int>(index % frame.area.width()),
-                                          static_cast<int>(index / frame.area.width()));
-        const int color = static_cast<quint8>(frame.pixels.at(index));
-        if (color != frame.transparent && color < palette.size() && canvas.rect().contains(place))
-            canvas.setPixel(place, palette.at(color));
-    }
+    appendByte(bytes, 0);
+    appendGifBlocks(bytes, compressGifPixels(frame.pixels));
 }
 
 void appendJpegSegment(QByteArray& bytes, int marker, const QByteArray& content)
@@ -236,6 +194,30 @@ void appendJpegSegment(QByteArray& bytes, int marker, const QByteArray& content)
     bytes += content;
 }
 
+void appendJpegFrame(QByteArray& bytes, int marker, QSize size, int inks)
+{
+    QByteArray frame(1, '\x08');
+    appendBig(frame, size.height());
+    appendBig(frame, size.width());
+    appendByte(frame, inks);
+    for (int ink = 1; ink <= inks; ++ink) {
+        appendByte(frame, ink);
+        frame += QByteArray::fromHex("1100");
+    }
+    appendJpegSegment(bytes, marker, frame);
+}
+
+// The pass ends with what it says of coefficients, in hexadecimal.
+void appendJpegPass(QByteArray& bytes, int inks, const char* coefficients)
+{
+    QByteArray pass(1, static_cast<char>(inks));
+    for (int ink = 1; ink <= inks; ++ink) {
+        appendByte(pass, ink);
+        appendByte(pass, 0);
+    }
+    appendJpegSegment(bytes, 0xDA, pass + QByteArray::fromHex(coefficients));
+}
+
 constexpr int inkCount = 4;
 
 // Tables for blocks of one color each: every size of a first coefficient has a code of four bits,
@@ -244,18 +226,7 @@ void appendCmykTables(QByteArray& bytes, QSize size)
 {
     appendJpegSegment(bytes, 0xEE, QByteArray("Adobe") + QByteArray::fromHex("00640000000000"));
     appendJpegSegment(bytes, 0xDB, QByteArray(1, '\0') + QByteArray(64, '\x08'));
-    QByteArray frame(1, '\x08');
-    appendBig(frame, size.height());
-    appendBig(frame, size.width());
-    appendByte(frame, inkCount);
-    QByteArray scan(1, static_cast<char>(inkCount));
-    for (int ink = 1; ink <= inkCount; ++ink) {
-        appendByte(frame, ink);
-        frame += QByteArray::fromHex("1100");
-        appendByte(scan, ink);
-        appendByte(scan, 0);
-    }
-    appendJpegSegment(bytes, 0xC0, frame);
+    appendJpegFrame(bytes, 0xC0, size, inkCount);
     appendJpegSegment(bytes, 0xC4,
                       QByteArray::fromHex("00"
                                           "0000000c000000000000000000000000"
@@ -264,7 +235,7 @@ void appendCmykTables(QByteArray& bytes, QSize size)
                       QByteArray::fromHex("10"
                                           "01000000000000000000000000000000"
                                           "00"));
-    appendJpegSegment(bytes, 0xDA, scan + QByteArray::fromHex("003f00"));
+    appendJpegPass(bytes, inkCount, "003f00");
 }
 
 void writeJpegBlock(HighBitWriter& writer, int difference)
@@ -301,32 +272,22 @@ QByteArray encodeGif(const Gif& gif)
     QByteArray bytes("GIF89a");
     appendLittle(bytes, gif.size.width());
     appendLittle(bytes, gif.size.height());
-    appendByte(bytes, gif.palette.isEmpty() ? 0 : 0x80 | paletteExponent(gif.palette));
-    appendByte(bytes, gif.background);
+    appendByte(bytes, 0x80 | paletteExponent(gif.palette));
     appendByte(bytes, 0);
-    if (!gif.palette.isEmpty())
-        appendPalette(bytes, gif.palette);
+    appendByte(bytes, 0);
+    appendPalette(bytes, gif.palette);
     for (const GifFrame& frame : gif.frames)
         appendGifFrame(bytes, frame);
     appendByte(bytes, 0x3B);
     return bytes;
 }
 
-QList<QImage> browserPictures(const Gif& gif)
+QList<QRgb> manyColors(int count)
 {
-    QList<QImage> pictures;
-    QImage canvas(gif.size, QImage::Format_ARGB32);
-    canvas.fill(0);
-    for (const GifFrame& frame : gif.frames) {
-        const QImage before = canvas;
-        drawGifFrame(canvas, frame, frame.palette.isEmpty() ? gif.palette : frame.palette);
-        pictures += canvas;
-        if (frame.disposal == GifDisposal::Previous)
-            canvas = before;
-        if (frame.disposal == GifDisposal::Background)
-            clearArea(canvas, frame.area);
-    }
-    return pictures;
+    QList<QRgb> colors;
+    for (int index = 0; index < count; ++index)
+        colors += qRgb(index * 5, 255 - index * 4, index * 3);
+    return colors;
 }
 
 QList<QRgb> manyColors(int count)
@@ -344,8 +305,7 @@ QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths)
     for (qsizetype index = 0; index < colors.size(); ++index) {
         gif.frames += GifFrame{.area = QRect(QPoint(), size),
                                .pixels = QByteArray(pixelCount, static_cast<char>(index)),
-                               .hundredths = hundredths,
-                               .palette = {}};
+                               .hundredths = hundredths};
     }
     return encodeGif(gif);
 }
@@ -423,7 +383,39 @@ QByteArray encodeCmykJpeg(const QImage& image)
     return bytes + writer.finish() + QByteArray::fromHex("ffd9");
 }
 
-QByteArray encodeBlackPng(QSize size, int bitsPerPixel)
+QByteArray encodeJpegInPasses(QSize size, int inks, int furtherPasses)
+{
+    QByteArray bytes = QByteArray::fromHex("ffd8");
+    appendJpegSegment(bytes, 0xDB, QByteArray(1, '\0') + QByteArray(64, '\x08'));
+    appendJpegFrame(bytes, 0xC2, size, inks);
+    // One code of one bit each: "as before" for first coefficients, and for the others "nothing in
+    // as many blocks as the next 14 bits say".
+    for (const char* codes :
+         {"000100000000000000000000000000000000", "1001000000000000000000000000000000e0"})
+        appendJpegSegment(bytes, 0xC4, QByteArray::fromHex(codes));
+    const int blocks = size.width() / 8 * (size.height() / 8);
+    appendJpegPass(bytes, inks, "000000");
+    bytes += QByteArray(blocks * inks / 8 + 1, '\0');
+
+    HighBitWriter writer;
+    constexpr int mostBlocks = (1 << 15) - 1;
+    for (int left = blocks; left > 0; left -= mostBlocks)
+        writer.write(mostBlocks & 0x3FFF, 1 + 14);
+    QByteArray pass;
+    appendJpegPass(pass, 1, "013f10");
+    pass += writer.finish();
+    return bytes + pass.repeated(furtherPasses) + QByteArray::fromHex("ffd9");
+}
+
+QByteArray encodeCommentedJpeg(const QImage& image, int comments)
+{
+    const QByteArray plain = encodeImage(image, "jpg");
+    QByteArray comment;
+    appendJpegSegment(comment, 0xFE, QByteArray(65'000, 'a'));
+    return plain.first(2) + comment.repeated(comments) + plain.sliced(2);
+}
+
+QByteArray encodeBlackPng(QSize size, int bitsPerPixel, int texts)
 {
     const qsizetype bytesPerRow = 1 + (qsizetype{size.width()} * bitsPerPixel + 7) / 8;
     QByteArray header;
@@ -434,10 +426,23 @@ QByteArray encodeBlackPng(QSize size, int bitsPerPixel)
 
     QByteArray bytes = QByteArray::fromHex("89504e470d0a1a0a");
     appendPngChunk(bytes, "IHDR", header);
+    if (texts > 0) {
+        QByteArray text;
+        const QByteArray letters(7'900'000, 'a');
+        appendPngChunk(text, "zTXt", QByteArray("key\0\0", 5) + qCompress(letters).sliced(4));
+        bytes += text.repeated(texts);
+    }
     const QByteArray rows(bytesPerRow * size.height(), '\0');
     appendPngChunk(bytes, "IDAT", qCompress(rows).sliced(4)); // behind Qt's own length
     appendPngChunk(bytes, "IEND", {});
     return bytes;
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
 }
 
 } // namespace tavik::tests

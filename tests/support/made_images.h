@@ -9,7 +9,7 @@
 
 namespace tavik::tests {
 
-enum class GifDisposal : std::uint8_t { Unspecified = 0, Keep = 1, Background = 2, Previous = 3 };
+enum class GifDisposal : std::uint8_t { Unspecified = 0, Previous = 3 };
 
 // One frame of a GIF, as the file states it.
 struct GifFrame
@@ -19,8 +19,6 @@ struct GifFrame
     int hundredths = 10; // -1 leaves out the block that holds time, disposal and transparency
     GifDisposal disposal = GifDisposal::Unspecified;
     int transparent = -1; // palette index, or none
-    bool isInterlaced = false;
-    QList<QRgb> palette; // of this frame alone; empty takes that of the file
 };
 
 // A whole animation; its frames may reach beyond its edges.
@@ -28,14 +26,13 @@ struct Gif
 {
     QSize size;
     QList<QRgb> palette; // at most 256
-    std::uint8_t background = 0;
     QList<GifFrame> frames;
 };
 
 [[nodiscard]] QByteArray encodeGif(const Gif& gif);
 
-// The pictures a browser shows of it, with nothing (0) where no frame has left a color.
-[[nodiscard]] QList<QImage> browserPictures(const Gif& gif);
+// No two of them alike; at most 51.
+[[nodiscard]] QList<QRgb> manyColors(int count);
 
 // As many colors as asked for, up to 51, no two alike.
 [[nodiscard]] QList<QRgb> manyColors(int count);
@@ -57,7 +54,18 @@ struct Gif
 // its top left pixel.
 [[nodiscard]] QByteArray encodeCmykJpeg(const QImage& image);
 
+// A JPEG that is gray all over and comes in passes: first all inks, then the first one alone, again
+// and again. Its width and height are multiples of 8.
+[[nodiscard]] QByteArray encodeJpegInPasses(QSize size, int inks, int furtherPasses);
+
+// A JPEG with that many comments of 64 kB in front of its picture.
+[[nodiscard]] QByteArray encodeCommentedJpeg(const QImage& image, int comments);
+
 // A gray PNG with that many bits for each pixel, all black. Its bytes are few, whatever its size.
-[[nodiscard]] QByteArray encodeBlackPng(QSize size, int bitsPerPixel);
+// So many compressed texts of 8 MB stand in front of its picture.
+[[nodiscard]] QByteArray encodeBlackPng(QSize size, int bitsPerPixel, int texts = 0);
+
+// Ends the program if that fails.
+void writeFile(const QString& path, const QByteArray& bytes);
 
 } // namespace tavik::tests

@@ -7,7 +7,6 @@
 #include "tests/support/made_images.h"
 #include "tests/support/page_view.h"
 
-#include <QFile>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLayout>
