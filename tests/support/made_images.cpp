@@ -290,14 +290,6 @@ QList<QRgb> manyColors(int count)
     return colors;
 }
 
-QList<QRgb> manyColors(int count)
-{
-    QList<QRgb> colors;
-    for (int index = 0; index < count; ++index)
-        colors += qRgb(index * 5, 255 - index * 4, index * 3);
-    return colors;
-}
-
 QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths)
 {
     Gif gif{.size = size, .palette = colors, .frames = {}};

@@ -34,9 +34,6 @@ struct Gif
 // No two of them alike; at most 51.
 [[nodiscard]] QList<QRgb> manyColors(int count);
 
-// As many colors as asked for, up to 51, no two alike.
-[[nodiscard]] QList<QRgb> manyColors(int count);
-
 // A GIF of full frames, each filled with a color of its own and shown for that long.
 [[nodiscard]] QByteArray encodePlainGif(QSize size, const QList<QRgb>& colors, int hundredths);
 
