@@ -48,9 +48,6 @@ public:
         return geometryNow().hitRectangle(key);
     }
 
-    // The key drawn with the selection frame; -1 before the first press.
-    [[nodiscard]] int selectedKey() const { return selected; }
-
 signals:
     // A left press on a key.
     void slotActivated(int lightIndex);
