@@ -253,21 +253,11 @@ std::optional<Report> KeyboardModel::screenReport(std::span<const std::uint8_t> 
     return Report{};
 }
 
-void KeyboardModel::spoilNextAnswer(AnswerFault fault, std::uint8_t status)
-{
-    nextSpoil = Spoil{fault, status};
-}
-
 void KeyboardModel::reportLost(std::span<const std::uint8_t> payload)
 {
     disturbed = true;
     if (payload.size() == reportSize && payload[0] == commandMarker && payload[1] == openCode)
         closingFlag = payload[countByte];
-}
-
-void KeyboardModel::answerLost()
-{
-    disturbed = true;
 }
 
 void KeyboardModel::disconnect()
@@ -278,34 +268,9 @@ void KeyboardModel::disconnect()
     *this = std::move(fresh);
 }
 
-void KeyboardModel::reset()
-{
-    *this = KeyboardModel();
-}
-
 KeyActionBytes KeyboardModel::keyAction(LayerId layer, std::size_t index) const
 {
     return (layer == LayerId::Base ? held.baseLayer : held.fnLayer).at(index);
-}
-
-KeyColor KeyboardModel::keyColor(std::size_t index) const
-{
-    return held.colorBank.at(index);
-}
-
-const std::vector<ScreenFrame>& KeyboardModel::screenSlot(int slot) const
-{
-    return held.screenSlots.at(static_cast<std::size_t>(slot - 1));
-}
-
-std::vector<MacroEvent> KeyboardModel::playMacro(int index) const
-{
-    return virtual_keyboard::playMacro(held.macroSpace, index);
-}
-
-std::string KeyboardModel::lightingSummary() const
-{
-    return virtual_keyboard::lightingSummary(held.lighting);
 }
 
 std::size_t KeyboardModel::screenBlocksReceived() const
@@ -318,9 +283,16 @@ std::size_t KeyboardModel::screenBlocksAnnounced() const
     return transfer && transfer->code == screenCode ? transfer->reportsWanted : 0;
 }
 
-void KeyboardModel::violation(std::string text)
+std::uint8_t KeyboardModel::refuse(std::string text)
 {
-    complaints.push_back(std::move(text));
+    violation(std::move(text));
+    return refused;
+}
+
+bool KeyboardModel::forbid(std::string text)
+{
+    violation(std::move(text));
+    return false;
 }
 
 void KeyboardModel::checkSendTime(Milliseconds now)
@@ -446,8 +418,7 @@ std::uint8_t KeyboardModel::execute(const Report& report, Milliseconds now)
     }
     if (const CommandRule* rule = ruleOf(code); rule != nullptr)
         return announce(report, *rule);
-    violation("unknown command " + hex(code));
-    return refused;
+    return refuse("unknown command " + hex(code));
 }
 
 std::uint8_t KeyboardModel::openSession(const Report& report)
@@ -455,10 +426,8 @@ std::uint8_t KeyboardModel::openSession(const Report& report)
     if (!zeroExcept(report, {countByte}))
         return refused;
     const std::uint8_t flag = report[countByte];
-    if (flag > 1) {
-        violation("session open with flag " + number(flag) + ", expected 0 or 1");
-        return refused;
-    }
+    if (flag > 1)
+        return refuse("session open with flag " + number(flag) + ", expected 0 or 1");
     if (openFlag && !disturbed)
         violation("session opened inside a session");
     dropSession();
@@ -470,15 +439,11 @@ std::uint8_t KeyboardModel::openSession(const Report& report)
 std::uint8_t KeyboardModel::announce(const Report& report, const CommandRule& rule)
 {
     const std::string name = commandName(rule.code);
-    if (!openFlag) {
-        violation(name + " outside a session");
-        return refused;
-    }
-    if (*openFlag != rule.sessionFlag) {
-        violation(name + " in a session with flag " + number(*openFlag) + ", expected " +
-                  number(rule.sessionFlag));
-        return refused;
-    }
+    if (!openFlag)
+        return refuse(name + " outside a session");
+    if (*openFlag != rule.sessionFlag)
+        return refuse(name + " in a session with flag " + number(*openFlag) + ", expected " +
+                      number(rule.sessionFlag));
     if (!orderAllows(rule.code) || !headerAllows(report, rule))
         return refused;
 
@@ -497,14 +462,10 @@ std::uint8_t KeyboardModel::announce(const Report& report, const CommandRule& ru
 
 bool KeyboardModel::orderAllows(std::uint8_t code)
 {
-    if (code == macroDataCode && !macroSession) {
-        violation("command 15 without command 19 before it");
-        return false;
-    }
-    if (transfer || committed || (macroSession && code != macroDataCode)) {
-        violation("a second command in one session: " + commandName(code));
-        return false;
-    }
+    if (code == macroDataCode && !macroSession)
+        return forbid("command 15 without command 19 before it");
+    if (transfer || committed || (macroSession && code != macroDataCode))
+        return forbid("a second command in one session: " + commandName(code));
     return true;
 }
 
@@ -516,23 +477,18 @@ bool KeyboardModel::headerAllows(const Report& report, const CommandRule& rule)
     if (!zeros)
         return false;
     const std::uint8_t argument = report[argumentByte];
-    if (rule.argument && argument != *rule.argument) {
-        violation(name + " with argument " + number(argument) + ", expected " +
-                  number(*rule.argument));
-        return false;
-    }
-    if (rule.code == screenCode && (argument < 1 || argument > screenSlotCount)) {
-        violation(name + " for slot " + number(argument) + ", expected 1 to 3");
-        return false;
-    }
+    if (rule.argument && argument != *rule.argument)
+        return forbid(name + " with argument " + number(argument) + ", expected " +
+                      number(*rule.argument));
+    if (rule.code == screenCode && (argument < 1 || argument > screenSlotCount))
+        return forbid(name + " for slot " + number(argument) + ", expected 1 to 3");
     const std::size_t count = countOf(report, rule);
     if (count < rule.leastCount || count > rule.mostCount) {
         const std::string expected =
             rule.leastCount == rule.mostCount
                 ? number(rule.leastCount)
                 : number(rule.leastCount) + " to " + number(rule.mostCount);
-        violation(name + " announces " + number(count) + " reports, expected " + expected);
-        return false;
+        return forbid(name + " announces " + number(count) + " reports, expected " + expected);
     }
     return true;
 }
@@ -545,26 +501,19 @@ std::uint8_t KeyboardModel::commit(const Report& report, Milliseconds now)
         bankReadAnswers.reset();
         return accepted;
     }
-    if (!openFlag) {
-        violation("COMMIT outside a session");
-        return refused;
-    }
-    if (!transfer) {
-        violation("COMMIT without a command to complete");
-        return refused;
-    }
-    if (transfer->reportsReceived < transfer->reportsWanted) {
-        violation("fewer data reports than announced for " + commandName(transfer->code) + ": " +
-                  number(transfer->reportsReceived) + " of " + number(transfer->reportsWanted));
-        return refused;
-    }
+    if (!openFlag)
+        return refuse("COMMIT outside a session");
+    if (!transfer)
+        return refuse("COMMIT without a command to complete");
+    if (transfer->reportsReceived < transfer->reportsWanted)
+        return refuse("fewer data reports than announced for " + commandName(transfer->code) +
+                      ": " + number(transfer->reportsReceived) + " of " +
+                      number(transfer->reportsWanted));
     checkCommitTime(now);
     const Transfer finished = std::move(*transfer);
     transfer.reset();
-    if (const std::string fault = takeOver(finished); !fault.empty()) {
-        violation(fault);
-        return refused;
-    }
+    if (const std::string fault = takeOver(finished); !fault.empty())
+        return refuse(fault);
     committed = true;
     // The accepted COMMIT ends the session of a screen upload; no FINISH follows.
     if (finished.code == screenCode)
@@ -598,15 +547,11 @@ std::uint8_t KeyboardModel::finish(const Report& report)
     const std::uint8_t flag = report[countByte];
     // After a failure the host may close what it tried to open, whether or not it is open.
     const bool closesAttempt = disturbed && closingFlag == flag;
-    if (!openFlag && !closesAttempt) {
-        violation("FINISH outside a session");
-        return refused;
-    }
-    if (openFlag != flag && !closesAttempt) {
-        violation("FINISH with flag " + number(flag) + " in a session with flag " +
-                  number(*openFlag));
-        return refused;
-    }
+    if (!openFlag && !closesAttempt)
+        return refuse("FINISH outside a session");
+    if (openFlag != flag && !closesAttempt)
+        return refuse("FINISH with flag " + number(flag) + " in a session with flag " +
+                      number(*openFlag));
     if (!committed && !disturbed)
         violation("FINISH without COMMIT");
     dropSession();
@@ -625,16 +570,12 @@ void KeyboardModel::dropSession()
 
 std::uint8_t KeyboardModel::startBankRead(const Report& report)
 {
-    if (openFlag && !disturbed) {
-        violation("command f5 inside a session");
-        return refused;
-    }
+    if (openFlag && !disturbed)
+        return refuse("command f5 inside a session");
     if (!zeroExcept(report, {countByte}))
         return refused;
-    if (report[countByte] != bankAnswerCount) {
-        violation("command f5 announces " + number(report[countByte]) + " reports, expected 9");
-        return refused;
-    }
+    if (report[countByte] != bankAnswerCount)
+        return refuse("command f5 announces " + number(report[countByte]) + " reports, expected 9");
     dropSession();
     closingFlag.reset();
     bankReadAnswers = 0;
@@ -648,9 +589,8 @@ bool KeyboardModel::zeroExcept(const Report& report, std::initializer_list<std::
         const std::size_t byte = index + argumentByte;
         if (tail[index] == 0 || std::ranges::find(allowed, byte) != allowed.end())
             continue;
-        violation(commandName(report[1]) + " carries " + hex(tail[index]) + " in byte " +
-                  number(byte) + ", which must be zero");
-        return false;
+        return forbid(commandName(report[1]) + " carries " + hex(tail[index]) + " in byte " +
+                      number(byte) + ", which must be zero");
     }
     return true;
 }

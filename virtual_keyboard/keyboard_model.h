@@ -45,19 +45,22 @@ public:
     // after status FF or an empty answer. Data, the announcement of macro data and the bank read
     // are taken whatever their answer says. `status` is read for AnswerFault::Status, and
     // for a wrong echo unless it is 0.
-    void spoilNextAnswer(AnswerFault fault, std::uint8_t status = 0);
+    void spoilNextAnswer(AnswerFault fault, std::uint8_t status = 0)
+    {
+        nextSpoil = Spoil{fault, status};
+    }
 
     // The transport lost a report on its way in (its payload), or an answer, a block or an
     // acknowledgement. The keyboard cannot see this; it is told so that the host's way of
     // closing after a failure is not held against it.
     void reportLost(std::span<const std::uint8_t> payload);
-    void answerLost();
+    void answerLost() { disturbed = true; }
 
     // The cable was pulled: the session and everything not committed is gone.
     void disconnect();
 
     // Back to the factory state, with no session and no violations.
-    void reset();
+    void reset() { *this = KeyboardModel(); }
 
     // What the keyboard holds. The setter is for tests that need a keyboard with a history.
     [[nodiscard]] const KeyboardState& state() const { return held; }
@@ -69,11 +72,20 @@ public:
     [[nodiscard]] bool customMode() const { return held.lighting[0] == customEffect; }
     // Index 0 to 143.
     [[nodiscard]] KeyActionBytes keyAction(LayerId layer, std::size_t index) const;
-    [[nodiscard]] KeyColor keyColor(std::size_t index) const;
+    [[nodiscard]] KeyColor keyColor(std::size_t index) const { return held.colorBank.at(index); }
     // Slot 1 to 3; empty while nothing is stored there.
-    [[nodiscard]] const std::vector<ScreenFrame>& screenSlot(int slot) const;
-    [[nodiscard]] std::vector<MacroEvent> playMacro(int index) const;
-    [[nodiscard]] std::string lightingSummary() const;
+    [[nodiscard]] const std::vector<ScreenFrame>& screenSlot(int slot) const
+    {
+        return held.screenSlots.at(static_cast<std::size_t>(slot - 1));
+    }
+    [[nodiscard]] std::vector<MacroEvent> playMacro(int index) const
+    {
+        return virtual_keyboard::playMacro(held.macroSpace, index);
+    }
+    [[nodiscard]] std::string lightingSummary() const
+    {
+        return virtual_keyboard::lightingSummary(held.lighting);
+    }
     // Blocks received and announced of the screen upload under way; 0 and 0 when there is none.
     [[nodiscard]] std::size_t screenBlocksReceived() const;
     [[nodiscard]] std::size_t screenBlocksAnnounced() const;
@@ -101,7 +113,9 @@ private:
         std::vector<std::uint8_t> bytes;
     };
 
-    void violation(std::string text);
+    void violation(std::string text) { complaints.push_back(std::move(text)); }
+    [[nodiscard]] std::uint8_t refuse(std::string text);
+    [[nodiscard]] bool forbid(std::string text);
     void checkSendTime(Milliseconds now);
     void checkCommitTime(Milliseconds now);
     [[nodiscard]] bool sliceGapTooShort(Milliseconds now, Milliseconds pause) const;

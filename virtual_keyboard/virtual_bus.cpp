@@ -186,16 +186,6 @@ void VirtualBus::setOpens(const std::string& path, bool opens)
     entry->opens = opens;
 }
 
-void VirtualBus::setInitFails(bool fails)
-{
-    initFails = fails;
-}
-
-void VirtualBus::plug()
-{
-    isPlugged = true;
-}
-
 void VirtualBus::unplug()
 {
     if (!isPlugged)
@@ -273,11 +263,6 @@ void VirtualBus::setClock(std::function<Milliseconds()> now, std::function<void(
 {
     clockNow = std::move(now);
     clockWait = std::move(wait);
-}
-
-void VirtualBus::setListener(std::function<void()> newListener)
-{
-    listener = std::move(newListener);
 }
 
 std::vector<std::string> VirtualBus::wire() const
@@ -549,11 +534,6 @@ void VirtualBus::record(std::string line)
         listener();
 }
 
-void VirtualBus::violation(std::string text)
-{
-    misuse.push_back(std::move(text));
-}
-
 VirtualBus::OpenedInterface* VirtualBus::usable(Handle handle, std::string_view function)
 {
     if (handle < 1 || static_cast<std::size_t>(handle) > everOpened.size()) {
@@ -566,11 +546,6 @@ VirtualBus::OpenedInterface* VirtualBus::usable(Handle handle, std::string_view 
         return nullptr;
     }
     return &opened;
-}
-
-bool VirtualBus::reaches(const OpenedInterface& opened) const
-{
-    return isPlugged && opened.generation == generation;
 }
 
 void VirtualBus::countCall()

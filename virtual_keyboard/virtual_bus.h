@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <string_view>
+#include <utility>
 
 namespace tavik::virtual_keyboard {
 
@@ -78,8 +79,8 @@ public:
     // Put in front of the existing configuration interface, so that it is found first.
     void addConfigurationInterface(std::string path, bool opens = true);
     void setOpens(const std::string& path, bool opens);
-    void setInitFails(bool fails); // hid_init() returns -1
-    void plug();
+    void setInitFails(bool fails) { initFails = fails; } // hid_init() returns -1
+    void plug() { isPlugged = true; }
     // Enumerations are empty from now on, and every open handle is stale for good.
     void unplug();
     [[nodiscard]] bool plugged() const { return isPlugged; }
@@ -103,7 +104,7 @@ public:
     // A demo hands in a real clock; empty functions bring the virtual clock back.
     void setClock(std::function<Milliseconds()> now, std::function<void(Milliseconds)> wait);
     // Called after every line of the trace; empty to stop.
-    void setListener(std::function<void()> newListener);
+    void setListener(std::function<void()> newListener) { listener = std::move(newListener); }
 
     // What happened, one line per event:
     //   "init" "init failed" "exit" "enumerate 8009"
@@ -174,11 +175,14 @@ private:
     VirtualBus();
 
     void record(std::string line);
-    void violation(std::string text);
+    void violation(std::string text) { misuse.push_back(std::move(text)); }
     // Null, with the misuse recorded, when the handle is unknown or closed.
     [[nodiscard]] OpenedInterface* usable(Handle handle, std::string_view function);
     // False once the keyboard was unplugged since the handle was opened.
-    [[nodiscard]] bool reaches(const OpenedInterface& opened) const;
+    [[nodiscard]] bool reaches(const OpenedInterface& opened) const
+    {
+        return isPlugged && opened.generation == generation;
+    }
     [[nodiscard]] bool isConfigurationReport(const OpenedInterface& opened, std::uint8_t reportId,
                                              std::string_view verb);
     void checkEnumerationsFreed(std::string_view function);
