@@ -89,22 +89,20 @@ private slots:
         QTest::addColumn<int>("value");
         QTest::addColumn<int>("length");
         QTest::addColumn<QString>("fault");
-
-        QTest::newRow("header cut") << 0 << 1 << 255 << "screen stream is shorter than its header";
-        QTest::newRow("no frames")
-            << 0 << 0 << 36864 << "screen stream has 0 frames, expected 1 to 30";
-        QTest::newRow("31 frames")
-            << 0 << 31 << 36864 << "screen stream has 31 frames, expected 1 to 30";
-        QTest::newRow("a block missing")
-            << 0 << 1 << 32768 << "screen stream of 1 frames has 32768 bytes, expected 36864";
-        QTest::newRow("short time")
-            << 1 << 9 << 36864 << "screen stream has a frame time below 20 ms";
-        QTest::newRow("no end of times")
-            << 2 << 255 << 36864 << "screen stream does not end its list of times with 00";
-        QTest::newRow("header filler")
-            << 255 << 0 << 36864 << "screen stream does not fill its header with ff";
-        QTest::newRow("block filler")
-            << 33024 << 0 << 36864 << "screen stream does not fill its last block with ff";
+        const auto row = [](const char* name, int offset, int value, int length,
+                            const char* fault) {
+            QTest::newRow(name) << offset << value << length << fault;
+        };
+        row("header cut", 0, 1, 255, "screen stream is shorter than its header");
+        row("no frames", 0, 0, 36864, "screen stream has 0 frames, expected 1 to 30");
+        row("31 frames", 0, 31, 36864, "screen stream has 31 frames, expected 1 to 30");
+        row("a block missing", 0, 1, 32768,
+            "screen stream of 1 frames has 32768 bytes, expected 36864");
+        row("short time", 1, 9, 36864, "screen stream has a frame time below 20 ms");
+        row("no end of times", 2, 255, 36864,
+            "screen stream does not end its list of times with 00");
+        row("header filler", 255, 0, 36864, "screen stream does not fill its header with ff");
+        row("block filler", 33024, 0, 36864, "screen stream does not fill its last block with ff");
     }
     void aWrongScreenStreamIsNamedAndTakenOverNowhere()
     {
