@@ -2,8 +2,6 @@
 #include "tests/support/files.h"
 
 #include <QBuffer>
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -13,6 +11,8 @@ using namespace tavik;
 using namespace tavik::tests;
 
 namespace {
+
+using Files = QList<std::pair<QString, QByteArray>>;
 
 KeyboardLayout layoutFrom(const QByteArray& xml, bool* accepted = nullptr)
 {
@@ -118,7 +118,6 @@ private slots:
         QTest::newRow("empty") << QByteArray("") << 0UL;
         QTest::newRow("huge") << QByteArray("99999999999999999999999") << ULONG_MAX;
     }
-
     void codeIsReadInAnyBase()
     {
         QFETCH(QByteArray, text);
@@ -138,7 +137,6 @@ private slots:
         QTest::newRow("too-large") << QByteArray("2147483648") << 0;
         QTest::newRow("fraction") << QByteArray("1.5") << 0;
     }
-
     void decimalAttributesFallBackToZero()
     {
         QFETCH(QByteArray, text);
@@ -157,7 +155,6 @@ private slots:
         QTest::newRow("no-column") << QByteArray("3#") << QPoint(3, 0);
         QTest::newRow("no-row") << QByteArray("#4") << QPoint(0, 4);
     }
-
     void rowAndColumnStandRoundTheHash()
     {
         QFETCH(QByteArray, text);
@@ -234,74 +231,46 @@ private slots:
         QVERIFY(layout.keys.size() > 100'000);
     }
 
-    void earlierDirectoryWinsOverTheBetterName()
+    void searchTakesTheFirstUsableFile_data()
     {
-        const QTemporaryDir first;
-        const QTemporaryDir second;
-        writeFile(first.filePath("rgb-keyboard.xml"), layoutNamed("first"));
-        writeFile(second.filePath("keyboard-layout.xml"), layoutNamed("second"));
-        KeyboardLayout layout;
-        layout.search({first.path(), second.path()});
-        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("first"));
+        QTest::addColumn<Files>("files");
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<int>("width");
+        const auto row = [](const char* name, const Files& files, const QStringList& keys,
+                            int width) { QTest::newRow(name) << files << keys << width; };
+        const QString better = "1/keyboard-layout.xml";
+        const QString other = "1/rgb-keyboard.xml";
+        row("earlier directory before the better name",
+            {{other, layoutNamed("first")}, {"2/keyboard-layout.xml", layoutNamed("second")}},
+            {"first"}, 800);
+        row("better name in one directory",
+            {{other, layoutNamed("second")}, {better, layoutNamed("first")}}, {"first"}, 800);
+        row("no keys", {{better, "<Keyboard width='5'/>"}, {other, layoutNamed("fallback")}},
+            {"fallback"}, 800);
+        row("broken, but its area may survive",
+            {{better, "<Keyboard width='5'><key/><oops"},
+             {other, "<root><key desc='areal'/></root>"}},
+            {"areal"}, 5);
+        row("the last one broken", {{better, "<Keyboard><key desc='left'/><oops"}}, {"left"}, 0);
+        row("a directory of that name", {{better + "/file", ""}, {other, layoutNamed("file")}},
+            {"file"}, 800);
+        row("nothing", {}, {}, 0);
     }
-
-    void firstNameComesBeforeTheSecondInOneDirectory()
+    void searchTakesTheFirstUsableFile()
     {
+        QFETCH(Files, files);
+        QFETCH(QStringList, keys);
+        QFETCH(int, width);
         const QTemporaryDir directory;
-        writeFile(directory.filePath("rgb-keyboard.xml"), layoutNamed("second"));
-        writeFile(directory.filePath("keyboard-layout.xml"), layoutNamed("first"));
+        for (const auto& [path, content] : files)
+            writeFile(directory.filePath(path), content);
         KeyboardLayout layout;
-        layout.search({directory.path()});
-        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("first"));
-    }
-
-    void fileWithoutKeysIsPassedOver()
-    {
-        const QTemporaryDir directory;
-        writeFile(directory.filePath("keyboard-layout.xml"), "<Keyboard width='5'/>");
-        writeFile(directory.filePath("rgb-keyboard.xml"), layoutNamed("fallback"));
-        KeyboardLayout layout;
-        layout.search({directory.path()});
-        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("fallback"));
-    }
-
-    void brokenFileIsPassedOverButItsAreaMaySurvive()
-    {
-        const QTemporaryDir directory;
-        writeFile(directory.filePath("keyboard-layout.xml"), "<Keyboard width='5'><key/><oops");
-        writeFile(directory.filePath("rgb-keyboard.xml"), "<root><key desc='areal'/></root>");
-        KeyboardLayout layout;
-        layout.search({directory.path()});
-        QCOMPARE(layout.keys.size(), 1);
-        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("areal"));
-        QCOMPARE(layout.width, 5);
-    }
-
-    void lastBrokenFileLeavesItsKeys()
-    {
-        const QTemporaryDir directory;
-        writeFile(directory.filePath("keyboard-layout.xml"), "<Keyboard><key desc='left'/><oops");
-        KeyboardLayout layout;
-        layout.search({directory.path()});
-        QCOMPARE(layout.keys.size(), 1);
-    }
-
-    void whatCannotBeOpenedIsPassedOver()
-    {
-        const QTemporaryDir directory;
-        QVERIFY(QDir(directory.path()).mkdir("keyboard-layout.xml"));
-        writeFile(directory.filePath("rgb-keyboard.xml"), layoutNamed("file"));
-        KeyboardLayout layout;
-        layout.search({"/nowhere", directory.path()});
-        QCOMPARE(layout.keys.at(0).desc, QStringLiteral("file"));
-    }
-
-    void nothingFoundLeavesTheLayoutEmpty()
-    {
-        const QTemporaryDir directory;
-        KeyboardLayout layout;
-        layout.search({directory.path()});
-        QVERIFY(layout.keys.isEmpty());
+        layout.search({"/nowhere", directory.filePath("1"), directory.filePath("2")});
+        QStringList found;
+        for (const KeyRecord& key : layout.keys)
+            found += key.desc;
+        QCOMPARE(found, keys);
+        QCOMPARE(layout.width, width);
     }
 
     void directoriesAreSearchedInTheirOrder()
