@@ -63,240 +63,152 @@ class KeyNamesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void namesCoverTheWholeTable();
-    void singleNames_data();
-    void singleNames();
-    void offeredUsages();
-    void captions_data();
-    void captions();
-    void pagesOfFixedCaption();
-    void everyKeyCaption();
-    void everyConsumerCaption();
-    void everySpecialCaption();
-    void macroCaptionsFollowTheList();
-};
-
-void KeyNamesTest::namesCoverTheWholeTable()
-{
-    const QHash<int, QString>& expected = expectedKeyNames();
-    QCOMPARE(expected.size(), 105);
-    QCOMPARE(expected.value(0x63), QStringLiteral("NP ."));
-    for (int code = 0; code < 256; ++code) {
-        const QString name = keyName(static_cast<std::uint8_t>(code));
-        QCOMPARE(name, expected.value(code, QStringLiteral("0x") + twoDigits(code)));
+    void namesCoverTheWholeTable()
+    {
+        const QHash<int, QString>& expected = expectedKeyNames();
+        QCOMPARE(expected.size(), 105);
+        QCOMPARE(expected.value(0x63), QStringLiteral("NP ."));
+        for (int code = 0; code < 256; ++code) {
+            const QString name = keyName(static_cast<std::uint8_t>(code));
+            QCOMPARE(name, expected.value(code, QStringLiteral("0x") + twoDigits(code)));
+        }
     }
-}
 
-void KeyNamesTest::singleNames_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("name");
+    void offeredUsages()
+    {
+        const auto& usages = offeredKeyUsages();
+        QCOMPARE(usages.size(), std::size_t{120});
+        for (std::size_t i = 0; i < 112; ++i)
+            QCOMPARE(std::size_t{usages.at(i)}, i + 4);
+        for (std::size_t i = 112; i < 120; ++i)
+            QCOMPARE(std::size_t{usages.at(i)}, i - 112 + 0xE0);
+    }
 
-    const auto row = [](int code, const char* name) {
-        QTest::addRow("0x%02x", static_cast<unsigned>(code)) << code << QString::fromUtf8(name);
-    };
-    row(0x00, "0x00");
-    row(0x03, "0x03");
-    row(0x04, "A");
-    row(0x0a, "G");
-    row(0x1d, "Z");
-    row(0x1e, "1");
-    row(0x26, "9");
-    row(0x27, "0");
-    row(0x31, "\\");
-    row(0x32, "#");
-    row(0x35, "`");
-    row(0x39, "Caps Lock");
-    row(0x3a, "F1");
-    row(0x45, "F12");
-    row(0x46, "Print Screen");
-    row(0x4f, "\u2192");
-    row(0x50, "\u2190");
-    row(0x51, "\u2193");
-    row(0x52, "\u2191");
-    row(0x58, "NP Enter");
-    row(0x62, "NP 0");
-    row(0x64, "0x64");
-    row(0x6a, "0x6a");
-    row(0xaf, "Fn");
-    row(0xe0, "L Ctrl");
-    row(0xe7, "R Win");
-    row(0xff, "0xff");
-}
+    void captions_data()
+    {
+        QTest::addColumn<int>("page");
+        QTest::addColumn<int>("p1");
+        QTest::addColumn<int>("p2");
+        QTest::addColumn<QString>("caption");
+        const auto row = [](int page, int p1, int p2, const char* caption) {
+            QTest::addRow("%d/%02x/%02x", page, static_cast<unsigned>(p1),
+                          static_cast<unsigned>(p2))
+                << page << p1 << p2 << QString::fromUtf8(caption);
+        };
+        row(2, 0x03, 0x04, "Ctrl+Shift+A");
+        row(2, 0x0F, 0x05, "Ctrl+Shift+Alt+Win+B");
+        row(2, 0xF0, 0x06, "C");
+        row(2, 0x03, 0x46, "Ctrl+Shift+Print Screen");
+        row(2, 0x01, 0, "Ctrl+0x01");
+        row(2, 0x10, 0, "M");
+        row(3, 0xB5, 0x01, "Next Track");
+        row(3, 0xEF, 0, "Consumer 0xef");
+        row(5, 3, 9, "Disabled");
+        row(5, 4, 0, "Special");
+        row(6, 0, 0, "Greeting");
+        row(6, 1, 0, "");
+        row(6, 2, 0, "%1 ünï ✓");
+        row(6, 3, 0, "Macro 3");
+        row(6, 255, 0, "Macro 255");
+        row(7, 3, 1, "Extended");
+        row(8, 0, 0, "Page 8");
+    }
+    void captions()
+    {
+        QFETCH(int, page);
+        QFETCH(int, p1);
+        QFETCH(int, p2);
+        QFETCH(QString, caption);
+        const QList<MacroRecord> macros = {macroNamed(QStringLiteral("Greeting")),
+                                           macroNamed(QString()),
+                                           macroNamed(QStringLiteral("%1 ünï ✓"))};
+        for (const int p3 : {0, 1, 255})
+            QCOMPARE(keyActionLabel(action(page, p1, p2, p3), macros), caption);
+    }
 
-void KeyNamesTest::singleNames()
-{
-    QFETCH(int, code);
-    QFETCH(QString, name);
-    QCOMPARE(keyName(static_cast<std::uint8_t>(code)), name);
-}
+    void pagesOfFixedCaption()
+    {
+        for (int page = 0; page < 256; ++page) {
+            if (page == 2 || page == 3 || page == 5 || page == 6)
+                continue;
+            QString expected = QStringLiteral("Page ") + QString::number(page);
+            if (page == 0)
+                expected.clear();
+            if (page == 1)
+                expected = QStringLiteral("Mouse");
+            if (page == 7)
+                expected = QStringLiteral("Extended");
+            for (const int p1 : sampledBytes) {
+                for (const int p2 : sampledBytes)
+                    QCOMPARE(keyActionLabel(action(page, p1, p2, p1 ^ p2), {}), expected);
+            }
+        }
+    }
 
-void KeyNamesTest::offeredUsages()
-{
-    const auto& usages = offeredKeyUsages();
-    QCOMPARE(usages.size(), std::size_t{120});
-    for (std::size_t i = 0; i < 112; ++i)
-        QCOMPARE(std::size_t{usages.at(i)}, i + 4);
-    for (std::size_t i = 112; i < 120; ++i)
-        QCOMPARE(std::size_t{usages.at(i)}, i - 112 + 0xE0);
-}
+    void everyKeyCaption()
+    {
+        const QHash<int, QString>& names = expectedKeyNames();
+        for (int p1 = 0; p1 < 256; ++p1) {
+            for (const int p2 : sampledBytes) {
+                QString expected;
+                if (p1 % 2 == 1)
+                    expected = QStringLiteral("Ctrl+");
+                if (p1 / 2 % 2 == 1)
+                    expected += QStringLiteral("Shift+");
+                if (p1 / 4 % 2 == 1)
+                    expected += QStringLiteral("Alt+");
+                if (p1 / 8 % 2 == 1)
+                    expected += QStringLiteral("Win+");
+                const int named = p2 == 0 ? p1 : p2;
+                expected += names.value(named, QStringLiteral("0x") + twoDigits(named));
+                QCOMPARE(keyActionLabel(action(2, p1, p2, p1 ^ p2), {}), expected);
+            }
+        }
+    }
 
-void KeyNamesTest::captions_data()
-{
-    QTest::addColumn<int>("page");
-    QTest::addColumn<int>("p1");
-    QTest::addColumn<int>("p2");
-    QTest::addColumn<QString>("caption");
-
-    const auto row = [](int page, int p1, int p2, const char* caption) {
-        QTest::addRow("%d/%02x/%02x", page, static_cast<unsigned>(p1), static_cast<unsigned>(p2))
-            << page << p1 << p2 << QString::fromUtf8(caption);
-    };
-    row(0, 0, 0, "");
-    row(0, 2, 4, "");
-    row(1, 1, 1, "Mouse");
-    row(1, 3, 0xFF, "Mouse");
-    row(2, 0, 0x04, "A");
-    row(2, 0x03, 0x04, "Ctrl+Shift+A");
-    row(2, 0x03, 0x46, "Ctrl+Shift+Print Screen");
-    row(2, 0x0F, 0x05, "Ctrl+Shift+Alt+Win+B");
-    row(2, 0x0A, 0x06, "Shift+Win+C");
-    row(2, 0x40, 0x04, "A");
-    row(2, 0xF0, 0x04, "A");
-    row(2, 0xFF, 0x04, "Ctrl+Shift+Alt+Win+A");
-    row(2, 0, 0x65, "0x65");
-    row(2, 0, 0x6A, "0x6a");
-    row(2, 0, 0xE0, "L Ctrl");
-    row(2, 0, 0xAF, "Fn");
-    row(2, 0, 0, "0x00");
-    row(2, 0x01, 0, "Ctrl+0x01");
-    row(2, 0x02, 0, "Shift+0x02");
-    row(2, 0x04, 0, "Alt+A");
-    row(2, 0x08, 0, "Win+E");
-    row(2, 0x10, 0, "M");
-    row(2, 0x20, 0, "3");
-    row(2, 0x40, 0, "F7");
-    row(2, 0x80, 0, "0x80");
-    row(2, 0x03, 0, "Ctrl+Shift+0x03");
-    row(3, 0xB5, 0, "Next Track");
-    row(3, 0xB5, 0x01, "Next Track");
-    row(3, 0x8A, 0, "Email");
-    row(3, 0x9C, 0, "Mail");
-    row(3, 0, 0, "Consumer 0x00");
-    row(3, 0xEF, 0, "Consumer 0xef");
-    row(4, 0, 0, "Page 4");
-    row(5, 0, 0, "Special");
-    row(5, 1, 0, "Special");
-    row(5, 3, 0, "Disabled");
-    row(5, 3, 9, "Disabled");
-    row(5, 4, 0, "Special");
-    row(6, 0, 0, "Greeting");
-    row(6, 1, 0, "");
-    row(6, 2, 0, "%1 ünï ✓");
-    row(6, 3, 0, "Macro 3");
-    row(6, 255, 0, "Macro 255");
-    row(7, 0, 0, "Extended");
-    row(7, 3, 1, "Extended");
-    row(8, 0, 0, "Page 8");
-    row(9, 0, 0, "Page 9");
-    row(255, 0, 0, "Page 255");
-}
-
-void KeyNamesTest::captions()
-{
-    QFETCH(int, page);
-    QFETCH(int, p1);
-    QFETCH(int, p2);
-    QFETCH(QString, caption);
-    const QList<MacroRecord> macros = {macroNamed(QStringLiteral("Greeting")),
-                                       macroNamed(QString()),
-                                       macroNamed(QStringLiteral("%1 ünï ✓"))};
-    for (const int p3 : {0, 1, 255})
-        QCOMPARE(keyActionLabel(action(page, p1, p2, p3), macros), caption);
-}
-
-void KeyNamesTest::pagesOfFixedCaption()
-{
-    for (int page = 0; page < 256; ++page) {
-        if (page == 2 || page == 3 || page == 5 || page == 6)
-            continue;
-        QString expected = QStringLiteral("Page ") + QString::number(page);
-        if (page == 0)
-            expected.clear();
-        if (page == 1)
-            expected = QStringLiteral("Mouse");
-        if (page == 7)
-            expected = QStringLiteral("Extended");
-        for (const int p1 : sampledBytes) {
+    void everyConsumerCaption()
+    {
+        const QHash<int, QString> expected = {
+            {0xB5, QStringLiteral("Next Track")},  {0xB6, QStringLiteral("Previous Track")},
+            {0xB7, QStringLiteral("Stop")},        {0xCD, QStringLiteral("Play / Pause")},
+            {0xE2, QStringLiteral("Mute")},        {0xE9, QStringLiteral("Volume Up")},
+            {0xEA, QStringLiteral("Volume Down")}, {0x92, QStringLiteral("Calculator")},
+            {0x9C, QStringLiteral("Mail")},        {0x83, QStringLiteral("Sleep")},
+            {0x82, QStringLiteral("Reset")},       {0x81, QStringLiteral("Power")},
+            {0x23, QStringLiteral("Home")},        {0x27, QStringLiteral("Refresh")},
+            {0x8A, QStringLiteral("Email")},
+        };
+        for (int p1 = 0; p1 < 256; ++p1) {
+            const QString fallback = QStringLiteral("Consumer 0x") + twoDigits(p1);
             for (const int p2 : sampledBytes)
-                QCOMPARE(keyActionLabel(action(page, p1, p2, p1 ^ p2), {}), expected);
+                QCOMPARE(keyActionLabel(action(3, p1, p2, p1 ^ p2), {}),
+                         expected.value(p1, fallback));
         }
     }
-}
 
-void KeyNamesTest::everyKeyCaption()
-{
-    const QHash<int, QString>& names = expectedKeyNames();
-    for (int p1 = 0; p1 < 256; ++p1) {
-        for (const int p2 : sampledBytes) {
-            QString expected;
-            if (p1 % 2 == 1)
-                expected = QStringLiteral("Ctrl+");
-            if (p1 / 2 % 2 == 1)
-                expected += QStringLiteral("Shift+");
-            if (p1 / 4 % 2 == 1)
-                expected += QStringLiteral("Alt+");
-            if (p1 / 8 % 2 == 1)
-                expected += QStringLiteral("Win+");
-            const int named = p2 == 0 ? p1 : p2;
-            expected += names.value(named, QStringLiteral("0x") + twoDigits(named));
-            QCOMPARE(keyActionLabel(action(2, p1, p2), {}), expected);
+    void everySpecialCaption()
+    {
+        for (int p1 = 0; p1 < 256; ++p1) {
+            for (const int p2 : sampledBytes) {
+                QCOMPARE(keyActionLabel(action(5, p1, p2, p1 ^ p2), {}),
+                         p1 == 3 ? "Disabled" : "Special");
+            }
         }
     }
-}
 
-void KeyNamesTest::everySpecialCaption()
-{
-    for (int p1 = 0; p1 < 256; ++p1) {
-        for (const int p2 : sampledBytes) {
-            const KeyAction action{5, static_cast<std::uint8_t>(p1), static_cast<std::uint8_t>(p2),
-                                   0};
-            QCOMPARE(keyActionLabel(action, {}), p1 == 3 ? "Disabled" : "Special");
+    void macroCaptionsFollowTheList()
+    {
+        QList<MacroRecord> macros;
+        for (int count = 0; count < 300; ++count) {
+            for (const int p1 : sampledBytes) {
+                const QString expected =
+                    QString::fromLatin1(p1 < count ? "name " : "Macro ") + QString::number(p1);
+                QCOMPARE(keyActionLabel(action(6, p1, 0), macros), expected);
+            }
+            macros.append(macroNamed(QStringLiteral("name ") + QString::number(count)));
         }
     }
-}
-
-void KeyNamesTest::everyConsumerCaption()
-{
-    const QHash<int, QString> expected = {
-        {0xB5, QStringLiteral("Next Track")},  {0xB6, QStringLiteral("Previous Track")},
-        {0xB7, QStringLiteral("Stop")},        {0xCD, QStringLiteral("Play / Pause")},
-        {0xE2, QStringLiteral("Mute")},        {0xE9, QStringLiteral("Volume Up")},
-        {0xEA, QStringLiteral("Volume Down")}, {0x92, QStringLiteral("Calculator")},
-        {0x9C, QStringLiteral("Mail")},        {0x83, QStringLiteral("Sleep")},
-        {0x82, QStringLiteral("Reset")},       {0x81, QStringLiteral("Power")},
-        {0x23, QStringLiteral("Home")},        {0x27, QStringLiteral("Refresh")},
-        {0x8A, QStringLiteral("Email")},
-    };
-    for (int p1 = 0; p1 < 256; ++p1) {
-        const QString fallback = QStringLiteral("Consumer 0x") + twoDigits(p1);
-        for (const int p2 : sampledBytes)
-            QCOMPARE(keyActionLabel(action(3, p1, p2), {}), expected.value(p1, fallback));
-    }
-}
-
-void KeyNamesTest::macroCaptionsFollowTheList()
-{
-    QList<MacroRecord> macros;
-    for (int count = 0; count < 300; ++count) {
-        for (const int p1 : sampledBytes) {
-            const QString expected =
-                QString::fromLatin1(p1 < count ? "name " : "Macro ") + QString::number(p1);
-            QCOMPARE(keyActionLabel(action(6, p1, 0), macros), expected);
-        }
-        macros.append(macroNamed(QStringLiteral("name ") + QString::number(count)));
-    }
-}
+};
 
 QTEST_GUILESS_MAIN(KeyNamesTest)
 #include "key_names_test.moc"
