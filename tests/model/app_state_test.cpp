@@ -37,6 +37,12 @@ SavedState loaded(const QByteArray& content)
     return fields();
 }
 
+void saveState(const SavedState& state)
+{
+    fields() = state;
+    AppState::instance().save();
+}
+
 // An object of the state file, written out by hand.
 QByteArray keyJson(const KeyAction& action)
 {
@@ -131,52 +137,525 @@ class AppStateTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        configuration.makeProgramDirectory();
+        writeFile(stateFile(), sampleStateJson());
+    }
 
-    void firstUseLoadsTheFile();
-    void fileStandsInTheConfigurationDirectory();
-    void objectIsOneWithoutParent();
-    void signalsAreDeclaredInOrder();
+    void init()
+    {
+        // The program is silent about its files, and so is Qt.
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+        configuration.makeProgramDirectory();
+    }
 
-    void numbers_data();
-    void numbers();
-    void layerLengths_data();
-    void layerLengths();
-    void colorLengths_data();
-    void colorLengths();
-    void wrongTypes_data();
-    void wrongTypes();
-    void missingMembers();
-    void macroTexts();
-    void manyMacros();
+    void cleanup()
+    {
+        configuration.clear();
+        fields() = SavedState{};
+    }
 
-    void unusableFiles_data();
-    void unusableFiles();
-    void largeFileLoads();
-    void missingFile();
-    void directoryInPlaceOfTheFile();
-    void fileWithoutReadPermission();
-    void fileThatFailsWhileReading();
+    // Has to be the first test: the object is made only once in a process.
+    void firstUseLoadsTheFile()
+    {
+        QCOMPARE(AppState::instance().layerBase.at(0), (KeyAction{2, 3, 5, 0}));
+        QVERIFY(fields() == sampleState());
+        QCOMPARE(readFile(backup()), sampleStateJson());
+    }
 
-    void fileFormat();
-    void savingMakesTheDirectory();
-    void savingWritesInPlace();
-    void savingFollowsALink();
-    void savingWithoutADirectoryIsSilent();
+    void fileStandsInTheConfigurationDirectory()
+    {
+        QCOMPARE(stateFilePath(), stateFile());
+        QCOMPARE(QFileInfo(stateFilePath()).path(),
+                 QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
+    }
 
-    void randomStatesThroughBytes();
-    void randomStatesThroughTheFile();
-    void loadAndSaveEmitNothing();
+    void objectIsOneWithoutParent()
+    {
+        QCOMPARE(&AppState::instance(), &AppState::instance());
+        QVERIFY(AppState::instance().parent() == nullptr);
+        QCOMPARE(AppState::instance().metaObject()->className(), "tavik::AppState");
+    }
 
-    void goodFileIsCopied();
-    void copyIsReplacedAtTheNextStart();
-    void copyIsNoMoreOpenThanTheFile();
-    void copiesAreNeverRead();
-    void failingCopyIsSilent_data();
-    void failingCopyIsSilent();
-    void savingLeavesTheCopiesAlone();
+    void signalsAreDeclaredInOrder()
+    {
+        const QMetaObject& type = AppState::staticMetaObject;
+        QByteArrayList signatures;
+        for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
+            QCOMPARE(type.method(i).methodType(), QMetaMethod::Signal);
+            signatures.append(type.method(i).methodSignature());
+        }
+        QCOMPARE(signatures,
+                 (QByteArrayList{"macrosChanged()", "layersChanged()", "rgbChanged()"}));
+    }
+
+    void numbers_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<int>("asByte");
+        QTest::addColumn<int>("asWord");
+        const auto row = [](const char* json, int asByte, int asWord) {
+            QTest::newRow(json) << QByteArray(json) << asByte << asWord;
+        };
+        row("0", 0, 0);
+        row("255", 255, 255);
+        row("256", 0, 256);
+        row("300", 44, 300);
+        row("-1", 255, 65535);
+        row("-128", 128, 65408);
+        row("65535", 255, 65535);
+        row("65536", 0, 0);
+        row("70000", 112, 4464);
+        row("2147483647", 255, 65535);
+        row("2147483648", 0, 0);
+        row("-2147483648", 0, 0);
+        row("-2147483649", 0, 0);
+        row("4294967297", 0, 0);
+        row("9223372036854775807", 0, 0);
+        row("99999999999999999999", 0, 0);
+        row("7.0", 7, 7);
+        row("3e2", 44, 300);
+        row("1.5", 0, 0);
+        row("-0.5", 0, 0);
+        row("1e10", 0, 0);
+        row("1e400", 0, 0);
+        row("\"255\"", 0, 0);
+        row("\"\"", 0, 0);
+        row("true", 0, 0);
+        row("false", 0, 0);
+        row("null", 0, 0);
+        row("[1]", 0, 0);
+        row("{\"page\":1}", 0, 0);
+    }
+    void numbers()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(int, asByte);
+        QFETCH(int, asWord);
+
+        if (json == "1e400") {
+            // A number beyond double ends the document, whatever stands around it.
+            QVERIFY(loaded("{\"customRgb\":[1,1e400]}") == SavedState{});
+            return;
+        }
+        const QByteArray key =
+            "{\"page\":" + json + ",\"p1\":" + json + ",\"p2\":" + json + ",\"p3\":" + json + "}";
+        const SavedState state = loaded(
+            "{\"layerBase\":[" + key + "],\"layerFn\":[{}," + key +
+            "],\"macros\":[{\"name\":\"n\",\"actions\":[{\"delay\":" + json + ",\"key\":" + json +
+            ",\"flags\":" + json + "}]}],\"customRgb\":[1," + json + ",3]}");
+        const auto byte = static_cast<std::uint8_t>(asByte);
+        QCOMPARE(state.layerBase.at(0), (KeyAction{byte, byte, byte, byte}));
+        QCOMPARE(state.layerFn.at(0), (KeyAction{}));
+        QCOMPARE(state.layerFn.at(1), (KeyAction{byte, byte, byte, byte}));
+        QCOMPARE(state.macros.size(), 1);
+        QCOMPARE(state.macros.at(0).actions,
+                 (QList<MacroAction>{{static_cast<std::uint16_t>(asWord), byte, byte}}));
+        QCOMPARE(state.customRgb.at(0), 1);
+        QCOMPARE(state.customRgb.at(1), byte);
+        QCOMPARE(state.customRgb.at(2), 3);
+    }
+
+    void layerLengths_data()
+    {
+        QTest::addColumn<int>("count");
+        for (const int count : {0, 1, 10, 143, 144, 145, 200})
+            QTest::addRow("%d", count) << count;
+    }
+    void layerLengths()
+    {
+        QFETCH(int, count);
+        QByteArrayList keys;
+        for (int i = 0; i < count; ++i) {
+            const QByteArray number = QByteArray::number(i);
+            keys.append("{\"page\":2,\"p1\":1,\"p2\":" + number + ",\"p3\":3}");
+        }
+        const QByteArray array = '[' + keys.join(',') + ']';
+        const SavedState base = loaded("{\"layerBase\":" + array + '}');
+        const SavedState fn = loaded("{\"layerFn\":" + array + '}');
+        QCOMPARE(fn.layerFn, base.layerBase);
+        QCOMPARE(base.layerFn, KeyLayer{});
+        QCOMPARE(fn.layerBase, KeyLayer{});
+        for (int i = 0; i < 144; ++i) {
+            const KeyAction expected =
+                i < count ? KeyAction{2, 1, static_cast<std::uint8_t>(i), 3} : KeyAction{};
+            QCOMPARE(base.layerBase.at(static_cast<std::size_t>(i)), expected);
+        }
+    }
+
+    void colorLengths_data()
+    {
+        QTest::addColumn<int>("count");
+        for (const int count : {0, 1, 100, 431, 432, 433, 1000})
+            QTest::addRow("%d", count) << count;
+    }
+    void colorLengths()
+    {
+        QFETCH(int, count);
+        QByteArrayList bytes;
+        for (int i = 0; i < count; ++i)
+            bytes.append(QByteArray::number(i % 251 + 1));
+        const SavedState state = loaded("{\"customRgb\":[" + bytes.join(',') + "]}");
+        for (int i = 0; i < 432; ++i)
+            QCOMPARE(int{state.customRgb.at(static_cast<std::size_t>(i))},
+                     i < count ? i % 251 + 1 : 0);
+    }
+
+    void wrongTypes_data()
+    {
+        QTest::addColumn<QByteArray>("value");
+        for (const char* value : {"null", "true", "17", "\"text\"", "{}", "{\"0\":{\"page\":2}}"})
+            QTest::newRow(value) << QByteArray(value);
+    }
+    void wrongTypes()
+    {
+        QFETCH(QByteArray, value);
+        const QByteArray whole = "{\"layerBase\":" + value + ",\"layerFn\":" + value +
+                                 ",\"macros\":" + value + ",\"customRgb\":" + value + "}";
+        QVERIFY(loaded(whole) == SavedState{});
+
+        const QByteArray array = '[' + value + "," + value + ']';
+        SavedState expected;
+        expected.macros = {MacroRecord{}, MacroRecord{}};
+        if (value == "17")
+            expected.customRgb.at(0) = expected.customRgb.at(1) = 17;
+        QVERIFY(loaded("{\"layerBase\":" + array + ",\"layerFn\":" + array +
+                       ",\"macros\":" + array + ",\"customRgb\":" + array + "}") == expected);
+
+        const QString name = value == "\"text\"" ? QStringLiteral("text") : QString();
+        expected = SavedState{};
+        expected.macros = {{name, {}}, {QString(), {MacroAction{}}}};
+        QVERIFY(loaded("{\"macros\":[{\"name\":" + value + ",\"actions\":" + value +
+                       "},{\"actions\":[" + value + "]}]}") == expected);
+    }
+
+    void missingMembers()
+    {
+        fields() = sampleState();
+        writeFile(stateFile(), "{\"other\":1}");
+        AppState::instance().load();
+        QVERIFY(fields().macros.isEmpty());
+        QVERIFY(loaded("{}") == SavedState{});
+        SavedState expected;
+        expected.layerBase.at(0).p2 = 4;
+        QVERIFY(loaded("{\"layerBase\":[{\"p2\":4,\"P1\":9,\"p4\":9}]}") == expected);
+    }
+
+    void macroTexts()
+    {
+        const SavedState state =
+            loaded(R"({"macros":[{"name":"\u0041\ud83d\ude42\n","actions":[{"key":7,"code":9}]},)"
+                   R"({"name":"","actions":[]},{"name":"مرحبا","actions":[{},{"delay":5}]}]})");
+        const QList<MacroRecord> expected = {
+            {QStringLiteral("A🙂\n"), {{0, 7, 0}}},
+            {QString(), {}},
+            {QStringLiteral("مرحبا"), {{0, 0, 0}, {5, 0, 0}}},
+        };
+        QCOMPARE(state.macros, expected);
+    }
+
+    void manyMacros()
+    {
+        SavedState state;
+        for (int i = 0; i < 1000; ++i)
+            state.macros.append({QString::number(i), {}});
+        state.macros.append({QString(), QList<MacroAction>(5000, {1, 2, 3})});
+        saveState(state);
+        fields() = SavedState{};
+        AppState::instance().load();
+        QVERIFY(fields() == state);
+    }
+
+    void unusableFiles_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+
+        const QByteArray good = sampleStateJson();
+        QByteArray everyByte;
+        for (int i = 0; i < 256; ++i)
+            everyByte.append(static_cast<char>(i));
+
+        QTest::newRow("empty") << QByteArray("");
+        QTest::newRow("white space") << QByteArray(" \n\t ");
+        QTest::newRow("array") << QByteArray('[' + good + ']');
+        QTest::newRow("string") << QByteArray("\"layerBase\"");
+        QTest::newRow("number") << QByteArray("17");
+        QTest::newRow("no JSON") << QByteArray("layerBase=1\n");
+        QTest::newRow("half a file") << good.left(good.size() / 2);
+        QTest::newRow("last brace missing") << good.left(good.size() - 2);
+        QTest::newRow("text behind") << QByteArray(good + "x");
+        QTest::newRow("every byte") << everyByte;
+        QTest::newRow("zeros") << QByteArray(4096, '\0');
+        QTest::newRow("zeros in front") << QByteArray(QByteArray(16, '\0') + good);
+        QTest::newRow("broken UTF-8") << QByteArray("{\"macros\":[{\"name\":\"\xC3\"}]}");
+        QTest::newRow("100,000 arrays") << QByteArray(100000, '[');
+        QTest::newRow("100,000 closed arrays")
+            << QByteArray("{\"macros\":" + QByteArray(100000, '[') + QByteArray(100000, ']') + '}');
+        QTest::newRow("100,000 objects") << QByteArray("{\"a\":").repeated(100000);
+        QTest::newRow("10 MB of text") << QByteArray(10'000'000, 'x');
+        QTest::newRow("10 MB of zeros") << QByteArray(10'000'000, '\0');
+        QTest::newRow("10 MB, cut")
+            << QByteArray("{\"customRgb\":[" + QByteArray("255,").repeated(2'500'000));
+    }
+    void unusableFiles()
+    {
+        QFETCH(QByteArray, content);
+        writeFile(backup(), "an earlier copy");
+        QVERIFY(loaded(content) == SavedState{});
+        QCOMPARE(readFile(stateFile()), content);
+        QCOMPARE(readFile(damaged()), content);
+        QCOMPARE(readFile(backup()), "an earlier copy");
+        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
+
+        saveState(sampleState());
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+        QCOMPARE(readFile(damaged()), content);
+    }
+
+    void largeFileLoads()
+    {
+        QByteArray content = sampleStateJson();
+        content.insert(1, "\"zz\":[" + QByteArray("1,").repeated(5'000'000) + "1],");
+        QVERIFY(loaded(content) == sampleState());
+        QCOMPARE(readFile(backup()), content);
+        QVERIFY(!QFile::exists(damaged()));
+    }
+
+    void missingFile()
+    {
+        configuration.clear();
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        QVERIFY(QDir(configuration.path()).isEmpty());
+    }
+
+    void directoryInPlaceOfTheFile()
+    {
+        QVERIFY(QDir().mkpath(stateFile()));
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        saveState(sampleState());
+        QVERIFY(QFileInfo(stateFile()).isDir());
+        QVERIFY(QDir(stateFile()).isEmpty());
+        QCOMPARE(filesLeft(), QStringList{"state.json"});
+    }
+
+    void fileWithoutReadPermission()
+    {
+        if (geteuid() == 0)
+            QSKIP("No file is unreadable to root.");
+        writeFile(stateFile(), sampleStateJson());
+        QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::Permissions{}));
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        AppState::instance().save();
+        QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::ReadOwner));
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+        QCOMPARE(filesLeft(), QStringList{"state.json"});
+    }
+
+    // The memory of a process opens like a file, and no byte of it can be read from address 0.
+    void fileThatFailsWhileReading()
+    {
+        QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), stateFile()));
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        QCOMPARE(filesLeft(), QStringList{"state.json"});
+    }
+
+    void fileFormat()
+    {
+        saveState(sampleState());
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+        QCOMPARE(parsed(readFile(stateFile())).keys(),
+                 (QStringList{"customRgb", "layerBase", "layerFn", "macros"}));
+
+        saveState({});
+        const QJsonObject object = parsed(readFile(stateFile()));
+        QCOMPARE(object.value(QLatin1String("layerBase")).toArray().size(), 144);
+        QCOMPARE(object.value(QLatin1String("layerFn")).toArray().size(), 144);
+        QCOMPARE(object.value(QLatin1String("macros")), QJsonValue(QJsonArray()));
+        QCOMPARE(object.value(QLatin1String("customRgb")).toArray().size(), 432);
+        QCOMPARE(filesLeft(), QStringList{"state.json"});
+    }
+
+    void savingMakesTheDirectory()
+    {
+        configuration.clear();
+        saveState(sampleState());
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+    }
+
+    void savingWritesInPlace()
+    {
+        writeFile(stateFile(), QByteArray(200000, 'x'));
+        const FileId before = fileId(stateFile());
+        saveState(sampleState());
+        QVERIFY(before != FileId{});
+        QVERIFY(fileId(stateFile()) == before);
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+    }
+
+    void savingFollowsALink()
+    {
+        const QString elsewhere = configuration.programPath() + "/elsewhere.json";
+        writeFile(elsewhere, "{}");
+        QVERIFY(QFile::link(elsewhere, stateFile()));
+        saveState(sampleState());
+        QVERIFY(QFileInfo(stateFile()).isSymLink());
+        QCOMPARE(readFile(elsewhere), sampleStateJson());
+        AppState::instance().load();
+        QCOMPARE(readFile(backup()), sampleStateJson());
+    }
+
+    void savingWithoutADirectoryIsSilent()
+    {
+        configuration.clear();
+        writeFile(configuration.path() + "/zerolt-linux", "a file in the way");
+        saveState(sampleState());
+        QCOMPARE(readFile(configuration.path() + "/zerolt-linux"), "a file in the way");
+        AppState::instance().load();
+        QVERIFY(fields() == sampleState());
+        QVERIFY(QFile::remove(configuration.path() + "/zerolt-linux"));
+    }
+
+    void randomStatesThroughBytes()
+    {
+        QRandomGenerator random(20230418);
+        for (int round = 0; round < 1000; ++round) {
+            const SavedState state = randomState(random);
+            const QByteArray json = stateToJson(state);
+            QVERIFY2(stateFromJson(parsed(json)) == state, qPrintable(QString::number(round)));
+            QCOMPARE(json,
+                     QJsonDocument::fromJson(json).toJson()); // as any other program writes it
+        }
+    }
+
+    void randomStatesThroughTheFile()
+    {
+        QRandomGenerator random(8009);
+        QByteArray previous;
+        for (int round = 0; round < randomRounds; ++round) {
+            const SavedState state = randomState(random);
+            saveState(state);
+            const QByteArray content = readFile(stateFile());
+            QVERIFY(content != previous);
+            // A start also copies the file, which takes the disk's time; some rounds go that way.
+            if (round % 50 != 0) {
+                QVERIFY2(stateFromJson(parsed(content)) == state,
+                         qPrintable(QString::number(round)));
+                previous = content;
+                continue;
+            }
+            fields() = SavedState{};
+            AppState::instance().load();
+            QVERIFY2(fields() == state, qPrintable(QString::number(round)));
+            AppState::instance().save();
+            QCOMPARE(readFile(stateFile()), content);
+            previous = content;
+        }
+    }
+
+    void loadAndSaveEmitNothing()
+    {
+        QSignalSpy macros(&AppState::instance(), &AppState::macrosChanged);
+        QSignalSpy layers(&AppState::instance(), &AppState::layersChanged);
+        QSignalSpy colors(&AppState::instance(), &AppState::rgbChanged);
+        saveState(sampleState());
+        fields() = SavedState{};
+        AppState::instance().load();
+        QVERIFY(fields() == sampleState());
+        QVERIFY(loaded("no JSON") == SavedState{});
+        QCOMPARE(macros.count() + layers.count() + colors.count(), 0);
+        emit AppState::instance().layersChanged();
+        QCOMPARE(layers.count(), 1);
+    }
+
+    void goodFileIsCopied()
+    {
+        writeFile(damaged(), "an earlier find");
+        const QByteArray content = "{ \"layerBase\": [], \"note\": \"kept as it stands\" }";
+        QVERIFY(loaded(content) == SavedState{});
+        QCOMPARE(readFile(backup()), content);
+        QCOMPARE(readFile(damaged()), "an earlier find");
+        QCOMPARE(readFile(stateFile()), content);
+        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
+    }
+
+    void copyIsReplacedAtTheNextStart()
+    {
+        loaded(sampleStateJson());
+        QCOMPARE(readFile(backup()), sampleStateJson());
+        const FileId first = fileId(backup());
+        loaded("{}");
+        QCOMPARE(readFile(backup()), "{}");
+        // Put in place of the old copy, not written over it.
+        QVERIFY(fileId(backup()) != first);
+        loaded(sampleStateJson().chopped(2));
+        QCOMPARE(readFile(backup()), "{}");
+        loaded("[]");
+        QCOMPARE(readFile(damaged()), "[]");
+    }
+
+    void copyIsNoMoreOpenThanTheFile()
+    {
+        const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+        const auto bits = [](const QString& path) {
+            struct stat status = {};
+            return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 0777U
+                                                                           : 0U;
+        };
+        writeFile(backup(), "open to all");
+        writeFile(stateFile(), sampleStateJson());
+        QVERIFY(QFile::setPermissions(stateFile(), ownerOnly));
+        AppState::instance().load();
+        QCOMPARE(readFile(backup()), sampleStateJson());
+        QCOMPARE(bits(backup()), 0600U);
+
+        QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::ReadOwner));
+        AppState::instance().load();
+        QCOMPARE(bits(backup()), 0600U);
+    }
+
+    void copiesAreNeverRead()
+    {
+        writeFile(backup(), sampleStateJson());
+        writeFile(damaged(), sampleStateJson());
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        QVERIFY(loaded("damage") == SavedState{});
+        QVERIFY(loaded("{}") == SavedState{});
+    }
+
+    void failingCopyIsSilent_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("suffix");
+        QTest::newRow("good") << sampleStateJson() << ".bak";
+        QTest::newRow("damaged") << QByteArray("damage") << ".damaged";
+    }
+    void failingCopyIsSilent()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, suffix);
+        QVERIFY(QDir().mkpath(stateFile() + suffix));
+        const SavedState expected = suffix == ".bak" ? sampleState() : SavedState{};
+        QVERIFY(loaded(content) == expected);
+        QVERIFY(QFileInfo(stateFile() + suffix).isDir());
+        QCOMPARE(readFile(stateFile()), content);
+        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json" + suffix}));
+    }
+
+    void savingLeavesTheCopiesAlone()
+    {
+        writeFile(backup(), "a");
+        writeFile(damaged(), "b");
+        saveState(sampleState());
+        QCOMPARE(readFile(backup()), "a");
+        QCOMPARE(readFile(damaged()), "b");
+        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
+    }
 
 private:
     OwnConfiguration configuration;
@@ -192,545 +671,6 @@ private:
                        QDir::Name);
     }
 };
-
-void AppStateTest::initTestCase()
-{
-    configuration.makeProgramDirectory();
-    writeFile(stateFile(), sampleStateJson());
-}
-
-void AppStateTest::init()
-{
-    // The program is silent about its files, and so is Qt.
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
-    configuration.makeProgramDirectory();
-}
-
-void AppStateTest::cleanup()
-{
-    configuration.clear();
-    fields() = SavedState{};
-}
-
-// Has to be the first test: the object is made only once in a process.
-void AppStateTest::firstUseLoadsTheFile()
-{
-    QCOMPARE(AppState::instance().layerBase.at(0), (KeyAction{2, 3, 5, 0}));
-    QVERIFY(fields() == sampleState());
-    QCOMPARE(readFile(backup()), sampleStateJson());
-}
-
-void AppStateTest::fileStandsInTheConfigurationDirectory()
-{
-    QCOMPARE(stateFilePath(), stateFile());
-    QCOMPARE(QFileInfo(stateFilePath()).path(),
-             QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
-}
-
-void AppStateTest::objectIsOneWithoutParent()
-{
-    QCOMPARE(&AppState::instance(), &AppState::instance());
-    QVERIFY(AppState::instance().parent() == nullptr);
-    QCOMPARE(AppState::instance().metaObject()->className(), "tavik::AppState");
-}
-
-void AppStateTest::signalsAreDeclaredInOrder()
-{
-    const QMetaObject& type = AppState::staticMetaObject;
-    QByteArrayList signatures;
-    for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
-        QCOMPARE(type.method(i).methodType(), QMetaMethod::Signal);
-        signatures.append(type.method(i).methodSignature());
-    }
-    QCOMPARE(signatures, (QByteArrayList{"macrosChanged()", "layersChanged()", "rgbChanged()"}));
-}
-
-void AppStateTest::numbers_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<int>("asByte");
-    QTest::addColumn<int>("asWord");
-
-    const auto row = [](const char* json, int asByte, int asWord) {
-        QTest::newRow(json) << QByteArray(json) << asByte << asWord;
-    };
-    row("0", 0, 0);
-    row("255", 255, 255);
-    row("256", 0, 256);
-    row("300", 44, 300);
-    row("-1", 255, 65535);
-    row("-128", 128, 65408);
-    row("65535", 255, 65535);
-    row("65536", 0, 0);
-    row("70000", 112, 4464);
-    row("2147483647", 255, 65535);
-    row("2147483648", 0, 0);
-    row("-2147483648", 0, 0);
-    row("-2147483649", 0, 0);
-    row("4294967297", 0, 0);
-    row("9223372036854775807", 0, 0);
-    row("99999999999999999999", 0, 0);
-    row("7.0", 7, 7);
-    row("3e2", 44, 300);
-    row("1.5", 0, 0);
-    row("-0.5", 0, 0);
-    row("1e10", 0, 0);
-    row("1e400", 0, 0);
-    row("\"255\"", 0, 0);
-    row("\"\"", 0, 0);
-    row("true", 0, 0);
-    row("false", 0, 0);
-    row("null", 0, 0);
-    row("[1]", 0, 0);
-    row("{\"page\":1}", 0, 0);
-}
-
-void AppStateTest::numbers()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(int, asByte);
-    QFETCH(int, asWord);
-
-    if (json == "1e400") {
-        // A number beyond double ends the document, whatever stands around it.
-        QVERIFY(loaded("{\"customRgb\":[1,1e400]}") == SavedState{});
-        return;
-    }
-    const QByteArray key =
-        "{\"page\":" + json + ",\"p1\":" + json + ",\"p2\":" + json + ",\"p3\":" + json + "}";
-    const SavedState state = loaded(
-        "{\"layerBase\":[" + key + "],\"layerFn\":[{}," + key +
-        "],\"macros\":[{\"name\":\"n\",\"actions\":[{\"delay\":" + json + ",\"key\":" + json +
-        ",\"flags\":" + json + "}]}],\"customRgb\":[1," + json + ",3]}");
-    const auto byte = static_cast<std::uint8_t>(asByte);
-    QCOMPARE(state.layerBase.at(0), (KeyAction{byte, byte, byte, byte}));
-    QCOMPARE(state.layerFn.at(0), (KeyAction{}));
-    QCOMPARE(state.layerFn.at(1), (KeyAction{byte, byte, byte, byte}));
-    QCOMPARE(state.macros.size(), 1);
-    QCOMPARE(state.macros.at(0).actions,
-             (QList<MacroAction>{{static_cast<std::uint16_t>(asWord), byte, byte}}));
-    QCOMPARE(state.customRgb.at(0), 1);
-    QCOMPARE(state.customRgb.at(1), byte);
-    QCOMPARE(state.customRgb.at(2), 3);
-}
-
-void AppStateTest::layerLengths_data()
-{
-    QTest::addColumn<int>("count");
-
-    for (const int count : {0, 1, 10, 143, 144, 145, 200})
-        QTest::addRow("%d", count) << count;
-}
-
-void AppStateTest::layerLengths()
-{
-    QFETCH(int, count);
-    QByteArrayList keys;
-    for (int i = 0; i < count; ++i) {
-        const QByteArray number = QByteArray::number(i);
-        keys.append("{\"page\":2,\"p1\":1,\"p2\":" + number + ",\"p3\":3}");
-    }
-    const QByteArray array = '[' + keys.join(',') + ']';
-    const SavedState base = loaded("{\"layerBase\":" + array + '}');
-    const SavedState fn = loaded("{\"layerFn\":" + array + '}');
-    QCOMPARE(fn.layerFn, base.layerBase);
-    QCOMPARE(base.layerFn, KeyLayer{});
-    QCOMPARE(fn.layerBase, KeyLayer{});
-    for (int i = 0; i < 144; ++i) {
-        const KeyAction expected =
-            i < count ? KeyAction{2, 1, static_cast<std::uint8_t>(i), 3} : KeyAction{};
-        QCOMPARE(base.layerBase.at(static_cast<std::size_t>(i)), expected);
-    }
-}
-
-void AppStateTest::colorLengths_data()
-{
-    QTest::addColumn<int>("count");
-
-    for (const int count : {0, 1, 100, 431, 432, 433, 1000})
-        QTest::addRow("%d", count) << count;
-}
-
-void AppStateTest::colorLengths()
-{
-    QFETCH(int, count);
-    QByteArrayList bytes;
-    for (int i = 0; i < count; ++i)
-        bytes.append(QByteArray::number(i % 251 + 1));
-    const SavedState state = loaded("{\"customRgb\":[" + bytes.join(',') + "]}");
-    for (int i = 0; i < 432; ++i)
-        QCOMPARE(int{state.customRgb.at(static_cast<std::size_t>(i))}, i < count ? i % 251 + 1 : 0);
-}
-
-void AppStateTest::wrongTypes_data()
-{
-    QTest::addColumn<QByteArray>("value");
-
-    for (const char* value : {"null", "true", "17", "\"text\"", "{}", "{\"0\":{\"page\":2}}"})
-        QTest::newRow(value) << QByteArray(value);
-}
-
-void AppStateTest::wrongTypes()
-{
-    QFETCH(QByteArray, value);
-    const QByteArray whole = "{\"layerBase\":" + value + ",\"layerFn\":" + value +
-                             ",\"macros\":" + value + ",\"customRgb\":" + value + "}";
-    QVERIFY(loaded(whole) == SavedState{});
-
-    const QByteArray array = '[' + value + "," + value + ']';
-    SavedState expected;
-    expected.macros = {MacroRecord{}, MacroRecord{}};
-    if (value == "17")
-        expected.customRgb.at(0) = expected.customRgb.at(1) = 17;
-    QVERIFY(loaded("{\"layerBase\":" + array + ",\"layerFn\":" + array + ",\"macros\":" + array +
-                   ",\"customRgb\":" + array + "}") == expected);
-
-    const QString name = value == "\"text\"" ? QStringLiteral("text") : QString();
-    expected = SavedState{};
-    expected.macros = {{name, {}}, {QString(), {MacroAction{}}}};
-    QVERIFY(loaded("{\"macros\":[{\"name\":" + value + ",\"actions\":" + value +
-                   "},{\"actions\":[" + value + "]}]}") == expected);
-}
-
-void AppStateTest::missingMembers()
-{
-    fields() = sampleState();
-    writeFile(stateFile(), "{\"other\":1}");
-    AppState::instance().load();
-    QVERIFY(fields().macros.isEmpty());
-    QVERIFY(loaded("{}") == SavedState{});
-    SavedState expected;
-    expected.layerBase.at(0).p2 = 4;
-    QVERIFY(loaded("{\"layerBase\":[{\"p2\":4,\"P1\":9,\"p4\":9}]}") == expected);
-}
-
-void AppStateTest::macroTexts()
-{
-    const SavedState state =
-        loaded(R"({"macros":[{"name":"\u0041\ud83d\ude42\n","actions":[{"key":7,"code":9}]},)"
-               R"({"name":"","actions":[]},{"name":"مرحبا","actions":[{},{"delay":5}]}]})");
-    const QList<MacroRecord> expected = {
-        {QStringLiteral("A🙂\n"), {{0, 7, 0}}},
-        {QString(), {}},
-        {QStringLiteral("مرحبا"), {{0, 0, 0}, {5, 0, 0}}},
-    };
-    QCOMPARE(state.macros, expected);
-}
-
-void AppStateTest::manyMacros()
-{
-    SavedState state;
-    for (int i = 0; i < 1000; ++i)
-        state.macros.append({QString::number(i), {}});
-    state.macros.append({QString(), QList<MacroAction>(5000, {1, 2, 3})});
-    fields() = state;
-    AppState::instance().save();
-    fields() = SavedState{};
-    AppState::instance().load();
-    QVERIFY(fields() == state);
-}
-
-void AppStateTest::unusableFiles_data()
-{
-    QTest::addColumn<QByteArray>("content");
-
-    const QByteArray good = sampleStateJson();
-    QByteArray everyByte;
-    for (int i = 0; i < 256; ++i)
-        everyByte.append(static_cast<char>(i));
-
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("white space") << QByteArray(" \n\t ");
-    QTest::newRow("array") << QByteArray('[' + good + ']');
-    QTest::newRow("string") << QByteArray("\"layerBase\"");
-    QTest::newRow("number") << QByteArray("17");
-    QTest::newRow("no JSON") << QByteArray("layerBase=1\n");
-    QTest::newRow("half a file") << good.left(good.size() / 2);
-    QTest::newRow("last brace missing") << good.left(good.size() - 2);
-    QTest::newRow("text behind") << QByteArray(good + "x");
-    QTest::newRow("every byte") << everyByte;
-    QTest::newRow("zeros") << QByteArray(4096, '\0');
-    QTest::newRow("zeros in front") << QByteArray(QByteArray(16, '\0') + good);
-    QTest::newRow("broken UTF-8") << QByteArray("{\"macros\":[{\"name\":\"\xC3\"}]}");
-    QTest::newRow("100,000 arrays") << QByteArray(100000, '[');
-    QTest::newRow("100,000 closed arrays")
-        << QByteArray("{\"macros\":" + QByteArray(100000, '[') + QByteArray(100000, ']') + '}');
-    QTest::newRow("100,000 objects") << QByteArray("{\"a\":").repeated(100000);
-    QTest::newRow("10 MB of text") << QByteArray(10'000'000, 'x');
-    QTest::newRow("10 MB of zeros") << QByteArray(10'000'000, '\0');
-    QTest::newRow("10 MB, cut") << QByteArray("{\"customRgb\":[" +
-                                              QByteArray("255,").repeated(2'500'000));
-}
-
-void AppStateTest::unusableFiles()
-{
-    QFETCH(QByteArray, content);
-    writeFile(backup(), "an earlier copy");
-    QVERIFY(loaded(content) == SavedState{});
-    QCOMPARE(readFile(stateFile()), content);
-    QCOMPARE(readFile(damaged()), content);
-    QCOMPARE(readFile(backup()), "an earlier copy");
-    QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
-
-    fields() = sampleState();
-    AppState::instance().save();
-    QCOMPARE(readFile(stateFile()), sampleStateJson());
-    QCOMPARE(readFile(damaged()), content);
-}
-
-void AppStateTest::largeFileLoads()
-{
-    QByteArray content = sampleStateJson();
-    content.insert(1, "\"zz\":[" + QByteArray("1,").repeated(5'000'000) + "1],");
-    QVERIFY(loaded(content) == sampleState());
-    QCOMPARE(readFile(backup()), content);
-    QVERIFY(!QFile::exists(damaged()));
-}
-
-void AppStateTest::missingFile()
-{
-    configuration.clear();
-    AppState::instance().load();
-    QVERIFY(fields() == SavedState{});
-    QVERIFY(QDir(configuration.path()).isEmpty());
-}
-
-void AppStateTest::directoryInPlaceOfTheFile()
-{
-    QVERIFY(QDir().mkpath(stateFile()));
-    AppState::instance().load();
-    QVERIFY(fields() == SavedState{});
-    fields() = sampleState();
-    AppState::instance().save();
-    QVERIFY(QFileInfo(stateFile()).isDir());
-    QVERIFY(QDir(stateFile()).isEmpty());
-    QCOMPARE(filesLeft(), QStringList{"state.json"});
-}
-
-void AppStateTest::fileWithoutReadPermission()
-{
-    if (geteuid() == 0)
-        QSKIP("No file is unreadable to root.");
-    writeFile(stateFile(), sampleStateJson());
-    QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::Permissions{}));
-    AppState::instance().load();
-    QVERIFY(fields() == SavedState{});
-    AppState::instance().save();
-    QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::ReadOwner));
-    QCOMPARE(readFile(stateFile()), sampleStateJson());
-    QCOMPARE(filesLeft(), QStringList{"state.json"});
-}
-
-// The memory of a process opens like a file, and no byte of it can be read from address 0.
-void AppStateTest::fileThatFailsWhileReading()
-{
-    QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), stateFile()));
-    AppState::instance().load();
-    QVERIFY(fields() == SavedState{});
-    QCOMPARE(filesLeft(), QStringList{"state.json"});
-}
-
-void AppStateTest::fileFormat()
-{
-    fields() = sampleState();
-    AppState::instance().save();
-    QCOMPARE(readFile(stateFile()), sampleStateJson());
-    QCOMPARE(parsed(readFile(stateFile())).keys(),
-             (QStringList{"customRgb", "layerBase", "layerFn", "macros"}));
-
-    fields() = SavedState{};
-    AppState::instance().save();
-    const QJsonObject object = parsed(readFile(stateFile()));
-    QCOMPARE(object.value(QLatin1String("layerBase")).toArray().size(), 144);
-    QCOMPARE(object.value(QLatin1String("layerFn")).toArray().size(), 144);
-    QCOMPARE(object.value(QLatin1String("macros")), QJsonValue(QJsonArray()));
-    QCOMPARE(object.value(QLatin1String("customRgb")).toArray().size(), 432);
-    QCOMPARE(filesLeft(), QStringList{"state.json"});
-}
-
-void AppStateTest::savingMakesTheDirectory()
-{
-    configuration.clear();
-    fields() = sampleState();
-    AppState::instance().save();
-    QCOMPARE(readFile(stateFile()), sampleStateJson());
-}
-
-void AppStateTest::savingWritesInPlace()
-{
-    writeFile(stateFile(), QByteArray(200000, 'x'));
-    const FileId before = fileId(stateFile());
-    fields() = sampleState();
-    AppState::instance().save();
-    QVERIFY(before != FileId{});
-    QVERIFY(fileId(stateFile()) == before);
-    QCOMPARE(readFile(stateFile()), sampleStateJson());
-}
-
-void AppStateTest::savingFollowsALink()
-{
-    const QString elsewhere = configuration.programPath() + "/elsewhere.json";
-    writeFile(elsewhere, "{}");
-    QVERIFY(QFile::link(elsewhere, stateFile()));
-    fields() = sampleState();
-    AppState::instance().save();
-    QVERIFY(QFileInfo(stateFile()).isSymLink());
-    QCOMPARE(readFile(elsewhere), sampleStateJson());
-    AppState::instance().load();
-    QCOMPARE(readFile(backup()), sampleStateJson());
-}
-
-void AppStateTest::savingWithoutADirectoryIsSilent()
-{
-    configuration.clear();
-    writeFile(configuration.path() + "/zerolt-linux", "a file in the way");
-    fields() = sampleState();
-    AppState::instance().save();
-    QCOMPARE(readFile(configuration.path() + "/zerolt-linux"), "a file in the way");
-    AppState::instance().load();
-    QVERIFY(fields() == sampleState());
-    QVERIFY(QFile::remove(configuration.path() + "/zerolt-linux"));
-}
-
-void AppStateTest::randomStatesThroughBytes()
-{
-    QRandomGenerator random(20230418);
-    for (int round = 0; round < 1000; ++round) {
-        const SavedState state = randomState(random);
-        const QByteArray json = stateToJson(state);
-        QVERIFY2(stateFromJson(parsed(json)) == state, qPrintable(QString::number(round)));
-        QCOMPARE(json, QJsonDocument::fromJson(json).toJson()); // as any other program writes it
-    }
-}
-
-void AppStateTest::randomStatesThroughTheFile()
-{
-    QRandomGenerator random(8009);
-    QByteArray previous;
-    for (int round = 0; round < randomRounds; ++round) {
-        const SavedState state = randomState(random);
-        fields() = state;
-        AppState::instance().save();
-        const QByteArray content = readFile(stateFile());
-        QVERIFY(content != previous);
-        // A start also copies the file, which takes the disk's time; some rounds go that way.
-        if (round % 50 != 0) {
-            QVERIFY2(stateFromJson(parsed(content)) == state, qPrintable(QString::number(round)));
-            previous = content;
-            continue;
-        }
-        fields() = SavedState{};
-        AppState::instance().load();
-        QVERIFY2(fields() == state, qPrintable(QString::number(round)));
-        AppState::instance().save();
-        QCOMPARE(readFile(stateFile()), content);
-        previous = content;
-    }
-}
-
-void AppStateTest::loadAndSaveEmitNothing()
-{
-    QSignalSpy macros(&AppState::instance(), &AppState::macrosChanged);
-    QSignalSpy layers(&AppState::instance(), &AppState::layersChanged);
-    QSignalSpy colors(&AppState::instance(), &AppState::rgbChanged);
-    fields() = sampleState();
-    AppState::instance().save();
-    fields() = SavedState{};
-    AppState::instance().load();
-    QVERIFY(fields() == sampleState());
-    QVERIFY(loaded("no JSON") == SavedState{});
-    QCOMPARE(macros.count() + layers.count() + colors.count(), 0);
-    emit AppState::instance().layersChanged();
-    QCOMPARE(layers.count(), 1);
-}
-
-void AppStateTest::goodFileIsCopied()
-{
-    writeFile(damaged(), "an earlier find");
-    const QByteArray content = "{ \"layerBase\": [], \"note\": \"kept as it stands\" }";
-    QVERIFY(loaded(content) == SavedState{});
-    QCOMPARE(readFile(backup()), content);
-    QCOMPARE(readFile(damaged()), "an earlier find");
-    QCOMPARE(readFile(stateFile()), content);
-    QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
-}
-
-void AppStateTest::copyIsReplacedAtTheNextStart()
-{
-    loaded(sampleStateJson());
-    QCOMPARE(readFile(backup()), sampleStateJson());
-    const FileId first = fileId(backup());
-    loaded("{}");
-    QCOMPARE(readFile(backup()), "{}");
-    // Put in place of the old copy, not written over it.
-    QVERIFY(fileId(backup()) != first);
-    loaded(sampleStateJson().chopped(2));
-    QCOMPARE(readFile(backup()), "{}");
-    loaded("[]");
-    QCOMPARE(readFile(damaged()), "[]");
-}
-
-void AppStateTest::copyIsNoMoreOpenThanTheFile()
-{
-    const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-    const auto bits = [](const QString& path) {
-        struct stat status = {};
-        return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 0777U
-                                                                       : 0U;
-    };
-    writeFile(backup(), "open to all");
-    writeFile(stateFile(), sampleStateJson());
-    QVERIFY(QFile::setPermissions(stateFile(), ownerOnly));
-    AppState::instance().load();
-    QCOMPARE(readFile(backup()), sampleStateJson());
-    QCOMPARE(bits(backup()), 0600U);
-
-    QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::ReadOwner));
-    AppState::instance().load();
-    QCOMPARE(bits(backup()), 0600U);
-}
-
-void AppStateTest::copiesAreNeverRead()
-{
-    writeFile(backup(), sampleStateJson());
-    writeFile(damaged(), sampleStateJson());
-    AppState::instance().load();
-    QVERIFY(fields() == SavedState{});
-    QVERIFY(loaded("damage") == SavedState{});
-    QVERIFY(loaded("{}") == SavedState{});
-}
-
-void AppStateTest::failingCopyIsSilent_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("suffix");
-
-    QTest::newRow("good") << sampleStateJson() << ".bak";
-    QTest::newRow("damaged") << QByteArray("damage") << ".damaged";
-}
-
-void AppStateTest::failingCopyIsSilent()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(QString, suffix);
-    QVERIFY(QDir().mkpath(stateFile() + suffix));
-    const SavedState expected = suffix == ".bak" ? sampleState() : SavedState{};
-    QVERIFY(loaded(content) == expected);
-    QVERIFY(QFileInfo(stateFile() + suffix).isDir());
-    QCOMPARE(readFile(stateFile()), content);
-    QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json" + suffix}));
-}
-
-void AppStateTest::savingLeavesTheCopiesAlone()
-{
-    writeFile(backup(), "a");
-    writeFile(damaged(), "b");
-    fields() = sampleState();
-    AppState::instance().save();
-    QCOMPARE(readFile(backup()), "a");
-    QCOMPARE(readFile(damaged()), "b");
-    QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
-}
 
 QTEST_GUILESS_MAIN(AppStateTest)
 #include "app_state_test.moc"

@@ -176,12 +176,104 @@ class StateKillTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() { prepare("an earlier copy"); }
 
-    void killedAtEverySystemCallOfASave();
-    void killedAtEverySystemCallOfAStart();
-    void cutShortInTheMiddleOfTheWrite_data();
-    void cutShortInTheMiddleOfTheWrite();
+    void killedAtEverySystemCallOfASave()
+    {
+        int leftOld = 0;
+        int leftDamaged = 0;
+        int leftNew = 0;
+        RunEnd end = RunEnd::Killed;
+        for (int stop = 1; end == RunEnd::Killed; ++stop) {
+            prepare("an earlier copy");
+            end = runAndKill(Moment::Save, stop);
+            if (end == RunEnd::NotPermitted)
+                QSKIP("Tracing a process is not permitted here.");
+            QVERIFY2(end != RunEnd::Failed, qPrintable(QString::number(stop)));
+
+            const QByteArray left = readFile(stateFile());
+            QCOMPARE(readFile(backup()), fileContent(lastGoodState()));
+            if (left == fileContent(lastGoodState())) {
+                ++leftOld;
+            } else if (left == fileContent(editedState())) {
+                ++leftNew;
+            } else {
+                ++leftDamaged;
+                QVERIFY(!QJsonDocument::fromJson(left).isObject());
+                verifyDamageIsMended(left);
+            }
+            if (QTest::currentTestFailed())
+                return;
+        }
+        QCOMPARE(readFile(stateFile()), fileContent(editedState()));
+        // All three were seen: the stops reached from before the file was opened to after the
+        // write.
+        QVERIFY(leftOld > 0);
+        QVERIFY(leftDamaged > 0);
+        QVERIFY(leftNew > 1);
+    }
+
+    void killedAtEverySystemCallOfAStart()
+    {
+        const QByteArray earlier = fileContent(stateOf(3));
+        const QByteArray current = fileContent(lastGoodState());
+        int leftEarlier = 0;
+        int leftCurrent = 0;
+        RunEnd end = RunEnd::Killed;
+        for (int stop = 1; end == RunEnd::Killed; ++stop) {
+            prepare(earlier);
+            end = runAndKill(Moment::Start, stop);
+            if (end == RunEnd::NotPermitted)
+                QSKIP("Tracing a process is not permitted here.");
+            QVERIFY2(end != RunEnd::Failed, qPrintable(QString::number(stop)));
+
+            QCOMPARE(readFile(stateFile()), current);
+            QVERIFY(!QFile::exists(damaged()));
+            const QByteArray left = readFile(backup());
+            QVERIFY2(left == earlier || left == current, qPrintable(QString::number(stop)));
+            ++(left == current ? leftCurrent : leftEarlier);
+        }
+        QCOMPARE(readFile(backup()), current);
+        QVERIFY(leftEarlier > 0);
+        QVERIFY(leftCurrent > 1);
+        QVERIFY(nextStartFinds(lastGoodState()));
+    }
+
+    void cutShortInTheMiddleOfTheWrite_data()
+    {
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<bool>("kills");
+
+        const int size = static_cast<int>(fileContent(editedState()).size());
+        for (const bool kills : {true, false}) {
+            const char* effect = kills ? "killed" : "disk full";
+            for (const int limit :
+                 {0, 1, 2, 100, 4095, 4096, 16384, 20000, size / 2, size - 3, size - 2, size - 1})
+                QTest::addRow("%s after %d of %d", effect, limit, size) << limit << kills;
+        }
+    }
+    void cutShortInTheMiddleOfTheWrite()
+    {
+        QFETCH(int, limit);
+        QFETCH(bool, kills);
+        const auto status = saveWithin(static_cast<rlim_t>(limit),
+                                       kills ? FileLimit::Kills : FileLimit::FailsTheWrite);
+        QVERIFY(status.has_value());
+        if (kills)
+            QVERIFY(WIFSIGNALED(*status) && WTERMSIG(*status) == SIGXFSZ);
+        else
+            QVERIFY(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+
+        const QByteArray whole = fileContent(editedState());
+        const QByteArray left = readFile(stateFile());
+        QCOMPARE(left, whole.left(limit));
+        if (limit == whole.size() - 1) {
+            // Only the line end behind the last brace is missing.
+            QVERIFY(nextStartFinds(editedState()));
+            return;
+        }
+        verifyDamageIsMended(left);
+    }
 
 private:
     OwnConfiguration configuration;
@@ -190,130 +282,25 @@ private:
     QString backup() const { return stateFile() + ".bak"; }
     QString damaged() const { return stateFile() + ".damaged"; }
 
-    void prepare(const QByteArray& earlierBackup) const;
-    void verifyDamageIsMended(const QByteArray& left) const;
-};
+    void prepare(const QByteArray& earlierBackup) const
+    {
+        configuration.clear();
+        configuration.makeProgramDirectory();
+        writeFile(stateFile(), fileContent(lastGoodState()));
+        writeFile(backup(), earlierBackup);
+    }
 
-void StateKillTest::init()
-{
-    prepare("an earlier copy");
-}
-
-void StateKillTest::prepare(const QByteArray& earlierBackup) const
-{
-    configuration.clear();
-    configuration.makeProgramDirectory();
-    writeFile(stateFile(), fileContent(lastGoodState()));
-    writeFile(backup(), earlierBackup);
-}
-
-// A damaged file costs the user no more than this run: the next start puts it aside, and the copy
-// of the last one still holds what was good.
-void StateKillTest::verifyDamageIsMended(const QByteArray& left) const
-{
-    QCOMPARE(readFile(backup()), fileContent(lastGoodState()));
-    QVERIFY(nextStartFinds(SavedState{}));
-    QCOMPARE(readFile(damaged()), left);
-    QCOMPARE(readFile(stateFile()), left);
-    QCOMPARE(readFile(backup()), fileContent(lastGoodState()));
-}
-
-void StateKillTest::killedAtEverySystemCallOfASave()
-{
-    int leftOld = 0;
-    int leftDamaged = 0;
-    int leftNew = 0;
-    RunEnd end = RunEnd::Killed;
-    for (int stop = 1; end == RunEnd::Killed; ++stop) {
-        prepare("an earlier copy");
-        end = runAndKill(Moment::Save, stop);
-        if (end == RunEnd::NotPermitted)
-            QSKIP("Tracing a process is not permitted here.");
-        QVERIFY2(end != RunEnd::Failed, qPrintable(QString::number(stop)));
-
-        const QByteArray left = readFile(stateFile());
+    // A damaged file costs the user no more than this run: the next start puts it aside, and the
+    // copy of the last one still holds what was good.
+    void verifyDamageIsMended(const QByteArray& left) const
+    {
         QCOMPARE(readFile(backup()), fileContent(lastGoodState()));
-        if (left == fileContent(lastGoodState())) {
-            ++leftOld;
-        } else if (left == fileContent(editedState())) {
-            ++leftNew;
-        } else {
-            ++leftDamaged;
-            QVERIFY(!QJsonDocument::fromJson(left).isObject());
-            verifyDamageIsMended(left);
-        }
-        if (QTest::currentTestFailed())
-            return;
+        QVERIFY(nextStartFinds(SavedState{}));
+        QCOMPARE(readFile(damaged()), left);
+        QCOMPARE(readFile(stateFile()), left);
+        QCOMPARE(readFile(backup()), fileContent(lastGoodState()));
     }
-    QCOMPARE(readFile(stateFile()), fileContent(editedState()));
-    // All three were seen: the stops reached from before the file was opened to after the write.
-    QVERIFY(leftOld > 0);
-    QVERIFY(leftDamaged > 0);
-    QVERIFY(leftNew > 1);
-}
-
-void StateKillTest::killedAtEverySystemCallOfAStart()
-{
-    const QByteArray earlier = fileContent(stateOf(3));
-    const QByteArray current = fileContent(lastGoodState());
-    int leftEarlier = 0;
-    int leftCurrent = 0;
-    RunEnd end = RunEnd::Killed;
-    for (int stop = 1; end == RunEnd::Killed; ++stop) {
-        prepare(earlier);
-        end = runAndKill(Moment::Start, stop);
-        if (end == RunEnd::NotPermitted)
-            QSKIP("Tracing a process is not permitted here.");
-        QVERIFY2(end != RunEnd::Failed, qPrintable(QString::number(stop)));
-
-        QCOMPARE(readFile(stateFile()), current);
-        QVERIFY(!QFile::exists(damaged()));
-        const QByteArray left = readFile(backup());
-        QVERIFY2(left == earlier || left == current, qPrintable(QString::number(stop)));
-        ++(left == current ? leftCurrent : leftEarlier);
-    }
-    QCOMPARE(readFile(backup()), current);
-    QVERIFY(leftEarlier > 0);
-    QVERIFY(leftCurrent > 1);
-    QVERIFY(nextStartFinds(lastGoodState()));
-}
-
-void StateKillTest::cutShortInTheMiddleOfTheWrite_data()
-{
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<bool>("kills");
-
-    const int size = static_cast<int>(fileContent(editedState()).size());
-    for (const bool kills : {true, false}) {
-        const char* effect = kills ? "killed" : "disk full";
-        for (const int limit :
-             {0, 1, 2, 100, 4095, 4096, 16384, 20000, size / 2, size - 3, size - 2, size - 1})
-            QTest::addRow("%s after %d of %d", effect, limit, size) << limit << kills;
-    }
-}
-
-void StateKillTest::cutShortInTheMiddleOfTheWrite()
-{
-    QFETCH(int, limit);
-    QFETCH(bool, kills);
-    const auto status =
-        saveWithin(static_cast<rlim_t>(limit), kills ? FileLimit::Kills : FileLimit::FailsTheWrite);
-    QVERIFY(status.has_value());
-    if (kills)
-        QVERIFY(WIFSIGNALED(*status) && WTERMSIG(*status) == SIGXFSZ);
-    else
-        QVERIFY(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
-
-    const QByteArray whole = fileContent(editedState());
-    const QByteArray left = readFile(stateFile());
-    QCOMPARE(left, whole.left(limit));
-    if (limit == whole.size() - 1) {
-        // Only the line end behind the last brace is missing.
-        QVERIFY(nextStartFinds(editedState()));
-        return;
-    }
-    verifyDamageIsMended(left);
-}
+};
 
 QTEST_GUILESS_MAIN(StateKillTest)
 #include "state_kill_test.moc"
