@@ -1,6 +1,7 @@
 #include "device/device.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/sequence_faults.h"
 
 #include <QTest>
 
@@ -27,6 +28,13 @@ tavik::Report modePayload()
 {
     return {0x0B, 0xFF, 0, 0, 0, 0, 0, 0, 1, 5, 3, 3, 0, 0, markerFirst, markerSecond};
 }
+
+// The session that carries it.
+const QList<SequenceStep> modeSteps{{"session", openReport, {}},
+                                    {"header", modeHeader, "Command 13 rejected (status %1)"},
+                                    {"data", modeData, {}},
+                                    {"COMMIT", commitReport, "COMMIT rejected (status %1)"},
+                                    {"FINISH", finishReport, "FINISH rejected (status %1)"}};
 
 bool sendMode()
 {
@@ -97,7 +105,6 @@ private slots:
         QTest::newRow("wrong-echo") << true << 0x01;
         QTest::newRow("both") << true << 0x07;
     }
-
     void oddAnswersCountAsAnOpenSession()
     {
         QFETCH(bool, isWrongEcho);
@@ -133,41 +140,6 @@ private slots:
         QCOMPARE(busTrace(), QStringList({"wait 35", "send failed"}));
     }
 
-    void controlCommandsCheckTheirAnswer_data()
-    {
-        QTest::addColumn<bool>("isFinish");
-        QTest::addColumn<int>("status"); // -1: empty answer, -2: wrong echo
-        QTest::addColumn<QString>("text");
-        QTest::newRow("commit-status-02") << false << 0x02 << "COMMIT rejected (status 02)";
-        QTest::newRow("commit-busy") << false << 0xFF << "COMMIT rejected (status ff)";
-        QTest::newRow("commit-empty") << false << -1 << "COMMIT rejected (status 00)";
-        QTest::newRow("commit-wrong-echo") << false << -2 << "COMMIT rejected (status 01)";
-        QTest::newRow("finish-status-02") << true << 0x02 << "FINISH rejected (status 02)";
-        QTest::newRow("finish-busy") << true << 0xFF << "FINISH rejected (status ff)";
-        QTest::newRow("finish-empty") << true << -1 << "FINISH rejected (status 00)";
-        QTest::newRow("finish-wrong-echo") << true << -2 << "FINISH rejected (status 01)";
-    }
-
-    void controlCommandsCheckTheirAnswer()
-    {
-        QFETCH(bool, isFinish);
-        QFETCH(int, status);
-        QFETCH(QString, text);
-        QVERIFY(device().ensureOpen());
-        QVERIFY(device().openSession(1));
-        QVERIFY(device().command(commandReport(CommandCode::LightingMode, 0, 1), QString()));
-        tavik::Report data = modePayload();
-        QVERIFY(device().exchange(data));
-        QVERIFY(!isFinish || device().commit());
-        bus().clearTrace();
-        bus().failAt(1, status == -1   ? emptyAnswer()
-                        : status == -2 ? wrongEcho()
-                                       : answerStatus(static_cast<std::uint8_t>(status)));
-        QVERIFY(!(isFinish ? device().finish(1) : device().commit()));
-        QCOMPARE(device().lastError, text);
-        QCOMPARE(busSends(), QStringList({isFinish ? finishReport : commitReport}));
-    }
-
     void controlCommandsPassOnTransportFailures()
     {
         QVERIFY(device().ensureOpen());
@@ -194,29 +166,10 @@ private slots:
     void commandIsOneWholeSession()
     {
         QVERIFY(sendMode());
-        QCOMPARE(busTrace(), QStringList({"init",
-                                          "enumerate 8009",
-                                          "open config",
-                                          "wait 35",
-                                          openSend,
-                                          "wait 50",
-                                          openRead,
-                                          "wait 35",
-                                          "send " + modeHeader,
-                                          "wait 50",
-                                          "read 04 13 00 01",
-                                          "wait 35",
-                                          "send " + modeData,
-                                          "wait 50",
-                                          "read 00",
-                                          "wait 35",
-                                          "send 04 02",
-                                          "wait 50",
-                                          "read 04 02 00 01",
-                                          "wait 35",
-                                          "send " + finishReport,
-                                          "wait 50",
-                                          "read 04 f0 00 01"}));
+        QStringList trace{"init", "enumerate 8009", "open config"};
+        for (const SequenceStep& step : modeSteps)
+            trace += exchangeTrace(step);
+        QCOMPARE(busTrace(), trace);
         QCOMPARE(bus().keyboard().state().lighting, modePayload());
         QVERIFY(deviceLockIsFree());
     }
@@ -250,78 +203,17 @@ private slots:
         QVERIFY(deviceLockIsFree());
     }
 
-    void commandFailsAtEachStep_data()
-    {
-        QTest::addColumn<int>("exchange"); // 1 session open, 2 header, 3 data, 4 COMMIT, 5 FINISH
-        QTest::addColumn<QString>("failure");
-        QTest::addColumn<QStringList>("sends");
-        QTest::addColumn<QString>("text");
-        const QString transportText = QStringLiteral("Broken pipe");
-        QTest::newRow("session-send") << 1 << "send" << QStringList{finishReport} << transportText;
-        QTest::newRow("session-read")
-            << 1 << "read" << QStringList{openReport, finishReport} << transportText;
-        QTest::newRow("header-send")
-            << 2 << "send" << QStringList{openReport, finishReport} << transportText;
-        QTest::newRow("header-read")
-            << 2 << "read" << QStringList{openReport, modeHeader, finishReport} << transportText;
-        QTest::newRow("header-rejected")
-            << 2 << "status" << QStringList{openReport, modeHeader, finishReport}
-            << "Command 13 rejected (status 03)";
-        QTest::newRow("header-empty")
-            << 2 << "empty" << QStringList{openReport, modeHeader, finishReport}
-            << "Command 13 rejected (status 00)";
-        QTest::newRow("header-wrong-echo")
-            << 2 << "echo" << QStringList{openReport, modeHeader, finishReport}
-            << "Command 13 rejected (status 01)";
-        QTest::newRow("data-send")
-            << 3 << "send" << QStringList{openReport, modeHeader, finishReport} << transportText;
-        QTest::newRow("data-read")
-            << 3 << "read" << QStringList{openReport, modeHeader, modeData, finishReport}
-            << transportText;
-        const QStringList upToData{openReport, modeHeader, modeData};
-        QTest::newRow("commit-send")
-            << 4 << "send" << upToData + QStringList{finishReport} << transportText;
-        QTest::newRow("commit-read")
-            << 4 << "read" << upToData + QStringList{commitReport, finishReport} << transportText;
-        QTest::newRow("commit-rejected")
-            << 4 << "status" << upToData + QStringList{commitReport, finishReport}
-            << "COMMIT rejected (status 03)";
-        const QStringList upToCommit = upToData + QStringList{commitReport};
-        QTest::newRow("finish-send") << 5 << "send" << upToCommit << transportText;
-        QTest::newRow("finish-read")
-            << 5 << "read" << upToCommit + QStringList{finishReport} << transportText;
-        QTest::newRow("finish-rejected") << 5 << "status" << upToCommit + QStringList{finishReport}
-                                         << "FINISH rejected (status 03)";
-    }
-
+    void commandFailsAtEachStep_data() { addFaultRows(faultsOfSession(modeSteps)); }
     void commandFailsAtEachStep()
     {
-        QFETCH(int, exchange);
-        QFETCH(QString, failure);
-        QFETCH(QStringList, sends);
-        QFETCH(QString, text);
+        QFETCH(SequenceFault, fault);
         QVERIFY(device().ensureOpen());
-        bus().failAt(exchange, failure == "send"     ? sendError("Broken pipe")
-                               : failure == "read"   ? readError("Broken pipe")
-                               : failure == "status" ? answerStatus(0x03)
-                               : failure == "empty"  ? emptyAnswer()
-                                                     : wrongEcho());
+        arrange(fault);
         QVERIFY(!sendMode());
-        QCOMPARE(busSends(), sends);
-        QCOMPARE(device().lastError, text);
+        QCOMPARE(busSends(), fault.sends);
+        QCOMPARE(device().lastError, fault.text);
         QVERIFY(deviceLockIsFree());
         QVERIFY(device().isOpen());
-    }
-
-    void refusedSessionIsFinishedToo()
-    {
-        QVERIFY(device().ensureOpen());
-        bus().failAt(1, busy(), 10);
-        QVERIFY(!sendMode());
-        QCOMPARE(busSends().size(), 11);
-        QCOMPARE(busSends().constLast(), finishReport);
-        QCOMPARE(device().lastError, QStringLiteral("Keyboard refuses to open a session (busy?)"));
-        QVERIFY(deviceLockIsFree());
     }
 
     void failingFinishReplacesTheEarlierText()
