@@ -108,7 +108,6 @@ private slots:
         QTest::newRow("ensureOpen") << false;
         QTest::newRow("refresh") << true;
     }
-
     void failingInitIsReported()
     {
         QFETCH(bool, throughRefresh);
@@ -207,33 +206,25 @@ private slots:
         QVERIFY(isAccepted(report, CommandCode::OpenSession));
     }
 
-    void failedSendKeepsHandleAndGivesTheTransportsText()
+    void failedExchangeKeepsHandleAndGivesTheTransportsText()
     {
         QVERIFY(device().ensureOpen());
-        bus().clearTrace();
-        bus().failAt(1, sendError("Broken pipe"));
-        Report report = commandReport(CommandCode::OpenSession, 0, 1);
-        const Report before = report;
-        QVERIFY(!device().exchange(report));
-        QCOMPARE(device().lastError, QStringLiteral("Broken pipe"));
-        QVERIFY(device().isOpen());
-        QCOMPARE(report, before);
-        QCOMPARE(busTrace(), QStringList({"wait 35", "send failed"}));
-    }
-
-    void failedReadKeepsHandleAndGivesTheTransportsText()
-    {
-        QVERIFY(device().ensureOpen());
-        bus().clearTrace();
-        bus().failAt(1, readError("The keyboard is deaf"));
-        Report report = commandReport(CommandCode::OpenSession, 0, 1);
-        const Report before = report;
-        QVERIFY(!device().exchange(report));
-        QCOMPARE(device().lastError, QStringLiteral("The keyboard is deaf"));
-        QVERIFY(device().isOpen());
-        QCOMPARE(report, before);
-        QCOMPARE(busTrace(), QStringList({"wait 35", "send 04 18 00 00 00 00 00 00 01", "wait 50",
-                                          "read failed"}));
+        const Report before = commandReport(CommandCode::OpenSession, 0, 1);
+        for (const auto& [fault, text, trace] :
+             {std::tuple{sendError("Broken pipe"), "Broken pipe",
+                         QStringList({"wait 35", "send failed"})},
+              {readError("The keyboard is deaf"), "The keyboard is deaf",
+               QStringList(
+                   {"wait 35", "send 04 18 00 00 00 00 00 00 01", "wait 50", "read failed"})}}) {
+            bus().clearTrace();
+            bus().failAt(1, fault);
+            Report report = before;
+            QVERIFY(!device().exchange(report));
+            QCOMPARE(device().lastError, text);
+            QVERIFY(device().isOpen());
+            QCOMPARE(report, before);
+            QCOMPARE(busTrace(), trace);
+        }
     }
 
     void staleHandleIsKeptAfterUnplugging()
@@ -306,7 +297,6 @@ private slots:
         for (int slice = 1; slice <= 9; ++slice)
             QTest::addRow("slice-%d", slice) << slice;
     }
-
     void transferStopsAtTheSliceThatFailsTenTimes()
     {
         QFETCH(int, slice);
