@@ -81,18 +81,16 @@ void checkFailed(const ScreenTransferResult& result, const QString& error)
 
 } // namespace
 
-// Where a transfer is made to fail.
-enum class Step { Open, Start, Block, Commit, Finish };
-
+// What goes wrong with the report of this command, or with this block.
 struct PlannedFault
 {
-    Step step;
+    enum Step : std::uint8_t { Open = 0x18, Start = 0x72, Block = 0, Commit = 0x02, Finish = 0xF0 };
+
+    Step step = Block;
     Fault fault;
     int block = 0;
 };
 using PlannedFaults = QList<PlannedFault>;
-
-Q_DECLARE_METATYPE(PlannedFaults)
 
 class ScreenTransferTest : public QObject
 {
@@ -102,23 +100,10 @@ private:
     static void plan(const PlannedFaults& faults)
     {
         for (const PlannedFault& planned : faults) {
-            switch (planned.step) {
-            case Step::Open:
-                bus().failCommand(0x18, planned.fault);
-                break;
-            case Step::Start:
-                bus().failCommand(0x72, planned.fault);
-                break;
-            case Step::Block:
+            if (planned.block > 0)
                 bus().failBlockAt(planned.block, planned.fault);
-                break;
-            case Step::Commit:
-                bus().failCommand(0x02, planned.fault);
-                break;
-            case Step::Finish:
-                bus().failCommand(0xF0, planned.fault);
-                break;
-            }
+            else
+                bus().failCommand(planned.step, planned.fault);
         }
     }
 
@@ -128,6 +113,15 @@ private:
         QVERIFY(deviceLockIsFree());
         QCOMPARE(bus().openHandles(), Device::instance().isOpen() ? 1 : 0);
         QCOMPARE(bus().unfreedEnumerations(), 0);
+    }
+
+    static void checkNextAttemptPasses()
+    {
+        checkLeftTidy();
+        bus().clearFaults();
+        QVERIFY(attempt().result.ok);
+        QCOMPARE(bus().keyboard().screenSlot(slot).size(), std::size_t{1});
+        checkLeftTidy();
     }
 
 private slots:
@@ -295,19 +289,16 @@ private slots:
         const QString first = QStringLiteral("enumerate 8009");
         const QString second = QStringLiteral("enumerate 800a");
         const QString found = QStringLiteral("open screen");
-        QTest::newRow("FF68 of 8009") << "8009 ff68"
-                                      << "FF68" << QStringList{first, found};
-        QTest::newRow("FF68 of 800A") << "800a ff68"
-                                      << "FF68" << QStringList{first, second, found};
-        QTest::newRow("FF67 of 8009") << "8009 ff67"
-                                      << "FF67" << QStringList{first, second, first, found};
-        QTest::newRow("FF67 of 800A") << "800a ff67"
-                                      << "FF67" << QStringList{first, second, first, second, found};
-        QTest::newRow("FF67 of 8009 and FF68 of 800A")
-            << "8009 ff67 800a ff68"
-            << "FF68" << QStringList{first, second, found};
+        const auto row = [](const char* name, const char* usagePages, const char* text,
+                            const QStringList& search) {
+            QTest::newRow(name) << usagePages << text << search;
+        };
+        row("FF68 of 8009", "8009 ff68", "FF68", {first, found});
+        row("FF68 of 800A", "800a ff68", "FF68", {first, second, found});
+        row("FF67 of 8009", "8009 ff67", "FF67", {first, second, first, found});
+        row("FF67 of 800A", "800a ff67", "FF67", {first, second, first, second, found});
+        row("FF67 of 8009 and FF68 of 800A", "8009 ff67 800a ff68", "FF68", {first, second, found});
     }
-
     void screenInterfaceIsSearchedByUsagePageFirst()
     {
         QFETCH(const QString, usagePages);
@@ -345,7 +336,6 @@ private slots:
         for (const char* lacking : {"the interface", "permission", "the keyboard"})
             QTest::newRow(lacking) << lacking;
     }
-
     void withoutAScreenInterfaceNothingIsSent()
     {
         QFETCH(const QString, lacking);
@@ -389,71 +379,51 @@ private slots:
         QTest::addColumn<PlannedFaults>("faults");
         QTest::addColumn<QStringList>("wire");
         QTest::addColumn<QString>("text");
-        const QStringList closing = exchange(finishReport);
-        const QStringList openedOnly = exchange(openReport);
-        const QString stalled = QStringLiteral("stalled");
+        using enum PlannedFault::Step;
+        const auto row = [](const char* name, const PlannedFaults& faults,
+                            const QStringList& before, const QStringList& failing,
+                            const QString& text) {
+            const bool isClosed = faults.last().step != Finish;
+            QTest::newRow(name) << faults
+                                << before + failing +
+                                       (isClosed ? exchange(finishReport) : QStringList())
+                                << text;
+        };
         const Fault lost = sendError("stalled");
         const Fault unread = readError("stalled");
-        const QString sent = QStringLiteral("send ");
-
-        QTest::newRow("open, send")
-            << PlannedFaults{{Step::Open, lost}} << QStringList("send failed") + closing << stalled;
-        QTest::newRow("open, read")
-            << PlannedFaults{{Step::Open, unread}}
-            << QStringList{sent + openReport, "read failed"} + closing << stalled;
-        QTest::newRow("start, send")
-            << PlannedFaults{{Step::Start, lost}}
-            << openedOnly + QStringList("send failed") + closing << stalled;
-        QTest::newRow("start, read")
-            << PlannedFaults{{Step::Start, unread}}
-            << openedOnly + QStringList{sent + startReport, "read failed"} + closing << stalled;
-        QTest::newRow("start rejected")
-            << PlannedFaults{{Step::Start, answerStatus(0x0A)}}
-            << openedOnly + QStringList{sent + startReport, "read 04 72 00 0a"} + closing
-            << "04 72 rejected (status 0a)";
-        QTest::newRow("start busy")
-            << PlannedFaults{{Step::Start, busy()}}
-            << openedOnly + QStringList{sent + startReport, "read 04 72 00 ff"} + closing
-            << "04 72 rejected (status ff)";
-        QTest::newRow("start without answer")
-            << PlannedFaults{{Step::Start, emptyAnswer()}}
-            << openedOnly + QStringList{sent + startReport, "read 00"} + closing
-            << "04 72 rejected (status 00)";
-        QTest::newRow("start, wrong echo")
-            << PlannedFaults{{Step::Start, wrongEcho()}}
-            << openedOnly + QStringList{sent + startReport, "read 05 8d 00 01"} + closing
-            << "04 72 rejected (status 01)";
-        QTest::newRow("start rejected, FINISH rejected")
-            << PlannedFaults{{Step::Start, answerStatus(3)}, {Step::Finish, answerStatus(4)}}
-            << openedOnly + QStringList{sent + startReport, "read 04 72 00 03", sent + finishReport,
-                                        "read 04 f0 00 04"}
-            << "FINISH rejected (status 04)";
-        QTest::newRow("start rejected, FINISH lost")
-            << PlannedFaults{{Step::Start, answerStatus(3)}, {Step::Finish, lost}}
-            << openedOnly + QStringList{sent + startReport, "read 04 72 00 03", "send failed"}
-            << stalled;
-
+        const QStringList open{"send " + openReport};
+        row("open, send", {{Open, lost}}, {}, {"send failed"}, "stalled");
+        row("open, read", {{Open, unread}}, open, {"read failed"}, "stalled");
+        const QStringList opened = exchange(openReport);
+        const QStringList start = opened + QStringList("send " + startReport);
+        row("start, send", {{Start, lost}}, opened, {"send failed"}, "stalled");
+        row("start, read", {{Start, unread}}, start, {"read failed"}, "stalled");
+        row("start rejected", {{Start, answerStatus(0x0A)}}, start, {"read 04 72 00 0a"},
+            "04 72 rejected (status 0a)");
+        row("start busy", {{Start, busy()}}, start, {"read 04 72 00 ff"},
+            "04 72 rejected (status ff)");
+        row("start without answer", {{Start, emptyAnswer()}}, start, {"read 00"},
+            "04 72 rejected (status 00)");
+        row("start, wrong echo", {{Start, wrongEcho()}}, start, {"read 05 8d 00 01"},
+            "04 72 rejected (status 01)");
+        row("start rejected, FINISH rejected",
+            {{Start, answerStatus(3)}, {Finish, answerStatus(4)}}, start,
+            {"read 04 72 00 03", "send " + finishReport, "read 04 f0 00 04"},
+            "FINISH rejected (status 04)");
+        row("start rejected, FINISH lost", {{Start, answerStatus(3)}, {Finish, lost}}, start,
+            {"read 04 72 00 03", "send failed"}, "stalled");
         const QStringList sentAll = started() + blocks(blockCount);
-        QTest::newRow("commit, send") << PlannedFaults{{Step::Commit, lost}}
-                                      << sentAll + QStringList("send failed") + closing << stalled;
-        QTest::newRow("commit, read")
-            << PlannedFaults{{Step::Commit, unread}}
-            << sentAll + QStringList{sent + commitReport, "read failed"} + closing << stalled;
-        QTest::newRow("commit rejected")
-            << PlannedFaults{{Step::Commit, answerStatus(5)}}
-            << sentAll + QStringList{sent + commitReport, "read 04 02 00 05"} + closing
-            << "TFT COMMIT rejected (status 05)";
-        QTest::newRow("commit, wrong echo")
-            << PlannedFaults{{Step::Commit, wrongEcho()}}
-            << sentAll + QStringList{sent + commitReport, "read 05 fd 00 01"} + closing
-            << "TFT COMMIT rejected (status 01)";
-        QTest::newRow("commit rejected, FINISH rejected")
-            << PlannedFaults{{Step::Commit, answerStatus(5)}, {Step::Finish, busy()}}
-            << sentAll + QStringList{sent + commitReport, "read 04 02 00 05", sent + finishReport,
-                                     "read 04 f0 00 ff"}
-            << "FINISH rejected (status ff)";
+        const QStringList commit = sentAll + QStringList("send " + commitReport);
+        row("commit, send", {{Commit, lost}}, sentAll, {"send failed"}, "stalled");
+        row("commit, read", {{Commit, unread}}, commit, {"read failed"}, "stalled");
+        row("commit rejected", {{Commit, answerStatus(5)}}, commit, {"read 04 02 00 05"},
+            "TFT COMMIT rejected (status 05)");
+        row("commit, wrong echo", {{Commit, wrongEcho()}}, commit, {"read 05 fd 00 01"},
+            "TFT COMMIT rejected (status 01)");
+        row("commit rejected, FINISH rejected", {{Commit, answerStatus(5)}, {Finish, busy()}},
+            commit, {"read 04 02 00 05", "send " + finishReport, "read 04 f0 00 ff"},
+            "FINISH rejected (status ff)");
     }
-
     void failureIsClosedAndNamed()
     {
         QFETCH(const PlannedFaults, faults);
@@ -463,12 +433,7 @@ private slots:
         checkFailed(attempt().result, text);
         QCOMPARE(busWire(), wire);
         QCOMPARE(busTrace().last(), QStringLiteral("close screen"));
-        checkLeftTidy();
-
-        bus().clearFaults();
-        QVERIFY(attempt().result.ok);
-        QCOMPARE(bus().keyboard().screenSlot(slot).size(), std::size_t{1});
-        checkLeftTidy();
+        checkNextAttemptPasses();
     }
 
     void busyKeyboardIsAskedAgainAndGivenUp()
@@ -501,36 +466,36 @@ private slots:
             QStringList lines;
             QString text;
         };
-        const QList<Kind> kinds{
-            {"short write", shortWrite(), {"block short"}, "chunk %1/9 write failed"},
-            {"write error", sendError("stalled"), {"block failed"}, "chunk %1/9 write failed"},
-            {"no acknowledgement",
-             noAcknowledgement(),
-             {"block 4097 bytes", "no ack 1000"},
-             "no ack for chunk %1/9"},
-            {"acknowledgement error",
-             readError("stalled"),
-             {"block 4097 bytes", "ack failed"},
-             "no ack for chunk %1/9"}};
+        const QString unwritten = "chunk %1/9 write failed";
+        const QString unacknowledged = "no ack for chunk %1/9";
+        const QList<Kind> kinds{{"short write", shortWrite(), {"block short"}, unwritten},
+                                {"write error", sendError("stalled"), {"block failed"}, unwritten},
+                                {"no acknowledgement",
+                                 noAcknowledgement(),
+                                 {"block 4097 bytes", "no ack 1000"},
+                                 unacknowledged},
+                                {"acknowledgement error",
+                                 readError("stalled"),
+                                 {"block 4097 bytes", "ack failed"},
+                                 unacknowledged}};
         const QStringList closing = exchange(finishReport);
         for (const Kind& kind : kinds) {
             for (const int block : {1, 2, 4, 5, 6, 8, 9}) {
                 const QStringList before = started() + blocks(block - 1) + kind.lines;
                 const QString text = kind.text.arg(block);
-                const PlannedFault fault{Step::Block, kind.fault, block};
+                const PlannedFault fault{PlannedFault::Block, kind.fault, block};
                 QTest::addRow("%s at %d", kind.name, block)
                     << block << PlannedFaults{fault} << before + closing << text;
                 // The text stays, whatever becomes of the closing report.
                 QTest::addRow("%s at %d, FINISH rejected", kind.name, block)
-                    << block << PlannedFaults{fault, {Step::Finish, answerStatus(7)}}
+                    << block << PlannedFaults{fault, {PlannedFault::Finish, answerStatus(7)}}
                     << before + QStringList{"send " + finishReport, "read 04 f0 00 07"} << text;
                 QTest::addRow("%s at %d, FINISH lost", kind.name, block)
-                    << block << PlannedFaults{fault, {Step::Finish, sendError("stalled")}}
+                    << block << PlannedFaults{fault, {PlannedFault::Finish, sendError("stalled")}}
                     << before + QStringList("send failed") << text;
             }
         }
     }
-
     void failingBlockEndsTheTransfer()
     {
         QFETCH(const int, block);
@@ -547,12 +512,7 @@ private slots:
             texts += QStringLiteral("Sending chunk %1/9…").arg(shown);
         QCOMPARE(made.texts, texts);
         QVERIFY(bus().keyboard().screenSlot(slot).empty());
-        checkLeftTidy();
-
-        bus().clearFaults();
-        QVERIFY(attempt().result.ok);
-        QCOMPARE(bus().keyboard().screenSlot(slot).size(), std::size_t{1});
-        checkLeftTidy();
+        checkNextAttemptPasses();
     }
 
     void keyboardUnpluggedAtAnyCallLeavesNothingOpen_data()
@@ -569,7 +529,6 @@ private slots:
         QTest::newRow("before the commit") << 23 << "ioctl (SFEATURE): No such device";
         QTest::newRow("before its answer, at last") << 24 << "ioctl (GFEATURE): No such device";
     }
-
     void keyboardUnpluggedAtAnyCallLeavesNothingOpen()
     {
         QFETCH(const int, call);
