@@ -33,85 +33,80 @@ class DiagnosisTest : public QObject
     Q_OBJECT
 
 private slots:
-    void hidapiFails();
-    void nodeVanishes();
-    void nodeIsBusy();
-    void screenAloneIsRefused();
-    void severalHolders();
-    void permissionComesBeforeUse();
-    void rootIsTold();
+    void hidapiFails()
+    {
+        Findings findings;
+        findings.hidapiWorks = false;
+
+        QCOMPARE(verdictOf(findings), Verdict::Unknown);
+        QCOMPARE(explain(findings),
+                 std::string("The list of USB devices could not be read (hid_init failed)."));
+    }
+
+    void nodeVanishes()
+    {
+        Findings findings = readyFindings();
+        findings.screen->error = ENODEV;
+
+        QCOMPARE(verdictOf(findings), Verdict::Unknown);
+        QCOMPARE(
+            explain(findings),
+            std::string("The keyboard is there, but /dev/hidraw2 does not open: No such device. "
+                        "Unplug the keyboard and plug it in again."));
+    }
+
+    void nodeIsBusy()
+    {
+        Findings findings = readyFindings();
+        findings.configuration->error = EBUSY;
+
+        QCOMPARE(verdictOf(findings), Verdict::InUse);
+        QCOMPARE(
+            explain(findings),
+            std::string("The keyboard is there, but in use: /dev/hidraw1 is busy. Close the other "
+                        "program that talks to the keyboard."));
+    }
+
+    void screenAloneIsRefused()
+    {
+        Findings findings = readyFindings();
+        findings.screen->error = EACCES;
+
+        QCOMPARE(verdictOf(findings), Verdict::RuleNotApplied);
+        QVERIFY(explain(findings).find("(/dev/hidraw2)") != std::string::npos);
+    }
+
+    void severalHolders()
+    {
+        Findings findings = readyFindings();
+        findings.configuration->holders = {{7, "first"}, {9, "second"}};
+
+        QCOMPARE(
+            explain(findings),
+            std::string("The keyboard is there, but in use: first (process 7), second (process 9) "
+                        "hold /dev/hidraw1. Close all but one program that talks to the "
+                        "keyboard."));
+    }
+
+    // Whoever holds one interface says nothing about the other one being closed.
+    void permissionComesBeforeUse()
+    {
+        Findings findings = readyFindings();
+        findings.configuration->holders = {{7, "first"}};
+        findings.screen->error = EPERM;
+        findings.screen->markedByRule = true;
+
+        QCOMPARE(verdictOf(findings), Verdict::NoSeat);
+    }
+
+    void rootIsTold()
+    {
+        Findings findings = readyFindings();
+        QVERIFY(explain(findings).find("root") == std::string::npos);
+        findings.runAsRoot = true;
+        QVERIFY(explain(findings).find("root") != std::string::npos);
+    }
 };
-
-void DiagnosisTest::hidapiFails()
-{
-    Findings findings;
-    findings.hidapiWorks = false;
-
-    QCOMPARE(verdictOf(findings), Verdict::Unknown);
-    QCOMPARE(explain(findings),
-             std::string("The list of USB devices could not be read (hid_init failed)."));
-}
-
-void DiagnosisTest::nodeVanishes()
-{
-    Findings findings = readyFindings();
-    findings.screen->error = ENODEV;
-
-    QCOMPARE(verdictOf(findings), Verdict::Unknown);
-    QCOMPARE(explain(findings),
-             std::string("The keyboard is there, but /dev/hidraw2 does not open: No such device. "
-                         "Unplug the keyboard and plug it in again."));
-}
-
-void DiagnosisTest::nodeIsBusy()
-{
-    Findings findings = readyFindings();
-    findings.configuration->error = EBUSY;
-
-    QCOMPARE(verdictOf(findings), Verdict::InUse);
-    QCOMPARE(explain(findings),
-             std::string("The keyboard is there, but in use: /dev/hidraw1 is busy. Close the other "
-                         "program that talks to the keyboard."));
-}
-
-void DiagnosisTest::screenAloneIsRefused()
-{
-    Findings findings = readyFindings();
-    findings.screen->error = EACCES;
-
-    QCOMPARE(verdictOf(findings), Verdict::RuleNotApplied);
-    QVERIFY(explain(findings).find("(/dev/hidraw2)") != std::string::npos);
-}
-
-void DiagnosisTest::severalHolders()
-{
-    Findings findings = readyFindings();
-    findings.configuration->holders = {{7, "first"}, {9, "second"}};
-
-    QCOMPARE(explain(findings),
-             std::string("The keyboard is there, but in use: first (process 7), second (process 9) "
-                         "hold /dev/hidraw1. Close all but one program that talks to the "
-                         "keyboard."));
-}
-
-// Whoever holds one interface says nothing about the other one being closed.
-void DiagnosisTest::permissionComesBeforeUse()
-{
-    Findings findings = readyFindings();
-    findings.configuration->holders = {{7, "first"}};
-    findings.screen->error = EPERM;
-    findings.screen->markedByRule = true;
-
-    QCOMPARE(verdictOf(findings), Verdict::NoSeat);
-}
-
-void DiagnosisTest::rootIsTold()
-{
-    Findings findings = readyFindings();
-    QVERIFY(explain(findings).find("root") == std::string::npos);
-    findings.runAsRoot = true;
-    QVERIFY(explain(findings).find("root") != std::string::npos);
-}
 
 QTEST_APPLESS_MAIN(DiagnosisTest)
 #include "diagnosis_test.moc"

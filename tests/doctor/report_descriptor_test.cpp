@@ -26,120 +26,112 @@ class ReportDescriptorTest : public QObject
     Q_OBJECT
 
 private slots:
-    void tellsInterfacesApart_data();
-    void tellsInterfacesApart();
-    void refusesEveryTruncation();
-    void refusesEveryOtherPageAnywhere();
-    void survivesAnything();
-    void refusesWhatIsLongerThanTheKernelAllows();
-};
+    void tellsInterfacesApart_data()
+    {
+        QTest::addColumn<Bytes>("descriptor");
+        QTest::addColumn<InterfaceKind>("kind");
+        const auto row = [](const char* name, InterfaceKind kind, const Bytes& descriptor) {
+            QTest::newRow(name) << descriptor << kind;
+        };
+        constexpr auto other = InterfaceKind::Other;
 
-void ReportDescriptorTest::tellsInterfacesApart_data()
-{
-    QTest::addColumn<Bytes>("descriptor");
-    QTest::addColumn<InterfaceKind>("kind");
-    const auto row = [](const char* name, InterfaceKind kind, const Bytes& descriptor) {
-        QTest::newRow(name) << descriptor << kind;
-    };
-    constexpr auto other = InterfaceKind::Other;
+        row("configuration", InterfaceKind::Configuration, configuration);
+        row("screen FF68", InterfaceKind::Screen, screenDescriptor(0xFF68));
+        row("screen FF67", InterfaceKind::Screen, screenDescriptor(0xFF67));
+        row("both in one", InterfaceKind::Configuration,
+            joined(screenDescriptor(0xFF68), configuration));
+        row("beside another vendor page", InterfaceKind::Configuration,
+            joined(featureDescriptor(0xFF00), configuration));
+        row("page named by the usage", InterfaceKind::Configuration,
+            {0x06, 0x00, 0xFF, 0x0B, 0x01, 0x00, 0x13, 0xFF, 0xA1, 0x01, 0xC0});
+        row("page after the usage", InterfaceKind::Configuration,
+            {0x09, 0x01, 0x06, 0x13, 0xFF, 0xA1, 0x01, 0xC0});
+        row("page kept over push and pop", InterfaceKind::Configuration,
+            {0x06, 0x13, 0xFF, 0xA4, 0x06, 0x00, 0xFF, 0xB4, 0x09, 0x01, 0xA1, 0x01, 0xC0});
+        row("inner collection", InterfaceKind::Configuration, wrapped({0xA1, 0x02, 0xC0}));
 
-    row("configuration", InterfaceKind::Configuration, configuration);
-    row("screen FF68", InterfaceKind::Screen, screenDescriptor(0xFF68));
-    row("screen FF67", InterfaceKind::Screen, screenDescriptor(0xFF67));
-    row("both in one", InterfaceKind::Configuration,
-        joined(screenDescriptor(0xFF68), configuration));
-    row("beside another vendor page", InterfaceKind::Configuration,
-        joined(featureDescriptor(0xFF00), configuration));
-    row("page named by the usage", InterfaceKind::Configuration,
-        {0x06, 0x00, 0xFF, 0x0B, 0x01, 0x00, 0x13, 0xFF, 0xA1, 0x01, 0xC0});
-    row("page after the usage", InterfaceKind::Configuration,
-        {0x09, 0x01, 0x06, 0x13, 0xFF, 0xA1, 0x01, 0xC0});
-    row("page kept over push and pop", InterfaceKind::Configuration,
-        {0x06, 0x13, 0xFF, 0xA4, 0x06, 0x00, 0xFF, 0xB4, 0x09, 0x01, 0xA1, 0x01, 0xC0});
-    row("inner collection", InterfaceKind::Configuration, wrapped({0xA1, 0x02, 0xC0}));
+        row("keyboard", other, typingDescriptor());
+        row("media keys", other, mediaDescriptor());
+        row("keyboard behind", other, joined(configuration, typingDescriptor()));
+        row("keyboard in front", other, joined(typingDescriptor(), configuration));
+        row("media keys behind", other, joined(configuration, mediaDescriptor()));
+        row("key page inside", other, wrapped({0x05, 0x07, 0x19, 0xE0, 0x29, 0xE7, 0x81, 0x02}));
+        row("key page by long usage", other, wrapped({0x0B, 0x04, 0x00, 0x07, 0x00, 0x81, 0x02}));
+        row("key page by usage range", other,
+            wrapped({0x1B, 0x04, 0x00, 0x07, 0x00, 0x2B, 0x65, 0x00, 0x07, 0x00, 0x81, 0x02}));
+        row("key page in four bytes", other, wrapped({0x07, 0x07, 0x00, 0x00, 0x00, 0x81, 0x02}));
+        row("page of more than 16 bits", other,
+            {0x07, 0x13, 0xFF, 0x01, 0x00, 0x09, 0x01, 0xA1, 0x01, 0xC0});
+        row("page without a value", other, {0x04, 0x09, 0x01, 0xA1, 0x01, 0xC0});
+        row("other vendor page", other, featureDescriptor(0xFF14));
+        row("vendor page inside another", other,
+            {0x06, 0x00, 0xFF, 0x09, 0x01, 0xA1, 0x01, 0x06, 0x13, 0xFF, 0x09, 0x01, 0xA1, 0x02,
+             0xC0, 0xC0});
 
-    row("keyboard", other, typingDescriptor());
-    row("media keys", other, mediaDescriptor());
-    row("keyboard behind", other, joined(configuration, typingDescriptor()));
-    row("keyboard in front", other, joined(typingDescriptor(), configuration));
-    row("media keys behind", other, joined(configuration, mediaDescriptor()));
-    row("key page inside", other, wrapped({0x05, 0x07, 0x19, 0xE0, 0x29, 0xE7, 0x81, 0x02}));
-    row("key page by long usage", other, wrapped({0x0B, 0x04, 0x00, 0x07, 0x00, 0x81, 0x02}));
-    row("key page by usage range", other,
-        wrapped({0x1B, 0x04, 0x00, 0x07, 0x00, 0x2B, 0x65, 0x00, 0x07, 0x00, 0x81, 0x02}));
-    row("key page in four bytes", other, wrapped({0x07, 0x07, 0x00, 0x00, 0x00, 0x81, 0x02}));
-    row("page of more than 16 bits", other,
-        {0x07, 0x13, 0xFF, 0x01, 0x00, 0x09, 0x01, 0xA1, 0x01, 0xC0});
-    row("page without a value", other, {0x04, 0x09, 0x01, 0xA1, 0x01, 0xC0});
-    row("other vendor page", other, featureDescriptor(0xFF14));
-    row("vendor page inside another", other,
-        {0x06, 0x00, 0xFF, 0x09, 0x01, 0xA1, 0x01, 0x06, 0x13, 0xFF, 0x09, 0x01, 0xA1, 0x02, 0xC0,
-         0xC0});
-
-    row("nothing", other, {});
-    row("no collection", other, {0x06, 0x13, 0xFF, 0x09, 0x01});
-    row("collection without a page", other, {0x09, 0x01, 0xA1, 0x01, 0xC0});
-    row("collection left open", other, {0x06, 0x13, 0xFF, 0xA1, 0x01, 0xA1, 0x02, 0xC0});
-    row("closed once too often", other, {0x06, 0x13, 0xFF, 0xA1, 0x01, 0xC0, 0xC0, 0xA1, 0x01});
-    row("field outside", other, joined(configuration, {0x09, 0x02, 0xB1, 0x02}));
-    row("pop without push", other, joined(configuration, {0xB4}));
-    row("five pushes", other, joined(configuration, {0xA4, 0xA4, 0xA4, 0xA4, 0xA4}));
-    row("long item", other, wrapped({0xFE, 0x01, 0xF0, 0x00}));
-}
-
-void ReportDescriptorTest::tellsInterfacesApart()
-{
-    QFETCH(const Bytes, descriptor);
-    QFETCH(const InterfaceKind, kind);
-
-    QCOMPARE(interfaceKind(descriptor), kind);
-}
-
-// The last item closes the collection, so nothing shorter is whole.
-void ReportDescriptorTest::refusesEveryTruncation()
-{
-    for (const Bytes& whole : {configuration, screenDescriptor(0xFF68)}) {
-        for (std::size_t length = 0; length < whole.size(); ++length)
-            QCOMPARE(interfaceKind(std::span(whole).first(length)), InterfaceKind::Other);
+        row("nothing", other, {});
+        row("no collection", other, {0x06, 0x13, 0xFF, 0x09, 0x01});
+        row("collection without a page", other, {0x09, 0x01, 0xA1, 0x01, 0xC0});
+        row("collection left open", other, {0x06, 0x13, 0xFF, 0xA1, 0x01, 0xA1, 0x02, 0xC0});
+        row("closed once too often", other, {0x06, 0x13, 0xFF, 0xA1, 0x01, 0xC0, 0xC0, 0xA1, 0x01});
+        row("field outside", other, joined(configuration, {0x09, 0x02, 0xB1, 0x02}));
+        row("pop without push", other, joined(configuration, {0xB4}));
+        row("five pushes", other, joined(configuration, {0xA4, 0xA4, 0xA4, 0xA4, 0xA4}));
+        row("long item", other, wrapped({0xFE, 0x01, 0xF0, 0x00}));
     }
-}
+    void tellsInterfacesApart()
+    {
+        QFETCH(const Bytes, descriptor);
+        QFETCH(const InterfaceKind, kind);
 
-void ReportDescriptorTest::refusesEveryOtherPageAnywhere()
-{
-    for (unsigned page = 0; page < 0xFF00; ++page) {
-        const Bytes descriptor =
-            joined(configuration, featureDescriptor(static_cast<std::uint16_t>(page)));
-        QCOMPARE(interfaceKind(descriptor), InterfaceKind::Other);
+        QCOMPARE(interfaceKind(descriptor), kind);
     }
-}
 
-// Random bytes must never read outside the descriptor; sanitizer runs see it.
-void ReportDescriptorTest::survivesAnything()
-{
-    std::uint32_t state = 1;
-    for (int round = 0; round < 20000; ++round) {
-        Bytes descriptor = configuration;
-        for (int change = 0; change < 3; ++change) {
-            state = state * 1664525U + 1013904223U;
-            descriptor.at((state >> 8) % descriptor.size()) =
-                static_cast<std::uint8_t>(state >> 24);
+    // The last item closes the collection, so nothing shorter is whole.
+    void refusesEveryTruncation()
+    {
+        for (const Bytes& whole : {configuration, screenDescriptor(0xFF68)}) {
+            for (std::size_t length = 0; length < whole.size(); ++length)
+                QCOMPARE(interfaceKind(std::span(whole).first(length)), InterfaceKind::Other);
         }
-        const InterfaceKind kind = interfaceKind(descriptor);
-        const bool namesPage =
-            std::ranges::search(descriptor, Bytes{0x13, 0xFF}).begin() != descriptor.end() ||
-            kind != InterfaceKind::Configuration;
-        QVERIFY(namesPage);
     }
-}
 
-void ReportDescriptorTest::refusesWhatIsLongerThanTheKernelAllows()
-{
-    Bytes longest = configuration;
-    longest.insert(longest.begin(), largestReportDescriptor - longest.size(), 0x14);
-    QCOMPARE(interfaceKind(longest), InterfaceKind::Configuration);
-    longest.insert(longest.begin(), 0x14);
-    QCOMPARE(interfaceKind(longest), InterfaceKind::Other);
-}
+    void refusesEveryOtherPageAnywhere()
+    {
+        for (unsigned page = 0; page < 0xFF00; ++page) {
+            const Bytes descriptor =
+                joined(configuration, featureDescriptor(static_cast<std::uint16_t>(page)));
+            QCOMPARE(interfaceKind(descriptor), InterfaceKind::Other);
+        }
+    }
+
+    // Random bytes must never read outside the descriptor; sanitizer runs see it.
+    void survivesAnything()
+    {
+        std::uint32_t state = 1;
+        for (int round = 0; round < 20000; ++round) {
+            Bytes descriptor = configuration;
+            for (int change = 0; change < 3; ++change) {
+                state = state * 1664525U + 1013904223U;
+                descriptor.at((state >> 8) % descriptor.size()) =
+                    static_cast<std::uint8_t>(state >> 24);
+            }
+            const InterfaceKind kind = interfaceKind(descriptor);
+            const bool namesPage =
+                std::ranges::search(descriptor, Bytes{0x13, 0xFF}).begin() != descriptor.end() ||
+                kind != InterfaceKind::Configuration;
+            QVERIFY(namesPage);
+        }
+    }
+
+    void refusesWhatIsLongerThanTheKernelAllows()
+    {
+        Bytes longest = configuration;
+        longest.insert(longest.begin(), largestReportDescriptor - longest.size(), 0x14);
+        QCOMPARE(interfaceKind(longest), InterfaceKind::Configuration);
+        longest.insert(longest.begin(), 0x14);
+        QCOMPARE(interfaceKind(longest), InterfaceKind::Other);
+    }
+};
 
 QTEST_APPLESS_MAIN(ReportDescriptorTest)
 #include "report_descriptor_test.moc"

@@ -84,11 +84,68 @@ class InstallTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void installsTheListedFiles();
-    void opensNoMoreThanTheProgramNeeds();
-    void startsFromWhereItIsInstalled();
-    void uninstallLeavesNothing();
+    void initTestCase()
+    {
+        QVERIFY(
+            runCMake(systemRoot.path(), {QStringLiteral("--install"), QStringLiteral(TAVIK_BUILD),
+                                         QStringLiteral("--prefix"), QStringLiteral("/usr")}));
+    }
+
+    void installsTheListedFiles()
+    {
+        QCOMPARE(filesBelow(systemRoot.filePath(QStringLiteral("usr"))), expectedFiles());
+        QCOMPARE(filesBelow(systemRoot.path()).size(), expectedFiles().size());
+    }
+
+    void opensNoMoreThanTheProgramNeeds()
+    {
+        QFile rule(installed(QStringLiteral("lib/udev/rules.d/60-tavik-center.rules")));
+        QVERIFY(rule.open(QIODevice::ReadOnly));
+        QVERIFY(rule.readAll().contains(
+            "IMPORT{program}=\"/usr/lib/udev/tavik-center-interface %S%p\""));
+    }
+
+    // The installed program finds its own data beside itself, and the keyboard over the real
+    // hidapi.
+    void startsFromWhereItIsInstalled()
+    {
+        if (QFile::exists(QStringLiteral("/tmp/tavik-center")))
+            QSKIP("/tmp/tavik-center is searched for data before the installed files");
+        EmulatedKeyboard keyboard;
+        const OpenWatch font(installed(
+            QStringLiteral("share/tavik-center/official-skin/fonts/OpenSans-Semibold.ttf")));
+        const OpenWatch picture(
+            installed(QStringLiteral("share/tavik-center/official-skin/img_keyboard_brix9.png")));
+        const OpenWatch layout(installed(QStringLiteral("share/tavik-center/keyboard-layout.xml")));
+        TestbedProcess program(AsUser::Same);
+        program.setEnvironment(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        program.setEnvironment(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+        program.setEnvironment(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
+
+        QVERIFY(program.start(installed(QStringLiteral("bin/tavik-center"))));
+
+        QVERIFY(font.wait());
+        QVERIFY(layout.wait());
+        QVERIFY(keyboard.waitUntilOpened(1, std::chrono::milliseconds(timeoutMs)));
+        QVERIFY(picture.wait());
+        QVERIFY2(program.isRunning(), qPrintable(program.output()));
+        program.end();
+        QCOMPARE(program.output(), QString());
+        // Starting up sends nothing to the keyboard.
+        QCOMPARE(keyboard.transfers(), 0);
+    }
+
+    void uninstallLeavesNothing()
+    {
+        QVERIFY(runCMake(systemRoot.path(),
+                         {QStringLiteral("-DMANIFEST=" TAVIK_BUILD "/install_manifest.txt"),
+                          QStringLiteral("-P"), QStringLiteral(TAVIK_UNINSTALL)}));
+
+        QCOMPARE(filesBelow(systemRoot.path()), QStringList());
+        QDirIterator entry(systemRoot.path(), {QStringLiteral("*tavik*")}, QDir::AllEntries,
+                           QDirIterator::Subdirectories);
+        QVERIFY2(!entry.hasNext(), qPrintable(entry.next()));
+    }
 
 private:
     [[nodiscard]] QString installed(const QString& file) const
@@ -99,67 +156,6 @@ private:
     QTemporaryDir systemRoot;
     QTemporaryDir home;
 };
-
-void InstallTest::initTestCase()
-{
-    QVERIFY(runCMake(systemRoot.path(), {QStringLiteral("--install"), QStringLiteral(TAVIK_BUILD),
-                                         QStringLiteral("--prefix"), QStringLiteral("/usr")}));
-}
-
-void InstallTest::installsTheListedFiles()
-{
-    QCOMPARE(filesBelow(systemRoot.filePath(QStringLiteral("usr"))), expectedFiles());
-    QCOMPARE(filesBelow(systemRoot.path()).size(), expectedFiles().size());
-}
-
-void InstallTest::opensNoMoreThanTheProgramNeeds()
-{
-    QFile rule(installed(QStringLiteral("lib/udev/rules.d/60-tavik-center.rules")));
-    QVERIFY(rule.open(QIODevice::ReadOnly));
-    QVERIFY(
-        rule.readAll().contains("IMPORT{program}=\"/usr/lib/udev/tavik-center-interface %S%p\""));
-}
-
-// The installed program finds its own data beside itself, and the keyboard over the real hidapi.
-void InstallTest::startsFromWhereItIsInstalled()
-{
-    if (QFile::exists(QStringLiteral("/tmp/tavik-center")))
-        QSKIP("/tmp/tavik-center is searched for data before the installed files");
-    EmulatedKeyboard keyboard;
-    const OpenWatch font(
-        installed(QStringLiteral("share/tavik-center/official-skin/fonts/OpenSans-Semibold.ttf")));
-    const OpenWatch picture(
-        installed(QStringLiteral("share/tavik-center/official-skin/img_keyboard_brix9.png")));
-    const OpenWatch layout(installed(QStringLiteral("share/tavik-center/keyboard-layout.xml")));
-    TestbedProcess program(AsUser::Same);
-    program.setEnvironment(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    program.setEnvironment(QStringLiteral("XDG_CONFIG_HOME"), home.path());
-    program.setEnvironment(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
-
-    QVERIFY(program.start(installed(QStringLiteral("bin/tavik-center"))));
-
-    QVERIFY(font.wait());
-    QVERIFY(layout.wait());
-    QVERIFY(keyboard.waitUntilOpened(1, std::chrono::milliseconds(timeoutMs)));
-    QVERIFY(picture.wait());
-    QVERIFY2(program.isRunning(), qPrintable(program.output()));
-    program.end();
-    QCOMPARE(program.output(), QString());
-    // Starting up sends nothing to the keyboard.
-    QCOMPARE(keyboard.transfers(), 0);
-}
-
-void InstallTest::uninstallLeavesNothing()
-{
-    QVERIFY(runCMake(systemRoot.path(),
-                     {QStringLiteral("-DMANIFEST=" TAVIK_BUILD "/install_manifest.txt"),
-                      QStringLiteral("-P"), QStringLiteral(TAVIK_UNINSTALL)}));
-
-    QCOMPARE(filesBelow(systemRoot.path()), QStringList());
-    QDirIterator entry(systemRoot.path(), {QStringLiteral("*tavik*")}, QDir::AllEntries,
-                       QDirIterator::Subdirectories);
-    QVERIFY2(!entry.hasNext(), qPrintable(entry.next()));
-}
 
 QTEST_GUILESS_MAIN(InstallTest)
 #include "install_test.moc"

@@ -43,58 +43,52 @@ class InterfaceProgramTest : public QObject
     Q_OBJECT
 
 private slots:
-    void answersForEveryKind_data();
-    void answersForEveryKind();
-    void refusesAMissingDescriptor();
-    void wantsOneArgument();
+    void answersForEveryKind_data()
+    {
+        QTest::addColumn<Bytes>("descriptor");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QByteArray>("text");
+        const QByteArray configuration = "TAVIK_CENTER_INTERFACE=configuration\n";
+        const QByteArray screen = "TAVIK_CENTER_INTERFACE=screen\n";
+        Bytes endless = featureDescriptor(0xFF13);
+        endless.insert(endless.begin(), 100000, 0x14);
+
+        QTest::newRow("configuration") << featureDescriptor(0xFF13) << 0 << configuration;
+        QTest::newRow("screen") << screenDescriptor(0xFF68) << 0 << screen;
+        QTest::newRow("other screen") << screenDescriptor(0xFF67) << 0 << screen;
+        QTest::newRow("typing") << typingDescriptor() << 1 << QByteArray();
+        QTest::newRow("typing behind")
+            << joined(featureDescriptor(0xFF13), typingDescriptor()) << 1 << QByteArray();
+        QTest::newRow("empty") << Bytes() << 1 << QByteArray();
+        QTest::newRow("endless") << endless << 1 << QByteArray();
+    }
+    void answersForEveryKind()
+    {
+        QFETCH(const Bytes, descriptor);
+        QFETCH(const int, exitCode);
+        QFETCH(const QByteArray, text);
+        const QTemporaryDir node;
+        QVERIFY(writeDescriptor(node, descriptor));
+
+        const Outcome outcome = ask({node.path()});
+
+        QCOMPARE(outcome.exitCode, exitCode);
+        QCOMPARE(outcome.text, text);
+    }
+
+    void refusesAMissingDescriptor()
+    {
+        const QTemporaryDir node;
+        QCOMPARE(ask({node.path()}).exitCode, 1);
+        QCOMPARE(ask({node.filePath(QStringLiteral("nowhere"))}).exitCode, 1);
+    }
+
+    void wantsOneArgument()
+    {
+        QCOMPARE(ask({}).exitCode, 2);
+        QCOMPARE(ask({QStringLiteral("one"), QStringLiteral("two")}).exitCode, 2);
+    }
 };
-
-void InterfaceProgramTest::answersForEveryKind_data()
-{
-    QTest::addColumn<Bytes>("descriptor");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("text");
-    const QByteArray configuration = "TAVIK_CENTER_INTERFACE=configuration\n";
-    const QByteArray screen = "TAVIK_CENTER_INTERFACE=screen\n";
-    Bytes endless = featureDescriptor(0xFF13);
-    endless.insert(endless.begin(), 100000, 0x14);
-
-    QTest::newRow("configuration") << featureDescriptor(0xFF13) << 0 << configuration;
-    QTest::newRow("screen") << screenDescriptor(0xFF68) << 0 << screen;
-    QTest::newRow("other screen") << screenDescriptor(0xFF67) << 0 << screen;
-    QTest::newRow("typing") << typingDescriptor() << 1 << QByteArray();
-    QTest::newRow("typing behind")
-        << joined(featureDescriptor(0xFF13), typingDescriptor()) << 1 << QByteArray();
-    QTest::newRow("empty") << Bytes() << 1 << QByteArray();
-    QTest::newRow("endless") << endless << 1 << QByteArray();
-}
-
-void InterfaceProgramTest::answersForEveryKind()
-{
-    QFETCH(const Bytes, descriptor);
-    QFETCH(const int, exitCode);
-    QFETCH(const QByteArray, text);
-    const QTemporaryDir node;
-    QVERIFY(writeDescriptor(node, descriptor));
-
-    const Outcome outcome = ask({node.path()});
-
-    QCOMPARE(outcome.exitCode, exitCode);
-    QCOMPARE(outcome.text, text);
-}
-
-void InterfaceProgramTest::refusesAMissingDescriptor()
-{
-    const QTemporaryDir node;
-    QCOMPARE(ask({node.path()}).exitCode, 1);
-    QCOMPARE(ask({node.filePath(QStringLiteral("nowhere"))}).exitCode, 1);
-}
-
-void InterfaceProgramTest::wantsOneArgument()
-{
-    QCOMPARE(ask({}).exitCode, 2);
-    QCOMPARE(ask({QStringLiteral("one"), QStringLiteral("two")}).exitCode, 2);
-}
 
 QTEST_GUILESS_MAIN(InterfaceProgramTest)
 #include "interface_program_test.moc"

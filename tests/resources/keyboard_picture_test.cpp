@@ -8,37 +8,6 @@
 
 namespace tavik::tests {
 
-class KeyboardPictureTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void isLargeEnoughForBigScreens();
-    void caseHasTransparentCorners();
-    void capsStandWhereTheKeysAre_data();
-    void capsStandWhereTheKeysAre();
-    void legendIsPrinted_data();
-    void legendIsPrinted();
-    void captionsReachTheirContrast_data();
-    void captionsReachTheirContrast();
-    void glowsShowOnTheCap_data();
-    void glowsShowOnTheCap();
-    void legendsAreReadableUnderEveryGlow_data();
-    void legendsAreReadableUnderEveryGlow();
-    void screenShowsAClock();
-
-private:
-    void addKeyRows() const;
-    [[nodiscard]] QColor at(double x, double y) const;
-    [[nodiscard]] QPointF darkestPlace(const QRectF& area) const;
-    [[nodiscard]] double worstCaptionContrast(const QRect& area) const;
-
-    Layout layout;
-    QImage picture;
-    int scale = 0;
-};
-
 namespace {
 
 constexpr QColor captionText(30, 30, 30);
@@ -85,212 +54,207 @@ int largestDifference(const QColor& one, const QColor& other)
 
 } // namespace
 
-void KeyboardPictureTest::initTestCase()
+class KeyboardPictureTest : public QObject
 {
-    layout = readLayout(shareDirectory() + "/keyboard-layout.xml");
-    QCOMPARE(layout.error, QString());
-    QVERIFY(!layout.keys.isEmpty());
-    picture = skinPicture("img_keyboard_brix9.png");
-    QVERIFY(!picture.isNull());
-    scale = picture.width() / layout.area.width();
-}
+    Q_OBJECT
 
-void KeyboardPictureTest::addKeyRows() const
-{
-    QTest::addColumn<int>("index");
-    for (int index = 0; index < layout.keys.size(); ++index)
-        QTest::addRow("%s", qPrintable(layout.keys.at(index).desc)) << index;
-}
+private slots:
+    void initTestCase()
+    {
+        layout = readLayout(shareDirectory() + "/keyboard-layout.xml");
+        QCOMPARE(layout.error, QString());
+        QVERIFY(!layout.keys.isEmpty());
+        picture = skinPicture("img_keyboard_brix9.png");
+        QVERIFY(!picture.isNull());
+        scale = picture.width() / layout.area.width();
+    }
 
-// The color at a place in layout units.
-QColor KeyboardPictureTest::at(double x, double y) const
-{
-    return picture.pixelColor(static_cast<int>(std::floor(x * scale)),
-                              static_cast<int>(std::floor(y * scale)));
-}
+    void isLargeEnoughForBigScreens()
+    {
+        QVERIFY(scale >= 3);
+        QCOMPARE(picture.size(), layout.area.size() * scale);
+    }
 
-QPointF KeyboardPictureTest::darkestPlace(const QRectF& area) const
-{
-    QPointF darkest = area.topLeft();
-    const double step = 1.0 / scale;
-    for (double y = area.top(); y < area.bottom(); y += step) {
-        for (double x = area.left(); x < area.right(); x += step) {
-            if (qGray(at(x, y).rgb()) < qGray(at(darkest.x(), darkest.y()).rgb()))
-                darkest = QPointF(x, y);
+    void caseHasTransparentCorners()
+    {
+        QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
+        QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
+        if (layout.caseRect.isNull())
+            QSKIP("this board is drawn without a case");
+        const QPointF rim(layout.caseRect.left() + 6, layout.caseRect.center().y());
+        QCOMPARE(at(rim.x(), rim.y()).alpha(), 255);
+        QVERIFY(isDark(at(rim.x(), rim.y())));
+    }
+
+    void capsStandWhereTheKeysAre_data() { addKeyRows(); }
+    void capsStandWhereTheKeysAre()
+    {
+        QFETCH(int, index);
+        const QRectF key = layout.keys.at(index).rect;
+        const QPointF middle = key.center();
+
+        // Half a unit on either side of each edge, and each corner: round, so a little further in.
+        const std::array<QPointF, 8> inside{
+            QPointF(key.left() + 0.5, middle.y()), QPointF(key.right() - 0.5, middle.y()),
+            QPointF(middle.x(), key.top() + 0.5),  QPointF(middle.x(), key.bottom() - 0.5),
+            key.topLeft() + QPointF(2, 2),         key.topRight() + QPointF(-2, 2),
+            key.bottomLeft() + QPointF(2, -2),     key.bottomRight() + QPointF(-2, -2)};
+        const std::array<QPointF, 8> outside{
+            QPointF(key.left() - 0.5, middle.y()), QPointF(key.right() + 0.5, middle.y()),
+            QPointF(middle.x(), key.top() - 0.5),  QPointF(middle.x(), key.bottom() + 0.5),
+            key.topLeft() - QPointF(0.5, 0.5),     key.topRight() + QPointF(0.5, -0.5),
+            key.bottomLeft() + QPointF(-0.5, 0.5), key.bottomRight() + QPointF(0.5, 0.5)};
+        for (const QPointF& place : inside)
+            QVERIFY2(isLight(at(place.x(), place.y())),
+                     qPrintable(QString("%1, %2").arg(place.x()).arg(place.y())));
+        for (const QPointF& place : outside)
+            QVERIFY2(isDark(at(place.x(), place.y())),
+                     qPrintable(QString("%1, %2").arg(place.x()).arg(place.y())));
+    }
+
+    void legendIsPrinted_data() { addKeyRows(); }
+    void legendIsPrinted()
+    {
+        QFETCH(int, index);
+        const LayoutKey& key = layout.keys.at(index);
+        const QPointF darkest = darkestPlace(legendArea(key.rect));
+        QCOMPARE(isLight(at(darkest.x(), darkest.y())), key.legend.isEmpty());
+    }
+
+    void captionsReachTheirContrast_data() { addKeyRows(); }
+    // A caption of one line stands in the middle of the key, where nothing may be printed; a longer
+    // one reaches down to the lower edge, past the hint in the right corner. Every pixel under the
+    // translucent box must be light enough for the dark text.
+    void captionsReachTheirContrast()
+    {
+        QFETCH(int, index);
+        const QRect key = layout.keys.at(index).rect;
+        const int middle = (key.top() + key.bottom()) / 2;
+        const QRect oneLine(key.left() + 3, middle - 7, key.width() - 8, 14);
+        const QRect below(key.left() + 3, middle + 7, key.width() / 2,
+                          key.bottom() - 4 - middle - 7);
+        for (const QRect& area : {oneLine, below}) {
+            const double worst = worstCaptionContrast(area);
+            QVERIFY2(worst >= 4.5, qPrintable(QString::number(worst)));
         }
     }
-    return darkest;
-}
 
-double KeyboardPictureTest::worstCaptionContrast(const QRect& area) const
-{
-    double worst = 21.0;
-    for (int y = area.top() * scale; y <= area.bottom() * scale; ++y) {
-        for (int x = area.left() * scale; x <= area.right() * scale; ++x)
-            worst = std::min(worst, contrast(captionText, over(captionFill, picture.pixel(x, y))));
-    }
-    return worst;
-}
+    void glowsShowOnTheCap_data() { addKeyRows(); }
+    void glowsShowOnTheCap()
+    {
+        constexpr int clearlyVisible = 20;
+        QFETCH(int, index);
+        const QPointF middle = QRectF(layout.keys.at(index).rect).center();
+        const QColor cap = at(middle.x(), middle.y());
 
-void KeyboardPictureTest::isLargeEnoughForBigScreens()
-{
-    QVERIFY(scale >= 3);
-    QCOMPARE(picture.size(), layout.area.size() * scale);
-}
-
-void KeyboardPictureTest::caseHasTransparentCorners()
-{
-    QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
-    QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
-    if (layout.caseRect.isNull())
-        QSKIP("this board is drawn without a case");
-    const QPointF rim(layout.caseRect.left() + 6, layout.caseRect.center().y());
-    QCOMPARE(at(rim.x(), rim.y()).alpha(), 255);
-    QVERIFY(isDark(at(rim.x(), rim.y())));
-}
-
-void KeyboardPictureTest::capsStandWhereTheKeysAre_data()
-{
-    addKeyRows();
-}
-
-void KeyboardPictureTest::capsStandWhereTheKeysAre()
-{
-    QFETCH(int, index);
-    const QRectF key = layout.keys.at(index).rect;
-    const QPointF middle = key.center();
-
-    // Half a unit on either side of each edge, and each corner: round, so a little further in.
-    const std::array<QPointF, 8> inside{
-        QPointF(key.left() + 0.5, middle.y()), QPointF(key.right() - 0.5, middle.y()),
-        QPointF(middle.x(), key.top() + 0.5),  QPointF(middle.x(), key.bottom() - 0.5),
-        key.topLeft() + QPointF(2, 2),         key.topRight() + QPointF(-2, 2),
-        key.bottomLeft() + QPointF(2, -2),     key.bottomRight() + QPointF(-2, -2)};
-    const std::array<QPointF, 8> outside{
-        QPointF(key.left() - 0.5, middle.y()), QPointF(key.right() + 0.5, middle.y()),
-        QPointF(middle.x(), key.top() - 0.5),  QPointF(middle.x(), key.bottom() + 0.5),
-        key.topLeft() - QPointF(0.5, 0.5),     key.topRight() + QPointF(0.5, -0.5),
-        key.bottomLeft() + QPointF(-0.5, 0.5), key.bottomRight() + QPointF(0.5, 0.5)};
-    for (const QPointF& place : inside)
-        QVERIFY2(isLight(at(place.x(), place.y())),
-                 qPrintable(QString("%1, %2").arg(place.x()).arg(place.y())));
-    for (const QPointF& place : outside)
-        QVERIFY2(isDark(at(place.x(), place.y())),
-                 qPrintable(QString("%1, %2").arg(place.x()).arg(place.y())));
-}
-
-void KeyboardPictureTest::legendIsPrinted_data()
-{
-    addKeyRows();
-}
-
-void KeyboardPictureTest::legendIsPrinted()
-{
-    QFETCH(int, index);
-    const LayoutKey& key = layout.keys.at(index);
-    const QPointF darkest = darkestPlace(legendArea(key.rect));
-    QCOMPARE(isLight(at(darkest.x(), darkest.y())), key.legend.isEmpty());
-}
-
-void KeyboardPictureTest::captionsReachTheirContrast_data()
-{
-    addKeyRows();
-}
-
-// A caption of one line stands in the middle of the key, where nothing may be printed; a longer one
-// reaches down to the lower edge, past the hint in the right corner. Every pixel under the
-// translucent box must be light enough for the dark text.
-void KeyboardPictureTest::captionsReachTheirContrast()
-{
-    QFETCH(int, index);
-    const QRect key = layout.keys.at(index).rect;
-    const int middle = (key.top() + key.bottom()) / 2;
-    const QRect oneLine(key.left() + 3, middle - 7, key.width() - 8, 14);
-    const QRect below(key.left() + 3, middle + 7, key.width() / 2, key.bottom() - 4 - middle - 7);
-    for (const QRect& area : {oneLine, below}) {
-        const double worst = worstCaptionContrast(area);
-        QVERIFY2(worst >= 4.5, qPrintable(QString::number(worst)));
-    }
-}
-
-void KeyboardPictureTest::glowsShowOnTheCap_data()
-{
-    addKeyRows();
-}
-
-void KeyboardPictureTest::glowsShowOnTheCap()
-{
-    constexpr int clearlyVisible = 20;
-    QFETCH(int, index);
-    const QPointF middle = QRectF(layout.keys.at(index).rect).center();
-    const QColor cap = at(middle.x(), middle.y());
-
-    for (int hue = 0; hue < 360; ++hue) {
-        const QColor glow = withAlpha(QColor::fromHsv(hue, 220, 255), rainbowAlpha);
-        QVERIFY2(largestDifference(cap, over(glow, cap)) >= clearlyVisible,
-                 qPrintable(QString::number(hue)));
-    }
-    for (const QColor& color : {QColor(Qt::white), QColor(Qt::yellow), QColor(Qt::black)}) {
-        const QColor glow = withAlpha(color, keyColorAlpha);
-        QVERIFY2(largestDifference(cap, over(glow, cap)) >= clearlyVisible,
-                 qPrintable(color.name()));
-    }
-}
-
-void KeyboardPictureTest::legendsAreReadableUnderEveryGlow_data()
-{
-    addKeyRows();
-}
-
-void KeyboardPictureTest::legendsAreReadableUnderEveryGlow()
-{
-    QFETCH(int, index);
-    const LayoutKey& key = layout.keys.at(index);
-    if (key.legend.isEmpty())
-        return;
-    const QPointF print = darkestPlace(legendArea(key.rect));
-    const QColor ink = at(print.x(), print.y());
-    const QColor ground = at(key.rect.left() + 4, print.y());
-
-    for (int corner = 0; corner < 8; ++corner) {
-        const QColor color((corner & 1) * 255, (corner >> 1 & 1) * 255, (corner >> 2 & 1) * 255);
-        const QColor glow = withAlpha(color, glowAlpha(key.rect, print, keyColorAlpha, 0.8));
-        const double reached = contrast(over(glow, ink), over(glow, ground));
-        QVERIFY2(reached >= 4.5, qPrintable(QString("%1 under %2").arg(reached).arg(color.name())));
-    }
-    for (int hue = 0; hue < 360; hue += 10) {
-        const QColor glow = withAlpha(QColor::fromHsv(hue, 220, 255),
-                                      glowAlpha(key.rect, print, rainbowAlpha, 0.82));
-        const double reached = contrast(over(glow, ink), over(glow, ground));
-        QVERIFY2(reached >= 4.5, qPrintable(QString("%1 under hue %2").arg(reached).arg(hue)));
-    }
-}
-
-// Dark glass with light hands and one in the accent.
-void KeyboardPictureTest::screenShowsAClock()
-{
-    if (layout.screenRect.isNull())
-        QSKIP("this board has no screen");
-    const QRect glass = layout.screenRect.adjusted(2, 2, -2, -2);
-    for (const LayoutKey& key : layout.keys)
-        QVERIFY2(!glass.intersects(key.rect), qPrintable(key.desc));
-
-    int dark = 0;
-    int light = 0;
-    int accent = 0;
-    const int pixels = glass.width() * glass.height();
-    for (int y = glass.top(); y <= glass.bottom(); ++y) {
-        for (int x = glass.left(); x <= glass.right(); ++x) {
-            const QColor color = at(x + 0.5, y + 0.5);
-            dark += qGray(color.rgb()) < 40 ? 1 : 0;
-            light += qGray(color.rgb()) > 200 ? 1 : 0;
-            accent += largestDifference(color, QColor("#e77a19")) < 30 ? 1 : 0;
+        for (int hue = 0; hue < 360; ++hue) {
+            const QColor glow = withAlpha(QColor::fromHsv(hue, 220, 255), rainbowAlpha);
+            QVERIFY2(largestDifference(cap, over(glow, cap)) >= clearlyVisible,
+                     qPrintable(QString::number(hue)));
+        }
+        for (const QColor& color : {QColor(Qt::white), QColor(Qt::yellow), QColor(Qt::black)}) {
+            const QColor glow = withAlpha(color, keyColorAlpha);
+            QVERIFY2(largestDifference(cap, over(glow, cap)) >= clearlyVisible,
+                     qPrintable(color.name()));
         }
     }
-    QVERIFY(dark > pixels * 8 / 10);
-    QVERIFY(light > 60);
-    QVERIFY(accent > 20);
-}
+
+    void legendsAreReadableUnderEveryGlow_data() { addKeyRows(); }
+    void legendsAreReadableUnderEveryGlow()
+    {
+        QFETCH(int, index);
+        const LayoutKey& key = layout.keys.at(index);
+        if (key.legend.isEmpty())
+            return;
+        const QPointF print = darkestPlace(legendArea(key.rect));
+        const QColor ink = at(print.x(), print.y());
+        const QColor ground = at(key.rect.left() + 4, print.y());
+
+        for (int corner = 0; corner < 8; ++corner) {
+            const QColor color((corner & 1) * 255, (corner >> 1 & 1) * 255,
+                               (corner >> 2 & 1) * 255);
+            const QColor glow = withAlpha(color, glowAlpha(key.rect, print, keyColorAlpha, 0.8));
+            const double reached = contrast(over(glow, ink), over(glow, ground));
+            QVERIFY2(reached >= 4.5,
+                     qPrintable(QString("%1 under %2").arg(reached).arg(color.name())));
+        }
+        for (int hue = 0; hue < 360; hue += 10) {
+            const QColor glow = withAlpha(QColor::fromHsv(hue, 220, 255),
+                                          glowAlpha(key.rect, print, rainbowAlpha, 0.82));
+            const double reached = contrast(over(glow, ink), over(glow, ground));
+            QVERIFY2(reached >= 4.5, qPrintable(QString("%1 under hue %2").arg(reached).arg(hue)));
+        }
+    }
+
+    // Dark glass with light hands and one in the accent.
+    void screenShowsAClock()
+    {
+        if (layout.screenRect.isNull())
+            QSKIP("this board has no screen");
+        const QRect glass = layout.screenRect.adjusted(2, 2, -2, -2);
+        for (const LayoutKey& key : layout.keys)
+            QVERIFY2(!glass.intersects(key.rect), qPrintable(key.desc));
+
+        int dark = 0;
+        int light = 0;
+        int accent = 0;
+        const int pixels = glass.width() * glass.height();
+        for (int y = glass.top(); y <= glass.bottom(); ++y) {
+            for (int x = glass.left(); x <= glass.right(); ++x) {
+                const QColor color = at(x + 0.5, y + 0.5);
+                dark += qGray(color.rgb()) < 40 ? 1 : 0;
+                light += qGray(color.rgb()) > 200 ? 1 : 0;
+                accent += largestDifference(color, QColor("#e77a19")) < 30 ? 1 : 0;
+            }
+        }
+        QVERIFY(dark > pixels * 8 / 10);
+        QVERIFY(light > 60);
+        QVERIFY(accent > 20);
+    }
+
+private:
+    void addKeyRows() const
+    {
+        QTest::addColumn<int>("index");
+        for (int index = 0; index < layout.keys.size(); ++index)
+            QTest::addRow("%s", qPrintable(layout.keys.at(index).desc)) << index;
+    }
+
+    // The color at a place in layout units.
+    [[nodiscard]] QColor at(double x, double y) const
+    {
+        return picture.pixelColor(static_cast<int>(std::floor(x * scale)),
+                                  static_cast<int>(std::floor(y * scale)));
+    }
+
+    [[nodiscard]] QPointF darkestPlace(const QRectF& area) const
+    {
+        QPointF darkest = area.topLeft();
+        const double step = 1.0 / scale;
+        for (double y = area.top(); y < area.bottom(); y += step) {
+            for (double x = area.left(); x < area.right(); x += step) {
+                if (qGray(at(x, y).rgb()) < qGray(at(darkest.x(), darkest.y()).rgb()))
+                    darkest = QPointF(x, y);
+            }
+        }
+        return darkest;
+    }
+
+    [[nodiscard]] double worstCaptionContrast(const QRect& area) const
+    {
+        double worst = 21.0;
+        for (int y = area.top() * scale; y <= area.bottom() * scale; ++y) {
+            for (int x = area.left() * scale; x <= area.right() * scale; ++x)
+                worst =
+                    std::min(worst, contrast(captionText, over(captionFill, picture.pixel(x, y))));
+        }
+        return worst;
+    }
+
+    Layout layout;
+    QImage picture;
+    int scale = 0;
+};
 
 } // namespace tavik::tests
 

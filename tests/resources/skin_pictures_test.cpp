@@ -11,36 +11,6 @@
 
 namespace tavik::tests {
 
-class SkinPicturesTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void stripHasItsFrames_data();
-    void stripHasItsFrames();
-    void framesAreOneShapeInDifferentColors_data();
-    void framesAreOneShapeInDifferentColors();
-    void chosenFrameShowsTheAccent_data();
-    void chosenFrameShowsTheAccent();
-    void restingFrameIsReadable_data();
-    void restingFrameIsReadable();
-    void arrowPointsWhereItSays_data();
-    void arrowPointsWhereItSays();
-    void tintedIconIsSharpAndSquare_data();
-    void tintedIconIsSharpAndSquare();
-    void marksOfControlsAreSharp_data();
-    void marksOfControlsAreSharp();
-    void controlArrowsPointUpAndDown();
-    void switchShowsItsState();
-    void logoFitsTheTitleBar();
-    void backdropIsQuiet();
-    void backdropCarriesText_data();
-    void backdropCarriesText();
-    void fontsAreOpenSans_data();
-    void fontsAreOpenSans();
-    void applicationIconIsReadableSmall();
-};
-
 namespace {
 
 const QColor accent("#e77a19");
@@ -146,253 +116,239 @@ double knobOf(const QImage& picture)
 
 } // namespace
 
-void SkinPicturesTest::stripHasItsFrames_data()
+class SkinPicturesTest : public QObject
 {
-    addStripRows();
-}
+    Q_OBJECT
 
-void SkinPicturesTest::stripHasItsFrames()
-{
-    QFETCH(int, index);
-    const Strip& strip = strips().at(index);
-    const QImage picture = skinPicture(strip.name);
-    QCOMPARE(picture.size(), QSize(strip.frame.width() * strip.frames, strip.frame.height()));
-    for (int frame = 0; frame < strip.frames; ++frame) {
-        QCOMPARE(inkOf(frameOf(strip, frame)).alpha(), 255);
-        QVERIFY2(borderIsClear(frameOf(strip, frame)), qPrintable(QString::number(frame)));
-    }
-}
-
-void SkinPicturesTest::framesAreOneShapeInDifferentColors_data()
-{
-    addStripRows();
-}
-
-void SkinPicturesTest::framesAreOneShapeInDifferentColors()
-{
-    QFETCH(int, index);
-    const Strip& strip = strips().at(index);
-    for (int one = 0; one < strip.frames; ++one) {
-        QCOMPARE(alphaOf(frameOf(strip, one)), alphaOf(frameOf(strip, 0)));
-        for (int other = one + 1; other < strip.frames; ++other)
-            QVERIFY(frameOf(strip, one) != frameOf(strip, other));
-    }
-}
-
-void SkinPicturesTest::chosenFrameShowsTheAccent_data()
-{
-    addStripRows();
-}
-
-void SkinPicturesTest::chosenFrameShowsTheAccent()
-{
-    QFETCH(int, index);
-    const Strip& strip = strips().at(index);
-    QCOMPARE(inkOf(frameOf(strip, strip.chosen)).name(), accent.name());
-    QVERIFY(inkOf(frameOf(strip, 0)).hsvSaturation() < 30);
-}
-
-void SkinPicturesTest::restingFrameIsReadable_data()
-{
-    addStripRows();
-}
-
-void SkinPicturesTest::restingFrameIsReadable()
-{
-    QFETCH(int, index);
-    const Strip& strip = strips().at(index);
-    // The direction pad stands on the gray panel, everything else on the dark frame of the window.
-    const QColor ground = strip.frames == 5 ? QColor(65, 65, 65) : QColor(17, 17, 17);
-    QVERIFY(contrast(inkOf(frameOf(strip, 0)), ground) >= 4.5);
-    QVERIFY(contrast(inkOf(frameOf(strip, 1)), ground) >
-            contrast(inkOf(frameOf(strip, 0)), ground));
-    QVERIFY(contrast(inkOf(frameOf(strip, strip.chosen)), ground) >= 3.0);
-}
-
-void SkinPicturesTest::arrowPointsWhereItSays_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QPoint>("direction");
-    QTest::newRow("right") << "img_direction_right.png" << QPoint(1, 0);
-    QTest::newRow("bottom") << "img_direction_bottom.png" << QPoint(0, 1);
-    QTest::newRow("top") << "img_direction_top.png" << QPoint(0, -1);
-    QTest::newRow("left") << "img_direction_left.png" << QPoint(-1, 0);
-}
-
-void SkinPicturesTest::arrowPointsWhereItSays()
-{
-    QFETCH(QString, name);
-    QFETCH(QPoint, direction);
-    // The head of an arrow is heavier than its tail.
-    const QPointF offset = weightOf(skinPicture(name).copy(0, 0, 30, 30)) - QPointF(15, 15);
-    QVERIFY(QPointF::dotProduct(offset, direction) > 1.0);
-    QVERIFY(std::abs(QPointF::dotProduct(offset, QPoint(direction.y(), direction.x()))) < 0.2);
-}
-
-void SkinPicturesTest::tintedIconIsSharpAndSquare_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("favorites") << "icons/icon_favorites.png";
-    QTest::newRow("music") << "icons/icon_music.png";
-}
-
-void SkinPicturesTest::tintedIconIsSharpAndSquare()
-{
-    QFETCH(QString, name);
-    const QImage picture = skinPicture(name);
-    QCOMPARE(picture.size(), QSize(48, 48));
-    QVERIFY(borderIsClear(picture));
-    // It stands between the strips of the sidebar and must rest in the same color.
-    QCOMPARE(inkOf(picture), inkOf(frameOf(strips().first(), 0)));
-}
-
-void SkinPicturesTest::marksOfControlsAreSharp_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("shownWidth");
-    QTest::newRow("up") << "control_up.png" << 12;
-    QTest::newRow("down") << "control_down.png" << 12;
-    QTest::newRow("check") << "control_check.png" << 18;
-    QTest::newRow("question") << "dialog_question.png" << 48;
-    QTest::newRow("information") << "dialog_information.png" << 48;
-}
-
-// Large enough for a pixel ratio of two, and never cut at its border.
-void SkinPicturesTest::marksOfControlsAreSharp()
-{
-    QFETCH(QString, name);
-    QFETCH(int, shownWidth);
-    const QImage picture = skinPicture(name);
-    QCOMPARE(picture.width(), picture.height());
-    QVERIFY(picture.width() >= 2 * shownWidth);
-    QVERIFY(borderIsClear(picture));
-}
-
-void SkinPicturesTest::controlArrowsPointUpAndDown()
-{
-    const QImage up = skinPicture("control_up.png");
-    const auto firstRow = [](const QImage& picture, int column) {
-        for (int y = 0; y < picture.height(); ++y) {
-            if (picture.pixelColor(column, y).alpha() > 128)
-                return y;
+private slots:
+    void stripHasItsFrames_data() { addStripRows(); }
+    void stripHasItsFrames()
+    {
+        QFETCH(int, index);
+        const Strip& strip = strips().at(index);
+        const QImage picture = skinPicture(strip.name);
+        QCOMPARE(picture.size(), QSize(strip.frame.width() * strip.frames, strip.frame.height()));
+        for (int frame = 0; frame < strip.frames; ++frame) {
+            QCOMPARE(inkOf(frameOf(strip, frame)).alpha(), 255);
+            QVERIFY2(borderIsClear(frameOf(strip, frame)), qPrintable(QString::number(frame)));
         }
-        return picture.height();
-    };
-    QVERIFY(firstRow(up, up.width() / 2) < firstRow(up, up.width() / 4));
-    const QImage down = skinPicture("control_down.png");
-    QVERIFY(firstRow(down, down.width() / 2) > firstRow(down, down.width() / 4));
-}
+    }
 
-void SkinPicturesTest::switchShowsItsState()
-{
-    const QImage on = skinPicture("img_switch_on.png");
-    const QImage off = skinPicture("img_switch_off.png");
-    QCOMPARE(on.size(), QSize(44, 26));
-    QCOMPARE(off.size(), QSize(44, 26));
-    QVERIFY(knobOf(on) > 28.0);
-    QVERIFY(knobOf(off) > 0.0 && knobOf(off) < 16.0);
-    QCOMPARE(on.pixelColor(12, 13).name(), accent.name());
-    QVERIFY(off.pixelColor(30, 13).hsvSaturation() < 30);
-    for (const QImage& picture : {on, off})
+    void framesAreOneShapeInDifferentColors_data() { addStripRows(); }
+    void framesAreOneShapeInDifferentColors()
+    {
+        QFETCH(int, index);
+        const Strip& strip = strips().at(index);
+        for (int one = 0; one < strip.frames; ++one) {
+            QCOMPARE(alphaOf(frameOf(strip, one)), alphaOf(frameOf(strip, 0)));
+            for (int other = one + 1; other < strip.frames; ++other)
+                QVERIFY(frameOf(strip, one) != frameOf(strip, other));
+        }
+    }
+
+    void chosenFrameShowsTheAccent_data() { addStripRows(); }
+    void chosenFrameShowsTheAccent()
+    {
+        QFETCH(int, index);
+        const Strip& strip = strips().at(index);
+        QCOMPARE(inkOf(frameOf(strip, strip.chosen)).name(), accent.name());
+        QVERIFY(inkOf(frameOf(strip, 0)).hsvSaturation() < 30);
+    }
+
+    void restingFrameIsReadable_data() { addStripRows(); }
+    void restingFrameIsReadable()
+    {
+        QFETCH(int, index);
+        const Strip& strip = strips().at(index);
+        // The direction pad stands on the gray panel, everything else on the dark frame of the
+        // window.
+        const QColor ground = strip.frames == 5 ? QColor(65, 65, 65) : QColor(17, 17, 17);
+        QVERIFY(contrast(inkOf(frameOf(strip, 0)), ground) >= 4.5);
+        QVERIFY(contrast(inkOf(frameOf(strip, 1)), ground) >
+                contrast(inkOf(frameOf(strip, 0)), ground));
+        QVERIFY(contrast(inkOf(frameOf(strip, strip.chosen)), ground) >= 3.0);
+    }
+
+    void arrowPointsWhereItSays_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QPoint>("direction");
+        QTest::newRow("right") << "img_direction_right.png" << QPoint(1, 0);
+        QTest::newRow("bottom") << "img_direction_bottom.png" << QPoint(0, 1);
+        QTest::newRow("top") << "img_direction_top.png" << QPoint(0, -1);
+        QTest::newRow("left") << "img_direction_left.png" << QPoint(-1, 0);
+    }
+    void arrowPointsWhereItSays()
+    {
+        QFETCH(QString, name);
+        QFETCH(QPoint, direction);
+        // The head of an arrow is heavier than its tail.
+        const QPointF offset = weightOf(skinPicture(name).copy(0, 0, 30, 30)) - QPointF(15, 15);
+        QVERIFY(QPointF::dotProduct(offset, direction) > 1.0);
+        QVERIFY(std::abs(QPointF::dotProduct(offset, QPoint(direction.y(), direction.x()))) < 0.2);
+    }
+
+    void tintedIconIsSharpAndSquare_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("favorites") << "icons/icon_favorites.png";
+        QTest::newRow("music") << "icons/icon_music.png";
+    }
+    void tintedIconIsSharpAndSquare()
+    {
+        QFETCH(QString, name);
+        const QImage picture = skinPicture(name);
+        QCOMPARE(picture.size(), QSize(48, 48));
         QVERIFY(borderIsClear(picture));
-}
+        // It stands between the strips of the sidebar and must rest in the same color.
+        QCOMPARE(inkOf(picture), inkOf(frameOf(strips().first(), 0)));
+    }
 
-void SkinPicturesTest::logoFitsTheTitleBar()
-{
-    const QImage logo = skinPicture("zerolt-logo.png");
-    QVERIFY(logo.width() >= 2 * 62);
-    QCOMPARE(logo.width() * 26, logo.height() * 62);
-    QVERIFY(borderIsClear(logo));
+    void marksOfControlsAreSharp_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("shownWidth");
+        QTest::newRow("up") << "control_up.png" << 12;
+        QTest::newRow("down") << "control_down.png" << 12;
+        QTest::newRow("check") << "control_check.png" << 18;
+        QTest::newRow("question") << "dialog_question.png" << 48;
+        QTest::newRow("information") << "dialog_information.png" << 48;
+    }
+    // Large enough for a pixel ratio of two, and never cut at its border.
+    void marksOfControlsAreSharp()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, shownWidth);
+        const QImage picture = skinPicture(name);
+        QCOMPARE(picture.width(), picture.height());
+        QVERIFY(picture.width() >= 2 * shownWidth);
+        QVERIFY(borderIsClear(picture));
+    }
 
-    int light = 0;
-    int orange = 0;
-    for (int y = 0; y < logo.height(); ++y) {
-        for (int x = 0; x < logo.width(); ++x) {
-            light += logo.pixelColor(x, y) == QColor("#f1f1f1") ? 1 : 0;
-            orange += logo.pixelColor(x, y) == accent ? 1 : 0;
+    void controlArrowsPointUpAndDown()
+    {
+        const QImage up = skinPicture("control_up.png");
+        const auto firstRow = [](const QImage& picture, int column) {
+            for (int y = 0; y < picture.height(); ++y) {
+                if (picture.pixelColor(column, y).alpha() > 128)
+                    return y;
+            }
+            return picture.height();
+        };
+        QVERIFY(firstRow(up, up.width() / 2) < firstRow(up, up.width() / 4));
+        const QImage down = skinPicture("control_down.png");
+        QVERIFY(firstRow(down, down.width() / 2) > firstRow(down, down.width() / 4));
+    }
+
+    void switchShowsItsState()
+    {
+        const QImage on = skinPicture("img_switch_on.png");
+        const QImage off = skinPicture("img_switch_off.png");
+        QCOMPARE(on.size(), QSize(44, 26));
+        QCOMPARE(off.size(), QSize(44, 26));
+        QVERIFY(knobOf(on) > 28.0);
+        QVERIFY(knobOf(off) > 0.0 && knobOf(off) < 16.0);
+        QCOMPARE(on.pixelColor(12, 13).name(), accent.name());
+        QVERIFY(off.pixelColor(30, 13).hsvSaturation() < 30);
+        for (const QImage& picture : {on, off})
+            QVERIFY(borderIsClear(picture));
+    }
+
+    void logoFitsTheTitleBar()
+    {
+        const QImage logo = skinPicture("zerolt-logo.png");
+        QVERIFY(logo.width() >= 2 * 62);
+        QCOMPARE(logo.width() * 26, logo.height() * 62);
+        QVERIFY(borderIsClear(logo));
+
+        int light = 0;
+        int orange = 0;
+        for (int y = 0; y < logo.height(); ++y) {
+            for (int x = 0; x < logo.width(); ++x) {
+                light += logo.pixelColor(x, y) == QColor("#f1f1f1") ? 1 : 0;
+                orange += logo.pixelColor(x, y) == accent ? 1 : 0;
+            }
+        }
+        QVERIFY(light > 1000);
+        QVERIFY(orange > 200);
+    }
+
+    void backdropIsQuiet()
+    {
+        const QImage backdrop = skinPicture("keyboard_bkg.png");
+        QVERIFY(backdrop.width() >= 1200 && backdrop.height() >= 720);
+        int darkest = 255;
+        int lightest = 0;
+        for (int y = 0; y < backdrop.height(); ++y) {
+            for (int x = 0; x < backdrop.width(); ++x) {
+                const QColor color = backdrop.pixelColor(x, y);
+                QCOMPARE(color.alpha(), 255);
+                darkest = std::min(darkest, color.value());
+                lightest = std::max(lightest, color.value());
+                if (x == 0)
+                    continue;
+                const int step = std::abs(color.value() - backdrop.pixelColor(x - 1, y).value());
+                QVERIFY2(step <= 1, qPrintable(QString("%1, %2").arg(x).arg(y)));
+            }
+        }
+        QVERIFY(lightest <= 32);
+        QVERIFY(lightest > darkest);
+    }
+
+    void backdropCarriesText_data()
+    {
+        QTest::addColumn<QColor>("text");
+        for (const char* name : {"#f1f1f1", "#9c9c9f", "#dfdfdf", "#7ec97e", "#e07070", "#e0a050"})
+            QTest::addRow("%s", name) << QColor(name);
+    }
+    void backdropCarriesText()
+    {
+        QFETCH(QColor, text);
+        const QImage backdrop = skinPicture("keyboard_bkg.png");
+        QVERIFY(!backdrop.isNull());
+        for (int y = 0; y < backdrop.height(); y += 3) {
+            for (int x = 0; x < backdrop.width(); x += 3)
+                QVERIFY(contrast(text, backdrop.pixelColor(x, y)) >= 4.5);
         }
     }
-    QVERIFY(light > 1000);
-    QVERIFY(orange > 200);
-}
 
-void SkinPicturesTest::backdropIsQuiet()
-{
-    const QImage backdrop = skinPicture("keyboard_bkg.png");
-    QVERIFY(backdrop.width() >= 1200 && backdrop.height() >= 720);
-    int darkest = 255;
-    int lightest = 0;
-    for (int y = 0; y < backdrop.height(); ++y) {
-        for (int x = 0; x < backdrop.width(); ++x) {
-            const QColor color = backdrop.pixelColor(x, y);
-            QCOMPARE(color.alpha(), 255);
-            darkest = std::min(darkest, color.value());
-            lightest = std::max(lightest, color.value());
-            if (x == 0)
-                continue;
-            const int step = std::abs(color.value() - backdrop.pixelColor(x - 1, y).value());
-            QVERIFY2(step <= 1, qPrintable(QString("%1, %2").arg(x).arg(y)));
-        }
+    void fontsAreOpenSans_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("regular") << "fonts/OpenSans-Regular.ttf";
+        QTest::newRow("semibold") << "fonts/OpenSans-Semibold.ttf";
     }
-    QVERIFY(lightest <= 32);
-    QVERIFY(lightest > darkest);
-}
-
-void SkinPicturesTest::backdropCarriesText_data()
-{
-    QTest::addColumn<QColor>("text");
-    for (const char* name : {"#f1f1f1", "#9c9c9f", "#dfdfdf", "#7ec97e", "#e07070", "#e0a050"})
-        QTest::addRow("%s", name) << QColor(name);
-}
-
-void SkinPicturesTest::backdropCarriesText()
-{
-    QFETCH(QColor, text);
-    const QImage backdrop = skinPicture("keyboard_bkg.png");
-    QVERIFY(!backdrop.isNull());
-    for (int y = 0; y < backdrop.height(); y += 3) {
-        for (int x = 0; x < backdrop.width(); x += 3)
-            QVERIFY(contrast(text, backdrop.pixelColor(x, y)) >= 4.5);
+    void fontsAreOpenSans()
+    {
+        QFETCH(QString, name);
+        const int id = QFontDatabase::addApplicationFont(skinDirectory() + '/' + name);
+        QVERIFY(id >= 0);
+        QVERIFY(QFontDatabase::applicationFontFamilies(id).first().startsWith("Open Sans"));
     }
-}
 
-void SkinPicturesTest::fontsAreOpenSans_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("regular") << "fonts/OpenSans-Regular.ttf";
-    QTest::newRow("semibold") << "fonts/OpenSans-Semibold.ttf";
-}
+    // At 16 pixels the two caps, the screen and the tile they lie on must still be told apart.
+    void applicationIconIsReadableSmall()
+    {
+        QSvgRenderer renderer(qEnvironmentVariable("TAVIK_SOURCE_DIR") +
+                              "/resources/shapes/tavik-center.svg");
+        QVERIFY(renderer.isValid());
+        QImage icon(16, 16, QImage::Format_ARGB32);
+        icon.fill(Qt::transparent);
+        QPainter painter(&icon);
+        renderer.render(&painter);
+        painter.end();
 
-void SkinPicturesTest::fontsAreOpenSans()
-{
-    QFETCH(QString, name);
-    const int id = QFontDatabase::addApplicationFont(skinDirectory() + '/' + name);
-    QVERIFY(id >= 0);
-    QVERIFY(QFontDatabase::applicationFontFamilies(id).first().startsWith("Open Sans"));
-}
-
-// At 16 pixels the two caps, the screen and the tile they lie on must still be told apart.
-void SkinPicturesTest::applicationIconIsReadableSmall()
-{
-    QSvgRenderer renderer(qEnvironmentVariable("TAVIK_SOURCE_DIR") +
-                          "/resources/shapes/tavik-center.svg");
-    QVERIFY(renderer.isValid());
-    QImage icon(16, 16, QImage::Format_ARGB32);
-    icon.fill(Qt::transparent);
-    QPainter painter(&icon);
-    renderer.render(&painter);
-    painter.end();
-
-    const QColor cap = icon.pixelColor(5, 5);
-    const QColor screen = icon.pixelColor(10, 5);
-    const QColor bar = icon.pixelColor(8, 10);
-    const QColor gap = icon.pixelColor(5, 1);
-    QVERIFY(contrast(cap, gap) >= 4.5);
-    QVERIFY(contrast(bar, gap) >= 4.5);
-    QVERIFY(contrast(screen, gap) >= 4.5);
-    QCOMPARE(screen.name(), accent.name());
-    QCOMPARE(icon.pixelColor(0, 0).alpha(), 0);
-}
+        const QColor cap = icon.pixelColor(5, 5);
+        const QColor screen = icon.pixelColor(10, 5);
+        const QColor bar = icon.pixelColor(8, 10);
+        const QColor gap = icon.pixelColor(5, 1);
+        QVERIFY(contrast(cap, gap) >= 4.5);
+        QVERIFY(contrast(bar, gap) >= 4.5);
+        QVERIFY(contrast(screen, gap) >= 4.5);
+        QCOMPARE(screen.name(), accent.name());
+        QCOMPARE(icon.pixelColor(0, 0).alpha(), 0);
+    }
+};
 
 } // namespace tavik::tests
 

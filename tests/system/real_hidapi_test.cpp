@@ -64,222 +64,207 @@ class RealHidapiTest : public QObject
     Q_OBJECT
 
 private slots:
-    void findsTheConfigurationInterface();
-    void findsTheSecondProduct();
-    void findsNothingOnAnEmptyBus();
-    void passesOverAKeyboardWithoutConfiguration();
-    void writesBothLayers();
-    void writesAndReadsTheColorBank();
-    void setsTheLighting();
-    void writesTheMacroSpace();
-    void sendsAnAnimation_data();
-    void sendsAnAnimation();
-    void reportsAMissingAcknowledgement();
-    void sendsADataReportAgainAfterAStall();
-    void keepsTheHandleAfterAStall();
-    void keepsTheHandleAfterUnplugging();
-    void ignoresTheAcknowledgementOfAnEarlierTransfer();
+    void findsTheConfigurationInterface()
+    {
+        EmulatedKeyboard keyboard;
+        QSignalSpy connected(&Device::instance(), &Device::connectedChanged);
+
+        QVERIFY(Device::instance().refresh());
+
+        QCOMPARE(Device::instance().path, QStringLiteral("/dev/hidraw1"));
+        QCOMPARE(connected.count(), 2);
+        QCOMPARE(keyboard.transfers(), 0);
+    }
+
+    void findsTheSecondProduct()
+    {
+        EmulatedKeyboard keyboard(wholeKeyboard(0x800A));
+
+        QVERIFY(Device::instance().refresh());
+        QCOMPARE(Device::instance().path, QStringLiteral("/dev/hidraw1"));
+    }
+
+    void findsNothingOnAnEmptyBus()
+    {
+        EmulatedKeyboard keyboard(EmulatedDevice{});
+
+        QVERIFY(!Device::instance().refresh());
+        QVERIFY(Device::instance().lastError.startsWith(QLatin1String("Keyboard not found")));
+    }
+
+    void passesOverAKeyboardWithoutConfiguration()
+    {
+        EmulatedDevice device = wholeKeyboard();
+        device.interfaces.erase(device.interfaces.begin() + 1);
+        EmulatedKeyboard keyboard(device);
+
+        QVERIFY(!Device::instance().refresh());
+        QVERIFY(!keyboard.waitUntilOpened(0, std::chrono::milliseconds(0)));
+    }
+
+    void writesBothLayers()
+    {
+        EmulatedKeyboard keyboard;
+        const KeyLayer layer = variedLayer();
+
+        QVERIFY2(writeLayer(LayerId::Base, layer), qPrintable(Device::instance().lastError));
+        QVERIFY2(writeLayer(LayerId::Fn, layer), qPrintable(Device::instance().lastError));
+
+        keyboard.withModel([&](const KeyboardModel& model) {
+            for (std::size_t key = 0; key + 1 < layer.size(); ++key) {
+                const KeyAction& action = layer.at(key);
+                const virtual_keyboard::KeyActionBytes bytes{action.page, action.p1, action.p2,
+                                                             action.p3};
+                QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Base, key), bytes);
+                QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Fn, key), bytes);
+            }
+        });
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
+
+    void writesAndReadsTheColorBank()
+    {
+        EmulatedKeyboard keyboard;
+        const ColorBank bank = variedBank();
+
+        QVERIFY2(writeColorBank(bank), qPrintable(Device::instance().lastError));
+        const std::optional<ColorBank> read = readColorBank();
+
+        QVERIFY2(read, qPrintable(Device::instance().lastError));
+        // The last key's green and blue give way to the end marker.
+        QVERIFY(std::equal(bank.begin(), bank.end() - 2, read->begin()));
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
+
+    void setsTheLighting()
+    {
+        EmulatedKeyboard keyboard;
+        QVERIFY(Device::instance().refresh());
+
+        LightingSettings settings;
+        settings.effect = 0x0B;
+        settings.color = QColor(Qt::red);
+        settings.brightness = 5;
+        settings.speed = 3;
+        settings.direction = 3;
+        QVERIFY2(sendLightingMode(settings), qPrintable(Device::instance().lastError));
+        QVERIFY2(sendLightingSleep(2), qPrintable(Device::instance().lastError));
+
+        keyboard.withModel([](const KeyboardModel& model) {
+            QCOMPARE(model.lightingSummary(),
+                     std::string("Rolling, #ff0000, brightness 5, speed 3, direction left"));
+            QCOMPARE(int{model.state().sleepCode}, 2);
+        });
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
+
+    void writesTheMacroSpace()
+    {
+        EmulatedKeyboard keyboard;
+        MacroRecord macro;
+        macro.name = QStringLiteral("A");
+        macro.actions = {{20, 0x04, 0xB0}, {30, 0x04, 0x30}};
+
+        QVERIFY2(writeMacroSpace(*encodeMacroSpace({macro})),
+                 qPrintable(Device::instance().lastError));
+
+        keyboard.withModel(
+            [](const KeyboardModel& model) { QCOMPARE(model.playMacro(0).size(), 2U); });
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
+
+    void sendsAnAnimation_data()
+    {
+        QTest::addColumn<quint16>("usagePage");
+        QTest::newRow("first page") << quint16(0xFF68);
+        QTest::newRow("second page") << quint16(0xFF67);
+    }
+    void sendsAnAnimation()
+    {
+        QFETCH(const quint16, usagePage);
+        EmulatedKeyboard keyboard(wholeKeyboard(0x8009, usagePage));
+        QStringList progress;
+
+        const ScreenTransferResult result =
+            sendToScreen(oneFrame(), 2, [&](const QString& text) { progress += text; });
+
+        QVERIFY2(result.ok, qPrintable(result.error));
+        QCOMPARE(progress.last(), QStringLiteral("Sending chunk 9/9…"));
+        keyboard.withModel([](const KeyboardModel& model) {
+            QCOMPARE(model.screenSlot(2).size(), 1U);
+            const virtual_keyboard::ScreenFrame& frame = model.screenSlot(2).front();
+            QCOMPARE(frame.time, std::chrono::milliseconds(100));
+            QCOMPARE(frame.pixels.at(0), std::uint16_t{0});
+            // Column 127 of row 0: red 254 and blue 127.
+            QCOMPARE(frame.pixels.at(127), std::uint16_t{0xF80F});
+        });
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
+
+    void reportsAMissingAcknowledgement()
+    {
+        EmulatedKeyboard keyboard;
+        keyboard.loseNextAcknowledgement();
+
+        const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
+
+        QVERIFY(!result.ok);
+        QCOMPARE(result.error, QStringLiteral("no ack for chunk 1/9"));
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
+
+    void sendsADataReportAgainAfterAStall()
+    {
+        EmulatedKeyboard keyboard;
+        QMutexLocker lock(&Device::instance().mutex);
+        QVERIFY(Device::instance().ensureOpen());
+        QVERIFY(Device::instance().openSession(1));
+        keyboard.stallNextSend();
+
+        QVERIFY(Device::instance().sendSlice(Report{}));
+        QVERIFY(!Device::instance().lastError.isEmpty());
+    }
+
+    void keepsTheHandleAfterAStall()
+    {
+        EmulatedKeyboard keyboard;
+        QVERIFY(Device::instance().refresh());
+        keyboard.stallNextAnswer();
+
+        QVERIFY(!sendLightingSleep(1));
+        QVERIFY(Device::instance().isOpen());
+        QVERIFY(sendLightingSleep(1));
+        keyboard.withModel(
+            [](const KeyboardModel& model) { QCOMPARE(int{model.state().sleepCode}, 1); });
+    }
+
+    void keepsTheHandleAfterUnplugging()
+    {
+        EmulatedKeyboard keyboard;
+        QVERIFY(Device::instance().refresh());
+        keyboard.unplug();
+
+        QVERIFY(!sendLightingSleep(1));
+        QVERIFY(Device::instance().isOpen());
+        QVERIFY(Device::instance().refresh());
+        const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
+        QCOMPARE(result.error, QStringLiteral("TFT interface (0xFF68/0xFF67) not found"));
+    }
+
+    // A late acknowledgement would be taken for that of the next block; opening the interface anew
+    // for every transfer leaves it behind.
+    void ignoresTheAcknowledgementOfAnEarlierTransfer()
+    {
+        EmulatedKeyboard keyboard;
+        keyboard.loseNextAcknowledgement();
+        QVERIFY(!sendToScreen(oneFrame(), 1, [](const QString&) {}).ok);
+
+        const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
+
+        QVERIFY2(result.ok, qPrintable(result.error));
+        QCOMPARE(violationsOf(keyboard), QStringList());
+    }
 };
-
-void RealHidapiTest::findsTheConfigurationInterface()
-{
-    EmulatedKeyboard keyboard;
-    QSignalSpy connected(&Device::instance(), &Device::connectedChanged);
-
-    QVERIFY(Device::instance().refresh());
-
-    QCOMPARE(Device::instance().path, QStringLiteral("/dev/hidraw1"));
-    QCOMPARE(connected.count(), 2);
-    QCOMPARE(keyboard.transfers(), 0);
-}
-
-void RealHidapiTest::findsTheSecondProduct()
-{
-    EmulatedKeyboard keyboard(wholeKeyboard(0x800A));
-
-    QVERIFY(Device::instance().refresh());
-    QCOMPARE(Device::instance().path, QStringLiteral("/dev/hidraw1"));
-}
-
-void RealHidapiTest::findsNothingOnAnEmptyBus()
-{
-    EmulatedKeyboard keyboard(EmulatedDevice{});
-
-    QVERIFY(!Device::instance().refresh());
-    QVERIFY(Device::instance().lastError.startsWith(QLatin1String("Keyboard not found")));
-}
-
-void RealHidapiTest::passesOverAKeyboardWithoutConfiguration()
-{
-    EmulatedDevice device = wholeKeyboard();
-    device.interfaces.erase(device.interfaces.begin() + 1);
-    EmulatedKeyboard keyboard(device);
-
-    QVERIFY(!Device::instance().refresh());
-    QVERIFY(!keyboard.waitUntilOpened(0, std::chrono::milliseconds(0)));
-}
-
-void RealHidapiTest::writesBothLayers()
-{
-    EmulatedKeyboard keyboard;
-    const KeyLayer layer = variedLayer();
-
-    QVERIFY2(writeLayer(LayerId::Base, layer), qPrintable(Device::instance().lastError));
-    QVERIFY2(writeLayer(LayerId::Fn, layer), qPrintable(Device::instance().lastError));
-
-    keyboard.withModel([&](const KeyboardModel& model) {
-        for (std::size_t key = 0; key + 1 < layer.size(); ++key) {
-            const KeyAction& action = layer.at(key);
-            const virtual_keyboard::KeyActionBytes bytes{action.page, action.p1, action.p2,
-                                                         action.p3};
-            QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Base, key), bytes);
-            QCOMPARE(model.keyAction(virtual_keyboard::LayerId::Fn, key), bytes);
-        }
-    });
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
-
-void RealHidapiTest::writesAndReadsTheColorBank()
-{
-    EmulatedKeyboard keyboard;
-    const ColorBank bank = variedBank();
-
-    QVERIFY2(writeColorBank(bank), qPrintable(Device::instance().lastError));
-    const std::optional<ColorBank> read = readColorBank();
-
-    QVERIFY2(read, qPrintable(Device::instance().lastError));
-    // The last key's green and blue give way to the end marker.
-    QVERIFY(std::equal(bank.begin(), bank.end() - 2, read->begin()));
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
-
-void RealHidapiTest::setsTheLighting()
-{
-    EmulatedKeyboard keyboard;
-    QVERIFY(Device::instance().refresh());
-
-    LightingSettings settings;
-    settings.effect = 0x0B;
-    settings.color = QColor(Qt::red);
-    settings.brightness = 5;
-    settings.speed = 3;
-    settings.direction = 3;
-    QVERIFY2(sendLightingMode(settings), qPrintable(Device::instance().lastError));
-    QVERIFY2(sendLightingSleep(2), qPrintable(Device::instance().lastError));
-
-    keyboard.withModel([](const KeyboardModel& model) {
-        QCOMPARE(model.lightingSummary(),
-                 std::string("Rolling, #ff0000, brightness 5, speed 3, direction left"));
-        QCOMPARE(int{model.state().sleepCode}, 2);
-    });
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
-
-void RealHidapiTest::writesTheMacroSpace()
-{
-    EmulatedKeyboard keyboard;
-    MacroRecord macro;
-    macro.name = QStringLiteral("A");
-    macro.actions = {{20, 0x04, 0xB0}, {30, 0x04, 0x30}};
-
-    QVERIFY2(writeMacroSpace(*encodeMacroSpace({macro})), qPrintable(Device::instance().lastError));
-
-    keyboard.withModel([](const KeyboardModel& model) { QCOMPARE(model.playMacro(0).size(), 2U); });
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
-
-void RealHidapiTest::sendsAnAnimation_data()
-{
-    QTest::addColumn<quint16>("usagePage");
-    QTest::newRow("first page") << quint16(0xFF68);
-    QTest::newRow("second page") << quint16(0xFF67);
-}
-
-void RealHidapiTest::sendsAnAnimation()
-{
-    QFETCH(const quint16, usagePage);
-    EmulatedKeyboard keyboard(wholeKeyboard(0x8009, usagePage));
-    QStringList progress;
-
-    const ScreenTransferResult result =
-        sendToScreen(oneFrame(), 2, [&](const QString& text) { progress += text; });
-
-    QVERIFY2(result.ok, qPrintable(result.error));
-    QCOMPARE(progress.last(), QStringLiteral("Sending chunk 9/9…"));
-    keyboard.withModel([](const KeyboardModel& model) {
-        QCOMPARE(model.screenSlot(2).size(), 1U);
-        const virtual_keyboard::ScreenFrame& frame = model.screenSlot(2).front();
-        QCOMPARE(frame.time, std::chrono::milliseconds(100));
-        QCOMPARE(frame.pixels.at(0), std::uint16_t{0});
-        // Column 127 of row 0: red 254 and blue 127.
-        QCOMPARE(frame.pixels.at(127), std::uint16_t{0xF80F});
-    });
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
-
-void RealHidapiTest::reportsAMissingAcknowledgement()
-{
-    EmulatedKeyboard keyboard;
-    keyboard.loseNextAcknowledgement();
-
-    const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
-
-    QVERIFY(!result.ok);
-    QCOMPARE(result.error, QStringLiteral("no ack for chunk 1/9"));
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
-
-void RealHidapiTest::sendsADataReportAgainAfterAStall()
-{
-    EmulatedKeyboard keyboard;
-    QMutexLocker lock(&Device::instance().mutex);
-    QVERIFY(Device::instance().ensureOpen());
-    QVERIFY(Device::instance().openSession(1));
-    keyboard.stallNextSend();
-
-    QVERIFY(Device::instance().sendSlice(Report{}));
-    QVERIFY(!Device::instance().lastError.isEmpty());
-}
-
-void RealHidapiTest::keepsTheHandleAfterAStall()
-{
-    EmulatedKeyboard keyboard;
-    QVERIFY(Device::instance().refresh());
-    keyboard.stallNextAnswer();
-
-    QVERIFY(!sendLightingSleep(1));
-    QVERIFY(Device::instance().isOpen());
-    QVERIFY(sendLightingSleep(1));
-    keyboard.withModel(
-        [](const KeyboardModel& model) { QCOMPARE(int{model.state().sleepCode}, 1); });
-}
-
-void RealHidapiTest::keepsTheHandleAfterUnplugging()
-{
-    EmulatedKeyboard keyboard;
-    QVERIFY(Device::instance().refresh());
-    keyboard.unplug();
-
-    QVERIFY(!sendLightingSleep(1));
-    QVERIFY(Device::instance().isOpen());
-    QVERIFY(Device::instance().refresh());
-    const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
-    QCOMPARE(result.error, QStringLiteral("TFT interface (0xFF68/0xFF67) not found"));
-}
-
-// A late acknowledgement would be taken for that of the next block; opening the interface anew for
-// every transfer leaves it behind.
-void RealHidapiTest::ignoresTheAcknowledgementOfAnEarlierTransfer()
-{
-    EmulatedKeyboard keyboard;
-    keyboard.loseNextAcknowledgement();
-    QVERIFY(!sendToScreen(oneFrame(), 1, [](const QString&) {}).ok);
-
-    const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
-
-    QVERIFY2(result.ok, qPrintable(result.error));
-    QCOMPARE(violationsOf(keyboard), QStringList());
-}
 
 TAVIK_ISOLATED_TEST_MAIN(RealHidapiTest)
 #include "real_hidapi_test.moc"
