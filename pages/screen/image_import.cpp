@@ -22,15 +22,16 @@ constexpr int stillDelayMs = 100;
 // A few bytes can stand for gigabytes or for minutes of work. All limits together keep each file
 // within 5 seconds of the processor and 300 MB.
 constexpr std::clock_t readingLimit = 4 * CLOCKS_PER_SEC;
-constexpr qint64 fileLimit = 64 * 1024 * 1024;
-constexpr qint64 stillPixelLimit = 32 * 1024 * 1024;
+constexpr qint64 mega = qint64{1024} * 1024;
+constexpr qint64 fileLimit = 64 * mega;
+constexpr qint64 stillPixelLimit = 32 * mega;
 constexpr qint64 deepPixelLimit = stillPixelLimit / 2; // 16 bits for each color
-constexpr qint64 animationPixelLimit = 12 * 1024 * 1024;
+constexpr qint64 animationPixelLimit = 12 * mega;
 // The largest photographs that phones take. From a quarter of it on they are decoded at half their
 // width and height.
-constexpr qint64 photographPixelLimit = 8192 * 6144;
-constexpr qint64 photographHeaderLimit = 8 * 1024 * 1024; // comments take five times their size
-constexpr qint64 photographPortion = 256; // 4 KB may hold forty passes over all pixels
+constexpr qint64 photographPixelLimit = qint64{8192} * 6144;
+constexpr qint64 photographHeaderLimit = 8 * mega; // comments take five times their size
+constexpr qint64 photographPortion = 256;          // 4 KB may hold forty passes over all pixels
 
 qint64 pixelCount(QSize size)
 {
