@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-struct hid_device_;
+struct hid_device_; // of hidapi, whose header stays inside this folder
 
 namespace tavik {
 

@@ -6,7 +6,7 @@
 namespace tavik {
 
 // How the keyboard names itself on USB. The udev rule and the metainfo file are made from these
-// lines while building; every list is in the order in which its entries are tried.
+// lines while configuring; every list is in the order in which its entries are tried.
 inline constexpr std::uint16_t keyboardVendorId = 0x0C45;
 inline constexpr std::array<std::uint16_t, 2> keyboardProductIds{0x8009, 0x800A};
 

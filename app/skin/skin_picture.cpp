@@ -3,24 +3,29 @@
 #include "app/skin/skin_files.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QImage>
 #include <QPainter>
+
+#include <map>
+#include <tuple>
 
 namespace tavik {
 
+struct SkinPicture::File
+{
+    QByteArray content; // empty when there is no picture
+    std::map<std::tuple<Scaling, int, int>, std::weak_ptr<const QPixmap>> shown;
+};
+
 namespace {
 
-// What tells two scaled pictures apart. A file that another one has replaced is another picture.
-QString identityOf(const QString& path, SkinPicture::Scaling scaling, QSize pixels)
+QByteArray contentOf(const QString& path)
 {
-    const QFileInfo file(path);
-    const QList<qint64> numbers{file.size(), file.lastModified().toMSecsSinceEpoch(),
-                                pixels.width(), pixels.height(), qint64(scaling)};
-    QString identity = path;
-    for (const qint64 number : numbers)
-        identity += u'|' + QString::number(number);
-    return identity;
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QPixmap stretched(const QPixmap& original, QSize pixels)
@@ -35,30 +40,41 @@ QPixmap stretched(const QPixmap& original, QSize pixels)
 
 } // namespace
 
-SkinPicture::SkinPicture(const QString& name, Scaling pictureScaling)
-    : path(resolveSkinFile(name)), scaling(pictureScaling)
+SkinPicture::SkinPicture(const QString& name, Scaling pictureScaling) : scaling(pictureScaling)
 {
+    static QHash<QString, std::weak_ptr<File>> read;
+    const QString path = resolveSkinFile(name);
+    const QFileInfo info(path);
+    const QString identity = path + u'|' + QString::number(info.size()) + u'|' +
+                             info.lastModified().toString(Qt::ISODateWithMs);
+    file = read.value(identity).lock();
+    if (file)
+        return;
+    file = std::make_shared<File>();
+    if (!path.isEmpty())
+        file->content = contentOf(path);
+    read.insert(identity, file);
 }
 
 std::shared_ptr<const QPixmap> SkinPicture::scaled(QSize pixels) const
 {
-    static QHash<QString, std::weak_ptr<const QPixmap>> shared;
-    if (path.isEmpty() || pixels.isEmpty())
+    if (file->content.isEmpty() || pixels.isEmpty())
         return nullptr;
-    const QString identity = identityOf(path, scaling, pixels);
-    if (auto known = shared.value(identity).lock())
+    const auto form = std::make_tuple(scaling, pixels.width(), pixels.height());
+    if (auto known = file->shown[form].lock())
         return known;
 
-    // By way of an image: pixmaps read from files stay in a cache of their own.
-    const QPixmap original = QPixmap::fromImage(QImage(path));
-    if (original.isNull())
+    const QPixmap original = QPixmap::fromImage(QImage::fromData(file->content));
+    if (original.isNull()) {
+        file->content.clear(); // and never tried again
         return nullptr;
+    }
     auto picture = std::make_shared<const QPixmap>(
         scaling == Scaling::Stretched
             ? stretched(original, pixels)
             : original.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    shared.removeIf([](const auto& entry) { return entry.value().expired(); });
-    shared.insert(identity, picture);
+    std::erase_if(file->shown, [](const auto& entry) { return entry.second.expired(); });
+    file->shown[form] = picture;
     return picture;
 }
 

@@ -8,8 +8,8 @@
 
 namespace tavik {
 
-// A picture of the skin that is shown at changing sizes. It names a file and holds no pixels: these
-// are read and scaled when a size is asked for, and belong to those who show them.
+// A picture of the skin that is shown at changing sizes. It holds the file as it was read, which
+// takes little room; pixels are made when a size is asked for, and belong to those who show them.
 class SkinPicture
 {
 public:
@@ -17,15 +17,19 @@ public:
     // own interpolation.
     enum class Scaling { Averaged, Stretched };
 
-    // Looks the file up. A missing one is a picture that is null at every size.
+    // Looks the file up and reads it, unless somebody holds the same one. A missing or broken one
+    // is a picture that is null at every size; one that comes later in its place is another
+    // picture.
     SkinPicture(const QString& name, Scaling pictureScaling);
 
     // The picture at exactly this many pixels, shared by all who hold the same file at that size;
-    // null when the file is missing or broken, or the size empty.
+    // null when there is no picture, or the size is empty.
     [[nodiscard]] std::shared_ptr<const QPixmap> scaled(QSize pixels) const;
 
 private:
-    QString path;
+    struct File;
+
+    std::shared_ptr<File> file; // never null
     Scaling scaling;
 };
 

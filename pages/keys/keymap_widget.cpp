@@ -34,7 +34,6 @@ KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
 {
     createLayerButtons();
     createView();
-    statusLabel = createStatusLabel(this);
 
     QVBoxLayout* column = createPageColumn(this);
     column->addLayout(createRow({baseButton, fnButton}));
@@ -45,6 +44,7 @@ KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
     column->addLayout(createRow(
         {createAccentButton(tr("Write layer to keyboard"), this, &KeymapWidget::applyLayer),
          createButton(tr("Reset all to default"), this, &KeymapWidget::resetLayer)}));
+    statusLabel = createStatusLabel(this);
     column->addWidget(statusLabel);
 
     // Captions show the names of macros as well.

@@ -10,7 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <utility>
+#include <tuple>
 
 namespace tavik {
 
@@ -55,8 +55,7 @@ WheelMarkers::WheelMarkers(const QImage& picture, QSize wheelSize)
             if (pixel.alpha() < leastAlpha || pixel.saturation() < markerLeastSaturation ||
                 pixel.value() < markerLeastValue)
                 continue;
-            const Place place{
-                std::abs(markerIdealRadius - radius), y * picture.width() + x, {x, y}};
+            const Place place{std::abs(markerIdealRadius - radius), {x, y}};
             std::optional<Place>& best = bestOfHue.at(static_cast<std::size_t>(pixel.hue()));
             if (!best || place.offRing < best->offRing)
                 best = place;
@@ -69,13 +68,15 @@ std::optional<QPoint> WheelMarkers::find(const QColor& color) const
     if (color.hue() < 0)
         return std::nullopt;
     const Place* best = nullptr;
-    auto bestScore = std::make_pair(std::numeric_limits<int>::max(), 0);
+    // Among equally good places the uppermost and leftmost counts.
+    auto bestScore = std::make_tuple(std::numeric_limits<int>::max(), 0, 0);
     for (std::size_t hue = 0; hue < bestOfHue.size(); ++hue) {
         const std::optional<Place>& place = bestOfHue.at(hue);
         if (!place)
             continue;
         const int distance = hueDistance(static_cast<int>(hue), color.hue());
-        const auto score = std::make_pair(place->offRing + hueWeight * distance, place->order);
+        const auto score = std::make_tuple(place->offRing + hueWeight * distance,
+                                           place->position.y(), place->position.x());
         if (score < bestScore) {
             bestScore = score;
             best = &*place;

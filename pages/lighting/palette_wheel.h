@@ -26,7 +26,6 @@ private:
     struct Place
     {
         int offRing = 0; // pixels between it and the middle of the ring
-        int order = 0;   // among equally good places the uppermost and leftmost counts
         QPoint position;
     };
 

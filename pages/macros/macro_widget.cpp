@@ -58,6 +58,8 @@ MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
     groups->addWidget(createMacroGroup());
     groups->addWidget(createActionGroup(), 1);
 
+    QLabel* hint = createHint(
+        tr("Macros play from keys assigned in the Keys tab (assignment type: Macro)."), this);
     auto* sendRow = new QHBoxLayout;
     sendRow->addStretch();
     sendRow->addWidget(
@@ -67,8 +69,7 @@ MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
 
     QVBoxLayout* column = createPageColumn(this, -1);
     column->addLayout(groups, 1);
-    column->addWidget(createHint(
-        tr("Macros play from keys assigned in the Keys tab (assignment type: Macro)."), this));
+    column->addWidget(hint);
     column->addLayout(sendRow);
     column->addWidget(statusLabel);
 

@@ -27,7 +27,7 @@ constexpr qint64 fileLimit = 64 * mega;
 constexpr qint64 stillPixelLimit = 32 * mega;
 constexpr qint64 deepPixelLimit = stillPixelLimit / 2; // 16 bits for each color
 constexpr qint64 animationPixelLimit = 12 * mega;
-// The largest photographs that phones take. From a quarter of it on they are decoded at half their
+// The largest photographs that phones take. From half of it on they are decoded at half their
 // width and height.
 constexpr qint64 photographPixelLimit = qint64{8192} * 6144;
 constexpr qint64 photographHeaderLimit = 8 * mega; // comments take five times their size
@@ -63,7 +63,8 @@ protected:
     {
         if (std::clock() >= deadline)
             return 0;
-        return source.read(data, std::min({largestSize, portion, end - source.pos()}));
+        const qint64 left = std::max<qint64>(end - source.pos(), 0);
+        return source.read(data, std::min({largestSize, portion, left}));
     }
 
     qint64 writeData(const char* /*data*/, qint64 /*size*/) override { return -1; }
@@ -96,12 +97,10 @@ QByteArray readPictureChunks(QFile& png)
 
 ScreenFrame createFrame(QImage picture, int delayMs)
 {
-    // What smooth scaling does itself, but without a copy. Also done for pictures that need no
-    // scaling: a color behind a transparent pixel must not come to light in them alone.
-    if (picture.hasAlphaChannel()) {
-        picture.convertTo(picture.depth() > 32 ? QImage::Format_RGBA64_Premultiplied
-                                               : QImage::Format_ARGB32_Premultiplied);
-    }
+    // Whether it is scaled or fits already: a color behind a transparent pixel must not come to
+    // light.
+    if (picture.format() == QImage::Format_ARGB32)
+        picture.convertTo(QImage::Format_ARGB32_Premultiplied);
     return {picture.scaled(screenSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), delayMs};
 }
 
@@ -119,7 +118,7 @@ QList<ScreenFrame> readAnimation(QImageReader& reader)
 QList<ScreenFrame> readStill(QImageReader& reader)
 {
     const QSize size = reader.size();
-    if (reader.format() == "jpeg" && pixelCount(size) > photographPixelLimit / 4)
+    if (reader.format() == "jpeg" && pixelCount(size) > photographPixelLimit / 2)
         reader.setScaledSize(size / 2);
     QImage picture;
     if (!reader.read(&picture))

@@ -23,6 +23,7 @@ struct ScreenFrame
 // A file gives at most 30 frames, and once 30 are there no further file is read: the list may thus
 // hold up to 59. A file that cannot be read, or not within some seconds and 300 MB, gives no
 // frames, an animation those before its fault. Takes no lock.
+// Sets how much memory the JPEG library may use, through its environment variable.
 [[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths);
 
 } // namespace tavik

@@ -251,23 +251,15 @@ private slots:
     void transparentPartsAreBlackWhateverColorLiesBehind_data()
     {
         QTest::addColumn<int>("side");
-        QTest::addColumn<QImage::Format>("format");
-        for (const int side : {300, 128}) {
-            QTest::addRow("side %d", side) << side << QImage::Format_ARGB32;
-            QTest::addRow("side %d, 16 bits", side) << side << QImage::Format_RGBA64;
-            QTest::addRow("side %d, palette", side) << side << QImage::Format_Indexed8;
-        }
+        for (const int side : {300, 128})
+            QTest::addRow("side %d", side) << side;
     }
 
     void transparentPartsAreBlackWhateverColorLiesBehind()
     {
         QFETCH(const int, side);
-        QFETCH(const QImage::Format, format);
         QImage picture(side, side, QImage::Format_ARGB32);
         picture.fill(QColor(255, 255, 255, 0));
-        picture.convertTo(format);
-        if (picture.colorCount() > 0)
-            picture.setColorTable(QList<QRgb>(picture.colorCount(), qRgba(255, 255, 255, 0)));
         const QList<ScreenFrame> frames =
             importImages({write("a.png", encodeImage(picture, "png"))});
         QCOMPARE(frames.size(), 1);
