@@ -17,7 +17,11 @@ Q_DECLARE_METATYPE(tavik::KeyAction)
 
 namespace {
 
-constexpr int noSelection = -1;
+const QString nothing = QStringLiteral("nothing is selected");
+
+// A list of the dialog, and the item that is chosen in it.
+using List = QComboBox* (*)(QWidget& dialog);
+using Choices = QList<std::pair<List, QString>>;
 
 QComboBox* listOf(QWidget& dialog, const char* accessibleName)
 {
@@ -84,6 +88,13 @@ void giveMacros(const QStringList& names)
 int macroCount()
 {
     return static_cast<int>(AppState::instance().macros.size());
+}
+
+// What the list shows when the dialog opens on the action.
+QString preset(const KeyAction& current, List list)
+{
+    ActionDialog dialog(current, macroCount());
+    return list(dialog)->currentIndex() < 0 ? nothing : list(dialog)->currentText();
 }
 
 // Runs the dialog on the action; what is done in it happens while it is open.
@@ -281,42 +292,21 @@ private slots:
         QCOMPARE(shownPage(dialog), 0);
     }
 
-    void presetMouse()
-    {
-        ActionDialog known({1, 3, 0xFF, 0}, 0);
-        QCOMPARE(mouse(known)->currentText(), QStringLiteral("Scroll down"));
-        ActionDialog unknown({1, 9, 9, 0}, 0);
-        QCOMPARE(mouse(unknown)->currentIndex(), noSelection);
-    }
-
-    void presetKeyboard()
-    {
-        ActionDialog known({2, 0x40, 0x04, 0}, 0);
-        QCOMPARE(keys(known)->currentText(), QStringLiteral("A"));
-        QCOMPARE(modifiers(known)->currentText(), QStringLiteral("Right Alt"));
-        ActionDialog plain({2, 0, 0x2C, 0}, 0);
-        QCOMPARE(keys(plain)->currentText(), QStringLiteral("Space"));
-        QCOMPARE(modifiers(plain)->currentText(), QStringLiteral("None"));
-        ActionDialog unknown({2, 3, 0x90, 0}, 0);
-        QCOMPARE(keys(unknown)->currentIndex(), noSelection);
-        QCOMPARE(modifiers(unknown)->currentIndex(), noSelection);
-    }
-
-    void presetMedia()
-    {
-        ActionDialog known({3, 0x9C, 0, 0}, 0);
-        QCOMPARE(media(known)->currentText(), QStringLiteral("Mail"));
-        ActionDialog unknown({3, 0x23, 0, 0}, 0);
-        QCOMPARE(media(unknown)->currentIndex(), noSelection);
-    }
-
-    void presetMacro()
+    void presetChoices()
     {
         giveMacros({QStringLiteral("copy"), QStringLiteral("paste")});
-        ActionDialog known({6, 1, 0, 0}, 2);
-        QCOMPARE(macros(known)->currentText(), QStringLiteral("paste"));
-        ActionDialog beyond({6, 2, 0, 0}, 2);
-        QCOMPARE(macros(beyond)->currentIndex(), noSelection);
+        QCOMPARE(preset({1, 3, 0xFF, 0}, mouse), QStringLiteral("Scroll down"));
+        QCOMPARE(preset({1, 9, 9, 0}, mouse), nothing);
+        QCOMPARE(preset({2, 0x40, 0x04, 0}, keys), QStringLiteral("A"));
+        QCOMPARE(preset({2, 0x40, 0x04, 0}, modifiers), QStringLiteral("Right Alt"));
+        QCOMPARE(preset({2, 0, 0x2C, 0}, keys), QStringLiteral("Space"));
+        QCOMPARE(preset({2, 0, 0x2C, 0}, modifiers), QStringLiteral("None"));
+        QCOMPARE(preset({2, 3, 0x90, 0}, keys), nothing);
+        QCOMPARE(preset({2, 3, 0x90, 0}, modifiers), nothing);
+        QCOMPARE(preset({3, 0x9C, 0, 0}, media), QStringLiteral("Mail"));
+        QCOMPARE(preset({3, 0x23, 0, 0}, media), nothing);
+        QCOMPARE(preset({6, 1, 0, 0}, macros), QStringLiteral("paste"));
+        QCOMPARE(preset({6, 2, 0, 0}, macros), nothing);
     }
 
     void acceptedUnchanged_data()
@@ -354,69 +344,44 @@ private slots:
         QCOMPARE(nameOf(accepted(current)), nameOf(expected));
     }
 
-    void keyWithModifier()
+    void choicesMakeTheAction_data()
     {
-        const KeyAction action = accepted({}, [](QWidget& dialog) {
-            choose(types(dialog), QStringLiteral("Keyboard key (+ modifiers)"));
-            choose(keys(dialog), QStringLiteral("A"));
-            choose(modifiers(dialog), QStringLiteral("Shift"));
-        });
-        QCOMPARE(nameOf(action), nameOf({2, 0x02, 0x04, 0}));
-    }
-
-    void modifierKeyDropsTheModifier()
-    {
-        const KeyAction action = accepted({}, [](QWidget& dialog) {
-            choose(types(dialog), QStringLiteral("Keyboard key (+ modifiers)"));
-            choose(keys(dialog), QStringLiteral("R Alt"));
-            choose(modifiers(dialog), QStringLiteral("Ctrl"));
-        });
-        QCOMPARE(nameOf(action), nameOf({2, 0x40, 0, 0}));
-    }
-
-    void mouseAction()
-    {
-        const KeyAction action = accepted({}, [](QWidget& dialog) {
-            choose(types(dialog), QStringLiteral("Mouse action"));
-            choose(mouse(dialog), QStringLiteral("Scroll down"));
-        });
-        QCOMPARE(nameOf(action), nameOf({1, 0x03, 0xFF, 0}));
-    }
-
-    // The lists start on their first items, which is what an untouched one yields.
-    void untouchedLists_data()
-    {
-        QTest::addColumn<QString>("type");
+        QTest::addColumn<Choices>("choices");
         QTest::addColumn<KeyAction>("expected");
-        QTest::newRow("keyboard") << QStringLiteral("Keyboard key (+ modifiers)")
-                                  << KeyAction{2, 0, 0x04, 0};
-        QTest::newRow("multimedia") << QStringLiteral("Multimedia key") << KeyAction{3, 0xB5, 0, 0};
-        QTest::newRow("mouse") << QStringLiteral("Mouse action") << KeyAction{1, 1, 1, 0};
-        QTest::newRow("disabled") << QStringLiteral("Disabled") << KeyAction{5, 0, 0, 0};
-        QTest::newRow("macro") << QStringLiteral("Macro") << KeyAction{6, 0, 0, 0};
+        const auto row = [](const char* name, const Choices& choices, const KeyAction& expected) {
+            QTest::newRow(name) << choices << expected;
+        };
+        const QString key = QStringLiteral("Keyboard key (+ modifiers)");
+        row("key with modifier", {{types, key}, {keys, "A"}, {modifiers, "Shift"}},
+            {2, 0x02, 0x04, 0});
+        row("modifier key drops the modifier", {{types, key}, {keys, "R Alt"}, {modifiers, "Ctrl"}},
+            {2, 0x40, 0, 0});
+        row("mouse action", {{types, "Mouse action"}, {mouse, "Scroll down"}}, {1, 0x03, 0xFF, 0});
+        // The lists start on their first items, which is what an untouched one yields.
+        row("untouched keyboard", {{types, key}}, {2, 0, 0x04, 0});
+        row("untouched multimedia", {{types, "Multimedia key"}}, {3, 0xB5, 0, 0});
+        row("untouched mouse", {{types, "Mouse action"}}, {1, 1, 1, 0});
+        row("disabled", {{types, "Disabled"}}, {5, 0, 0, 0});
+        row("untouched macro", {{types, "Macro"}}, {6, 0, 0, 0});
+        row("lists of other types",
+            {{keys, "Z"},
+             {modifiers, "Win"},
+             {mouse, "Scroll up"},
+             {macros, "paste"},
+             {media, "Mute"},
+             {types, "Multimedia key"}},
+            {3, 0xE2, 0, 0});
     }
-    void untouchedLists()
+    void choicesMakeTheAction()
     {
-        QFETCH(QString, type);
+        QFETCH(Choices, choices);
         QFETCH(KeyAction, expected);
         giveMacros({QStringLiteral("copy"), QStringLiteral("paste")});
-        const KeyAction action =
-            accepted({9, 9, 9, 9}, [&](QWidget& dialog) { choose(types(dialog), type); });
-        QCOMPARE(nameOf(action), nameOf(expected));
-    }
-
-    void resultIgnoresTheListsOfOtherTypes()
-    {
-        giveMacros({QStringLiteral("copy"), QStringLiteral("paste")});
-        const KeyAction action = accepted({}, [](QWidget& dialog) {
-            choose(keys(dialog), QStringLiteral("Z"));
-            choose(modifiers(dialog), QStringLiteral("Win"));
-            choose(mouse(dialog), QStringLiteral("Scroll up"));
-            choose(macros(dialog), QStringLiteral("paste"));
-            choose(media(dialog), QStringLiteral("Mute"));
-            choose(types(dialog), QStringLiteral("Multimedia key"));
+        const KeyAction action = accepted({9, 9, 9, 9}, [&](QWidget& dialog) {
+            for (const auto& [list, text] : choices)
+                choose(list(dialog), text);
         });
-        QCOMPARE(nameOf(action), nameOf({3, 0xE2, 0, 0}));
+        QCOMPARE(nameOf(action), nameOf(expected));
     }
 
     void everyOfferedKeyComesBack()
