@@ -32,8 +32,7 @@ QByteArray filmGif(QSize size)
             for (int x = 0; x < size.width(); ++x)
                 pixels += static_cast<char>(softPixel(x, y, frame));
         }
-        gif.frames +=
-            tests::GifFrame{.area = QRect(QPoint(), size), .pixels = pixels, .palette = {}};
+        gif.frames += tests::GifFrame{.area = QRect(QPoint(), size), .pixels = pixels};
     }
     return tests::encodeGif(gif);
 }

@@ -33,9 +33,11 @@ private slots:
     void oneSizeIsSharedByAllWhoShowIt()
     {
         savePicture(Qt::red, {40, 10});
-        const auto first = shown("a.png").scaled({20, 20});
-        QCOMPARE(shown("a.png").scaled({20, 20}).get(), first.get());
-        QVERIFY(shown("a.png").scaled({20, 21}).get() != first.get());
+        const SkinPicture one = shown("a.png");
+        const SkinPicture other = shown("a.png");
+        const auto first = one.scaled({20, 20});
+        QCOMPARE(other.scaled({20, 20}).get(), first.get());
+        QVERIFY(other.scaled({20, 21}).get() != first.get());
     }
 
     void aPictureNobodyShowsIsLetGo()

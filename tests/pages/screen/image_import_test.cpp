@@ -533,11 +533,9 @@ private slots:
         GifFrame hugeFrame{.area = QRect(0, 0, 20'000, 20'000), .pixels = QByteArray(1000, '\0')};
         QTest::newRow("JPEG beyond what phones take")
             << "a.jpg" << patched(jpeg, frameHeader + 5, "1c203000"); // 12288 x 7200
-        const GifFrame largeFrame{.area = QRect(0, 0, 4500, 3000),
-                                  .pixels = QByteArray(4500 * 3000, '\1')};
+        // 4500 x 3000, which the reader only believes of frames that are not much smaller.
         QTest::newRow("GIF too large to put together")
-            << "a.gif"
-            << encodeGif({.size = {4500, 3000}, .palette = gifPalette, .frames = {largeFrame}});
+            << "a.gif" << patched(encodePlainGif({500, 400}, {red, green}, 10), 6, "9411b80b");
         QTest::newRow("GIF of huge frames") << "a.gif"
                                             << encodeGif({.size = {20'000, 20'000},
                                                           .palette = gifPalette,
@@ -591,12 +589,12 @@ private slots:
         row("JPEG with 60 MB of comments", 0, [] {
             return encodeCommentedJpeg(quarters({16, 16}), 1000);
         });
-        row("largest GIF", 3, [] {
+        row("largest GIF", 2, [] {
             GifFrame frame = plainFrame(QRect(0, 0, 4096, 3072), 1);
             frame.disposal = GifDisposal::Previous;
             frame.transparent = 0;
             return encodeGif(
-                {.size = {4096, 3072}, .palette = gifPalette, .frames = QList<GifFrame>(3, frame)});
+                {.size = {4096, 3072}, .palette = gifPalette, .frames = QList<GifFrame>(2, frame)});
         });
         row("GIF that goes on behind its pixels", 0, [] {
             return encodeEndlessGif({300, 300}, 60 * 1024 * 1024);
