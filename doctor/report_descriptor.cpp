@@ -2,7 +2,6 @@
 
 #include "device/keyboard_identity.h"
 
-#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -121,7 +120,7 @@ bool DescriptorReader::openCollection()
         return true;
     if (page == configurationUsagePage)
         found = InterfaceKind::Configuration;
-    const bool isScreen = std::ranges::find(screenUsagePages, page) != screenUsagePages.end();
+    const bool isScreen = page == screenUsagePages.front() || page == screenUsagePages.back();
     if (isScreen && found == InterfaceKind::Other)
         found = InterfaceKind::Screen;
     return isVendorPage(page);

@@ -271,24 +271,25 @@ void KeyboardView::paintEvent(QPaintEvent* event)
 
 // Makes the view look transparent although it clears itself: it repeats what the workspace shows
 // behind it.
-void KeyboardView::paintWorkspaceBehind(QPainter& painter) const
+void KeyboardView::paintWorkspaceBehind(QPainter& painter)
 {
     const QWidget* workspace = parentWidget();
     while (workspace != nullptr && workspace->objectName() != QLatin1String("workspace"))
         workspace = workspace->parentWidget();
     if (workspace == nullptr)
         return;
-    const auto ground =
-        backgroundPicture.scaled(devicePixels(workspace->size(), devicePixelRatioF()));
-    if (!ground)
+    const QSize pixels = devicePixels(workspace->size(), devicePixelRatioF());
+    if (!drawnGround || drawnGround->size() != pixels)
+        drawnGround = backgroundPicture.scaled(pixels);
+    if (!drawnGround)
         return;
 
     const QPoint origin = mapTo(workspace, QPoint(0, 0));
-    const double scaleX = static_cast<double>(ground->width()) / workspace->width();
-    const double scaleY = static_cast<double>(ground->height()) / workspace->height();
+    const double scaleX = static_cast<double>(drawnGround->width()) / workspace->width();
+    const double scaleY = static_cast<double>(drawnGround->height()) / workspace->height();
     const QRectF source(origin.x() * scaleX, origin.y() * scaleY, width() * scaleX,
                         height() * scaleY);
-    painter.drawPixmap(QRectF(rect()), *ground, source);
+    painter.drawPixmap(QRectF(rect()), *drawnGround, source);
 }
 
 // The picture is much larger than the view. Averaging it down once per size keeps the legends

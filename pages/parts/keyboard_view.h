@@ -71,7 +71,7 @@ private:
     void moveMark(QPoint direction);
     void showMark(bool visible);
 
-    void paintWorkspaceBehind(QPainter& painter) const;
+    void paintWorkspaceBehind(QPainter& painter);
     void paintKeyboardPicture(QPainter& painter, const KeyboardGeometry& geometry);
     void paintKey(QPainter& painter, const KeyRecord& key, const QRect& inner, double scale) const;
     void paintFrames(QPainter& painter, int lightIndex, const QRect& inner, double scale) const;
@@ -88,6 +88,8 @@ private:
     SkinPicture keyboardPicture;
     SkinPicture backgroundPicture;
     std::shared_ptr<const QPixmap> drawnPicture; // keyboardPicture as it was last drawn
+    std::shared_ptr<const QPixmap>
+        drawnGround; // backgroundPicture likewise, as the workspace has it
 
     // Light indexes, -1 for none. The selected key is the one last pressed, by whatever means. The
     // marked key is the one that the next key stroke acts on: a press moves it along, an arrow key
