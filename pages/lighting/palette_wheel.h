@@ -48,9 +48,6 @@ public:
     // Shows the color and moves the marker to its hue; a gray leaves the marker where it is.
     void setColor(const QColor& color);
 
-    [[nodiscard]] QColor color() const { return currentColor; }
-    [[nodiscard]] QPoint markerPosition() const { return marker; }
-
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;

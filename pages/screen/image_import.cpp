@@ -27,7 +27,7 @@ constexpr qint64 fileLimit = 64 * mega;
 constexpr qint64 stillPixelLimit = 32 * mega;
 constexpr qint64 deepPixelLimit = stillPixelLimit / 2; // 16 bits for each color
 constexpr qint64 animationPixelLimit = 12 * mega;
-// The largest photographs that phones take. From half of it on they are decoded at half their
+// The largest photographs that phones take. From a third of it on they are decoded at half their
 // width and height.
 constexpr qint64 photographPixelLimit = qint64{8192} * 6144;
 constexpr qint64 photographHeaderLimit = 8 * mega; // comments take five times their size
@@ -118,7 +118,7 @@ QList<ScreenFrame> readAnimation(QImageReader& reader)
 QList<ScreenFrame> readStill(QImageReader& reader)
 {
     const QSize size = reader.size();
-    if (reader.format() == "jpeg" && pixelCount(size) > photographPixelLimit / 2)
+    if (reader.format() == "jpeg" && pixelCount(size) > photographPixelLimit / 3)
         reader.setScaledSize(size / 2);
     QImage picture;
     if (!reader.read(&picture))

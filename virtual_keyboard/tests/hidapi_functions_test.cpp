@@ -1,3 +1,4 @@
+#include "device/keyboard_identity.h"
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QTest>
@@ -7,6 +8,9 @@
 #include <string>
 
 using namespace tavik::virtual_keyboard;
+using tavik::keyboardProductIds;
+using tavik::keyboardVendorId;
+using tavik::screenUsagePages;
 
 namespace {
 
@@ -19,7 +23,7 @@ VirtualBus& bus()
 
 hid_device* openFirst(unsigned short usagePage)
 {
-    hid_device_info* const list = hid_enumerate(0x0C45, 0x8009);
+    hid_device_info* const list = hid_enumerate(keyboardVendorId, keyboardProductIds.front());
     hid_device* device = nullptr;
     for (const hid_device_info* entry = list; entry != nullptr; entry = entry->next) {
         if (entry->usage_page == usagePage && device == nullptr)
@@ -39,12 +43,12 @@ private slots:
     void init() { bus().reset(); }
     void theListCarriesWhatTheLibraryCarries()
     {
-        hid_device_info* const list = hid_enumerate(0x0C45, 0x8009);
+        hid_device_info* const list = hid_enumerate(keyboardVendorId, keyboardProductIds.front());
         QVERIFY(list != nullptr);
         const hid_device_info* const config = list->next;
-        QCOMPARE(config->vendor_id, 0x0C45);
-        QCOMPARE(config->product_id, 0x8009);
-        QCOMPARE(config->usage_page, 0xFF13);
+        QCOMPARE(config->vendor_id, keyboardVendorId);
+        QCOMPARE(config->product_id, keyboardProductIds.front());
+        QCOMPARE(config->usage_page, tavik::configurationUsagePage);
         QCOMPARE(config->interface_number, 1);
         QCOMPARE(std::string(config->path), std::string("/dev/hidraw1"));
         QCOMPARE(std::wstring(config->product_string), std::wstring(L"TAVIK Pro"));
@@ -55,8 +59,8 @@ private slots:
 
     void anEmptyListIsNull()
     {
-        QVERIFY(hid_enumerate(0x0C45, 0x800A) == nullptr);
-        QVERIFY(hid_enumerate(0x0C45, 0x8009 + 5) == nullptr);
+        QVERIFY(hid_enumerate(keyboardVendorId, keyboardProductIds.back()) == nullptr);
+        QVERIFY(hid_enumerate(keyboardVendorId, 0x8009 + 5) == nullptr);
         hid_free_enumeration(nullptr);
         QCOMPARE(bus().unfreedEnumerations(), 0);
         QVERIFY(bus().violations().empty());
@@ -64,7 +68,7 @@ private slots:
 
     void anExchangeGoesThroughTheBus()
     {
-        hid_device* const device = openFirst(0xFF13);
+        hid_device* const device = openFirst(tavik::configurationUsagePage);
         QVERIFY(device != nullptr);
         std::array<unsigned char, 65> buffer{0x00, 0x04, 0x18};
         buffer[9] = 1;
@@ -82,7 +86,7 @@ private slots:
 
     void theScreenTakesBlocksAndAcknowledges()
     {
-        hid_device* const device = openFirst(0xFF68);
+        hid_device* const device = openFirst(screenUsagePages.front());
         const std::vector<unsigned char> block(4097);
         std::array<unsigned char, 64> acknowledgement{};
         QCOMPARE(hid_write(device, block.data(), block.size()), 4097);
@@ -96,7 +100,7 @@ private slots:
 
     void anErrorIsAWideText()
     {
-        hid_device* const device = openFirst(0xFF13);
+        hid_device* const device = openFirst(tavik::configurationUsagePage);
         QCOMPARE(std::wstring(hid_error(device)), std::wstring(L"Success"));
         bus().failAt(1, sendError("the cable came off"));
         const std::array<unsigned char, 65> buffer{};
@@ -108,7 +112,7 @@ private slots:
     void aRefusedOpenIsNull()
     {
         bus().setOpens("/dev/hidraw1", false);
-        QVERIFY(openFirst(0xFF13) == nullptr);
+        QVERIFY(openFirst(tavik::configurationUsagePage) == nullptr);
         QCOMPARE(
             std::wstring(hid_error(nullptr)),
             std::wstring(L"Failed to open a device with path '/dev/hidraw1': Permission denied"));
@@ -126,7 +130,7 @@ private slots:
 
     void aClosedOrMissingHandleIsNamed()
     {
-        hid_device* const device = openFirst(0xFF13);
+        hid_device* const device = openFirst(tavik::configurationUsagePage);
         hid_close(device);
         hid_close(device);
         hid_close(nullptr);

@@ -145,11 +145,11 @@ private slots:
         useWheelPicture(withPixel(filledPicture(Qt::blue), {100, 3}, chosen));
         PaletteWheel wheel;
         press(wheel, {219.5, 122.6});
-        QCOMPARE(wheel.color(), chosen);
-        QCOMPARE(wheel.markerPosition(), QPoint(220, 123));
+        QCOMPARE(shownColor(wheel), chosen);
+        QCOMPARE(shownMarker(wheel), QPoint(220, 123));
         press(wheel, {219.4, 122.6});
-        QCOMPARE(wheel.color(), QColor(Qt::blue));
-        QCOMPARE(wheel.markerPosition(), QPoint(219, 123));
+        QCOMPARE(shownColor(wheel), QColor(Qt::blue));
+        QCOMPARE(shownMarker(wheel), QPoint(219, 123));
     }
 
     void pressWantsAClearColor_data()
@@ -179,8 +179,8 @@ private slots:
         QList<QColor> told;
         wheel.onColorPicked([&](const QColor& color) {
             told += color;
-            QCOMPARE(wheel.color(), color);
-            QCOMPARE(wheel.markerPosition(), QPoint(120, 210));
+            QCOMPARE(shownColor(wheel), color);
+            QCOMPARE(shownMarker(wheel), QPoint(120, 210));
         });
         press(wheel, {120, 210});
         QCOMPARE(told.size(), 1);
@@ -191,7 +191,7 @@ private slots:
     {
         PaletteWheel wheel;
         press(wheel, {120, 210});
-        QCOMPARE(wheel.color(), ringPicture().pixelColor(120, 210));
+        QCOMPARE(shownColor(wheel), ringPicture().pixelColor(120, 210));
     }
 
     void otherButtonsAreIgnored()
@@ -203,7 +203,7 @@ private slots:
         press(wheel, {120, 210}, Qt::RightButton);
         press(wheel, {120, 210}, Qt::MiddleButton);
         QCOMPARE(calls, 0);
-        QCOMPARE(wheel.color(), red);
+        QCOMPARE(shownColor(wheel), red);
     }
 
     void setColorMovesTheMarkerWithoutACall()
@@ -212,9 +212,9 @@ private slots:
         int calls = 0;
         wheel.onColorPicked([&](const QColor&) { ++calls; });
         wheel.setColor(red);
-        QCOMPARE(wheel.markerPosition(), QPoint(231, 120));
+        QCOMPARE(shownMarker(wheel), QPoint(231, 120));
         wheel.setColor(QColor::fromHsv(90, 255, 255));
-        const QPoint step = wheel.markerPosition() - QPoint(120, 231);
+        const QPoint step = shownMarker(wheel) - QPoint(120, 231);
         QVERIFY(step.manhattanLength() <= 3);
         QCOMPARE(calls, 0);
     }
@@ -223,12 +223,12 @@ private slots:
     {
         PaletteWheel wheel;
         wheel.setColor(QColor::fromHsv(180, 255, 255));
-        const QPoint marker = wheel.markerPosition();
+        const QPoint marker = shownMarker(wheel);
         QVERIFY(marker.x() < 12);
         for (const QColor& gray : {QColor(9, 9, 9), QColor(255, 255, 255), QColor(0, 0, 0)}) {
             wheel.setColor(gray);
-            QCOMPARE(wheel.color(), gray);
-            QCOMPARE(wheel.markerPosition(), marker);
+            QCOMPARE(shownColor(wheel), gray);
+            QCOMPARE(shownMarker(wheel), marker);
         }
     }
 
@@ -354,10 +354,9 @@ private slots:
         QVERIFY(QFile::remove(wheelPicturePath()));
         PaletteWheel wheel;
         wheel.setColor(red);
-        QCOMPARE(wheel.color(), red);
-        QCOMPARE(wheel.markerPosition(), QPoint());
+        QCOMPARE(shownColor(wheel), red);
         press(wheel, {220, 120});
-        QCOMPARE(wheel.color(), red);
+        QCOMPARE(shownColor(wheel), red);
         const QImage picture = pictureOf(wheel);
         QCOMPARE(picture.pixelColor(220, 120), QColor(0, 0, 0, 0));
         QCOMPARE(picture.pixelColor(120, 120), red);
@@ -394,7 +393,7 @@ private slots:
     {
         PaletteWheel wheel;
         wheel.setColor(QColor(10, 20, 250));
-        const QPoint marker = wheel.markerPosition();
+        const QPoint marker = shownMarker(wheel);
         const QImage picture = pictureOf(wheel, Qt::black);
         QCOMPARE(picture.pixelColor(marker), QColor(10, 20, 250));
         QCOMPARE(picture.pixelColor(marker - QPoint(1, 1)), QColor(10, 20, 250));
@@ -416,8 +415,8 @@ private slots:
         QTest::keyClick(&wheel, Qt::Key_Down);
         QTest::keyClick(&wheel, Qt::Key_A);
         QCOMPARE(hues, QList<int>({5, 10, 5, 0, 355}));
-        QCOMPARE(wheel.color().hue(), 355);
-        QVERIFY(wheel.markerPosition().y() < 120);
+        QCOMPARE(shownColor(wheel).hue(), 355);
+        QVERIFY(shownMarker(wheel).y() < 120);
         QCOMPARE(wheel.focusPolicy(), Qt::TabFocus);
     }
 
@@ -426,7 +425,7 @@ private slots:
         PaletteWheel wheel;
         wheel.setColor(QColor(9, 9, 9));
         QTest::keyClick(&wheel, Qt::Key_Right);
-        QCOMPARE(wheel.color(), QColor::fromHsv(5, 255, 255));
+        QCOMPARE(shownColor(wheel).rgb(), QColor::fromHsv(5, 255, 255).rgb());
     }
 
     void focusIsSeenOnTheInnerDisc()
@@ -468,17 +467,33 @@ private:
     {
         PaletteWheel wheel;
         wheel.setColor(Qt::green);
-        const QPoint marker = wheel.markerPosition();
+        const QPoint marker = shownMarker(wheel);
         QColor told;
         wheel.onColorPicked([&](const QColor& color) { told = color; });
         press(wheel, position);
         if (!told.isValid() &&
-            (wheel.color() != QColor(Qt::green) || wheel.markerPosition() != marker))
+            (shownColor(wheel) != QColor(Qt::green) || shownMarker(wheel) != marker))
             return Qt::green; // changed in secret
         return told;
     }
 
-    static QImage expectedPicture(const PaletteWheel& wheel, const QImage& ring)
+    static QColor shownColor(PaletteWheel& wheel)
+    {
+        return pictureOf(wheel, Qt::black).pixelColor(120, 120);
+    }
+
+    // The middle of the white ring outside the discs.
+    static QPoint shownMarker(PaletteWheel& wheel)
+    {
+        QImage picture = pictureOf(wheel, Qt::black);
+        QPainter(&picture).fillRect(57, 57, 126, 126, Qt::black);
+        const QRect ring = areaWhere(picture, [](const QColor& pixel) {
+            return std::min({pixel.red(), pixel.green(), pixel.blue()}) > 150;
+        });
+        return ring.center() + QPoint(1, 1);
+    }
+
+    static QImage expectedPicture(PaletteWheel& wheel, const QImage& ring)
     {
         return paintedPicture(wheelSize, Qt::black, [&](QPainter& painter) {
             painter.drawImage(0, 0, ring);
@@ -486,10 +501,10 @@ private:
             painter.setBrush(QColor(0x41, 0x41, 0x41));
             painter.drawEllipse(QRectF(57, 57, 126, 126));
             painter.setPen(Qt::NoPen);
-            painter.setBrush(wheel.color());
+            painter.setBrush(shownColor(wheel));
             painter.drawEllipse(QRectF(90, 90, 60, 60));
             painter.setPen(QPen(Qt::white, 1.5));
-            const QPoint marker = wheel.markerPosition();
+            const QPoint marker = shownMarker(wheel);
             painter.drawEllipse(QRect(marker - QPoint(4, 4), marker + QPoint(3, 3)));
         });
     }
