@@ -15,8 +15,8 @@ enum class SessionFlag : std::uint8_t { Zero = 0, One = 1 };
 // session on, also after a refusal, until finish() or commitAndEnd() has closed it. That FINISH may
 // replace the device's last error, so the error is read after the session has ended.
 //
-// Every operation returns false on failure and leaves the reason in the device's last error. They
-// are meant to be chained with &&, a step a line, as the protocol's table has them.
+// Every operation returns false on failure and leaves the reason in the device's last error, so
+// that a sequence is its steps in order, chained with &&.
 class CommandSession
 {
 public:

@@ -11,7 +11,6 @@
 #include <QColorDialog>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QSlider>
 #include <QVBoxLayout>
 
