@@ -26,15 +26,19 @@ function(tavik_executable target)
 endfunction()
 
 # tavik_test(name SOURCE LIBRARIES...) builds one Qt Test program and registers it with ctest.
-# It runs without a display and with a configuration directory that no other test shares.
+# It runs without a display and with configuration and runtime directories that no other test
+# shares.
 function(tavik_test name source)
   tavik_executable(${name} ${source})
   target_link_libraries(${name} PRIVATE Qt6::Test ${ARGN})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
   add_test(NAME ${name} COMMAND ${name})
+  set(runtime_directory ${CMAKE_BINARY_DIR}/test-runtime/${name})
+  file(MAKE_DIRECTORY ${runtime_directory})
+  file(CHMOD ${runtime_directory} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
   set_tests_properties(${name} PROPERTIES
     TIMEOUT 120
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/test-config/${name};TAVIK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/test-config/${name};XDG_RUNTIME_DIR=${runtime_directory};TAVIK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
 

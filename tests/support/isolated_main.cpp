@@ -64,7 +64,9 @@ int runIsolated(int argc, char* argv[], std::unique_ptr<QObject> (*createTest)()
         return runEveryCase(QCoreApplication::applicationFilePath());
     }
     const QTemporaryDir configuration;
+    const QTemporaryDir runtime;
     qputenv("XDG_CONFIG_HOME", configuration.path().toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
     const QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));

@@ -1,0 +1,76 @@
+#include "files/process_lock.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace tavik {
+
+namespace {
+
+// Anybody may have made a directory of that name among the temporary files.
+bool isOwnDirectory(const QString& path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
+}
+
+QString runtimeDirectory()
+{
+    // Asked only when it is set: without it, Qt complains on standard error before it helps itself.
+    if (qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
+        return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    const QString path =
+        QDir::tempPath() + QStringLiteral("/tavik-center-%1").arg(static_cast<qulonglong>(geteuid()));
+    ::mkdir(QFile::encodeName(path).constData(), 0700);
+    return isOwnDirectory(path) ? path : QString();
+}
+
+} // namespace
+
+QString runtimeFilePath(const QString& name)
+{
+    const QString directory = runtimeDirectory();
+    return directory.isEmpty() ? QString() : directory + u'/' + name;
+}
+
+ProcessLock::ProcessLock(QString lockPath) : path(std::move(lockPath)) {}
+
+ProcessLock::~ProcessLock()
+{
+    release();
+}
+
+ProcessLock::Attempt ProcessLock::attempt()
+{
+    if (descriptor >= 0)
+        return Attempt::Taken;
+    const int opened = ::open(QFile::encodeName(path).constData(),
+                              O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    if (opened < 0)
+        return Attempt::Impossible;
+    if (::flock(opened, LOCK_EX | LOCK_NB) == 0) {
+        descriptor = opened;
+        return Attempt::Taken;
+    }
+    const bool isHeld = errno == EWOULDBLOCK;
+    ::close(opened);
+    return isHeld ? Attempt::HeldByAnother : Attempt::Impossible;
+}
+
+void ProcessLock::release()
+{
+    if (descriptor >= 0)
+        ::close(std::exchange(descriptor, -1));
+}
+
+} // namespace tavik
