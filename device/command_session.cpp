@@ -13,6 +13,16 @@ CommandSession::~CommandSession()
 {
     if (finishOwed)
         std::ignore = device.finish(flag);
+    if (holdsWire)
+        device.releaseWire();
+}
+
+bool CommandSession::connectKeyboard()
+{
+    if (!device.ensureOpen())
+        return false;
+    holdsWire = holdsWire || device.takeWire();
+    return holdsWire;
 }
 
 bool CommandSession::open()

@@ -24,10 +24,12 @@ public:
     ~CommandSession();
     Q_DISABLE_COPY_MOVE(CommandSession)
 
-    // Opens the keyboard unless it is open. All that is needed where the keyboard wants no session.
-    [[nodiscard]] bool connectKeyboard() { return device.ensureOpen(); }
+    // Opens the keyboard unless it is open, and keeps the sequences of other processes off the wire
+    // until this one ends. All that is needed where the keyboard wants no session.
+    [[nodiscard]] bool connectKeyboard();
 
-    // Opens the keyboard and then the session. Nothing is owed to a keyboard that is not there.
+    // As connectKeyboard(), and then opens the session. Nothing is owed to a keyboard that is not
+    // there, or that another process talks to.
     [[nodiscard]] bool open();
 
     // As the operations of Device with these names.
@@ -39,7 +41,8 @@ public:
     [[nodiscard]] bool commit(const QString& rejection) { return device.commit(rejection); }
     [[nodiscard]] bool finish();
 
-    // Lets others have the lock between two commands of one session, then goes on in it.
+    // Lets others of this process have the lock between two commands of one session, then goes on
+    // in it.
     [[nodiscard]] bool letOthersIn();
 
     // Lets the lock go while the session waits for what travels on another interface. abandon() and
@@ -56,6 +59,7 @@ private:
     Device& device;
     const std::uint8_t flag;
     QMutexLocker<QMutex> locker;
+    bool holdsWire = false;
     bool finishOwed = false;
 };
 

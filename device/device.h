@@ -2,6 +2,7 @@
 
 #include "device/command_report.h"
 #include "device/hid_interface.h"
+#include "files/process_lock.h"
 
 #include <QMutex>
 #include <QObject>
@@ -11,9 +12,10 @@ namespace tavik {
 
 // The connection to the keyboard's configuration interface: one per process, GUI thread only.
 //
-// The mutex keeps two command sequences from interleaving on the wire, and is not recursive.
-// refresh() and sendCommand() lock it themselves, and so does a CommandSession for a sequence of
-// its own. Every other operation that talks to the keyboard expects its caller to hold it.
+// The mutex keeps two command sequences of this process from interleaving on the wire, and is not
+// recursive. refresh() and sendCommand() lock it themselves, and so does a CommandSession for a
+// sequence of its own. Every other operation that talks to the keyboard expects its caller to hold
+// it. Sequences of other processes are kept off by the wire lock, a file of this user's.
 //
 // Operations return false on failure and leave the reason in lastError, which a success never
 // clears. A failed exchange keeps the handle open, also after the keyboard was unplugged.
@@ -39,6 +41,13 @@ public:
     // Searches the configuration interface and opens it. False leaves the text that asks for the
     // cable and shuts hidapi down again. Emits connectedChanged(true). Caller holds the mutex.
     [[nodiscard]] bool findAndOpen();
+
+    // Keeps the sequences of other processes off the wire until releaseWire() was called as often
+    // as this has returned true. Waits up to 5 s for them; false leaves the text of a busy
+    // keyboard. Where no lock can be made, nobody is kept off, and that is no failure. Caller holds
+    // the mutex.
+    [[nodiscard]] bool takeWire();
+    void releaseWire();
 
     // Sends the report (35 ms after it was asked to) and replaces it by the answer, read 50 ms
     // later and not examined. False leaves "not connected" or hidapi's text. Caller holds the
@@ -82,6 +91,11 @@ private:
     static QString commitRejection();
 
     HidHandle handle;
+    // Who waits for the wire holds the turn: a process that sends one sequence after the other has
+    // to wait for it, and would else never let anybody in.
+    ProcessLock turnLock{runtimeFilePath(QStringLiteral("tavik-center-turn.lock"))};
+    ProcessLock wireLock{runtimeFilePath(QStringLiteral("tavik-center-wire.lock"))};
+    int wireHolders = 0;
 
 public:
     QString lastError;

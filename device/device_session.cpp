@@ -10,7 +10,38 @@ namespace {
 constexpr int sessionAttempts = 10;
 constexpr auto pauseAfterBusy = 300ms;
 
+constexpr int wireAttempts = 100;
+constexpr auto pauseAfterHeldWire = 50ms;
+
+QString busyText()
+{
+    return QStringLiteral("Keyboard refuses to open a session (busy?)");
+}
+
 } // namespace
+
+bool Device::takeWire()
+{
+    constexpr auto held = ProcessLock::Attempt::HeldByAnother;
+    bool isTaken = wireHolders > 0; // also by a sequence that has let the mutex go
+    for (int attempt = 0; !isTaken && attempt <= wireAttempts; ++attempt) {
+        if (attempt > 0)
+            pause(pauseAfterHeldWire);
+        isTaken = turnLock.attempt() != held && wireLock.attempt() != held;
+    }
+    turnLock.release();
+    if (isTaken)
+        ++wireHolders;
+    else
+        lastError = busyText();
+    return isTaken;
+}
+
+void Device::releaseWire()
+{
+    if (--wireHolders == 0)
+        wireLock.release();
+}
 
 bool Device::command(const Report& request, const QString& rejection)
 {
@@ -35,7 +66,7 @@ bool Device::openSession(std::uint8_t flag)
             return true;
         pause(pauseAfterBusy);
     }
-    lastError = QStringLiteral("Keyboard refuses to open a session (busy?)");
+    lastError = busyText();
     return false;
 }
 

@@ -4,12 +4,11 @@
 #include <QFile>
 #include <QStandardPaths>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
 #include <utility>
 
 namespace tavik {
@@ -29,8 +28,8 @@ QString runtimeDirectory()
     // Asked only when it is set: without it, Qt complains on standard error before it helps itself.
     if (qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
         return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    const QString path =
-        QDir::tempPath() + QStringLiteral("/tavik-center-%1").arg(static_cast<qulonglong>(geteuid()));
+    const QString path = QDir::tempPath() +
+                         QStringLiteral("/tavik-center-%1").arg(static_cast<qulonglong>(geteuid()));
     ::mkdir(QFile::encodeName(path).constData(), 0700);
     return isOwnDirectory(path) ? path : QString();
 }

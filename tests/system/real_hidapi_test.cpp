@@ -7,6 +7,7 @@
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/isolated_main.h"
 #include "tests/system/emulated_keyboard.h"
+#include "tests/system/testbed_process.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -249,6 +250,28 @@ private slots:
         QVERIFY(Device::instance().refresh());
         const ScreenTransferResult result = sendToScreen(oneFrame(), 1, [](const QString&) {});
         QCOMPARE(result.error, QStringLiteral("TFT interface (0xFF68/0xFF67) not found"));
+    }
+
+    // Each waits for the other's sequences; a report of one within a sequence of the other would be
+    // a violation.
+    void sharesTheKeyboardWithAnotherProcess()
+    {
+        EmulatedKeyboard keyboard;
+        TestbedProcess other(AsUser::Same);
+        QVERIFY(
+            other.start(QCoreApplication::applicationDirPath() + QStringLiteral("/sleep_sender"),
+                        {QStringLiteral("12")}));
+        QTRY_VERIFY_WITH_TIMEOUT(other.output().contains(QLatin1String("ready")), 30'000);
+
+        QVERIFY2(writeLayer(LayerId::Base, variedLayer()),
+                 qPrintable(Device::instance().lastError));
+        QVERIFY2(writeColorBank(variedBank()), qPrintable(Device::instance().lastError));
+        QVERIFY2(sendToScreen(oneFrame(), 1, [](const QString&) {}).ok,
+                 qPrintable(Device::instance().lastError));
+
+        QTRY_VERIFY_WITH_TIMEOUT(!other.isRunning(), 60'000);
+        QVERIFY2(other.exitCode() == 0, qPrintable(other.output()));
+        QCOMPARE(violationsOf(keyboard), QStringList());
     }
 
     // A late acknowledgement would be taken for that of the next block; opening the interface anew

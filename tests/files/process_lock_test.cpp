@@ -1,0 +1,130 @@
+#include "files/process_lock.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <optional>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace tavik;
+using Attempt = ProcessLock::Attempt;
+
+class ProcessLockTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void keepsOthersOutUntilItIsReleased()
+    {
+        ProcessLock first(path());
+        ProcessLock second(path());
+
+        QCOMPARE(first.attempt(), Attempt::Taken);
+        QCOMPARE(first.attempt(), Attempt::Taken);
+        QCOMPARE(second.attempt(), Attempt::HeldByAnother);
+
+        first.release();
+        QCOMPARE(second.attempt(), Attempt::Taken);
+        QCOMPARE(first.attempt(), Attempt::HeldByAnother);
+    }
+
+    void endsWithItsObject()
+    {
+        std::optional<ProcessLock> first(path());
+        QCOMPARE(first->attempt(), Attempt::Taken);
+        first.reset();
+
+        ProcessLock second(path());
+        QCOMPARE(second.attempt(), Attempt::Taken);
+    }
+
+    void endsWithItsProcess()
+    {
+        std::array<int, 2> ready{};
+        QCOMPARE(pipe(ready.data()), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            ProcessLock lock(path());
+            const char taken = lock.attempt() == Attempt::Taken ? 'y' : 'n';
+            if (write(ready[1], &taken, 1) == 1)
+                pause();
+            _exit(0);
+        }
+        char taken = 0;
+        QCOMPARE(read(ready[0], &taken, 1), ssize_t{1});
+        QCOMPARE(taken, 'y');
+        ProcessLock lock(path());
+        QCOMPARE(lock.attempt(), Attempt::HeldByAnother);
+
+        kill(child, SIGKILL);
+        QCOMPARE(waitpid(child, nullptr, 0), child);
+        QCOMPARE(lock.attempt(), Attempt::Taken);
+    }
+
+    void isNoBusinessOfOtherUsers()
+    {
+        ProcessLock lock(path());
+        QCOMPARE(lock.attempt(), Attempt::Taken);
+        struct stat status = {};
+        QCOMPARE(stat(path().toLocal8Bit().constData(), &status), 0);
+        QCOMPARE(status.st_mode & 07777U, 0600U);
+    }
+
+    void isImpossibleWhereNoFileCanBe_data()
+    {
+        QTest::addColumn<QString>("lockPath");
+        QTest::newRow("no path") << QString();
+        QTest::newRow("no directory") << directory.filePath(QStringLiteral("none/lock"));
+        QTest::newRow("a directory") << directory.path();
+        QTest::newRow("a link") << directory.filePath(QStringLiteral("link"));
+    }
+    void isImpossibleWhereNoFileCanBe()
+    {
+        QFETCH(QString, lockPath);
+        QFile::link(path(), directory.filePath(QStringLiteral("link")));
+        ProcessLock lock(lockPath);
+        QCOMPARE(lock.attempt(), Attempt::Impossible);
+    }
+
+    // Two people on one computer, and two sessions of one, must not meet by accident.
+    void pathLiesInTheRuntimeDirectory()
+    {
+        qputenv("XDG_RUNTIME_DIR", directory.path().toLocal8Bit());
+        QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")),
+                 directory.filePath(QStringLiteral("a.lock")));
+    }
+
+    void pathLiesAmongTemporaryFilesWithoutARuntimeDirectory()
+    {
+        qunsetenv("XDG_RUNTIME_DIR");
+        qputenv("TMPDIR", directory.path().toLocal8Bit());
+        const QString own = directory.filePath(QStringLiteral("tavik-center-%1").arg(geteuid()));
+
+        QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), own + QStringLiteral("/a.lock"));
+        struct stat status = {};
+        QCOMPARE(stat(own.toLocal8Bit().constData(), &status), 0);
+        QCOMPARE(status.st_mode & 07777U, 0700U);
+
+        // Somebody else's, or one that others may write to.
+        QCOMPARE(chmod(own.toLocal8Bit().constData(), 0777), 0);
+        QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), QString());
+        QVERIFY(QDir().rmdir(own));
+        QVERIFY(QFile::link(directory.path(), own));
+        QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), QString());
+    }
+
+    void cleanup() { QFile::remove(path()); }
+
+private:
+    [[nodiscard]] QString path() const { return directory.filePath(QStringLiteral("lock")); }
+
+    QTemporaryDir directory;
+};
+
+QTEST_GUILESS_MAIN(ProcessLockTest)
+#include "process_lock_test.moc"
