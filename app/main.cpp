@@ -1,5 +1,7 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
+#include "app/single_window.h"
+#include "model/app_state.h"
 
 #include <QApplication>
 
@@ -10,7 +12,11 @@ int main(int argc, char* argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
     tavik::applyApplicationStyle(application);
 
+    tavik::SingleWindow onlyWindow(tavik::stateFilePath());
+    if (const std::optional<int> exitCode = onlyWindow.endsWith())
+        return *exitCode;
     tavik::MainWindow window;
+    onlyWindow.bringForward(&window);
     window.show();
     return QApplication::exec();
 }

@@ -19,9 +19,9 @@ ProcessLock& otherProcess()
 
 bool sendSomething()
 {
-    return Device::instance().sendCommand(CommandCode::LightingMode, 0,
-                                          {0x0B, 0xFF, 0, 0, 0, 0, 0, 0, 1, 5, 3, 3, 0, 0,
-                                           markerFirst, markerSecond});
+    return Device::instance().sendCommand(
+        CommandCode::LightingMode, 0,
+        {0x0B, 0xFF, 0, 0, 0, 0, 0, 0, 1, 5, 3, 3, 0, 0, markerFirst, markerSecond});
 }
 
 } // namespace

@@ -22,8 +22,7 @@ namespace {
 
 bool sendPicture()
 {
-    const ScreenStream stream =
-        buildScreenStream({{QImage(128, 128, QImage::Format_RGB32), 100}});
+    const ScreenStream stream = buildScreenStream({{QImage(128, 128, QImage::Format_RGB32), 100}});
     return sendToScreen(stream, 1, [](const QString&) {}).ok;
 }
 
@@ -34,11 +33,10 @@ QStringList eventsWithAFreeWire(const Operation& operation, int* events)
     QStringList freeAt;
     bus().setListener([&] {
         const QString event = busTrace().constLast();
-        const bool isTraffic = event.startsWith(QLatin1String("send")) ||
-                               event.startsWith(QLatin1String("read")) ||
-                               event.startsWith(QLatin1String("block")) ||
-                               event.startsWith(QLatin1String("ack")) ||
-                               event.startsWith(QLatin1String("wait"));
+        const bool isTraffic =
+            event.startsWith(QLatin1String("send")) || event.startsWith(QLatin1String("read")) ||
+            event.startsWith(QLatin1String("block")) || event.startsWith(QLatin1String("ack")) ||
+            event.startsWith(QLatin1String("wait"));
         *events += isTraffic ? 1 : 0;
         if (other.attempt() != ProcessLock::Attempt::HeldByAnother && isTraffic)
             freeAt += event;
@@ -54,8 +52,8 @@ QStringList eventsWithAFreeWire(const Operation& operation, int* events)
 
 } // namespace
 
-// A whole sequence keeps the other processes off the wire, also where it lets the threads of its own
-// process in.
+// A whole sequence keeps the other processes off the wire, also where it lets the threads of its
+// own process in.
 class HeldWireTest : public QObject
 {
     Q_OBJECT

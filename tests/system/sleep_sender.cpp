@@ -5,7 +5,8 @@
 
 #include <cstdio>
 
-// Sends the sleep time as many times as the argument says. Ends with the number of those that failed.
+// Sends the sleep time as many times as the argument says. Ends with the number of those that
+// failed.
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);

@@ -1,5 +1,7 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
+#include "app/single_window.h"
+#include "model/app_state.h"
 #include "virtual_keyboard/demo/keyboard_window.h"
 #include "virtual_keyboard/virtual_bus.h"
 
@@ -34,12 +36,17 @@ int main(int argc, char* argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
     applyApplicationStyle(application);
 
+    SingleWindow onlyWindow(stateFilePath());
+    if (const std::optional<int> exitCode = onlyWindow.endsWith())
+        return *exitCode;
+
     VirtualBus& bus = VirtualBus::instance();
     bus.setClock(realNow, realWait);
     KeyboardWindow keyboardWindow;
     bus.setListener([&keyboardWindow] { keyboardWindow.showProgress(); });
 
     MainWindow window;
+    onlyWindow.bringForward(&window);
     window.show();
     keyboardWindow.move(window.frameGeometry().bottomLeft() + QPoint(40, 20));
     keyboardWindow.show();

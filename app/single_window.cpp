@@ -1,0 +1,173 @@
+#include "app/single_window.h"
+
+#include "app/application_style.h"
+
+#include <QApplication>
+#include <QCryptographicHash>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QMessageBox>
+#include <QSocketNotifier>
+#include <QWidget>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+namespace tavik {
+
+namespace {
+
+constexpr int answerTimeoutMs = 2000;
+constexpr int pauseBetweenAttemptsMs = 50;
+constexpr std::size_t longestToken = 1024;
+
+// Different configuration directories, different windows. The name is short, since the path of a
+// socket must be.
+QString runtimePath(const QString& stateFile, const QString& suffix)
+{
+    const QByteArray digest =
+        QCryptographicHash::hash(stateFile.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return runtimeFilePath(QStringLiteral("tavik-center-") +
+                           QString::fromLatin1(digest.first(16)) + suffix);
+}
+
+// The address of a path; too long a path has none.
+std::optional<sockaddr_un> addressOf(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    sockaddr_un address = {};
+    if (name.isEmpty() || name.size() >= static_cast<qsizetype>(sizeof address.sun_path))
+        return {};
+    address.sun_family = AF_UNIX;
+    std::copy(name.begin(), name.end(), std::begin(address.sun_path));
+    return address;
+}
+
+// One datagram there and one back. That is little enough to do without a network library, which
+// would make every start slower.
+int openSocket()
+{
+    return ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+}
+
+const sockaddr* generic(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+void showThatNobodyAnswers()
+{
+    QMessageBox box(QMessageBox::Warning, QCoreApplication::applicationName(),
+                    QObject::tr("%1 is already open, but does not answer.")
+                        .arg(QCoreApplication::applicationName()),
+                    QMessageBox::Ok);
+    box.setInformativeText(QObject::tr("It may be sending to the keyboard. Wait until that is done, "
+                                       "or end it, and start again."));
+    box.setStyleSheet(windowStyleSheet());
+    box.exec();
+}
+
+} // namespace
+
+SingleWindow::SingleWindow(const QString& stateFile)
+    : socketPath(runtimePath(stateFile, QStringLiteral(".socket"))),
+      lock(runtimePath(stateFile, QStringLiteral(".lock")))
+{
+}
+
+SingleWindow::~SingleWindow()
+{
+    if (socket < 0)
+        return;
+    QFile::remove(socketPath); // ours as long as the lock is
+    ::close(socket);
+}
+
+std::optional<int> SingleWindow::endsWith()
+{
+    // The first may be about to listen, or to end.
+    QDeadlineTimer deadline(answerTimeoutMs);
+    while (lock.attempt() == ProcessLock::Attempt::HeldByAnother) {
+        if (askFirst())
+            return 0;
+        if (deadline.hasExpired()) {
+            showThatNobodyAnswers();
+            return 1;
+        }
+        ::poll(nullptr, 0, pauseBetweenAttemptsMs);
+    }
+    listen();
+    return {};
+}
+
+// True when the first has come to the front. False at once when nobody listens, else after the
+// time-out.
+bool SingleWindow::askFirst() const
+{
+    const auto first = addressOf(socketPath);
+    const int asking = openSocket();
+    if (!first || asking < 0)
+        return false;
+    // An address of its own, by which the answer comes back.
+    const sockaddr_un own = {AF_UNIX, {}};
+    // What the desktop gave this start for coming to the front goes to the window that does it.
+    const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
+    pollfd answered = {asking, POLLIN, 0};
+    const bool came =
+        ::bind(asking, generic(own), sizeof own.sun_family) == 0 &&
+        ::sendto(asking, token.constData(), static_cast<std::size_t>(token.size()), 0,
+                 generic(*first), sizeof *first) >= 0 &&
+        ::poll(&answered, 1, answerTimeoutMs) == 1;
+    ::close(asking);
+    return came;
+}
+
+void SingleWindow::listen()
+{
+    const auto address = addressOf(socketPath);
+    socket = address ? openSocket() : -1;
+    if (socket < 0)
+        return;
+    QFile::remove(socketPath); // left by a program that was killed
+    if (::bind(socket, generic(*address), sizeof *address) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(socket, QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, &SingleWindow::answer);
+}
+
+void SingleWindow::answer()
+{
+    std::array<char, longestToken> token{};
+    sockaddr_un sender = {};
+    socklen_t length = sizeof sender;
+    const ssize_t size = ::recvfrom(socket, token.data(), token.size(), 0,
+                                    reinterpret_cast<sockaddr*>(&sender), &length);
+    if (size < 0)
+        return;
+    emit askedFor(QByteArray(token.data(), static_cast<qsizetype>(size)));
+    ::sendto(socket, "", 0, 0, generic(sender), length);
+}
+
+void SingleWindow::bringForward(QWidget* window)
+{
+    connect(this, &SingleWindow::askedFor, window, [window](const QByteArray& token) {
+        // From here the platform takes it; it takes the variable away again.
+        if (!token.isEmpty())
+            qputenv("XDG_ACTIVATION_TOKEN", token);
+        window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+        window->show();
+        for (QWidget* shown : {window, QApplication::activeModalWidget()}) {
+            if (shown == nullptr)
+                continue;
+            shown->raise();
+            shown->activateWindow();
+        }
+    });
+}
+
+} // namespace tavik

@@ -1,0 +1,241 @@
+#include "app/single_window.h"
+#include "model/app_state.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/isolated_main.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace tavik;
+using namespace tavik::tests;
+
+namespace {
+
+// The program as it is installed. It ends with this object at the latest.
+class Program
+{
+public:
+    explicit Program(const QString& configuration = {})
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        if (!configuration.isEmpty())
+            environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configuration);
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QStringLiteral(PROGRAM_UNDER_TEST), QStringList());
+        process.waitForStarted();
+    }
+    ~Program()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(Program)
+
+    [[nodiscard]] bool ends()
+    {
+        return process.state() == QProcess::NotRunning || process.waitForFinished(30'000);
+    }
+
+    // It has come as far as the window.
+    [[nodiscard]] bool opensItsWindow()
+    {
+        return QTest::qWaitFor([this] { return !sockets().isEmpty(); }, 30'000) &&
+               process.state() == QProcess::Running;
+    }
+
+    [[nodiscard]] static QStringList sockets()
+    {
+        return QDir(qEnvironmentVariable("XDG_RUNTIME_DIR"))
+            .entryList({QStringLiteral("*.socket")}, QDir::System);
+    }
+
+    QProcess process;
+};
+
+} // namespace
+
+class SingleWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void firstStartGoesOn()
+    {
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+    }
+
+    void secondStartBringsTheFirstToTheFrontAndEnds()
+    {
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+        QWidget window;
+        first.bringForward(&window);
+        window.showMinimized();
+        QSignalSpy asked(&first, &SingleWindow::askedFor);
+
+        qputenv("XDG_ACTIVATION_TOKEN", "token-7");
+        Program second;
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        QTRY_VERIFY_WITH_TIMEOUT(second.process.state() == QProcess::NotRunning, 30'000);
+
+        QCOMPARE(second.process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(second.process.exitCode(), 0);
+        QCOMPARE(QString::fromUtf8(second.process.readAll()), QString());
+        QCOMPARE(asked.count(), 1);
+        QCOMPARE(asked.at(0).at(0).toByteArray(), QByteArray("token-7"));
+        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("token-7"));
+        QVERIFY(!window.isMinimized());
+        QVERIFY(window.isVisible());
+        QTRY_VERIFY(window.isActiveWindow());
+    }
+
+    void dialogOfTheFirstComesWithIt()
+    {
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+        QWidget window;
+        first.bringForward(&window);
+        window.show();
+        QDialog dialog(&window);
+        dialog.setModal(true);
+        dialog.show();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+
+        Program second;
+        QTRY_VERIFY_WITH_TIMEOUT(second.process.state() == QProcess::NotRunning, 30'000);
+        QCOMPARE(second.process.exitCode(), 0);
+        QTRY_VERIFY(dialog.isActiveWindow());
+    }
+
+    void secondStartWritesNothing()
+    {
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+        QVERIFY(QDir().mkpath(QFileInfo(stateFilePath()).path()));
+        QFile state(stateFilePath());
+        QVERIFY(state.open(QIODevice::WriteOnly));
+        state.write("{}");
+        state.close();
+
+        Program second;
+        QTRY_VERIFY_WITH_TIMEOUT(second.process.state() == QProcess::NotRunning, 30'000);
+        QCOMPARE(QFileInfo(stateFilePath()).dir().entryList(QDir::Files),
+                 QStringList(QStringLiteral("state.json")));
+    }
+
+    void startAfterAKillGoesOn()
+    {
+        {
+            Program killed;
+            QVERIFY(killed.opensItsWindow());
+            killed.process.kill();
+            QVERIFY(killed.ends());
+        }
+        QCOMPARE(Program::sockets().size(), 1); // it could not clear up
+        SingleWindow next(stateFilePath());
+        QCOMPARE(next.endsWith(), std::optional<int>());
+
+        Program second;
+        QTRY_VERIFY_WITH_TIMEOUT(second.process.state() == QProcess::NotRunning, 30'000);
+        QCOMPARE(second.process.exitCode(), 0);
+    }
+
+    void endLeavesNoSocket()
+    {
+        {
+            SingleWindow first(stateFilePath());
+            QCOMPARE(first.endsWith(), std::optional<int>());
+            QCOMPARE(Program::sockets().size(), 1);
+        }
+        QCOMPARE(Program::sockets(), QStringList());
+    }
+
+    // As in a transfer, or when it hangs.
+    void firstThatDoesNotAnswerIsSaidToTheUser()
+    {
+        Program first;
+        QVERIFY(first.opensItsWindow());
+        ::kill(static_cast<pid_t>(first.process.processId()), SIGSTOP);
+        QString text;
+        onNextDialog([&text](QWidget& dialog) {
+            const auto& box = dynamic_cast<QMessageBox&>(dialog);
+            text = box.text();
+            clickButton(dialog, QStringLiteral("OK"));
+        });
+
+        SingleWindow second(stateFilePath());
+        QCOMPARE(second.endsWith(), std::optional<int>(1));
+        QCOMPARE(text, QStringLiteral("ZEROLT TAVIK Pro is already open, but does not answer."));
+        QCOMPARE(dialogsStillExpected(), 0);
+
+        // The window that is open still has everything.
+        ::kill(static_cast<pid_t>(first.process.processId()), SIGCONT);
+        SingleWindow third(stateFilePath());
+        QCOMPARE(third.endsWith(), std::optional<int>(0));
+    }
+
+    // Two users differ in the runtime directory as well.
+    void otherConfigurationsDoNotMeet()
+    {
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+        const QTemporaryDir configuration;
+        SingleWindow other(configuration.filePath(QStringLiteral("state.json")));
+        QCOMPARE(other.endsWith(), std::optional<int>());
+
+        Program program(configuration.path());
+        QTRY_VERIFY_WITH_TIMEOUT(Program::sockets().size() == 3, 30'000);
+        QCOMPARE(program.process.state(), QProcess::Running);
+    }
+
+    void noRuntimeDirectoryIsNoReasonNotToStart()
+    {
+        qputenv("XDG_RUNTIME_DIR", "/proc");
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+    }
+
+    // Anything may be sent to the socket, also by a program that is gone before the answer.
+    void oddMessagesDoNoHarm()
+    {
+        SingleWindow first(stateFilePath());
+        QCOMPARE(first.endsWith(), std::optional<int>());
+        QSignalSpy asked(&first, &SingleWindow::askedFor);
+        const QByteArray path = QFile::encodeName(qEnvironmentVariable("XDG_RUNTIME_DIR") + u'/' +
+                                                  Program::sockets().constFirst());
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+        const int sender = ::socket(AF_UNIX, SOCK_DGRAM, 0); // without an address of its own
+        const QByteArray message(5000, 'x');
+        QCOMPARE(::sendto(sender, message.constData(), 5000, 0,
+                          reinterpret_cast<const sockaddr*>(&address), sizeof address),
+                 ssize_t{5000});
+        ::close(sender);
+        QTRY_COMPARE(asked.count(), 1);
+        QCOMPARE(asked.at(0).at(0).toByteArray().size(), 1024);
+
+        Program second;
+        QTRY_VERIFY_WITH_TIMEOUT(second.process.state() == QProcess::NotRunning, 30'000);
+        QCOMPARE(second.process.exitCode(), 0);
+    }
+};
+
+TAVIK_ISOLATED_TEST_MAIN(SingleWindowTest)
+#include "single_window_test.moc"
