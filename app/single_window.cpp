@@ -10,13 +10,12 @@
 #include <QSocketNotifier>
 #include <QWidget>
 
+#include <algorithm>
+#include <array>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <array>
 
 namespace tavik {
 
@@ -32,8 +31,8 @@ QString runtimePath(const QString& stateFile, const QString& suffix)
 {
     const QByteArray digest =
         QCryptographicHash::hash(stateFile.toUtf8(), QCryptographicHash::Sha256).toHex();
-    return runtimeFilePath(QStringLiteral("tavik-center-") +
-                           QString::fromLatin1(digest.first(16)) + suffix);
+    return runtimeFilePath(QStringLiteral("tavik-center-") + QString::fromLatin1(digest.first(16)) +
+                           suffix);
 }
 
 // The address of a path; too long a path has none.
@@ -66,8 +65,9 @@ void showThatNobodyAnswers()
                     QObject::tr("%1 is already open, but does not answer.")
                         .arg(QCoreApplication::applicationName()),
                     QMessageBox::Ok);
-    box.setInformativeText(QObject::tr("It may be sending to the keyboard. Wait until that is done, "
-                                       "or end it, and start again."));
+    box.setInformativeText(
+        QObject::tr("It may be sending to the keyboard. Wait until that is done, "
+                    "or end it, and start again."));
     box.setStyleSheet(windowStyleSheet());
     box.exec();
 }
@@ -118,11 +118,10 @@ bool SingleWindow::askFirst() const
     // What the desktop gave this start for coming to the front goes to the window that does it.
     const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
     pollfd answered = {asking, POLLIN, 0};
-    const bool came =
-        ::bind(asking, generic(own), sizeof own.sun_family) == 0 &&
-        ::sendto(asking, token.constData(), static_cast<std::size_t>(token.size()), 0,
-                 generic(*first), sizeof *first) >= 0 &&
-        ::poll(&answered, 1, answerTimeoutMs) == 1;
+    const bool came = ::bind(asking, generic(own), sizeof own.sun_family) == 0 &&
+                      ::sendto(asking, token.constData(), static_cast<std::size_t>(token.size()), 0,
+                               generic(*first), sizeof *first) >= 0 &&
+                      ::poll(&answered, 1, answerTimeoutMs) == 1;
     ::close(asking);
     return came;
 }

@@ -1,8 +1,11 @@
 #include "model/keyboard_layout.h"
 
+#include "files/regular_file.h"
+#include "files/shared_place.h"
+
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QXmlStreamReader>
 
 #include <cstdlib>
@@ -10,6 +13,8 @@
 namespace tavik {
 
 namespace {
+
+constexpr qint64 sizeLimit = 4 * 1024 * 1024; // a keyboard's layout takes some kilobytes
 
 // Sums of hostile numbers wrap instead of overflowing.
 int wrappedSum(int first, int second)
@@ -66,7 +71,7 @@ QStringList KeyboardLayout::searchDirectories()
 {
     const QString applicationDirectory = QCoreApplication::applicationDirPath();
     return {
-        QStringLiteral("/tmp/tavik-center/app/../resources"),
+        sharedPlace,
         QStringLiteral("/usr/share/tavik-center"),
         QStringLiteral("/usr/local/share/tavik-center"),
         applicationDirectory + QStringLiteral("/../share/tavik-center"),
@@ -80,8 +85,13 @@ void KeyboardLayout::search(const QStringList& directories)
     for (const QString& directory : directories) {
         for (const char* name : {"keyboard-layout.xml", "rgb-keyboard.xml"}) {
             const QString path = QDir(directory).filePath(QLatin1String(name));
-            QFile file(path);
-            if (file.open(QIODevice::ReadOnly) && read(file))
+            if (!isTrustedPath(path))
+                continue;
+            std::optional<QByteArray> content = readRegularFile(path, sizeLimit);
+            if (!content)
+                continue;
+            QBuffer document(&*content);
+            if (document.open(QIODevice::ReadOnly) && read(document))
                 return;
         }
     }

@@ -1,5 +1,7 @@
 #include "app/skin/skin_files.h"
 
+#include "files/shared_place.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -14,7 +16,7 @@ QStringList skinDirectories()
     const QString applicationDirectory = QCoreApplication::applicationDirPath();
     const QString currentDirectory = QDir::currentPath();
     return {
-        QStringLiteral("/tmp/tavik-center/app/../resources/official-skin"),
+        sharedPlace + QStringLiteral("/official-skin"),
         applicationDirectory + QStringLiteral("/../share/tavik-center/official-skin"),
         applicationDirectory + QStringLiteral("/official-skin"),
         currentDirectory + QStringLiteral("/native/tavik-center/resources/official-skin"),
@@ -28,7 +30,7 @@ QString resolveSkinFile(const QString& relativeName)
 {
     for (const QString& directory : skinDirectories()) {
         const QString candidate = QDir(directory).filePath(relativeName);
-        if (QFileInfo::exists(candidate))
+        if (QFileInfo::exists(candidate) && isTrustedPath(candidate))
             return candidate;
     }
     return {};

@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <climits>
+#include <sys/stat.h>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -271,6 +272,33 @@ private slots:
             found += key.desc;
         QCOMPARE(found, keys);
         QCOMPARE(layout.width, width);
+    }
+
+    // A pipe would hold the start for ever, and an endless file would take all memory.
+    void searchPassesOverWhatIsNoFile_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char* kind : {"pipe", "endless device", "too large"})
+            QTest::newRow(kind) << kind;
+    }
+    void searchPassesOverWhatIsNoFile()
+    {
+        QFETCH(QString, kind);
+        const QTemporaryDir directory;
+        const QString path = directory.filePath("1/keyboard-layout.xml");
+        writeFile(directory.filePath("1/other"), {});
+        if (kind == "pipe")
+            QCOMPARE(mkfifo(path.toLocal8Bit().constData(), 0600), 0);
+        else if (kind == "endless device")
+            QVERIFY(QFile::link("/dev/zero", path));
+        else
+            writeFile(path, layoutNamed("first") + QByteArray(4 * 1024 * 1024, ' '));
+        writeFile(directory.filePath("2/keyboard-layout.xml"), layoutNamed("second"));
+
+        KeyboardLayout layout;
+        layout.search({directory.filePath("1"), directory.filePath("2")});
+        QCOMPARE(layout.keys.size(), 1);
+        QCOMPARE(layout.keys.constFirst().desc, QStringLiteral("second"));
     }
 
     void directoriesAreSearchedInTheirOrder()

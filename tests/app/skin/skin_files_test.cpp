@@ -63,6 +63,19 @@ private slots:
         }
     }
 
+    // Anybody may put files into the first place, and nobody wants their keys to change by that.
+    void firstPlaceCountsOnlyWhenNobodyElseMayWriteToIt()
+    {
+        QVERIFY(QDir().mkpath("/tmp/tavik-center/app"));
+        const QString next = QDir::currentPath() + "/resources/official-skin/lookup-probe.png";
+        writeFile(next, {});
+        const QString first = QDir(firstDirectory).filePath("lookup-probe.png");
+        writeFile(first, {});
+        QCOMPARE(resolveSkinFile("lookup-probe.png"), first);
+        QVERIFY(QFile::setPermissions(first, QFile::permissions(first) | QFile::WriteOther));
+        QCOMPARE(resolveSkinFile("lookup-probe.png"), next);
+    }
+
     void directoriesCountAsFiles()
     {
         QVERIFY(QDir().mkpath(directory->filePath("resources/official-skin")));
