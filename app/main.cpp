@@ -1,9 +1,11 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "app/single_window.h"
+#include "app/window_place.h"
 #include "model/app_state.h"
 
 #include <QApplication>
+#include <QScreen>
 
 int main(int argc, char* argv[])
 {
@@ -17,6 +19,6 @@ int main(int argc, char* argv[])
         return *exitCode;
     tavik::MainWindow window;
     onlyWindow.bringForward(&window);
-    window.show();
+    tavik::showOnScreen(window, window.screen()->availableGeometry());
     return QApplication::exec();
 }

@@ -4,6 +4,7 @@
 #include "app/skin/skin_icons.h"
 #include "app/skin_title_bar.h"
 #include "app/skin_workspace.h"
+#include "app/window_rim.h"
 #include "device/device.h"
 #include "model/keyboard_layout.h"
 #include "pages/colors/rgb_widget.h"
@@ -107,6 +108,7 @@ MainWindow::MainWindow()
             [this] { setWindowTitle(windowTitleText()); });
     setCentralWidget(createShell());
     addPages();
+    new WindowRim(centralWidget()); // over everything else
 
     sidebarButtons.at(homeEntry)->setChecked(true);
     sidebarButtons.at(startEntry)->setChecked(true);
@@ -120,6 +122,8 @@ QWidget* MainWindow::createShell()
     titleBar = new SkinTitleBar(shell);
     connect(titleBar, &SkinTitleBar::minimizeRequested, this, &QWidget::showMinimized);
     connect(titleBar, &SkinTitleBar::closeRequested, this, &QWidget::close);
+    connect(titleBar, &SkinTitleBar::maximizeToggled, this,
+            [this] { setWindowState(windowState() ^ Qt::WindowMaximized); });
 
     auto* workspace = new SkinWorkspace(shell);
     pageStack = new QStackedWidget(workspace);

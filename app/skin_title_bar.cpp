@@ -2,7 +2,7 @@
 
 #include "app/skin/skin_icons.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
@@ -83,19 +83,48 @@ void SkinTitleBar::setTitle(const QString& text)
 void SkinTitleBar::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton) {
-        dragOffset = event->globalPosition().toPoint() - window()->frameGeometry().topLeft();
-        // A Wayland client does not know where its window is, so the compositor does the moving.
-        if (compositorMovesWindows() && window()->windowHandle() != nullptr)
-            window()->windowHandle()->startSystemMove();
+        pressedAt = event->globalPosition().toPoint();
+        dragOffset = pressedAt - window()->frameGeometry().topLeft();
+        isHeldStill = false;
     }
     QWidget::mousePressEvent(event);
 }
 
 void SkinTitleBar::mouseMoveEvent(QMouseEvent* event)
 {
-    if (event->buttons().testFlag(Qt::LeftButton) && !compositorMovesWindows())
-        window()->move(event->globalPosition().toPoint() - dragOffset);
+    const QPoint pointer = event->globalPosition().toPoint();
+    if (!isHeldStill && event->buttons().testFlag(Qt::LeftButton)) {
+        const bool isFar =
+            (pointer - pressedAt).manhattanLength() >= QApplication::startDragDistance();
+        if (compositorMovesWindows()) {
+            // A Wayland client does not know where its window is, so the compositor does the
+            // moving, and the restoring before it. Not on the press, or no second click would come.
+            if (isFar && window()->windowHandle() != nullptr)
+                isHeldStill = window()->windowHandle()->startSystemMove();
+        } else if (!window()->isMaximized()) {
+            window()->move(pointer - dragOffset);
+        } else if (isFar) {
+            restoreUnder(pointer);
+        }
+    }
     QWidget::mouseMoveEvent(event);
+}
+
+void SkinTitleBar::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton) {
+        isHeldStill = true; // the hand may tremble before it lets go
+        emit maximizeToggled();
+    }
+}
+
+// The pointer keeps its share of the width, so that it stays on the title bar.
+void SkinTitleBar::restoreUnder(QPoint pointer)
+{
+    const QRect restored = window()->normalGeometry();
+    dragOffset.setX(dragOffset.x() * restored.width() / window()->width());
+    window()->showNormal();
+    window()->setGeometry(QRect(pointer - dragOffset, restored.size()));
 }
 
 } // namespace tavik

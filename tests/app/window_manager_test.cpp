@@ -1,0 +1,262 @@
+#include "app/application_style.h"
+#include "app/main_window.h"
+#include "app/window_place.h"
+#include "app/window_rim.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWindow>
+
+#include <cstdlib>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+using namespace tavik;
+
+namespace {
+
+// The pointer of the X server, moved as a hand moves it.
+class Pointer
+{
+public:
+    Pointer() : connection(xcb_connect(nullptr, nullptr)) {}
+    ~Pointer() { xcb_disconnect(connection); }
+    Q_DISABLE_COPY_MOVE(Pointer)
+
+    // A window shown before the manager runs would be none of its business.
+    [[nodiscard]] bool seesAWindowManager() const
+    {
+        const std::string name = "_NET_SUPPORTING_WM_CHECK";
+        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+            connection,
+            xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
+            nullptr));
+        const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(
+            connection,
+            xcb_get_property(connection, 0, root(), atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr));
+        return property && xcb_get_property_value_length(property.get()) > 0;
+    }
+
+    void moveTo(QPoint point)
+    {
+        fake(XCB_MOTION_NOTIFY, 0, point);
+        QTest::qWait(10);
+    }
+    void press(int button = 1) { fake(XCB_BUTTON_PRESS, button); }
+    void release(int button = 1)
+    {
+        fake(XCB_BUTTON_RELEASE, button);
+        QTest::qWait(10);
+    }
+    void click(QPoint point, int button = 1)
+    {
+        moveTo(point);
+        press(button);
+        release(button);
+    }
+    void drag(QPoint from, QPoint to, int button = 1)
+    {
+        moveTo(from);
+        press(button);
+        QTest::qWait(150); // until the window manager has taken over
+        for (int step = 1; step <= 8; ++step)
+            moveTo(from + (to - from) * step / 8);
+        QTest::qWait(50);
+        release(button);
+    }
+
+private:
+    struct Free
+    {
+        void operator()(void* reply) const { std::free(reply); }
+    };
+    template <typename T> using Reply = std::unique_ptr<T, Free>;
+
+    [[nodiscard]] xcb_window_t root() const
+    {
+        return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    }
+
+    void fake(int type, int detail, QPoint point = {})
+    {
+        xcb_test_fake_input(connection, static_cast<std::uint8_t>(type),
+                            static_cast<std::uint8_t>(detail), XCB_CURRENT_TIME, root(),
+                            static_cast<std::int16_t>(point.x()),
+                            static_cast<std::int16_t>(point.y()), 0);
+        Reply<xcb_get_input_focus_reply_t>(
+            xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    }
+
+    xcb_connection_t* connection;
+};
+
+constexpr int doubleClickMs = 150;
+constexpr int betweenClicksMs = 200;
+constexpr QRect startPlace(60, 80, 1000, 700);
+
+} // namespace
+
+// The window in the hands of a window manager, with real pointer events.
+class WindowManagerTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        manager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+        QVERIFY2(manager.waitForStarted(), "openbox does not start");
+        QTRY_VERIFY_WITH_TIMEOUT(pointer.seesAWindowManager(), 20'000);
+        QApplication::setDoubleClickInterval(doubleClickMs);
+        applyApplicationStyle(*qApp);
+        window = std::make_unique<MainWindow>();
+        showOnScreen(*window, window->screen()->availableGeometry());
+        QVERIFY(QTest::qWaitForWindowActive(window.get(), 20'000));
+    }
+
+    void init()
+    {
+        window->showNormal();
+        QTRY_VERIFY(!window->isMaximized());
+        window->setGeometry(startPlace);
+        QTRY_COMPARE(window->geometry(), startPlace);
+        QTest::qWait(betweenClicksMs); // a click of the case before is no first half of a double click
+    }
+
+    void cleanupTestCase()
+    {
+        window.reset();
+        manager.terminate();
+        manager.waitForFinished();
+    }
+
+    void edgesAndCornersResize_data()
+    {
+        QTest::addColumn<QPoint>("from");
+        QTest::addColumn<QMargins>("growth"); // by which each edge moves outwards
+        const QRect r = startPlace;
+        const QPoint middle = r.center();
+        QTest::newRow("left") << QPoint(r.left() + 2, middle.y()) << QMargins(40, 0, 0, 0);
+        QTest::newRow("right") << QPoint(r.right() - 2, middle.y()) << QMargins(0, 0, 40, 0);
+        QTest::newRow("top") << QPoint(middle.x(), r.top() + 2) << QMargins(0, 24, 0, 0);
+        QTest::newRow("bottom") << QPoint(middle.x(), r.bottom() - 2) << QMargins(0, 0, 0, 24);
+        QTest::newRow("top left") << r.topLeft() + QPoint(2, 2) << QMargins(40, 24, 0, 0);
+        QTest::newRow("top right") << r.topRight() + QPoint(-2, 10) << QMargins(0, 24, 40, 0);
+        QTest::newRow("bottom left") << r.bottomLeft() + QPoint(10, -2) << QMargins(40, 0, 0, 24);
+        QTest::newRow("bottom right") << r.bottomRight() - QPoint(2, 2) << QMargins(0, 0, 40, 24);
+    }
+    void edgesAndCornersResize()
+    {
+        QFETCH(QPoint, from);
+        QFETCH(QMargins, growth);
+        pointer.drag(from, from + QPoint(growth.right() - growth.left(),
+                                         growth.bottom() - growth.top()));
+        QTRY_COMPARE(window->geometry(), startPlace.marginsAdded(growth));
+    }
+
+    void resizingStopsAtTheLeastSize()
+    {
+        pointer.drag(startPlace.bottomRight() - QPoint(2, 2), startPlace.topLeft());
+        QTRY_COMPARE(window->geometry(), QRect(startPlace.topLeft(), QSize(900, 620)));
+    }
+
+    void rimShowsWhatItDoes()
+    {
+        const auto* rim = window->findChild<WindowRim*>();
+        pointer.moveTo({startPlace.left() + 2, startPlace.center().y()});
+        QTRY_COMPARE(rim->cursor().shape(), Qt::SizeHorCursor);
+        pointer.moveTo({startPlace.center().x(), startPlace.bottom() - 2});
+        QTRY_COMPARE(rim->cursor().shape(), Qt::SizeVerCursor);
+        pointer.moveTo(startPlace.topLeft() + QPoint(2, 2));
+        QTRY_COMPARE(rim->cursor().shape(), Qt::SizeFDiagCursor);
+        pointer.moveTo(startPlace.topRight() + QPoint(-2, 2));
+        QTRY_COMPARE(rim->cursor().shape(), Qt::SizeBDiagCursor);
+        pointer.moveTo(startPlace.topLeft() + QPoint(500, 20));
+        QTRY_VERIFY(!rim->underMouse());
+    }
+
+    void titleBarMoves()
+    {
+        pointer.drag(startPlace.topLeft() + QPoint(400, 20), startPlace.topLeft() + QPoint(450, 50));
+        QTRY_COMPARE(window->geometry(), startPlace.translated(50, 30));
+    }
+
+    void doubleClickMaximizesAndRestores()
+    {
+        const QPoint bar = startPlace.topLeft() + QPoint(400, 20);
+        pointer.click(bar);
+        pointer.click(bar);
+        QTRY_VERIFY(window->isMaximized());
+        QTRY_COMPARE(window->geometry(), window->screen()->availableGeometry());
+        QVERIFY(!window->findChild<WindowRim*>()->isVisible());
+        QTest::qWait(betweenClicksMs);
+
+        const QPoint maximizedBar(400, 20);
+        pointer.click(maximizedBar);
+        pointer.click(maximizedBar);
+        QTRY_COMPARE(window->geometry(), startPlace);
+        QVERIFY(window->findChild<WindowRim*>()->isVisible());
+    }
+
+    void draggingAMaximizedWindowRestoresItUnderThePointer()
+    {
+        window->showMaximized();
+        QTRY_COMPARE(window->geometry(), window->screen()->availableGeometry());
+        const QPoint from(window->width() * 3 / 4, 20);
+        const QPoint to = from + QPoint(30, 200);
+        pointer.drag(from, to);
+        QTRY_VERIFY(!window->isMaximized());
+        QTRY_COMPARE(window->size(), startPlace.size());
+        QTRY_COMPARE(to - window->pos(), QPoint(startPlace.width() * 3 / 4, 20));
+
+        // Its old size is not lost.
+        window->showMaximized();
+        QTRY_VERIFY(window->isMaximized());
+        window->showNormal();
+        QTRY_COMPARE(window->size(), startPlace.size());
+    }
+
+    void tremblingHandDoesNotRestore()
+    {
+        window->showMaximized();
+        QTRY_COMPARE(window->geometry(), window->screen()->availableGeometry());
+        pointer.drag({600, 20}, {603, 22});
+        QTest::qWait(200);
+        QVERIFY(window->isMaximized());
+        QCOMPARE(window->geometry(), window->screen()->availableGeometry());
+    }
+
+    void otherButtonsDoNothing()
+    {
+        const QPoint bar = startPlace.topLeft() + QPoint(400, 20);
+        for (const int button : {2, 3}) {
+            pointer.drag(bar, bar + QPoint(50, 50), button);
+            pointer.click(bar, button);
+            pointer.click(bar, button);
+            QTest::qWait(100);
+            QCOMPARE(window->geometry(), startPlace);
+            QVERIFY(QApplication::activePopupWidget() == nullptr);
+        }
+        pointer.drag(startPlace.bottomRight() - QPoint(2, 2), startPlace.bottomRight() + QPoint(40, 40),
+                     3);
+        QCOMPARE(window->geometry(), startPlace);
+    }
+
+private:
+    QProcess manager;
+    Pointer pointer;
+    std::unique_ptr<MainWindow> window;
+};
+
+int main(int argc, char* argv[])
+{
+    const QTemporaryDir configuration;
+    qputenv("XDG_CONFIG_HOME", configuration.path().toLocal8Bit());
+    const QApplication application(argc, argv);
+    WindowManagerTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "window_manager_test.moc"
