@@ -201,6 +201,21 @@ private slots:
         QVERIFY(window->findChild<WindowRim*>()->isVisible());
     }
 
+    // The hand moves on before it lets go of the second click.
+    void doubleClickThatSlipsStillMaximizes()
+    {
+        const QPoint bar = startPlace.topLeft() + QPoint(400, 20);
+        pointer.click(bar);
+        pointer.press();
+        QTRY_VERIFY(window->isMaximized());
+        pointer.moveTo(bar + QPoint(15, 30));
+        pointer.moveTo(bar + QPoint(30, 60));
+        pointer.release();
+        QTest::qWait(100);
+        QVERIFY(window->isMaximized());
+        QCOMPARE(window->geometry(), window->screen()->availableGeometry());
+    }
+
     void draggingAMaximizedWindowRestoresItUnderThePointer()
     {
         window->showMaximized();
