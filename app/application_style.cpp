@@ -3,6 +3,7 @@
 #include "app/skin/skin_files.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QFont>
 #include <QFontDatabase>
 #include <QStringList>
@@ -12,6 +13,8 @@
 namespace tavik {
 
 namespace {
+
+constexpr qint64 largestFont = 32 * 1024 * 1024;
 
 // Every page relies on the object names in these selectors for its look.
 const char* const globalStyleSheet = R"(
@@ -62,7 +65,9 @@ void registerFonts()
     const QString regular = resolveSkinFile(QStringLiteral("fonts/OpenSans-Regular.ttf"));
     const QString semibold = resolveSkinFile(QStringLiteral("fonts/OpenSans-Semibold.ttf"));
     for (const QString& path : {regular, semibold}) {
-        if (!path.isEmpty())
+        // A pipe would hold the start for ever, an endless device take all memory.
+        const QFileInfo file(path);
+        if (file.isFile() && file.size() <= largestFont)
             QFontDatabase::addApplicationFont(path);
     }
 }

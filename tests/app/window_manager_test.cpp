@@ -35,8 +35,8 @@ public:
             xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
             nullptr));
         const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(
-            connection,
-            xcb_get_property(connection, 0, root(), atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr));
+            connection, xcb_get_property(connection, 0, root(), atom->atom, XCB_ATOM_WINDOW, 0, 1),
+            nullptr));
         return property && xcb_get_property_value_length(property.get()) > 0;
     }
 
@@ -73,7 +73,8 @@ private:
     {
         void operator()(void* reply) const { std::free(reply); }
     };
-    template <typename T> using Reply = std::unique_ptr<T, Free>;
+    template <typename T>
+    using Reply = std::unique_ptr<T, Free>;
 
     [[nodiscard]] xcb_window_t root() const
     {
@@ -123,7 +124,8 @@ private slots:
         QTRY_VERIFY(!window->isMaximized());
         window->setGeometry(startPlace);
         QTRY_COMPARE(window->geometry(), startPlace);
-        QTest::qWait(betweenClicksMs); // a click of the case before is no first half of a double click
+        QTest::qWait(
+            betweenClicksMs); // a click of the case before is no first half of a double click
     }
 
     void cleanupTestCase()
@@ -152,8 +154,8 @@ private slots:
     {
         QFETCH(QPoint, from);
         QFETCH(QMargins, growth);
-        pointer.drag(from, from + QPoint(growth.right() - growth.left(),
-                                         growth.bottom() - growth.top()));
+        pointer.drag(from,
+                     from + QPoint(growth.right() - growth.left(), growth.bottom() - growth.top()));
         QTRY_COMPARE(window->geometry(), startPlace.marginsAdded(growth));
     }
 
@@ -180,7 +182,8 @@ private slots:
 
     void titleBarMoves()
     {
-        pointer.drag(startPlace.topLeft() + QPoint(400, 20), startPlace.topLeft() + QPoint(450, 50));
+        pointer.drag(startPlace.topLeft() + QPoint(400, 20),
+                     startPlace.topLeft() + QPoint(450, 50));
         QTRY_COMPARE(window->geometry(), startPlace.translated(50, 30));
     }
 
@@ -255,8 +258,8 @@ private slots:
             QCOMPARE(window->geometry(), startPlace);
             QVERIFY(QApplication::activePopupWidget() == nullptr);
         }
-        pointer.drag(startPlace.bottomRight() - QPoint(2, 2), startPlace.bottomRight() + QPoint(40, 40),
-                     3);
+        pointer.drag(startPlace.bottomRight() - QPoint(2, 2),
+                     startPlace.bottomRight() + QPoint(40, 40), 3);
         QCOMPARE(window->geometry(), startPlace);
     }
 
