@@ -16,8 +16,15 @@
 #include "pages/screen/screen_widget.h"
 #include "pages/settings/settings_widget.h"
 
+#include <QAbstractSpinBox>
+#include <QAction>
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
+#include <QShortcut>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -51,7 +58,11 @@ constexpr std::array<SidebarEntry, 9> sidebarEntries{{
     {"Keyboard Settings", "tab_config.png", {36, 36}, true},
 }};
 constexpr std::size_t homeEntry = 0;
+constexpr std::size_t keysEntry = 1;
+constexpr std::size_t macrosEntry = 2;
 constexpr std::size_t startEntry = 3;
+constexpr std::size_t colorsEntry = 6;
+constexpr std::size_t settingsEntry = 8;
 
 QString windowTitleText()
 {
@@ -63,6 +74,32 @@ QIcon sidebarIcon(const SidebarEntry& entry)
     const QString name = QLatin1String(entry.iconFile);
     return name.startsWith(QLatin1String("icon_")) ? tintedIcon(name)
                                                    : spriteStripIcon(name, entry.frameSize);
+}
+
+// The pages to see a change of this part on: when none of them is open, the first one is shown.
+QList<std::size_t> entriesOf(StatePart part)
+{
+    switch (part) {
+    case StatePart::BaseLayer:
+    case StatePart::FnLayer:
+        return {keysEntry};
+    case StatePart::Macros:
+        return {macrosEntry};
+    case StatePart::Colors:
+        return {colorsEntry};
+    case StatePart::Everything:
+        return {settingsEntry, keysEntry, macrosEntry, colorsEntry};
+    }
+    return {};
+}
+
+// The field that takes what is typed into the widget; null when it is no text field.
+const QLineEdit* textFieldOf(const QObject* widget)
+{
+    // A spin box deals with the keys of the field in it.
+    if (qobject_cast<const QAbstractSpinBox*>(widget) != nullptr)
+        return widget->findChild<const QLineEdit*>();
+    return qobject_cast<const QLineEdit*>(widget);
 }
 
 QWidget* createHomePage(QWidget* parent)
@@ -109,9 +146,9 @@ MainWindow::MainWindow()
     setCentralWidget(createShell());
     addPages();
     new WindowRim(centralWidget()); // over everything else
+    createShortcuts();
 
     sidebarButtons.at(homeEntry)->setChecked(true);
-    sidebarButtons.at(startEntry)->setChecked(true);
     showPage(sidebarEntries.at(startEntry));
 }
 
@@ -201,8 +238,61 @@ void MainWindow::addPages()
 
 void MainWindow::showPage(const SidebarEntry& entry)
 {
-    pageStack->setCurrentIndex(static_cast<int>(&entry - sidebarEntries.data()));
+    const auto index = static_cast<int>(&entry - sidebarEntries.data());
+    sidebarButtons.at(index)->setChecked(true);
+    pageStack->setCurrentIndex(index);
     titleBar->setTitle(QLatin1String(entry.title));
+}
+
+void MainWindow::showPageOf(StatePart part)
+{
+    const QList<std::size_t> entries = entriesOf(part);
+    if (!entries.contains(static_cast<std::size_t>(pageStack->currentIndex())))
+        showPage(sidebarEntries.at(entries.first()));
+}
+
+void MainWindow::createShortcuts()
+{
+    EditHistory& history = EditHistory::instance();
+    undoAction = history.createUndoAction(this);
+    undoAction->setShortcut(Qt::CTRL | Qt::Key_Z);
+    redoAction = history.createRedoAction(this);
+    redoAction->setShortcuts({Qt::CTRL | Qt::SHIFT | Qt::Key_Z, Qt::CTRL | Qt::Key_Y});
+    addActions({undoAction, redoAction});
+    connect(&history, &EditHistory::restored, this, &MainWindow::showPageOf);
+    qApp->installEventFilter(this);
+
+    auto* menuKeys = new QShortcut(Qt::SHIFT | Qt::Key_F10, this);
+    connect(menuKeys, &QShortcut::activated, this, &MainWindow::openContextMenu);
+}
+
+// A text field claims the keys of its own undo and redo even when it has nothing to take back;
+// then they are the window's.
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::ShortcutOverride)
+        return QMainWindow::eventFilter(watched, event);
+    const QLineEdit* field = textFieldOf(watched);
+    if (field == nullptr || field->window() != this)
+        return false;
+    const QKeySequence keys(static_cast<QKeyEvent*>(event)->keyCombination());
+    const bool isUndo = undoAction->shortcuts().contains(keys) && !field->isUndoAvailable();
+    const bool isRedo = redoAction->shortcuts().contains(keys) && !field->isRedoAvailable();
+    if (!isUndo && !isRedo)
+        return false;
+    event->ignore();
+    return true;
+}
+
+// The second way to the menu of what has the focus; the menu key itself is the platform's.
+void MainWindow::openContextMenu()
+{
+    QWidget* widget = QApplication::focusWidget();
+    if (widget == nullptr)
+        return;
+    const QPoint position = widget->inputMethodQuery(Qt::ImCursorRectangle).toRect().center();
+    QContextMenuEvent request(QContextMenuEvent::Keyboard, position, widget->mapToGlobal(position));
+    QApplication::sendEvent(widget, &request);
 }
 
 } // namespace tavik

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/edit_history.h"
+
 #include <QList>
 #include <QMainWindow>
 
@@ -20,16 +22,24 @@ class MainWindow : public QMainWindow
 public:
     MainWindow();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     QWidget* createShell();
     QWidget* createSidebar();
     QToolButton* createSidebarButton(const SidebarEntry& entry, QWidget* parent);
     void addPages();
+    void createShortcuts();
     void showPage(const SidebarEntry& entry);
+    void showPageOf(StatePart part);
+    void openContextMenu();
 
     SkinTitleBar* titleBar = nullptr;
     QStackedWidget* pageStack = nullptr;
     QList<QToolButton*> sidebarButtons; // in sidebar order
+    QAction* undoAction = nullptr;
+    QAction* redoAction = nullptr;
 };
 
 } // namespace tavik

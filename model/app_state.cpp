@@ -1,5 +1,7 @@
 #include "model/app_state.h"
 
+#include "model/edit_history.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -277,10 +279,10 @@ void AppState::save() const
     file.write(content);
 }
 
-void AppState::replace(const SavedState& state)
+void AppState::replace(const QString& name, const SavedState& state)
 {
-    static_cast<SavedState&>(*this) = state;
-    save();
+    EditHistory::instance().edit(StatePart::Everything, name,
+                                 [&](SavedState& present) { present = state; });
     emit layersChanged();
     emit macrosChanged();
     emit rgbChanged();

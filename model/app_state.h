@@ -36,8 +36,8 @@ struct SavedState
 // application and its organization have to be set before.
 [[nodiscard]] QString stateFilePath();
 
-// The one SavedState of the program and its file. Pages read and change the fields directly and
-// call save() after each change. Used from the GUI thread only.
+// The one SavedState of the program and its file. Pages read the fields directly; what the user
+// edits is changed and saved by way of the EditHistory. Used from the GUI thread only.
 class AppState : public QObject, public SavedState
 {
     Q_OBJECT
@@ -56,8 +56,9 @@ public:
     // is. Emits nothing and reports nothing.
     void save() const;
 
-    // Takes over another state, saves it and emits layersChanged, macrosChanged and rgbChanged.
-    void replace(const SavedState& state);
+    // Takes over another state by an edit of this name and emits layersChanged, macrosChanged and
+    // rgbChanged.
+    void replace(const QString& name, const SavedState& state);
 
 signals:
     // Emitted by replace() alone; single edits emit nothing.

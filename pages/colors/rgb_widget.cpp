@@ -1,12 +1,12 @@
 #include "pages/colors/rgb_widget.h"
 
-#include "model/app_state.h"
 #include "model/keyboard_layout.h"
 #include "pages/colors/color_preview.h"
 #include "pages/colors/color_transfer.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
+#include "pages/parts/undo_entries.h"
 
 #include <QColorDialog>
 #include <QHBoxLayout>
@@ -39,6 +39,7 @@ RgbWidget::RgbWidget(QWidget* parent) : QWidget(parent)
     column->addWidget(statusLabel);
 
     connect(&AppState::instance(), &AppState::rgbChanged, this, &RgbWidget::refreshColors);
+    connect(&EditHistory::instance(), &EditHistory::restored, this, &RgbWidget::showRestored);
     refreshColors();
 }
 
@@ -71,6 +72,8 @@ void RgbWidget::createView()
     view->setKeyboardLayout(&KeyboardLayout::instance());
     view->setMode(KeyboardViewMode::KeyColors);
     connect(view, &KeyboardView::slotActivated, this, &RgbWidget::keyClicked);
+    connect(view, &KeyboardView::slotContextMenu, this,
+            [this](int, QPoint globalPos) { showUndoMenu(this, globalPos); });
 }
 
 void RgbWidget::chooseBrushColor()
@@ -82,9 +85,9 @@ void RgbWidget::chooseBrushColor()
     preview->update();
 }
 
-void RgbWidget::paintKey(std::size_t lightIndex)
+void RgbWidget::paintKey(ColorBank& bank, std::size_t lightIndex) const
 {
-    setColor(AppState::instance().customRgb, lightIndex,
+    setColor(bank, lightIndex,
              {static_cast<unsigned char>(brushColor.red()),
               static_cast<unsigned char>(brushColor.green()),
               static_cast<unsigned char>(brushColor.blue())});
@@ -92,17 +95,16 @@ void RgbWidget::paintKey(std::size_t lightIndex)
 
 void RgbWidget::keyClicked(int lightIndex)
 {
-    paintKey(static_cast<std::size_t>(lightIndex));
-    AppState::instance().save();
-    refreshColors();
+    editColors(tr("Paint %1").arg(keyInStepName(lightIndex)),
+               [&](ColorBank& bank) { paintKey(bank, static_cast<std::size_t>(lightIndex)); });
 }
 
 void RgbWidget::paintAll()
 {
-    for (std::size_t lightIndex = 0; lightIndex < layerSize; ++lightIndex)
-        paintKey(lightIndex);
-    AppState::instance().save();
-    refreshColors();
+    editColors(tr("Fill all keys"), [this](ColorBank& bank) {
+        for (std::size_t lightIndex = 0; lightIndex < layerSize; ++lightIndex)
+            paintKey(bank, lightIndex);
+    });
 }
 
 void RgbWidget::applyMode()
@@ -119,12 +121,16 @@ void RgbWidget::apply()
 void RgbWidget::loadFromKeyboard()
 {
     const std::optional<ColorBank> bank = readColorBank();
-    if (bank) {
-        AppState::instance().customRgb = *bank;
-        AppState::instance().save();
-        refreshColors();
-    }
+    if (bank)
+        editColors(tr("Read from keyboard"), [&](ColorBank& colors) { colors = *bank; });
     showOutcome(statusLabel, bank.has_value(), tr("Color bank read from keyboard."));
+}
+
+void RgbWidget::editColors(const QString& name, const std::function<void(ColorBank&)>& change)
+{
+    EditHistory::instance().edit(StatePart::Colors, name,
+                                 [&](SavedState& state) { change(state.customRgb); });
+    refreshColors();
 }
 
 // Every key has a color, black included, which shows as a gray glow.
@@ -135,6 +141,13 @@ void RgbWidget::refreshColors()
         const KeyColor color = colorOf(bank, lightIndex);
         view->setKeyColor(static_cast<int>(lightIndex), QColor(color.red, color.green, color.blue));
     }
+}
+
+void RgbWidget::showRestored(StatePart part)
+{
+    refreshColors();
+    if (part == StatePart::Colors || part == StatePart::Everything)
+        showStatus(statusLabel, StatusLook::Plain, {});
 }
 
 } // namespace tavik

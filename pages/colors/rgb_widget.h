@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/edit_history.h"
+
 #include <QColor>
 #include <QWidget>
 
@@ -40,8 +42,10 @@ private:
     void createView();
 
     void chooseBrushColor();
-    void paintKey(std::size_t lightIndex);
+    void paintKey(ColorBank& bank, std::size_t lightIndex) const;
+    void editColors(const QString& name, const std::function<void(ColorBank&)>& change);
     void refreshColors();
+    void showRestored(StatePart part);
 
     QColor brushColor{255, 60, 60};
 

@@ -44,13 +44,6 @@ constexpr qsizetype assignableMacros = 256;
 constexpr qsizetype macrosPerMenu = 20;
 constexpr int macroNameWidth = 320; // pixels
 
-// A menu takes "&" for a shortcut letter and a tab for the start of a second column.
-QString menuText(QString text)
-{
-    text.replace(u'\t', u' ').replace(u'\n', u' ');
-    return text.replace(u'&', QStringLiteral("&&"));
-}
-
 void mark(QAction* item)
 {
     item->setCheckable(true);

@@ -1,6 +1,5 @@
 #include "pages/keys/keymap_widget.h"
 
-#include "model/app_state.h"
 #include "model/key_names.h"
 #include "model/keyboard_layout.h"
 #include "pages/keys/action_dialog.h"
@@ -8,6 +7,7 @@
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
+#include "pages/parts/undo_entries.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -50,6 +50,7 @@ KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
     // Captions show the names of macros as well.
     connect(&AppState::instance(), &AppState::layersChanged, this, &KeymapWidget::refreshCaptions);
     connect(&AppState::instance(), &AppState::macrosChanged, this, &KeymapWidget::refreshCaptions);
+    connect(&EditHistory::instance(), &EditHistory::restored, this, &KeymapWidget::showRestored);
     switchLayer(static_cast<int>(LayerId::Base));
 }
 
@@ -74,10 +75,19 @@ void KeymapWidget::createView()
     connect(view, &KeyboardView::slotContextMenu, this, &KeymapWidget::showKeyMenu);
 }
 
-KeyLayer& KeymapWidget::layerKeys() const
+const KeyLayer& KeymapWidget::layerKeys() const
 {
-    AppState& state = AppState::instance();
+    const AppState& state = AppState::instance();
     return currentLayer == LayerId::Base ? state.layerBase : state.layerFn;
+}
+
+void KeymapWidget::editLayer(const QString& name, const std::function<void(KeyLayer&)>& change)
+{
+    const bool isBase = currentLayer == LayerId::Base;
+    EditHistory::instance().edit(
+        isBase ? StatePart::BaseLayer : StatePart::FnLayer, name,
+        [&](SavedState& state) { change(isBase ? state.layerBase : state.layerFn); });
+    refreshCaptions();
 }
 
 void KeymapWidget::keyClicked(int lightIndex)
@@ -99,14 +109,14 @@ void KeymapWidget::showKeyMenu(int lightIndex, QPoint globalPos)
             [this, lightIndex] { keyClicked(lightIndex); });
     connect(menu, &ActionMenu::actionChosen, this,
             [this, lightIndex](const KeyAction& action) { assignKey(lightIndex, action); });
+    addUndoEntries(menu);
     menu->popup(globalPos);
 }
 
 void KeymapWidget::assignKey(int lightIndex, const KeyAction& action)
 {
-    layerKeys().at(static_cast<std::size_t>(lightIndex)) = action;
-    AppState::instance().save();
-    refreshCaptions();
+    editLayer(tr("Assign %1").arg(keyInStepName(lightIndex)),
+              [&](KeyLayer& keys) { keys.at(static_cast<std::size_t>(lightIndex)) = action; });
 }
 
 void KeymapWidget::switchLayer(int layer)
@@ -121,9 +131,8 @@ void KeymapWidget::switchLayer(int layer)
 
 void KeymapWidget::resetLayer()
 {
-    layerKeys().fill({});
-    AppState::instance().save();
-    refreshCaptions();
+    editLayer(tr("Reset %1 layer").arg(layerName(currentLayer)),
+              [](KeyLayer& keys) { keys.fill({}); });
 }
 
 void KeymapWidget::applyLayer()
@@ -138,6 +147,17 @@ void KeymapWidget::refreshCaptions()
     int lightIndex = 0;
     for (const KeyAction& action : layerKeys())
         view->setCaption(lightIndex++, keyActionLabel(action, state.macros));
+}
+
+void KeymapWidget::showRestored(StatePart part)
+{
+    const bool isLayer = part == StatePart::BaseLayer || part == StatePart::FnLayer;
+    if (isLayer)
+        switchLayer(static_cast<int>(part == StatePart::BaseLayer ? LayerId::Base : LayerId::Fn));
+    else
+        refreshCaptions();
+    if (isLayer || part == StatePart::Everything)
+        showStatus(statusLabel, StatusLook::Plain, {});
 }
 
 } // namespace tavik

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/edit_history.h"
 #include "model/key_action.h"
 #include "pages/keys/layer_write.h"
 
@@ -37,9 +38,11 @@ private:
     void createLayerButtons();
     void createView();
 
-    [[nodiscard]] KeyLayer& layerKeys() const;
+    [[nodiscard]] const KeyLayer& layerKeys() const;
+    void editLayer(const QString& name, const std::function<void(KeyLayer&)>& change);
     void assignKey(int lightIndex, const KeyAction& action);
     void refreshCaptions();
+    void showRestored(StatePart part);
 
     LayerId currentLayer = LayerId::Base;
 

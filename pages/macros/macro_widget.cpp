@@ -1,11 +1,11 @@
 #include "pages/macros/macro_widget.h"
 
-#include "model/app_state.h"
 #include "model/key_names.h"
 #include "pages/macros/macro_upload.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
+#include "pages/parts/undo_entries.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -19,6 +19,9 @@
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <initializer_list>
 
 namespace tavik {
 
@@ -37,6 +40,12 @@ constexpr const char* pageStyleSheet =
     "QListWidget::item{padding:2px 0;}";
 
 enum ActionColumn { DelayColumn, ActionTextColumn, PressColumn, ActionColumnCount };
+
+template <typename Item>
+qsizetype firstDifference(const QList<Item>& one, const QList<Item>& other)
+{
+    return std::ranges::mismatch(one, other).in1 - one.begin();
+}
 
 // The base class makes the first row current as soon as the focus comes in, and "Delete" does not
 // ask: here a macro is chosen by the user only.
@@ -76,6 +85,14 @@ MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
     refillMacroList();
     connect(macroList, &QListWidget::currentRowChanged, this, &MacroWidget::macroSelected);
     connect(&AppState::instance(), &AppState::macrosChanged, this, &MacroWidget::refillMacroList);
+    connect(&EditHistory::instance(), &EditHistory::restored, this, &MacroWidget::showRestored);
+    for (QAbstractScrollArea* area :
+         std::initializer_list<QAbstractScrollArea*>{macroList, actionTable}) {
+        area->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(area, &QWidget::customContextMenuRequested, this, [this, area](QPoint position) {
+            showUndoMenu(this, area->viewport()->mapToGlobal(position));
+        });
+    }
 }
 
 QWidget* MacroWidget::createMacroGroup()
@@ -147,24 +164,38 @@ void MacroWidget::createActionForm()
 }
 
 // Null when no row is current, or when the list is behind the model.
-MacroRecord* MacroWidget::currentMacro() const
+const MacroRecord* MacroWidget::currentMacro() const
 {
-    QList<MacroRecord>& macros = AppState::instance().macros;
+    const QList<MacroRecord>& macros = AppState::instance().macros;
     const int row = macroList->currentRow();
-    return row >= 0 && row < macros.size() ? &macros[row] : nullptr;
+    return row >= 0 && row < macros.size() ? &macros.at(row) : nullptr;
+}
+
+void MacroWidget::editMacros(const QString& name,
+                             const std::function<void(QList<MacroRecord>&)>& change)
+{
+    EditHistory::instance().edit(StatePart::Macros, name,
+                                 [&](SavedState& state) { change(state.macros); });
+}
+
+// Of the current macro, which has to exist.
+void MacroWidget::editActions(const QString& name,
+                              const std::function<void(QList<MacroAction>&)>& change)
+{
+    editMacros(name, [&](auto& macros) { change(macros[macroList->currentRow()].actions); });
+    refillActionTable(macroList->currentRow());
 }
 
 void MacroWidget::newMacro()
 {
-    QList<MacroRecord>& macros = AppState::instance().macros;
+    const qsizetype count = AppState::instance().macros.size();
     bool accepted = false;
     const QString name =
         QInputDialog::getText(this, tr("New macro"), tr("Name:"), QLineEdit::Normal,
-                              tr("Macro %1").arg(macros.size() + 1), &accepted);
+                              tr("Macro %1").arg(count + 1), &accepted);
     if (!accepted || name.isEmpty())
         return;
-    macros.append({name, {}});
-    AppState::instance().save();
+    editMacros(tr("New macro"), [&](auto& macros) { macros.append({name, {}}); });
     refillMacroList();
     macroList->setCurrentRow(macroList->count() - 1);
 }
@@ -173,8 +204,8 @@ void MacroWidget::deleteMacro()
 {
     if (currentMacro() == nullptr)
         return;
-    AppState::instance().macros.removeAt(macroList->currentRow());
-    AppState::instance().save();
+    editMacros(tr("Delete macro"),
+               [this](auto& macros) { macros.removeAt(macroList->currentRow()); });
     // No row is current afterwards, so that a second click cannot take a second macro.
     refillMacroList();
 }
@@ -190,28 +221,24 @@ void MacroWidget::macroSelected(int row)
 
 void MacroWidget::addAction()
 {
-    MacroRecord* macro = currentMacro();
-    if (macro == nullptr) {
+    if (currentMacro() == nullptr) {
         showStatus(statusLabel, StatusLook::Warning, tr("Select a macro first."));
         return;
     }
-    macro->actions.append({static_cast<std::uint16_t>(delayInput->value()),
-                           static_cast<std::uint8_t>(keySelect->currentData().toUInt()),
-                           static_cast<std::uint8_t>(typeSelect->currentData().toUInt())});
-    AppState::instance().save();
-    refillActionTable(macroList->currentRow());
+    const MacroAction action{static_cast<std::uint16_t>(delayInput->value()),
+                             static_cast<std::uint8_t>(keySelect->currentData().toUInt()),
+                             static_cast<std::uint8_t>(typeSelect->currentData().toUInt())};
+    editActions(tr("Add action"), [&](auto& actions) { actions.append(action); });
     actionTable->scrollToBottom();
 }
 
 void MacroWidget::deleteAction()
 {
-    MacroRecord* macro = currentMacro();
+    const MacroRecord* macro = currentMacro();
     const QModelIndexList rows = actionTable->selectionModel()->selectedRows();
     if (macro == nullptr || rows.isEmpty() || rows.first().row() >= macro->actions.size())
         return;
-    macro->actions.removeAt(rows.first().row());
-    AppState::instance().save();
-    refillActionTable(macroList->currentRow());
+    editActions(tr("Remove action"), [&](auto& actions) { actions.removeAt(rows.first().row()); });
 }
 
 void MacroWidget::sendMacros()
@@ -248,6 +275,29 @@ void MacroWidget::refillActionTable(int macroIndex)
         actionTable->setItem(row, PressColumn, new QTableWidgetItem(macroPressText(action)));
     }
     actionTable->clearSelection();
+}
+
+// What has come back is selected. Where something has gone nothing is, so that the next click
+// cannot take its neighbor, too.
+void MacroWidget::showRestored(StatePart part, const SavedState& left)
+{
+    if (part != StatePart::Macros && part != StatePart::Everything)
+        return;
+    showStatus(statusLabel, StatusLook::Plain, {});
+    refillMacroList();
+    const QList<MacroRecord>& macros = AppState::instance().macros;
+    const qsizetype row = firstDifference(left.macros, macros);
+    if (part == StatePart::Everything || macros.size() < left.macros.size() || row == macros.size())
+        return;
+    macroList->setCurrentRow(static_cast<int>(row));
+    if (macros.size() > left.macros.size())
+        return;
+    const QList<MacroAction>& actions = macros.at(row).actions;
+    const QList<MacroAction>& leftActions = left.macros.at(row).actions;
+    const int actionRow = static_cast<int>(firstDifference(leftActions, actions));
+    actionTable->scrollTo(actionTable->model()->index(actionRow, DelayColumn));
+    if (actions.size() >= leftActions.size())
+        actionTable->selectRow(actionRow);
 }
 
 } // namespace tavik

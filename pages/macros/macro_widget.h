@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/macro_record.h"
+#include "model/edit_history.h"
 
 #include <QWidget>
 
@@ -41,9 +41,12 @@ private:
     void createActionTable();
     void createActionForm();
 
-    [[nodiscard]] MacroRecord* currentMacro() const;
+    [[nodiscard]] const MacroRecord* currentMacro() const;
+    void editMacros(const QString& name, const std::function<void(QList<MacroRecord>&)>& change);
+    void editActions(const QString& name, const std::function<void(QList<MacroAction>&)>& change);
     void refillMacroList();
     void refillActionTable(int macroIndex);
+    void showRestored(StatePart part, const SavedState& left);
 
     QListWidget* macroList = nullptr;
     QTableWidget* actionTable = nullptr;

@@ -11,4 +11,10 @@ QString beginningOf(const QString& text, qsizetype characters)
     return text.left(splitsPair ? characters - 1 : characters) + u'…';
 }
 
+QString menuText(QString text)
+{
+    text.replace(u'\t', u' ').replace(u'\n', u' ');
+    return text.replace(u'&', QStringLiteral("&&"));
+}
+
 } // namespace tavik

@@ -11,4 +11,8 @@ inline constexpr qsizetype shownNameLimit = 1000;
 // longer. A saved macro name may have any length, and laying out megabytes of it takes seconds.
 [[nodiscard]] QString beginningOf(const QString& text, qsizetype characters);
 
+// The text as an item of a menu, which takes "&" for a shortcut letter and a tab for the start of a
+// second column.
+[[nodiscard]] QString menuText(QString text);
+
 } // namespace tavik

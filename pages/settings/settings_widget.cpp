@@ -207,7 +207,7 @@ void SettingsWidget::resetLocalData()
                               QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     if (answer != QMessageBox::Yes)
         return;
-    AppState::instance().replace({});
+    AppState::instance().replace(tr("Reset Keyboard Data"), {});
 }
 
 void SettingsWidget::restoreFactorySettings()

@@ -1,0 +1,68 @@
+#include "model/edit_history.h"
+
+#include <utility>
+
+namespace tavik {
+
+namespace {
+
+constexpr int longestHistory = 1000; // steps
+
+} // namespace
+
+// Holds whichever of its two states is not the present one. States share their macros, so a step
+// takes little room.
+class EditHistory::Step : public QUndoCommand
+{
+public:
+    Step(StatePart changedPart, const QString& name, const SavedState& before)
+        : QUndoCommand(name), part(changedPart), other(before)
+    {
+    }
+
+    void undo() override { instance().exchange(part, other); }
+
+    void redo() override
+    {
+        // Called for the edit itself, too, which has been made by then.
+        if (std::exchange(isMade, true))
+            instance().exchange(part, other);
+    }
+
+private:
+    StatePart part;
+    SavedState other;
+    bool isMade = false;
+};
+
+EditHistory& EditHistory::instance()
+{
+    static EditHistory history;
+    return history;
+}
+
+EditHistory::EditHistory()
+{
+    setUndoLimit(longestHistory);
+}
+
+void EditHistory::edit(StatePart part, const QString& name,
+                       const std::function<void(SavedState&)>& change)
+{
+    AppState& state = AppState::instance();
+    const SavedState before = state;
+    change(state);
+    state.save();
+    if (static_cast<const SavedState&>(state) != before)
+        push(new Step(part, name, before));
+}
+
+void EditHistory::exchange(StatePart part, SavedState& other)
+{
+    AppState& state = AppState::instance();
+    std::swap(static_cast<SavedState&>(state), other);
+    state.save();
+    emit restored(part, other);
+}
+
+} // namespace tavik

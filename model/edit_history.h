@@ -1,0 +1,40 @@
+#pragma once
+
+#include "model/app_state.h"
+
+#include <QUndoStack>
+
+#include <functional>
+
+namespace tavik {
+
+// What of the state an edit is about.
+enum class StatePart { BaseLayer, FnLayer, Macros, Colors, Everything };
+
+// The user's edits of this process, the last 1000 of which can be taken back. Undoing or redoing
+// one brings the other state back exactly, saves it and emits restored. Used from the GUI thread
+// only.
+class EditHistory : public QUndoStack
+{
+    Q_OBJECT
+
+public:
+    static EditHistory& instance();
+
+    // Calls the function, which changes the state, and saves. An edit that made a difference is a
+    // step under this name, which stands behind "Undo" in menus: a single line, its ampersands
+    // doubled. Emits no signal of the state.
+    void edit(StatePart part, const QString& name, const std::function<void(SavedState&)>& change);
+
+signals:
+    // Another state has been brought back; left is the one whose place it takes.
+    void restored(tavik::StatePart part, const tavik::SavedState& left);
+
+private:
+    class Step;
+
+    EditHistory();
+    void exchange(StatePart part, SavedState& other);
+};
+
+} // namespace tavik

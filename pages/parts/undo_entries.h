@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+class QMenu;
+class QPoint;
+class QWidget;
+
+namespace tavik {
+
+// Adds "Undo" and "Redo", each with the name of the step it is about, at the end of the menu.
+void addUndoEntries(QMenu* menu);
+
+// Opens a menu of these two at a point of the screen and returns at once.
+void showUndoMenu(QWidget* parent, QPoint globalPos);
+
+// The key (0 to 143) in the name of a step: as the layout file calls it.
+[[nodiscard]] QString keyInStepName(int lightIndex);
+
+} // namespace tavik
