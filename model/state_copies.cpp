@@ -1,0 +1,103 @@
+#include "model/state_copies.h"
+
+#include "files/regular_file.h"
+#include "files/whole_file.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace tavik {
+
+namespace {
+
+constexpr qsizetype statesKept = 30;
+
+QString directoryPath()
+{
+    return QFileInfo(stateFilePath()).path() + QStringLiteral("/earlier");
+}
+
+// Sorted as text, such names are sorted by time. Not every file system takes a colon.
+QString nameOf(const QDateTime& time)
+{
+    return time.toString(Qt::ISODateWithMs).replace(u':', u'-') + QStringLiteral(".json");
+}
+
+// The time in a name that nameOf() has made, else an invalid one. After the last time of all there
+// would be none for the next state, so the last thousand years are no names of ours.
+QDateTime timeOf(const QString& name)
+{
+    QString text = name.chopped(std::min(name.size(), qsizetype{5}));
+    for (const qsizetype separator : {13, 16}) {
+        if (separator < text.size())
+            text[separator] = u':';
+    }
+    const QDateTime time = QDateTime::fromString(text, Qt::ISODateWithMs);
+    return time.isValid() && nameOf(time) == name && time.date().year() < 9000 ? time : QDateTime();
+}
+
+QList<EarlierState> keptStates()
+{
+    QList<EarlierState> states;
+    const QDir directory(directoryPath());
+    const QStringList names =
+        directory.entryList(QDir::Files | QDir::NoSymLinks, QDir::Name | QDir::Reversed);
+    for (const QString& name : names) {
+        if (const QDateTime time = timeOf(name); time.isValid())
+            states.append({directory.filePath(name), time});
+    }
+    return states;
+}
+
+} // namespace
+
+QList<EarlierState> earlierStates()
+{
+    return keptStates().mid(0, statesKept);
+}
+
+bool keepEarlier(const QByteArray& content)
+{
+    const QList<EarlierState> kept = keptStates();
+    QDateTime time = QDateTime::currentDateTimeUtc();
+    if (!kept.isEmpty()) {
+        if (readRegularFile(kept.first().path, stateFileLimit) == content)
+            return true;
+        // After a clock was set back, the state kept last must still be the newest.
+        time = std::max(time, kept.first().keptAt.addMSecs(1));
+    }
+    const QString directory = directoryPath();
+    if (!QDir().mkpath(directory) || !writeWholeFile(directory + u'/' + nameOf(time), content))
+        return false;
+    for (const EarlierState& state : kept.mid(statesKept - 1))
+        QFile::remove(state.path);
+    return true;
+}
+
+std::optional<SavedState> readStateFile(const QString& path, QString* reason)
+{
+    const std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
+    if (!content) {
+        *reason = QStringLiteral("The file cannot be read, or it is larger than 64 MB.");
+        return {};
+    }
+    const QJsonDocument document = QJsonDocument::fromJson(*content);
+    if (!document.isObject()) {
+        *reason = QStringLiteral("The file is damaged, or it is no settings file.");
+        return {};
+    }
+    const QJsonObject object = document.object();
+    for (const char* member : {"customRgb", "layerBase", "layerFn", "macros"}) {
+        if (object.contains(QLatin1String(member)))
+            return stateFromJson(object);
+    }
+    *reason = QStringLiteral("The file holds no settings of this program.");
+    return {};
+}
+
+} // namespace tavik
