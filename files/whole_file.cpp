@@ -2,6 +2,8 @@
 
 #include <QSaveFile>
 
+#include <unistd.h>
+
 namespace tavik {
 
 bool writeWholeFile(const QString& path, const QByteArray& content,
@@ -11,8 +13,9 @@ bool writeWholeFile(const QString& path, const QByteArray& content,
     if (!file.open(QIODevice::WriteOnly))
         return false;
     file.setPermissions(permissions);
-    // A full disk takes some of the bytes, and commit() alone would not mind.
-    if (file.write(content) != content.size() || !file.flush())
+    // A full disk takes some of the bytes, now or only when they have to be on it, and commit()
+    // alone would not mind.
+    if (file.write(content) != content.size() || !file.flush() || ::fsync(file.handle()) != 0)
         file.cancelWriting();
     return file.commit();
 }

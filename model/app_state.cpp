@@ -1,6 +1,9 @@
 #include "model/app_state.h"
 
+#include "files/regular_file.h"
+#include "files/whole_file.h"
 #include "model/edit_history.h"
+#include "model/state_copies.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,13 +11,14 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <optional>
+#include <tuple>
 #include <utility>
 
 namespace tavik {
@@ -187,18 +191,23 @@ ColorBank colorsFromJson(const QJsonArray& array)
     return colors;
 }
 
-// Leaves a copy beside the state file, whole or not at all: a program that dies here must not take
-// an earlier copy with it. Macros may spell out what nobody else should read, so the copy is no
-// more open than the file; it stays writable, or it could not be replaced at the next start. A copy
-// that cannot be made must not keep the program from starting.
-void keepCopy(const QFile& stateFile, const QByteArray& content, const QString& suffix)
+QString copyPath()
 {
-    QSaveFile copy(stateFile.fileName() + suffix);
-    if (!copy.open(QIODevice::WriteOnly))
-        return;
-    copy.setPermissions(stateFile.permissions() | QFileDevice::WriteOwner);
-    copy.write(content);
-    copy.commit();
+    return stateFilePath() + QStringLiteral(".bak");
+}
+
+bool isState(const QByteArray& content)
+{
+    return QJsonDocument::fromJson(content).isObject();
+}
+
+// Whether the state file may hold the only whole state: writing it without a copy could cost that.
+bool isOnlyWholeState(const QString& path)
+{
+    const std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
+    if (!content)
+        return QFileInfo::exists(path);
+    return isState(*content) && readRegularFile(copyPath(), stateFileLimit) != content;
 }
 
 } // namespace
@@ -250,37 +259,54 @@ AppState::AppState()
     load();
 }
 
+// A copy that cannot be made must not keep the program from starting.
 void AppState::load()
 {
-    QFile file(stateFilePath());
-    if (!file.open(QIODevice::ReadOnly))
+    const std::optional<QByteArray> content = readRegularFile(stateFilePath(), stateFileLimit);
+    foundCopyIsKept = readRegularFile(copyPath(), stateFileLimit) == content;
+    std::ignore = keepFoundCopy();
+    if (!content)
         return;
-    const QByteArray content = file.readAll();
-    // Half a file is not a damaged one: a disk that fails to read says nothing about its content.
-    if (file.error() != QFileDevice::NoError)
-        return;
-    const QJsonDocument document = QJsonDocument::fromJson(content);
+    const QJsonDocument document = QJsonDocument::fromJson(*content);
     if (!document.isObject()) {
-        keepCopy(file, content, QStringLiteral(".damaged"));
+        std::ignore = writeWholeFile(stateFilePath() + QStringLiteral(".damaged"), *content);
         return;
     }
-    keepCopy(file, content, QStringLiteral(".bak"));
+    std::ignore = keepEarlier(*content);
+    std::ignore = writeWholeFile(copyPath(), *content);
+    foundCopyIsKept = true; // or not needed: what has loaded is what the user sees
     static_cast<SavedState&>(*this) = stateFromJson(document.object());
 }
 
 void AppState::save() const
 {
+    const QString path = stateFilePath();
+    const QFileInfo present(path);
+    // Opening a pipe would wait for somebody who reads it.
+    if (present.exists() && !present.isFile())
+        return;
     // Opening empties the file, so the bytes are made first: it stays empty as briefly as can be.
     const QByteArray content = stateToJson(*this);
-    QFile file(stateFilePath());
-    QDir().mkpath(QFileInfo(file).path());
-    if (!file.open(QIODevice::WriteOnly))
+    QDir().mkpath(present.path());
+    if (!keepFoundCopy() || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
         return;
-    file.write(content);
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly, QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+        file.write(content);
+}
+
+bool AppState::keepFoundCopy() const
+{
+    if (!foundCopyIsKept) {
+        const std::optional<QByteArray> copy = readRegularFile(copyPath(), stateFileLimit);
+        foundCopyIsKept = !copy || !isState(*copy) || keepEarlier(*copy);
+    }
+    return foundCopyIsKept;
 }
 
 void AppState::replace(const QString& name, const SavedState& state)
 {
+    std::ignore = keepEarlier(stateToJson(*this));
     EditHistory::instance().edit(StatePart::Everything, name,
                                  [&](SavedState& present) { present = state; });
     emit layersChanged();

@@ -49,15 +49,18 @@ public:
     // Replaces the fields by what the state file holds. Without a file, or with one that cannot be
     // read or is no JSON object, the fields keep their values. Meant for the start only: a file
     // that loads is copied to "state.json.bak" beside it, one that is read but is no JSON object to
-    // "state.json.damaged". Emits nothing and reports nothing.
+    // "state.json.damaged"; the earlier states then also hold what loads and the copy found beside
+    // it. Emits nothing and reports nothing.
     void load();
 
-    // Writes all fields to the state file, in place. A file that cannot be written is left as it
-    // is. Emits nothing and reports nothing.
+    // Writes all fields to "state.json.bak", whole or not at all, and then to the state file, in
+    // place: at every moment one of the two holds a whole state. What cannot be written is left as
+    // it is. So are both files where writing on could lose the last whole state, or a copy found
+    // beside a damaged file that could not be kept. Emits nothing and reports nothing.
     void save() const;
 
-    // Takes over another state by an edit of this name and emits layersChanged, macrosChanged and
-    // rgbChanged.
+    // Keeps the present state among the earlier ones, takes over another by an edit of this name and
+    // emits layersChanged, macrosChanged and rgbChanged.
     void replace(const QString& name, const SavedState& state);
 
 signals:
@@ -68,6 +71,11 @@ signals:
 
 private:
     AppState();
+
+    // False while the copy that an earlier run has left could be kept nowhere else.
+    bool keepFoundCopy() const;
+
+    mutable bool foundCopyIsKept = false;
 };
 
 } // namespace tavik

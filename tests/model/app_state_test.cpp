@@ -1,4 +1,5 @@
 #include "model/app_state.h"
+#include "model/state_copies.h"
 #include "tests/model/sample_state.h"
 
 #include <QFileInfo>
@@ -121,6 +122,14 @@ struct FileId
 
     friend bool operator==(const FileId&, const FileId&) = default;
 };
+
+unsigned permissions(const QString& path)
+{
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0)
+        return 0;
+    return status.st_mode & 0777U;
+}
 
 FileId fileId(const QString& path)
 {
@@ -410,6 +419,7 @@ private slots:
 
         saveState(sampleState());
         QCOMPARE(readFile(stateFile()), sampleStateJson());
+        QCOMPARE(readFile(backup()), sampleStateJson());
         QCOMPARE(readFile(damaged()), content);
     }
 
@@ -441,6 +451,34 @@ private slots:
         QCOMPARE(filesLeft(), QStringList{"state.json"});
     }
 
+    void pipeInPlaceOfTheFile()
+    {
+        QCOMPARE(mkfifo(QFile::encodeName(stateFile()).constData(), 0600), 0);
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        saveState(sampleState());
+        QCOMPARE(filesLeft(), QStringList{"state.json"});
+    }
+
+    void fileBeyondTheLimit()
+    {
+        writeFile(stateFile(), "{\"layerFn\":[{\"p2\":4}]}");
+        QFile file(stateFile());
+        QVERIFY(file.open(QIODevice::Append));
+        file.write(QByteArray((64 << 20) - file.size(), ' '));
+        QVERIFY(file.flush());
+        AppState::instance().load();
+        QCOMPARE(fields().layerFn.at(0).p2, 4);
+
+        configuration.clear();
+        configuration.makeProgramDirectory();
+        fields() = SavedState{};
+        writeFile(stateFile(), "{\"layerFn\":[{\"p2\":4}]}" + QByteArray(64 << 20, ' '));
+        AppState::instance().load();
+        QVERIFY(fields() == SavedState{});
+        QCOMPARE(filesLeft(), QStringList{"state.json"});
+    }
+
     void fileWithoutReadPermission()
     {
         if (geteuid() == 0)
@@ -452,7 +490,7 @@ private slots:
         AppState::instance().save();
         QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::ReadOwner));
         QCOMPARE(readFile(stateFile()), sampleStateJson());
-        QCOMPARE(filesLeft(), QStringList{"state.json"});
+        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak"}));
     }
 
     // The memory of a process opens like a file, and no byte of it can be read from address 0.
@@ -477,7 +515,7 @@ private slots:
         QCOMPARE(object.value(QLatin1String("layerFn")).toArray().size(), 144);
         QCOMPARE(object.value(QLatin1String("macros")), QJsonValue(QJsonArray()));
         QCOMPARE(object.value(QLatin1String("customRgb")).toArray().size(), 432);
-        QCOMPARE(filesLeft(), QStringList{"state.json"});
+        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak"}));
     }
 
     void savingMakesTheDirectory()
@@ -580,7 +618,134 @@ private slots:
         QCOMPARE(readFile(backup()), content);
         QCOMPARE(readFile(damaged()), "an earlier find");
         QCOMPARE(readFile(stateFile()), content);
-        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
+        QCOMPARE(earlier(), QByteArrayList{content});
+        QCOMPARE(filesLeft(),
+                 (QStringList{"earlier", "state.json", "state.json.bak", "state.json.damaged"}));
+    }
+
+    void everySoundStateIsKeptOnce()
+    {
+        const QByteArray other = stateToJson(SavedState{});
+        for (const QByteArray& content : {other, other, sampleStateJson(), other})
+            loaded(content);
+        QCOMPARE(earlier(), (QByteArrayList{other, sampleStateJson(), other}));
+        // What stands there already is no longer only beside the state file.
+        writeFile(backup(), sampleStateJson());
+        loaded("damage");
+        loaded("damage");
+        QCOMPARE(earlier(), (QByteArrayList{sampleStateJson(), other, sampleStateJson(), other}));
+    }
+
+    void stateBeforeAResetIsKept()
+    {
+        saveState(sampleState());
+        AppState::instance().replace(QStringLiteral("Reset"), {});
+        QCOMPARE(earlier(), QByteArrayList{sampleStateJson()});
+        QCOMPARE(readFile(stateFile()), stateToJson(SavedState{}));
+    }
+
+    void copyFoundBesideNoSoundFileIsKept_data()
+    {
+        QTest::addColumn<QByteArray>("found");
+        QTest::newRow("damaged") << QByteArray("damage");
+        QTest::newRow("missing") << QByteArray();
+        QTest::newRow("an older one put in its place by hand") << QByteArray("{\"macros\":[]}");
+    }
+    void copyFoundBesideNoSoundFileIsKept()
+    {
+        QFETCH(QByteArray, found);
+        writeFile(backup(), sampleStateJson());
+        if (found.isNull())
+            AppState::instance().load();
+        else
+            loaded(found);
+        QVERIFY(fields() == SavedState{});
+        QVERIFY(earlier().contains(sampleStateJson()));
+        saveState({});
+        QCOMPARE(readFile(backup()), stateToJson(SavedState{}));
+        QVERIFY(earlier().contains(sampleStateJson()));
+    }
+
+    // Nothing but that copy holds what the user made, so it is not given up for a new edit.
+    void copyThatCannotBeKeptIsNotReplaced()
+    {
+        writeFile(earlierPath(), "a file in the way");
+        writeFile(backup(), sampleStateJson());
+        loaded("damage");
+        saveState({});
+        QCOMPARE(readFile(backup()), sampleStateJson());
+        QCOMPARE(readFile(stateFile()), "damage");
+        QVERIFY(QFile::remove(earlierPath()));
+        AppState::instance().save();
+        QCOMPARE(earlier(), QByteArrayList{sampleStateJson()});
+        QCOMPARE(readFile(stateFile()), stateToJson(SavedState{}));
+    }
+
+    void soundStateIsSavedWithoutEarlierStates()
+    {
+        writeFile(earlierPath(), "a file in the way");
+        writeFile(backup(), "{}");
+        QVERIFY(loaded(sampleStateJson()) == sampleState());
+        QCOMPARE(readFile(backup()), sampleStateJson());
+        AppState::instance().replace(QStringLiteral("Reset"), {});
+        QCOMPARE(readFile(stateFile()), stateToJson(SavedState{}));
+        QCOMPARE(readFile(earlierPath()), "a file in the way");
+    }
+
+    void newFilesAreForTheOwnerAlone()
+    {
+        const mode_t before = umask(0);
+        saveState(sampleState());
+        loaded("damage");
+        saveState(sampleState());
+        QVERIFY(QFile::remove(stateFile()));
+        saveState(sampleState());
+        umask(before);
+        for (const QString& path : {stateFile(), backup(), damaged()})
+            QCOMPARE(permissions(path), 0600U);
+
+        QCOMPARE(chmod(QFile::encodeName(stateFile()).constData(), 0640), 0);
+        saveState({});
+        QCOMPARE(permissions(stateFile()), 0640U);
+        QCOMPARE(permissions(backup()), 0600U);
+    }
+
+    // Where a copy cannot be made, as here, a save that is cut short could leave no state at all.
+    void savingWithoutACopy_data()
+    {
+        QTest::addColumn<QByteArray>("present");
+        QTest::addColumn<bool>("isSaved");
+        QTest::newRow("sound") << QByteArray("{}") << false;
+        QTest::newRow("damaged") << QByteArray("damage") << true;
+        QTest::newRow("missing") << QByteArray() << true;
+    }
+    void savingWithoutACopy()
+    {
+        QFETCH(QByteArray, present);
+        QFETCH(bool, isSaved);
+        if (!present.isNull())
+            writeFile(stateFile(), present);
+        QVERIFY(QDir().mkpath(backup()));
+        saveState(sampleState());
+        QCOMPARE(readFile(stateFile()), isSaved ? sampleStateJson() : present);
+    }
+
+    // A copy of what the file holds is as good as a new one.
+    void savingBesideACopyThatStays()
+    {
+        if (geteuid() == 0)
+            QSKIP("No directory is unwritable to root.");
+        const QFileInfo directory(configuration.programPath());
+        const auto writable = directory.permissions();
+        loaded("{}");
+        QVERIFY(QFile::setPermissions(directory.filePath(),
+                                      QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        saveState(sampleState());
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+        saveState({});
+        QVERIFY(QFile::setPermissions(directory.filePath(), writable));
+        QCOMPARE(readFile(stateFile()), sampleStateJson());
+        QCOMPARE(readFile(backup()), "{}");
     }
 
     void copyIsReplacedAtTheNextStart()
@@ -601,21 +766,16 @@ private slots:
     void copyIsNoMoreOpenThanTheFile()
     {
         const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-        const auto bits = [](const QString& path) {
-            struct stat status = {};
-            return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 0777U
-                                                                           : 0U;
-        };
         writeFile(backup(), "open to all");
         writeFile(stateFile(), sampleStateJson());
         QVERIFY(QFile::setPermissions(stateFile(), ownerOnly));
         AppState::instance().load();
         QCOMPARE(readFile(backup()), sampleStateJson());
-        QCOMPARE(bits(backup()), 0600U);
+        QCOMPARE(permissions(backup()), 0600U);
 
         QVERIFY(QFile::setPermissions(stateFile(), QFileDevice::ReadOwner));
         AppState::instance().load();
-        QCOMPARE(bits(backup()), 0600U);
+        QCOMPARE(permissions(backup()), 0600U);
     }
 
     void copiesAreNeverRead()
@@ -644,15 +804,18 @@ private slots:
         QVERIFY(loaded(content) == expected);
         QVERIFY(QFileInfo(stateFile() + suffix).isDir());
         QCOMPARE(readFile(stateFile()), content);
-        QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json" + suffix}));
+        QStringList expectedFiles = {"state.json", "state.json" + suffix};
+        if (suffix == ".bak")
+            expectedFiles.prepend("earlier");
+        QCOMPARE(filesLeft(), expectedFiles);
     }
 
-    void savingLeavesTheCopiesAlone()
+    void savingRenewsTheCopyAndLeavesTheDamagedFile()
     {
         writeFile(backup(), "a");
         writeFile(damaged(), "b");
         saveState(sampleState());
-        QCOMPARE(readFile(backup()), "a");
+        QCOMPARE(readFile(backup()), sampleStateJson());
         QCOMPARE(readFile(damaged()), "b");
         QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
     }
@@ -663,6 +826,16 @@ private:
     QString stateFile() const { return configuration.programPath() + "/state.json"; }
     QString backup() const { return stateFile() + ".bak"; }
     QString damaged() const { return stateFile() + ".damaged"; }
+    QString earlierPath() const { return configuration.programPath() + "/earlier"; }
+
+    // The states kept so far, the newest first.
+    static QByteArrayList earlier()
+    {
+        QByteArrayList contents;
+        for (const EarlierState& state : earlierStates())
+            contents.append(readFile(state.path));
+        return contents;
+    }
 
     QStringList filesLeft() const
     {

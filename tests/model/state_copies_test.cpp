@@ -125,7 +125,10 @@ private slots:
         QVERIFY(QDir(directory()).mkdir("2098-01-01T00-00-00.000Z.json"));
         QVERIFY(QFile::link(directory() + "/notes.txt",
                             directory() + "/2098-01-01T00-00-01.000Z.json"));
-        QCOMPARE(mkfifo(QFile::encodeName(directory() + "/2098-01-01T00-00-02.000Z.json").constData(), 0600), 0);
+        QCOMPARE(
+            mkfifo(QFile::encodeName(directory() + "/2098-01-01T00-00-02.000Z.json").constData(),
+                   0600),
+            0);
         QVERIFY(earlierStates().isEmpty());
         for (int number = 0; number < 40; ++number)
             QVERIFY(keepEarlier(numbered(number)));
@@ -133,10 +136,11 @@ private slots:
         QCOMPARE(contents(earlierStates()).first(), numbered(39));
         for (const QString& name : foreign)
             QCOMPARE(readFile(directory() + u'/' + name), "{}");
-        QCOMPARE(QDir(directory()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden |
-                                             QDir::NoDotAndDotDot)
-                     .size(),
-                 foreign.size() + 3 + 30);
+        QCOMPARE(
+            QDir(directory())
+                .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot)
+                .size(),
+            foreign.size() + 3 + 30);
     }
 
     void tenThousandFiles_data()
@@ -186,8 +190,8 @@ private slots:
             if (geteuid() == 0)
                 QSKIP("No directory is unwritable to root.");
             QVERIFY(QDir().mkpath(directory()));
-            QVERIFY(QFile::setPermissions(directory(),
-                                          QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+            QVERIFY(
+                QFile::setPermissions(directory(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
         }
         QVERIFY(!keepEarlier(numbered(1)));
         QVERIFY(earlierStates().isEmpty());
