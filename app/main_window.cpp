@@ -15,18 +15,23 @@
 #include "pages/parts/page_parts.h"
 #include "pages/screen/screen_widget.h"
 #include "pages/settings/settings_widget.h"
+#include "pages/settings/state_exchange.h"
 
 #include <QAbstractSpinBox>
 #include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QDropEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 #include <QVBoxLayout>
 
 #include <array>
@@ -102,6 +107,14 @@ const QLineEdit* textFieldOf(const QObject* widget)
     return qobject_cast<const QLineEdit*>(widget);
 }
 
+// The one settings file that is dragged; empty when it is anything else.
+QString settingsFileIn(const QMimeData* data)
+{
+    const QList<QUrl> urls = data->urls();
+    const QString path = urls.size() == 1 ? urls.first().toLocalFile() : QString();
+    return path.endsWith(QLatin1String(".json"), Qt::CaseInsensitive) ? path : QString();
+}
+
 QWidget* createHomePage(QWidget* parent)
 {
     auto* page = new QWidget(parent);
@@ -140,6 +153,7 @@ MainWindow::MainWindow()
     setMinimumSize(900, 620);
     resize(1200, 720);
     setStyleSheet(windowStyleSheet());
+    setAcceptDrops(true);
 
     connect(&Device::instance(), &Device::connectedChanged, this,
             [this] { setWindowTitle(windowTitleText()); });
@@ -264,6 +278,21 @@ void MainWindow::createShortcuts()
 
     auto* menuKeys = new QShortcut(Qt::SHIFT | Qt::Key_F10, this);
     connect(menuKeys, &QShortcut::activated, this, &MainWindow::openContextMenu);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!settingsFileIn(event->mimeData()).isEmpty() &&
+        QApplication::activeModalWidget() == nullptr)
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event)
+{
+    event->acceptProposedAction();
+    // The program that the file comes from waits until this returns, so the question comes later.
+    const QString path = settingsFileIn(event->mimeData());
+    QTimer::singleShot(0, this, [this, path] { importSettingsFrom(path, this); });
 }
 
 // A text field claims the keys of its own undo and redo even when it has nothing to take back;

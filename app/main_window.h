@@ -23,6 +23,9 @@ public:
     MainWindow();
 
 protected:
+    // One settings file dropped on the window is imported.
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

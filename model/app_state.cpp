@@ -232,13 +232,17 @@ QByteArray stateToJson(const SavedState& state)
     return json.finished();
 }
 
-SavedState stateFromJson(const QJsonObject& object)
+SavedState stateFromJson(const QJsonObject& object, const SavedState& present)
 {
-    SavedState state;
-    state.layerBase = layerFromJson(object.value(QLatin1String("layerBase")).toArray());
-    state.layerFn = layerFromJson(object.value(QLatin1String("layerFn")).toArray());
-    state.macros = macrosFromJson(object.value(QLatin1String("macros")).toArray());
-    state.customRgb = colorsFromJson(object.value(QLatin1String("customRgb")).toArray());
+    SavedState state = present;
+    const auto read = [&object](const char* member, auto& field, const auto& fromJson) {
+        if (const QJsonValue value = object.value(QLatin1String(member)); value.isArray())
+            field = fromJson(value.toArray());
+    };
+    read("layerBase", state.layerBase, layerFromJson);
+    read("layerFn", state.layerFn, layerFromJson);
+    read("macros", state.macros, macrosFromJson);
+    read("customRgb", state.customRgb, colorsFromJson);
     return state;
 }
 

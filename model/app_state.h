@@ -27,10 +27,10 @@ struct SavedState
 // The state as the state file holds it: one JSON object, indented, its members sorted.
 [[nodiscard]] QByteArray stateToJson(const SavedState& state);
 
-// The state in the object of a state file. Whatever is missing or of the wrong type is zero or
-// empty, numbers are cut to the width of their field, and elements beyond a layer or the color bank
-// are ignored.
-[[nodiscard]] SavedState stateFromJson(const QJsonObject& object);
+// The state in the object of a state file. A member that is no array keeps its value in `present`.
+// In the arrays, whatever is missing or of the wrong type is zero or empty, numbers are cut to the
+// width of their field, and elements beyond a layer or the color bank are ignored.
+[[nodiscard]] SavedState stateFromJson(const QJsonObject& object, const SavedState& present = {});
 
 // Where the state is kept: "state.json" in the program's configuration directory. The names of the
 // application and its organization have to be set before.
@@ -59,8 +59,8 @@ public:
     // beside a damaged file that could not be kept. Emits nothing and reports nothing.
     void save() const;
 
-    // Keeps the present state among the earlier ones, takes over another by an edit of this name and
-    // emits layersChanged, macrosChanged and rgbChanged.
+    // Keeps the present state among the earlier ones, takes over another by an edit of this name
+    // and emits layersChanged, macrosChanged and rgbChanged.
     void replace(const QString& name, const SavedState& state);
 
 signals:

@@ -1,5 +1,8 @@
 #include "model/edit_history.h"
 
+#include "model/state_copies.h"
+
+#include <tuple>
 #include <utility>
 
 namespace tavik {
@@ -55,6 +58,14 @@ void EditHistory::edit(StatePart part, const QString& name,
     state.save();
     if (static_cast<const SavedState&>(state) != before)
         push(new Step(part, name, before));
+}
+
+void EditHistory::takeOver(const QString& name, const SavedState& state)
+{
+    const SavedState left = AppState::instance();
+    std::ignore = keepEarlier(stateToJson(left));
+    edit(StatePart::Everything, name, [&](SavedState& present) { present = state; });
+    emit restored(StatePart::Everything, left);
 }
 
 void EditHistory::exchange(StatePart part, SavedState& other)

@@ -23,11 +23,15 @@ public:
 
     // Calls the function, which changes the state, and saves. An edit that made a difference is a
     // step under this name, which stands behind "Undo" in menus: a single line, its ampersands
-    // doubled. Emits no signal of the state.
+    // doubled. Emits nothing but the signals of the stack.
     void edit(StatePart part, const QString& name, const std::function<void(SavedState&)>& change);
 
+    // Keeps the present state among the earlier ones, takes over another by an edit of this name
+    // and emits restored.
+    void takeOver(const QString& name, const SavedState& state);
+
 signals:
-    // Another state has been brought back; left is the one whose place it takes.
+    // Another state has been brought back or taken over; left is the one whose place it takes.
     void restored(tavik::StatePart part, const tavik::SavedState& left);
 
 private:

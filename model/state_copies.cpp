@@ -79,7 +79,8 @@ bool keepEarlier(const QByteArray& content)
     return true;
 }
 
-std::optional<SavedState> readStateFile(const QString& path, QString* reason)
+std::optional<SavedState> readStateFile(const QString& path, QString* reason,
+                                        const SavedState& present)
 {
     const std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
     if (!content) {
@@ -93,8 +94,8 @@ std::optional<SavedState> readStateFile(const QString& path, QString* reason)
     }
     const QJsonObject object = document.object();
     for (const char* member : {"customRgb", "layerBase", "layerFn", "macros"}) {
-        if (object.contains(QLatin1String(member)))
-            return stateFromJson(object);
+        if (object.value(QLatin1String(member)).isArray())
+            return stateFromJson(object, present);
     }
     *reason = QStringLiteral("The file holds no settings of this program.");
     return {};

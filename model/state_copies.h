@@ -29,9 +29,10 @@ struct EarlierState
 // means that the content could not be kept; nothing is removed then.
 [[nodiscard]] bool keepEarlier(const QByteArray& content);
 
-// The state in a file that the user has chosen. Nothing where it is no file that can be read, is
-// larger than the limit, or holds none of a state's four members; the reason is then a sentence for
-// a message box.
-[[nodiscard]] std::optional<SavedState> readStateFile(const QString& path, QString* reason);
+// The state in a file that the user has chosen; what the file lacks keeps its value in `present`.
+// Nothing where it is no file that can be read, is larger than the limit, or holds none of a
+// state's four members; the reason is then a sentence for a message box.
+[[nodiscard]] std::optional<SavedState> readStateFile(const QString& path, QString* reason,
+                                                      const SavedState& present = {});
 
 } // namespace tavik

@@ -6,6 +6,7 @@
 #include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
 #include "pages/settings/autostart_entry.h"
+#include "pages/settings/state_exchange.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -83,6 +84,13 @@ QWidget* SettingsWidget::createSidePanel()
     auto* restoreButton = createAction(tr("Restore Factory Settings"), panel);
     connect(resetButton, &QPushButton::clicked, this, &SettingsWidget::resetLocalData);
     connect(restoreButton, &QPushButton::clicked, this, &SettingsWidget::restoreFactorySettings);
+    resetButton->setToolTip(
+        tr("Right-click to export or import the settings, or to go back to an earlier state."));
+    resetButton->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(resetButton, &QWidget::customContextMenuRequested, this,
+            [this, resetButton](QPoint position) {
+                showExchangeMenu(this, resetButton->mapToGlobal(position));
+            });
 
     auto* column = new QVBoxLayout(panel);
     column->setContentsMargins(10, 0, 10, 10);

@@ -186,12 +186,12 @@ private slots:
     {
         openPage(macrosPage);
         list()->setCurrentRow(0);
-        table()->selectRow(1);
+        table()->selectRow(0);
         press("Remove action");
         list()->setCurrentRow(2);
         type(undoKeys.first());
         QCOMPARE(list()->currentRow(), 0);
-        QCOMPARE(selectedRows(), QList<int>{1});
+        QCOMPARE(selectedRows(), QList<int>{0});
         type(redoKeys.first());
         QCOMPARE(list()->currentRow(), 0);
         QCOMPARE(selectedRows(), QList<int>());
@@ -230,11 +230,14 @@ private slots:
         QTest::addColumn<QString>("edit");
         QTest::addColumn<QString>("send");
         QTest::addColumn<QString>("text");
-        QTest::newRow("keys") << keysPage << "Reset all to default" << "Write layer to keyboard"
+        QTest::newRow("keys") << keysPage << "Reset all to default"
+                              << "Write layer to keyboard"
                               << "Layer base written.";
-        QTest::newRow("colors") << colorsPage << "Fill all keys" << "Send painting to keyboard"
+        QTest::newRow("colors") << colorsPage << "Fill all keys"
+                                << "Send painting to keyboard"
                                 << "Painting sent.";
-        QTest::newRow("macros") << macrosPage << "Delete" << "Write macros to keyboard"
+        QTest::newRow("macros") << macrosPage << "Delete"
+                                << "Write macros to keyboard"
                                 << "Macros written (400 bytes).";
     }
     void statusOfThePageIsCleared()
@@ -432,8 +435,8 @@ private:
 
     QToolButton* sidebarButton(int page) const
     {
-        QList<QToolButton*> buttons = window->findChild<QWidget*>(QStringLiteral("sidebar"))
-                                          ->findChildren<QToolButton*>();
+        QList<QToolButton*> buttons =
+            window->findChild<QWidget*>(QStringLiteral("sidebar"))->findChildren<QToolButton*>();
         std::ranges::sort(buttons, {}, [](const QToolButton* each) { return each->y(); });
         return buttons.at(page);
     }
@@ -462,10 +465,7 @@ private:
     }
 
     QPushButton* button(const QString& text) const { return buttonOf(*currentPage(), text); }
-    void press(const QString& text)
-    {
-        QTest::mouseClick(button(text), Qt::LeftButton);
-    }
+    void press(const QString& text) { QTest::mouseClick(button(text), Qt::LeftButton); }
 
     KeyboardView* view() const { return currentPage()->findChild<KeyboardView*>(); }
     QPoint centerOf(const QString& key) const
@@ -550,7 +550,8 @@ private:
     void focus(const QString& className)
     {
         for (QWidget* widget : currentPage()->findChildren<QWidget*>()) {
-            const bool isInside = qobject_cast<QAbstractSpinBox*>(widget->parentWidget()) != nullptr;
+            const bool isInside =
+                qobject_cast<QAbstractSpinBox*>(widget->parentWidget()) != nullptr;
             if (widget->inherits(qPrintable(className)) && !isInside) {
                 widget->show();
                 widget->setFocus();

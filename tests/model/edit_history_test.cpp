@@ -95,13 +95,15 @@ private slots:
 
     void restoringTellsWhichPartAndWhatItLeft()
     {
-        history().edit(StatePart::FnLayer, QStringLiteral("Edit"),
-                       [](SavedState& state) { state.layerFn[3] = {5, 0, 0, 0}; });
+        history().edit(StatePart::FnLayer, QStringLiteral("Edit"), [](SavedState& state) {
+            state.layerFn[3] = {5, 0, 0, 0};
+        });
         const SavedState edited = fields();
         QList<std::pair<StatePart, SavedState>> told;
-        const auto connection =
-            connect(&history(), &EditHistory::restored, this,
-                    [&](StatePart part, const SavedState& left) { told.append({part, left}); });
+        const auto connection = connect(&history(), &EditHistory::restored, this,
+                                        [&](StatePart part, const SavedState& left) {
+                                            told.append({part, left});
+                                        });
         history().undo();
         history().redo();
         disconnect(connection);
