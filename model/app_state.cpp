@@ -18,6 +18,7 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
+#include <sys/stat.h>
 #include <tuple>
 #include <utility>
 
@@ -267,7 +268,7 @@ AppState::AppState()
 void AppState::load()
 {
     const std::optional<QByteArray> content = readRegularFile(stateFilePath(), stateFileLimit);
-    foundCopyIsKept = readRegularFile(copyPath(), stateFileLimit) == content;
+    foundCopyIsKept = content && readRegularFile(copyPath(), stateFileLimit) == content;
     std::ignore = keepFoundCopy();
     if (!content)
         return;
@@ -285,13 +286,13 @@ void AppState::load()
 void AppState::save() const
 {
     const QString path = stateFilePath();
-    const QFileInfo present(path);
+    struct stat present = {};
     // Opening a pipe would wait for somebody who reads it.
-    if (present.exists() && !present.isFile())
+    if (::stat(QFile::encodeName(path).constData(), &present) == 0 && !S_ISREG(present.st_mode))
         return;
     // Opening empties the file, so the bytes are made first: it stays empty as briefly as can be.
     const QByteArray content = stateToJson(*this);
-    QDir().mkpath(present.path());
+    QDir().mkpath(QFileInfo(path).path());
     if (!keepFoundCopy() || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
         return;
     QFile file(path);
@@ -303,7 +304,8 @@ bool AppState::keepFoundCopy() const
 {
     if (!foundCopyIsKept) {
         const std::optional<QByteArray> copy = readRegularFile(copyPath(), stateFileLimit);
-        foundCopyIsKept = !copy || !isState(*copy) || keepEarlier(*copy);
+        foundCopyIsKept =
+            copy ? !isState(*copy) || keepEarlier(*copy) : !QFileInfo(copyPath()).isFile();
     }
     return foundCopyIsKept;
 }
