@@ -279,7 +279,8 @@ void AppState::load()
     }
     std::ignore = keepEarlier(*content);
     std::ignore = writeWholeFile(copyPath(), *content);
-    foundCopyIsKept = true; // or not needed: what has loaded is what the user sees
+    // The user goes on from what has loaded; an older copy must not stop him.
+    foundCopyIsKept = true;
     static_cast<SavedState&>(*this) = stateFromJson(document.object());
 }
 

@@ -61,10 +61,7 @@ private slots:
         QVERIFY(!readRegularFile(path(), 100));
     }
 
-    void directoryIsNone()
-    {
-        QVERIFY(!readRegularFile(directory->path(), 1'000'000));
-    }
+    void directoryIsNone() { QVERIFY(!readRegularFile(directory->path(), 1'000'000)); }
 
     void pipeIsNone()
     {
@@ -103,10 +100,7 @@ private slots:
     }
 
     // The memory of a process opens like a file, and no byte of it can be read from address 0.
-    void fileThatFailsWhileReading()
-    {
-        QVERIFY(!readRegularFile("/proc/self/mem", 100));
-    }
+    void fileThatFailsWhileReading() { QVERIFY(!readRegularFile("/proc/self/mem", 100)); }
 
     void unreadableFile()
     {

@@ -71,7 +71,8 @@ bool enterOwnMounts()
 }
 
 // Whether the action was done, and said so.
-template <typename Action> bool runInItsOwnProcess(const Action& action)
+template <typename Action>
+bool runInItsOwnProcess(const Action& action)
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -156,8 +157,7 @@ private slots:
             QVERIFY2(free < enough || newest == saves, where.c_str());
             QCOMPARE(umount(mountPoint().constData()), 0);
         }
-        qInfo("%d sizes tried; the last edit could be saved in %d of them", enough + 1,
-              lastEdits);
+        qInfo("%d sizes tried; the last edit could be saved in %d of them", enough + 1, lastEdits);
         QVERIFY(lastEdits <= enough);
     }
 
