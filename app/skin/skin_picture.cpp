@@ -2,12 +2,15 @@
 
 #include "app/skin/skin_files.h"
 
+#include <QBuffer>
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QImage>
+#include <QImageReader>
 #include <QPainter>
+#include <QtEndian>
 
 #include <map>
 #include <tuple>
@@ -28,10 +31,35 @@ QByteArray contentOf(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+// The picture as its PNG brings it along at this size, or null.
+QImage preparedImage(const QByteArray& png, const QByteArray& type, QSize pixels)
+{
+    constexpr qsizetype signatureSize = 8;
+    constexpr qsizetype typeSize = 4;
+    constexpr qsizetype headSize = 4 + typeSize; // the length comes first
+    constexpr qsizetype checksumSize = 4;
+    qsizetype size = 0;
+    for (qsizetype head = signatureSize; head + headSize <= png.size();
+         head += headSize + size + checksumSize) {
+        size = qsizetype{qFromBigEndian<quint32>(png.constData() + head)};
+        if (size > png.size() - head - headSize)
+            break;
+        const char* const data = png.constData() + head + headSize;
+        if (QByteArrayView(data - typeSize, typeSize) != type)
+            continue;
+        QByteArray prepared = QByteArray::fromRawData(data, size);
+        QBuffer buffer(&prepared);
+        QImageReader reader(&buffer, "png");
+        if (reader.size() == pixels)
+            return reader.read();
+    }
+    return {};
+}
+
 QPixmap stretched(const QPixmap& original, QSize pixels)
 {
     QPixmap result(pixels);
-    result.fill(Qt::transparent);
+    result.fill(original.hasAlpha() ? Qt::transparent : Qt::black);
     QPainter painter(&result);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawPixmap(result.rect(), original);
@@ -64,18 +92,31 @@ std::shared_ptr<const QPixmap> SkinPicture::scaled(QSize pixels) const
     if (auto known = file->shown[form].lock())
         return known;
 
-    const QPixmap original = QPixmap::fromImage(QImage::fromData(file->content));
-    if (original.isNull()) {
+    QPixmap made = QPixmap::fromImage(preparedImage(file->content, preparedChunk(scaling), pixels));
+    if (made.isNull())
+        made = scaled(QPixmap::fromImage(QImage::fromData(file->content)), pixels, scaling);
+    if (made.isNull()) {
         file->content.clear(); // and never tried again
         return nullptr;
     }
-    auto picture = std::make_shared<const QPixmap>(
-        scaling == Scaling::Stretched
-            ? stretched(original, pixels)
-            : original.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    auto picture = std::make_shared<const QPixmap>(std::move(made));
     std::erase_if(file->shown, [](const auto& entry) { return entry.second.expired(); });
     file->shown[form] = picture;
     return picture;
+}
+
+QPixmap SkinPicture::scaled(const QPixmap& original, QSize pixels, Scaling scaling)
+{
+    if (original.isNull())
+        return {};
+    return scaling == Scaling::Stretched
+               ? stretched(original, pixels)
+               : original.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+QByteArray SkinPicture::preparedChunk(Scaling scaling)
+{
+    return scaling == Scaling::Stretched ? "shST" : "shAV";
 }
 
 } // namespace tavik

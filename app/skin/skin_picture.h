@@ -26,6 +26,14 @@ public:
     // null when there is no picture, or the size is empty.
     [[nodiscard]] std::shared_ptr<const QPixmap> scaled(QSize pixels) const;
 
+    // What scaled() does with a picture that is read.
+    [[nodiscard]] static QPixmap scaled(const QPixmap& original, QSize pixels, Scaling scaling);
+
+    // A picture may bring itself along at sizes that are often asked for: each a whole PNG in a
+    // chunk of this type. A program that knows no such chunk and changes the picture drops them,
+    // since the type ends in a capital letter.
+    [[nodiscard]] static QByteArray preparedChunk(Scaling scaling);
+
 private:
     struct File;
 

@@ -5,6 +5,7 @@
 #include "resources/skin_generator/backdrop.h"
 #include "resources/skin_generator/color_wheel.h"
 #include "resources/skin_generator/keyboard_picture.h"
+#include "resources/skin_generator/picture_file.h"
 #include "resources/skin_generator/shape.h"
 #include "resources/skin_generator/strips.h"
 
@@ -18,6 +19,17 @@ namespace {
 
 // In layout units. The program can load no picture of more than 256 MB.
 constexpr int largestSide = 2500;
+
+// What the program shows first: the ground of its window at the size with which it opens, and the
+// board above the lighting controls, on a common and on a dense screen.
+constexpr QSize firstGround(1198, 670);
+constexpr QSizeF firstView(800, 300);
+
+QList<QSize> firstBoards(const tavik::KeyboardLayout& layout)
+{
+    const QSizeF board = QSizeF(layout.width, layout.height).scaled(firstView, Qt::KeepAspectRatio);
+    return {board.toSize(), (board * 2).toSize()};
+}
 
 // Unlike the program, which must start with any file, the generator ends with a broken one.
 tavik::KeyboardLayout readLayout(const QString& path)
@@ -54,8 +66,10 @@ int main(int argc, char* argv[])
     const QDir skin(arguments.at(4));
     tavik::writeIcons(skin.path());
     tavik::savePicture(tavik::paintColorWheel(), skin.filePath("img_circlepalette.png"));
-    tavik::savePicture(tavik::paintBackdrop(), skin.filePath("keyboard_bkg.png"));
-    tavik::savePicture(tavik::paintKeyboard(layout, arguments.at(3)),
-                       skin.filePath("img_keyboard_brix9.png"));
+    tavik::savePrepared(tavik::paintBackdrop(), skin.filePath("keyboard_bkg.png"),
+                        tavik::SkinPicture::Scaling::Stretched, {firstGround});
+    tavik::savePrepared(tavik::paintKeyboard(layout, arguments.at(3)),
+                        skin.filePath("img_keyboard_brix9.png"),
+                        tavik::SkinPicture::Scaling::Averaged, firstBoards(layout));
     return 0;
 }

@@ -1,11 +1,8 @@
 #include "resources/skin_generator/shape.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QPainter>
 #include <QSvgRenderer>
-#include <QtEndian>
 
 namespace tavik {
 
@@ -15,48 +12,6 @@ QString& shapeDirectory()
 {
     static QString directory;
     return directory;
-}
-
-QByteArray bigEndian(quint32 value)
-{
-    QByteArray bytes(sizeof value, Qt::Uninitialized);
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-QByteArray pngChunk(const QByteArray& typeAndData)
-{
-    quint32 checksum = ~0U;
-    for (const char byte : typeAndData) {
-        checksum ^= static_cast<quint8>(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            checksum = (checksum >> 1) ^ (0xEDB88320U & (0U - (checksum & 1U)));
-    }
-    return bigEndian(static_cast<quint32>(typeAndData.size() - 4)) + typeAndData +
-           bigEndian(~checksum);
-}
-
-// The image writer filters every row, which makes the files smaller. Undoing that takes the program
-// half of its start.
-QByteArray unfilteredPng(const QImage& picture)
-{
-    const bool isOpaque = !picture.hasAlphaChannel();
-    const QImage pixels =
-        picture.convertToFormat(isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32)
-            .convertToFormat(isOpaque ? QImage::Format_RGB888 : QImage::Format_RGBA8888);
-    QByteArray rows;
-    for (int y = 0; y < pixels.height(); ++y) {
-        rows += '\0'; // no filter
-        rows.append(reinterpret_cast<const char*>(pixels.constScanLine(y)),
-                    pixels.width() * (isOpaque ? 3 : 4));
-    }
-    const auto width = static_cast<quint32>(pixels.width());
-    const auto height = static_cast<quint32>(pixels.height());
-    const QByteArray form = isOpaque ? "080200" : "080600"; // 8 bits for each of three or four
-    return QByteArray::fromHex("89504e470d0a1a0a") +
-           pngChunk("IHDR" + bigEndian(width) + bigEndian(height) +
-                    QByteArray::fromHex(form + "0000")) +
-           pngChunk("IDAT" + qCompress(rows, 9).sliced(4)) + pngChunk("IEND");
 }
 
 } // namespace
@@ -98,15 +53,6 @@ QImage tintedShape(const QString& name, QSize size, const QRectF& target, const 
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(picture.rect(), color);
     return picture;
-}
-
-void savePicture(const QImage& picture, const QString& path)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    const QByteArray png = unfilteredPng(picture);
-    if (!file.open(QIODevice::WriteOnly) || file.write(png) != png.size() || !file.flush())
-        qFatal("Cannot write the picture %s", qPrintable(path));
 }
 
 } // namespace tavik

@@ -24,7 +24,4 @@ void drawShape(QPainter& painter, const QString& name, const QRectF& target);
 [[nodiscard]] QImage tintedShape(const QString& name, QSize size, const QRectF& target,
                                  const QColor& color, int degrees = 0);
 
-// Saves the picture as PNG and creates its directory. A failure ends the generator.
-void savePicture(const QImage& picture, const QString& path);
-
 } // namespace tavik

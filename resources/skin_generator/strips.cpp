@@ -1,5 +1,6 @@
 #include "resources/skin_generator/strips.h"
 
+#include "resources/skin_generator/picture_file.h"
 #include "resources/skin_generator/shape.h"
 
 #include <QDir>

@@ -1,9 +1,11 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
+#include "app/skin/skin_files.h"
 #include "device/device.h"
 #include "pages/parts/keyboard_view.h"
 #include "tests/app/window_pages.h"
 #include "tests/support/bus_view.h"
+#include "tests/support/files.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
 #include "tests/support/pixel_probe.h"
@@ -12,6 +14,7 @@
 #include <QLabel>
 #include <QTest>
 #include <QToolButton>
+#include <QtEndian>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -56,6 +59,26 @@ QWidget* titleBarOf(const QWidget& window)
     return window.findChild<QWidget*>("titleBar");
 }
 
+// The picture brings itself along at this size, with the pixels that scaling it would give.
+void checkReadyMade(const QString& name, SkinPicture::Scaling scaling, QSize size)
+{
+    const QString path = resolveSkinFile(name);
+    const auto number = [](int value) {
+        const quint32 bytes = qToBigEndian(static_cast<quint32>(value));
+        return QByteArray(reinterpret_cast<const char*>(&bytes), sizeof bytes);
+    };
+    const QByteArray start = SkinPicture::preparedChunk(scaling) +
+                             QByteArray::fromHex("89504e470d0a1a0a0000000d") + "IHDR" +
+                             number(size.width()) + number(size.height());
+    QVERIFY(readFile(path).contains(start));
+
+    const auto pixels = [](const QPixmap& picture) {
+        return picture.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    };
+    QCOMPARE(pixels(*SkinPicture(name, scaling).scaled(size)),
+             pixels(SkinPicture::scaled(QPixmap(path), size, scaling)));
+}
+
 // Moves the pointer while a button is held, as a drag does.
 void dragTo(QWidget* widget, Qt::MouseButton button, QPoint from, QPoint to)
 {
@@ -82,6 +105,22 @@ private slots:
     }
 
     void cleanupTestCase() { window.reset(); }
+
+    void groundIsReadyMade()
+    {
+        checkReadyMade("keyboard_bkg.png", SkinPicture::Scaling::Stretched,
+                       window->findChild<QWidget*>("workspace")->size());
+    }
+
+    void boardOfTheFirstPageIsReadyMade()
+    {
+        const auto* view = stackOf(*window)->currentWidget()->findChild<KeyboardView*>();
+        const QSizeF board =
+            KeyboardGeometry(&KeyboardLayout::instance(), view->size()).boardRectangle().size();
+        for (const int pixelRatio : {1, 2})
+            checkReadyMade("img_keyboard_brix9.png", SkinPicture::Scaling::Averaged,
+                           (board * pixelRatio).toSize());
+    }
 
     void windowIsFramelessAndSized()
     {

@@ -1,9 +1,12 @@
 #include "app/skin/skin_picture.h"
+#include "tests/support/files.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 using namespace tavik;
 
@@ -74,14 +77,61 @@ private slots:
         QVERIFY(!shown("a.png").scaled({0, 20}));
     }
 
+    void aPictureAtASizeIsTakenFromTheFile_data()
+    {
+        QTest::addColumn<SkinPicture::Scaling>("scaling");
+        QTest::addColumn<QByteArray>("prepared");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QColor>("color");
+        const auto averaged = SkinPicture::Scaling::Averaged;
+        const auto stretched = SkinPicture::Scaling::Stretched;
+        const QByteArray green = png(Qt::green, {20, 20});
+        const QByteArray both = chunk(averaged, png(Qt::blue, {9, 9})) + chunk(averaged, green);
+        QTest::newRow("its first size") << averaged << both << QSize(9, 9) << QColor(Qt::blue);
+        QTest::newRow("its second size") << averaged << both << QSize(20, 20) << QColor(Qt::green);
+        QTest::newRow("another size") << averaged << both << QSize(20, 21) << QColor(Qt::red);
+        QTest::newRow("another scaling") << stretched << both << QSize(20, 20) << QColor(Qt::red);
+        QTest::newRow("no picture")
+            << averaged << chunk(averaged, green.first(50)) << QSize(20, 20) << QColor(Qt::red);
+        QTest::newRow("beyond the end")
+            << averaged << chunk(averaged, green).chopped(5) << QSize(20, 20) << QColor(Qt::red);
+        QTest::newRow("nothing but a length")
+            << averaged << QByteArray("\xff\xff\xff\xff") << QSize(20, 20) << QColor(Qt::red);
+    }
+    void aPictureAtASizeIsTakenFromTheFile()
+    {
+        QFETCH(SkinPicture::Scaling, scaling);
+        QFETCH(QByteArray, prepared);
+        QFETCH(QSize, size);
+        QFETCH(QColor, color);
+        tests::writeFile("resources/official-skin/a.png", png(Qt::red, {40, 10}) + prepared);
+        const auto picture = SkinPicture("a.png", scaling).scaled(size);
+        QCOMPARE(picture->size(), size);
+        QCOMPARE(picture->toImage().pixelColor(5, 5), color);
+    }
+
 private:
+    static QByteArray png(const QColor& color, QSize size)
+    {
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(color);
+        QBuffer file;
+        picture.save(&file, "png");
+        return file.data();
+    }
+
+    static QByteArray chunk(SkinPicture::Scaling scaling, const QByteArray& content)
+    {
+        const quint32 size = qToBigEndian(static_cast<quint32>(content.size()));
+        return QByteArray(reinterpret_cast<const char*>(&size), sizeof size) +
+               SkinPicture::preparedChunk(scaling) + content + QByteArray(4, '\0');
+    }
+
     static SkinPicture shown(const QString& name) { return {name, SkinPicture::Scaling::Averaged}; }
 
     static void savePicture(const QColor& color, QSize size)
     {
-        QImage picture(size, QImage::Format_RGB32);
-        picture.fill(color);
-        QVERIFY(picture.save("resources/official-skin/a.png"));
+        tests::writeFile("resources/official-skin/a.png", png(color, size));
     }
 
     QScopedPointer<QTemporaryDir> directory;
