@@ -150,13 +150,14 @@ QWidget* LightingWidget::createRightSide()
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(new PreviewArea(KeyboardLayout::instance(), right), 1);
-    column->addWidget(createPanel());
+    column->addWidget(createPanel(right));
     return right;
 }
 
-QWidget* LightingWidget::createPanel()
+// Each widget gets its last parent at once: with another one its style is worked out again.
+QWidget* LightingWidget::createPanel(QWidget* parent)
 {
-    auto* panel = new QWidget(this);
+    auto* panel = new QWidget(parent);
     panel->setObjectName(QStringLiteral("lightingPanel"));
     panel->setMinimumHeight(panelMinimumHeight);
     auto* row = new QHBoxLayout(panel);
@@ -168,34 +169,34 @@ QWidget* LightingWidget::createPanel()
     wheel = new PaletteWheel(panel);
     wheel->onColorPicked([this](const QColor& picked) { setColor(picked); });
     row->addWidget(wheel, 0, Qt::AlignVCenter);
-    row->addWidget(createColorColumn());
-    row->addWidget(createOptionsColumn());
+    row->addWidget(createColorColumn(panel));
+    row->addWidget(createOptionsColumn(panel));
     return panel;
 }
 
-QWidget* LightingWidget::createColorColumn()
+QWidget* LightingWidget::createColorColumn(QWidget* parent)
 {
-    auto* columnWidget = new QWidget(this);
+    auto* columnWidget = new QWidget(parent);
     columnWidget->setFixedWidth(320);
     columnWidget->setStyleSheet(QStringLiteral("QRadioButton{font-size:13px;}")); // four in a row
     auto* column = new QVBoxLayout(columnWidget);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(14);
-    column->addLayout(createRandomColorRow());
-    column->addLayout(createRgbRow());
-    column->addLayout(createSwatches());
+    column->addLayout(createRandomColorRow(columnWidget));
+    column->addLayout(createRgbRow(columnWidget));
+    column->addLayout(createSwatches(columnWidget));
     // A fixed text, the same in every language.
     QLabel* heading = createHeading(QStringLiteral("灯光休眠时间"), 14, columnWidget);
     heading->setToolTip(tr("Lighting sleep time"));
     column->addWidget(heading);
-    column->addLayout(createSleepChoices());
+    column->addLayout(createSleepChoices(columnWidget));
     column->addStretch();
     return columnWidget;
 }
 
-QLayout* LightingWidget::createRandomColorRow()
+QLayout* LightingWidget::createRandomColorRow(QWidget* parent)
 {
-    randomColorSwitch = new QPushButton(this);
+    randomColorSwitch = new QPushButton(parent);
     randomColorSwitch->setCheckable(true);
     randomColorSwitch->setChecked(true);
     randomColorSwitch->setFixedSize(switchSize);
@@ -211,23 +212,23 @@ QLayout* LightingWidget::createRandomColorRow()
 
     auto* row = new QHBoxLayout;
     row->setSpacing(0);
-    row->addWidget(createHeading(tr("Random Color"), 15, this));
+    row->addWidget(createHeading(tr("Random Color"), 15, parent));
     row->addSpacing(18);
     row->addWidget(randomColorSwitch);
     row->addStretch();
     return row;
 }
 
-QLayout* LightingWidget::createRgbRow()
+QLayout* LightingWidget::createRgbRow(QWidget* parent)
 {
     constexpr std::array<const char*, 3> texts{"R:", "G:", "B:"};
     const QStringList accessibleNames{tr("Red"), tr("Green"), tr("Blue")};
     auto* row = new QHBoxLayout;
     row->setSpacing(0);
     for (std::size_t channel = 0; channel < rgbInputs.size(); ++channel) {
-        auto* label = new QLabel(QLatin1String(texts.at(channel)), this);
+        auto* label = new QLabel(QLatin1String(texts.at(channel)), parent);
         label->setFixedWidth(20);
-        auto* input = new QSpinBox(this);
+        auto* input = new QSpinBox(parent);
         input->setObjectName(QStringLiteral("rgbInput"));
         input->setAccessibleName(accessibleNames.at(static_cast<qsizetype>(channel)));
         input->setRange(0, 255);
@@ -251,7 +252,7 @@ QLayout* LightingWidget::createRgbRow()
     return row;
 }
 
-QLayout* LightingWidget::createSwatches()
+QLayout* LightingWidget::createSwatches(QWidget* parent)
 {
     auto* grid = new QGridLayout;
     grid->setContentsMargins(0, 0, 0, 0);
@@ -259,7 +260,7 @@ QLayout* LightingWidget::createSwatches()
     grid->setVerticalSpacing(5);
     for (int index = 0; index < static_cast<int>(swatchColors.size()); ++index) {
         const QColor swatchColor(QLatin1String(swatchColors.at(static_cast<std::size_t>(index))));
-        auto* button = new QPushButton(this);
+        auto* button = new QPushButton(parent);
         button->setFixedSize(32, 30);
         button->setCursor(Qt::PointingHandCursor);
         button->setProperty("swatchColor", swatchColor);
@@ -276,13 +277,13 @@ QLayout* LightingWidget::createSwatches()
     return grid;
 }
 
-QLayout* LightingWidget::createSleepChoices()
+QLayout* LightingWidget::createSleepChoices(QWidget* parent)
 {
     auto* group = new QButtonGroup(this);
     auto* row = new QHBoxLayout;
     row->setSpacing(12);
     for (const SleepChoice& choice : sleepChoices) {
-        auto* button = new QRadioButton(QLatin1String(choice.text), this);
+        auto* button = new QRadioButton(QLatin1String(choice.text), parent);
         button->setObjectName(QStringLiteral("sleepChoice"));
         button->setProperty("sleepCode", choice.code);
         button->setChecked(choice.code == sleep);
@@ -301,17 +302,17 @@ QLayout* LightingWidget::createSleepChoices()
     return row;
 }
 
-QWidget* LightingWidget::createOptionsColumn()
+QWidget* LightingWidget::createOptionsColumn(QWidget* parent)
 {
-    auto* columnWidget = new QWidget(this);
+    auto* columnWidget = new QWidget(parent);
     columnWidget->setFixedWidth(220);
     auto* column = new QVBoxLayout(columnWidget);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(10);
     addLabeledSlider(column, tr("Brightness"), brightnessSlider, startBrightness);
     addLabeledSlider(column, tr("Speed"), speedSlider, startSpeed);
-    column->addWidget(createHeading(tr("Direction"), 15, this));
-    column->addLayout(createDirectionPad());
+    column->addWidget(createHeading(tr("Direction"), 15, columnWidget));
+    column->addLayout(createDirectionPad(columnWidget));
     column->addStretch();
     return columnWidget;
 }
@@ -319,13 +320,13 @@ QWidget* LightingWidget::createOptionsColumn()
 void LightingWidget::addLabeledSlider(QVBoxLayout* column, const QString& title, QSlider*& slider,
                                       int startValue)
 {
-    slider = new QSlider(Qt::Horizontal, this);
+    slider = new QSlider(Qt::Horizontal, column->parentWidget());
     slider->setAccessibleName(title);
     slider->setRange(0, 5);
     slider->setPageStep(1);
     slider->setFixedHeight(20);
     slider->setValue(startValue);
-    auto* valueLabel = new QLabel(QString::number(startValue), this);
+    auto* valueLabel = new QLabel(QString::number(startValue), slider->parentWidget());
     valueLabel->setAlignment(Qt::AlignCenter);
     valueLabel->setMinimumWidth(24);
     valueLabel->setStyleSheet(QStringLiteral("color:#ff7900;font-size:15px;font-weight:600;"));
@@ -337,17 +338,17 @@ void LightingWidget::addLabeledSlider(QVBoxLayout* column, const QString& title,
     auto* sliderRow = new QHBoxLayout;
     sliderRow->addWidget(slider, 1);
     sliderRow->addWidget(valueLabel);
-    column->addWidget(createHeading(title, 15, this));
+    column->addWidget(createHeading(title, 15, slider->parentWidget()));
     column->addLayout(sliderRow);
 }
 
-QLayout* LightingWidget::createDirectionPad()
+QLayout* LightingWidget::createDirectionPad(QWidget* parent)
 {
     auto* group = new QButtonGroup(this);
     auto* grid = new QGridLayout;
     for (int index = 0; index < static_cast<int>(directionEntries.size()); ++index) {
         const DirectionEntry& entry = directionEntries.at(static_cast<std::size_t>(index));
-        auto* button = new DirectionButton(this);
+        auto* button = new DirectionButton(parent);
         button->setCheckable(true);
         button->setChecked(index == direction);
         button->setFixedSize(42, 31);

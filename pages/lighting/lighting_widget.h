@@ -46,16 +46,16 @@ public slots:
 private:
     void createEffectList(QLayout* row);
     QWidget* createRightSide();
-    QWidget* createPanel();
-    QWidget* createColorColumn();
-    QLayout* createRandomColorRow();
-    QLayout* createRgbRow();
-    QLayout* createSwatches();
-    QLayout* createSleepChoices();
-    QWidget* createOptionsColumn();
+    QWidget* createPanel(QWidget* parent);
+    QWidget* createColorColumn(QWidget* parent);
+    QLayout* createRandomColorRow(QWidget* parent);
+    QLayout* createRgbRow(QWidget* parent);
+    QLayout* createSwatches(QWidget* parent);
+    QLayout* createSleepChoices(QWidget* parent);
+    QWidget* createOptionsColumn(QWidget* parent);
     void addLabeledSlider(QVBoxLayout* column, const QString& title, QSlider*& slider,
                           int startValue);
-    QLayout* createDirectionPad();
+    QLayout* createDirectionPad(QWidget* parent);
     void createStatusLabel();
 
     void showColor(const QColor& newColor);

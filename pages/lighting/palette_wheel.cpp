@@ -34,6 +34,11 @@ constexpr int clickLeastSaturation = 150;
 constexpr int leastAlpha = 200;
 constexpr int hueStep = 5; // degrees per arrow key
 
+int squared(int value)
+{
+    return value * value;
+}
+
 int hueDistance(int first, int second)
 {
     const int distance = std::abs(first - second);
@@ -48,10 +53,10 @@ WheelMarkers::WheelMarkers(const QImage& picture, QSize wheelSize)
     const int centerY = wheelSize.height() / 2;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
-            const int radius = qRound(std::hypot(x - centerX, y - centerY));
+            const int radius = qRound(std::sqrt(squared(x - centerX) + squared(y - centerY)));
             if (radius < markerInnerRadius || radius > markerOuterRadius)
                 continue;
-            const QColor pixel = picture.pixelColor(x, y);
+            const QColor pixel = picture.pixelColor(x, y).toHsv();
             if (pixel.alpha() < leastAlpha || pixel.saturation() < markerLeastSaturation ||
                 pixel.value() < markerLeastValue)
                 continue;

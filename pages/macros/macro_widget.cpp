@@ -115,8 +115,8 @@ QWidget* MacroWidget::createMacroGroup()
 QWidget* MacroWidget::createActionGroup()
 {
     auto* group = new QGroupBox(tr("Actions"), this);
-    createActionTable();
-    createActionForm();
+    createActionTable(group);
+    createActionForm(group);
 
     QHBoxLayout* buttons =
         createRow({createButton(tr("Add action"), this, &MacroWidget::addAction),
@@ -136,9 +136,9 @@ QWidget* MacroWidget::createActionGroup()
     return group;
 }
 
-void MacroWidget::createActionTable()
+void MacroWidget::createActionTable(QWidget* parent)
 {
-    actionTable = new QTableWidget(0, ActionColumnCount, this);
+    actionTable = new QTableWidget(0, ActionColumnCount, parent);
     actionTable->setAccessibleName(tr("Actions"));
     actionTable->setHorizontalHeaderLabels({tr("Delay (ms)"), tr("Action"), tr("Type")});
     actionTable->horizontalHeader()->setSectionResizeMode(ActionTextColumn, QHeaderView::Stretch);
@@ -149,15 +149,15 @@ void MacroWidget::createActionTable()
     actionTable->setSelectionMode(QAbstractItemView::SingleSelection);
 }
 
-void MacroWidget::createActionForm()
+void MacroWidget::createActionForm(QWidget* parent)
 {
-    typeSelect = new QComboBox(this);
+    typeSelect = new QComboBox(parent);
     for (const MacroActionType& type : macroActionTypes)
         typeSelect->addItem(type.label.toString(), type.flags);
-    keySelect = new QComboBox(this);
+    keySelect = new QComboBox(parent);
     for (const std::uint8_t usage : offeredKeyUsages())
         keySelect->addItem(keyName(usage), usage);
-    delayInput = new QSpinBox(this);
+    delayInput = new QSpinBox(parent);
     delayInput->setButtonSymbols(QAbstractSpinBox::NoButtons); // nobody clicks up to 65535
     delayInput->setRange(0, longestDelayMs);
     delayInput->setSuffix(tr(" ms"));

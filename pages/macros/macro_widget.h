@@ -38,8 +38,8 @@ public slots:
 private:
     QWidget* createMacroGroup();
     QWidget* createActionGroup();
-    void createActionTable();
-    void createActionForm();
+    void createActionTable(QWidget* parent);
+    void createActionForm(QWidget* parent);
 
     [[nodiscard]] const MacroRecord* currentMacro() const;
     void editMacros(const QString& name, const std::function<void(QList<MacroRecord>&)>& change);
