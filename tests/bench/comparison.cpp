@@ -122,6 +122,15 @@ double processorTime(const Work& work, int calls)
     return (clockTime(CLOCK_PROCESS_CPUTIME_ID) - start) / calls;
 }
 
+Comparison processorTimes(const QString& name, const Goal& goal, int runs, const Work& measured,
+                          const Work& bound, int calls)
+{
+    const auto timed = [calls](const Work& work) {
+        return [=] { return QList{processorTime(work, calls)}; };
+    };
+    return {{{name, "ms", goal}}, runs, timed(measured), timed(bound)};
+}
+
 double elapsedTime(const Work& work)
 {
     const double start = machineTime();

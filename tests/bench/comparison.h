@@ -50,6 +50,10 @@ using Work = std::function<void()>;
 // Milliseconds of processor time of this process for one call, as the mean of so many.
 [[nodiscard]] double processorTime(const Work& work, int calls = 1);
 
+// Of two kinds of work, each done so many times in a run.
+[[nodiscard]] Comparison processorTimes(const QString& name, const Goal& goal, int runs,
+                                        const Work& measured, const Work& bound, int calls = 1);
+
 // Milliseconds that pass meanwhile.
 [[nodiscard]] double elapsedTime(const Work& work);
 

@@ -80,38 +80,27 @@ Comparison keyPress(int calls)
     const auto areas = std::make_shared<QList<QRect>>();
     for (const qsizetype index : {20, 40})
         areas->append(workspaces->view.hitRectangle(keys.at(index)));
-    return {{{"key press with its repaint", "ms", Goal{0, 2}}},
-            15,
-            [=] {
-                return QList{processorTime(
-                    [&] {
-                        areas->swapItemsAt(0, 1);
-                        const QPointF point = areas->constFirst().center();
-                        QMouseEvent press(QEvent::MouseButtonPress, point, point, Qt::LeftButton,
-                                          Qt::LeftButton, {});
-                        doUntilPainted(workspaces->view,
-                                       [&] { QApplication::sendEvent(&workspaces->view, &press); });
-                    },
-                    calls)};
-            },
-            [=] {
-                const QRegion region = QRegion(areas->at(0)) + areas->at(1);
-                return QList{processorTime([&] { workspaces->picture.repaint(region); }, calls)};
-            }};
+    const auto press = [=] {
+        areas->swapItemsAt(0, 1);
+        const QPointF point = areas->constFirst().center();
+        QMouseEvent event(QEvent::MouseButtonPress, point, point, Qt::LeftButton, Qt::LeftButton,
+                          {});
+        doUntilPainted(workspaces->view,
+                       [&] { QApplication::sendEvent(&workspaces->view, &event); });
+    };
+    const auto copy = [=] { workspaces->picture.repaint(QRegion(areas->at(0)) + areas->at(1)); };
+    return processorTimes("key press with its repaint", {0, 2}, 15, press, copy, calls);
 }
 
 Comparison wheelColor(int calls)
 {
     const auto wheel = std::make_shared<PaletteWheel>();
     doUntilPainted(*wheel, [&wheel] { wheel->show(); });
-    return {{{"color of the wheel", "ms", Goal{0, 0.1}}},
-            15,
-            [=] {
-                int hue = 0;
-                return QList{processorTime(
-                    [&] { wheel->setColor(QColor::fromHsv(hue++ % 360, 255, 255)); }, calls)};
-            },
-            [=] { return QList{processorTime([&] { wheel->update(); }, calls)}; }};
+    const auto turn = [wheel, hue = 0]() mutable {
+        wheel->setColor(QColor::fromHsv(hue++ % 360, 255, 255));
+    };
+    return processorTimes(
+        "color of the wheel", {0, 0.1}, 15, turn, [wheel] { wheel->update(); }, calls);
 }
 
 } // namespace

@@ -56,28 +56,21 @@ void keep(const void* bytes)
 
 Comparison import(const QString& name, const QStringList& paths)
 {
-    return {{{name, "ms", Goal{1.1, 0}}},
-            3,
-            [=] {
-                return QList{processorTime([&] {
-                    require(importImages(paths).size() == frameCount, "a frame was not imported");
-                })};
-            },
-            [=] {
-                return QList{processorTime([&] {
-                    int count = 0;
-                    for (const QString& path : paths) {
-                        QImageReader reader(path);
-                        QImage picture;
-                        for (; count < frameCount && reader.read(&picture); ++count)
-                            keep(picture
-                                     .scaled(screenSize, Qt::IgnoreAspectRatio,
-                                             Qt::SmoothTransformation)
-                                     .constBits());
-                    }
-                    require(count == frameCount, "a frame was not read");
-                })};
-            }};
+    const auto program = [=] {
+        require(importImages(paths).size() == frameCount, "a frame was not imported");
+    };
+    const auto reader = [=] {
+        int count = 0;
+        for (const QString& path : paths) {
+            QImageReader file(path);
+            QImage picture;
+            for (; count < frameCount && file.read(&picture); ++count)
+                keep(picture.scaled(screenSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                         .constBits());
+        }
+        require(count == frameCount, "a frame was not read");
+    };
+    return processorTimes(name, {1.1, 0}, 3, program, reader);
 }
 
 Comparison streamBuilding(int calls)
@@ -89,19 +82,13 @@ Comparison streamBuilding(int calls)
         static_cast<std::size_t>(frames.constFirst().image.sizeInBytes()) * frameCount;
     const auto source = std::make_shared<std::vector<char>>(size, 'x');
     const auto target = std::make_shared<std::vector<char>>(size);
-    return {{{"stream of 30 frames", "ms", Goal{3, 0}}},
-            15,
-            [=] {
-                return QList{processorTime([&] { keep(buildScreenStream(frames).data()); }, calls)};
-            },
-            [=] {
-                return QList{processorTime(
-                    [&] {
-                        std::memcpy(target->data(), source->data(), size);
-                        keep(target->data());
-                    },
-                    calls)};
-            }};
+    const auto copy = [=] {
+        std::memcpy(target->data(), source->data(), size);
+        keep(target->data());
+    };
+    return processorTimes(
+        "stream of 30 frames", {3, 0}, 15, [=] { keep(buildScreenStream(frames).data()); }, copy,
+        calls);
 }
 
 } // namespace
