@@ -29,7 +29,8 @@ QByteArray pngChunk(const QByteArray& typeAndData)
            bigEndian(~checksum);
 }
 
-// The picture with a number for each of its colors; null when there are more than a byte can number.
+// The picture with a number for each of its colors; null when there are more than a byte can
+// number.
 QImage numberedColors(const QImage& picture)
 {
     QHash<QRgb, uchar> numbers;
@@ -74,6 +75,8 @@ PngRows rowsOf(const QImage& picture)
     QByteArray palette;
     for (const QRgb color : numbered.colorTable())
         palette += bigEndian(color).sliced(1);
+    // The reader looks for numbers beyond the palette, unless it is full.
+    palette.resize(qsizetype{3} * 256, '\0');
     return {"080300", palette, numbered};
 }
 
