@@ -155,6 +155,8 @@ void MacroWidget::createActionForm(QWidget* parent)
     for (const MacroActionType& type : macroActionTypes)
         typeSelect->addItem(type.label.toString(), type.flags);
     keySelect = new QComboBox(parent);
+    // While it has no entries: the font that it gets with its style measures every one of them.
+    keySelect->ensurePolished();
     for (const std::uint8_t usage : offeredKeyUsages())
         keySelect->addItem(keyName(usage), usage);
     delayInput = new QSpinBox(parent);
