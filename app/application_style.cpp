@@ -78,6 +78,7 @@ const char* const mainWindowStyleSheet = R"(
 QDialog, QMenu { background: #242426; }
 QMenu { border: 1px solid #484848; padding: 4px 0; }
 QMenu::item { padding: 5px 26px 5px 14px; }
+QMenu::item:disabled { color: #858585; }
 QMenu::item:selected { background: #c04800; color: #ffffff; }
 QMenu::separator { height: 1px; background: #3a3a3c; margin: 4px 8px; }
 QToolTip { color: #f1f1f1; background: #242426; border: 1px solid #585858; padding: 3px 6px; }

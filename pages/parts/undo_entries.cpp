@@ -23,7 +23,12 @@ void addUndoEntries(QMenu* menu)
     EditHistory& history = EditHistory::instance();
     if (!menu->isEmpty())
         menu->addSeparator();
-    menu->addActions({history.createUndoAction(menu), history.createRedoAction(menu)});
+    QAction* undo = history.createUndoAction(menu);
+    QAction* redo = history.createRedoAction(menu);
+    // For the user to read: no menu answers to them, but the window does.
+    undo->setShortcut(Qt::CTRL | Qt::Key_Z);
+    redo->setShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_Z);
+    menu->addActions({undo, redo});
 }
 
 void showUndoMenu(QWidget* parent, QPoint globalPos)

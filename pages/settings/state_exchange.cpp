@@ -60,15 +60,13 @@ void takeOver(const QString& path, const QString& name, const QString& question,
     const std::optional<SavedState> state = readStateFile(path, &reason, AppState::instance());
     if (!state) {
         showBox(parent, name, tr("\"%1\" cannot be used. %2").arg(shownName(path), reason),
-                QMessageBox::Warning, QMessageBox::Ok);
+                QMessageBox::Information, QMessageBox::Ok);
         return;
     }
     const QString text = question + QLatin1String("\n\n") +
-                         tr("Then you have %1. What the file does not hold stays as it is. Undo "
-                            "takes this back.")
-                             .arg(contentsText(*state));
-    const auto answer = showBox(parent, name, text, QMessageBox::Question,
-                                QMessageBox::Yes | QMessageBox::No);
+                         tr("Then you have %1. Undo takes this back.").arg(contentsText(*state));
+    const auto answer =
+        showBox(parent, name, text, QMessageBox::Question, QMessageBox::Yes | QMessageBox::No);
     if (answer == QMessageBox::Yes)
         EditHistory::instance().takeOver(name, *state);
 }
@@ -138,7 +136,7 @@ void exportSettings(QWidget* parent)
     const QString path = dialog.selectedFiles().constFirst();
     if (!writeWholeFile(path, stateToJson(AppState::instance())))
         showBox(parent, dialog.windowTitle(),
-                tr("\"%1\" could not be written.").arg(shownName(path)), QMessageBox::Warning,
+                tr("\"%1\" could not be written.").arg(shownName(path)), QMessageBox::Information,
                 QMessageBox::Ok);
 }
 
@@ -153,7 +151,9 @@ void importSettings(QWidget* parent)
 void importSettingsFrom(const QString& path, QWidget* parent)
 {
     takeOver(path, tr("Import settings"),
-             tr("Take over the settings in \"%1\"?").arg(shownName(path)), parent);
+             tr("Take over the settings in \"%1\"? What the file does not hold stays as it is.")
+                 .arg(shownName(path)),
+             parent);
 }
 
 void showExchangeMenu(QWidget* parent, QPoint globalPos)

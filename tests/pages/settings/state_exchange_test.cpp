@@ -126,11 +126,10 @@ private slots:
         for (const EarlierState& state : earlierStates())
             times += timeText(state);
         QMenu* earlier = openEarlierStates();
-        QTRY_COMPARE(textsOf(earlier),
-                     QStringList({times.at(0) + "\t0 keys, 0 macros, 0 colors",
-                                  times.at(1) + "\t1 key, 1 macro, 1 color",
-                                  times.at(2) + "\t3 keys, 1 macro, 0 colors",
-                                  times.at(3) + "\t0 keys, 1 macro, 0 colors"}));
+        QTRY_COMPARE(textsOf(earlier), QStringList({times.at(0) + "\t0 keys, 0 macros, 0 colors",
+                                                    times.at(1) + "\t1 key, 1 macro, 1 color",
+                                                    times.at(2) + "\t3 keys, 1 macro, 0 colors",
+                                                    times.at(3) + "\t0 keys, 1 macro, 0 colors"}));
     }
 
     void earlierStateThatIsDamagedCannotBeChosen()
@@ -163,8 +162,7 @@ private slots:
         const QRect oldest = earlier->actionGeometry(earlier->actions().at(1));
         answerLater(QStringLiteral("Yes"),
                     QStringLiteral("Go back to the state of %1?\n\nThen you have 1 key, 1 macro, "
-                                   "0 colors. What the file does not hold stays as it is. Undo "
-                                   "takes this back.")
+                                   "0 colors. Undo takes this back.")
                         .arg(timeText(chosen)));
         QTest::mouseClick(earlier, Qt::LeftButton, {}, oldest.center());
         QCOMPARE(restored.count(), 1);
@@ -186,9 +184,10 @@ private slots:
             const auto* box = qobject_cast<QMessageBox*>(&dialog);
             QVERIFY(box != nullptr);
             QCOMPARE(box->windowTitle(), QStringLiteral("Import settings"));
-            QVERIFY(box->text().startsWith(
-                QStringLiteral("Take over the settings in \"chosen.json\"?\n\nThen you have 2 keys, "
-                               "1 macro, 0 colors.")));
+            QCOMPARE(box->text(),
+                     QStringLiteral("Take over the settings in \"chosen.json\"? What the file does "
+                                    "not hold stays as it is.\n\nThen you have 2 keys, 1 macro, 0 "
+                                    "colors. Undo takes this back."));
             QCOMPARE(box->icon(), QMessageBox::Question);
             QVERIFY(box->defaultButton() == box->button(QMessageBox::No));
             clickButton(dialog, QStringLiteral("Yes"));
@@ -295,6 +294,7 @@ private slots:
             QCOMPARE(box->text(), QStringLiteral("\"<b>x.json\" cannot be used. ") + reason);
             QCOMPARE(box->textFormat(), Qt::PlainText);
             QCOMPARE(box->standardButtons(), QMessageBox::Ok);
+            QCOMPARE(box->icon(), QMessageBox::Information);
         });
         importSettingsFrom(path, page.get());
         QVERIFY(QApplication::activeModalWidget() == nullptr);
@@ -318,9 +318,8 @@ private slots:
         const QString path = directory.filePath(QStringLiteral("saved.json"));
         exportTo(directory.filePath(QStringLiteral("saved"))); // the ending is added
         QCOMPARE(readFile(path), readFile(stateFilePath()));
-        QCOMPARE(QFile::permissions(path) &
-                     (QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther |
-                      QFileDevice::WriteOther),
+        QCOMPARE(QFile::permissions(path) & (QFileDevice::ReadGroup | QFileDevice::WriteGroup |
+                                             QFileDevice::ReadOther | QFileDevice::WriteOther),
                  QFileDevice::Permissions());
         isUnchanged();
 
