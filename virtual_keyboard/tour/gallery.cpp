@@ -2,13 +2,16 @@
 
 #include "model/app_state.h"
 #include "model/key_action.h"
+#include "model/state_copies.h"
 #include "pages/parts/keyboard_view.h"
+#include "pages/settings/state_exchange.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/named_keys.h"
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour_driver.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QHelpEvent>
 #include <QLineEdit>
@@ -20,6 +23,7 @@
 #include <QTest>
 
 #include <cstdio>
+#include <tuple>
 
 namespace tavik::virtual_keyboard {
 
@@ -142,17 +146,7 @@ private:
             });
 
         QTest::mousePress(view, Qt::RightButton, {}, place);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        save("key-menu", menu);
-        int number = 0;
-        for (const QAction* action : menu->actions()) {
-            if (action->menu() == nullptr)
-                continue;
-            action->menu()->popup(window.mapToGlobal(QPoint(600, 100)));
-            save(QStringLiteral("key-menu-%1").arg(++number), action->menu());
-            action->menu()->close();
-        }
-        menu->close();
+        saveMenu("key-menu", qobject_cast<QMenu*>(QApplication::activePopupWidget()));
         click("Write layer to keyboard");
         savePage("keys-written");
     }
@@ -165,6 +159,7 @@ private:
         page()->findChild<QListWidget*>()->setCurrentRow(0);
         click("Write macros to keyboard");
         savePage("macros");
+        saveContextMenu("macro-menu", *page()->findChild<QListWidget*>()->viewport());
         saveDialog("new-macro-dialog", [] { click("New macro"); });
         for (QComboBox* list : page()->findChildren<QComboBox*>())
             saveList(QStringLiteral("macro-list-%1").arg(list->count()), *list);
@@ -204,6 +199,12 @@ private:
         showPage("Keyboard Settings");
         savePage("settings");
         saveList("language-list", *page()->findChild<QComboBox*>());
+        for (const SavedState& state : {SavedState(), SavedState(AppState::instance())})
+            std::ignore = keepEarlier(stateToJson(state));
+        saveContextMenu("settings-menu", *TourDriver::buttonWithText("Reset Keyboard Data"));
+        saveDialog("import-question",
+                   [this] { importSettingsFrom(earlierStates().constLast().path, &window); });
+        saveDialog("import-refused", [this] { importSettingsFrom("a picture.png", &window); });
         saveDialog("reset-question", [] { click("Reset Keyboard Data"); });
         saveDialog("restore-notice", [] { click("Restore Factory Settings"); });
     }
@@ -232,6 +233,30 @@ private:
         });
         open();
         complete = tests::dialogsStillExpected() == 0 && complete;
+    }
+
+    // With its sub-menus.
+    void saveContextMenu(const QString& name, QWidget& widget)
+    {
+        const QPoint place = widget.rect().center();
+        QContextMenuEvent asked(QContextMenuEvent::Mouse, place, widget.mapToGlobal(place));
+        QApplication::sendEvent(&widget, &asked);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        saveMenu(name, menu);
+    }
+
+    void saveMenu(const QString& name, QMenu* menu)
+    {
+        save(name, menu);
+        int number = 0;
+        for (const QAction* action : menu->actions()) {
+            if (action->menu() == nullptr)
+                continue;
+            action->menu()->popup(window.mapToGlobal(QPoint(600, 100)));
+            save(name + QStringLiteral("-%1").arg(++number), action->menu());
+            action->menu()->close();
+        }
+        menu->close();
     }
 
     void saveList(const QString& name, QComboBox& list)

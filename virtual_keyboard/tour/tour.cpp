@@ -23,6 +23,8 @@ bool Tour::run()
         visitColors();
         visitScreen();
         visitSettings();
+        visitHistory();
+        visitExchange();
         step(
             QStringLiteral("the keyboard has nothing to complain about"), [] {},
             [] { return bus().violations().empty(); },
@@ -62,13 +64,14 @@ void Tour::step(const QString& title, const std::function<void()>& action, const
 void Tour::showPage(const QString& title)
 {
     driver.click([&] { return TourDriver::buttonWithToolTip(title); });
-    const bool shown = driver.waitUntil([&] {
-        const auto* label =
-            qobject_cast<QLabel*>(TourDriver::widgetNamed(QStringLiteral("pageTitle")));
-        return label != nullptr && label->text() == title;
-    });
-    if (!shown)
+    if (!driver.waitUntil([&] { return shownPage() == title; }))
         throw std::runtime_error("a page does not show");
+}
+
+QString Tour::shownPage()
+{
+    const auto* label = qobject_cast<QLabel*>(TourDriver::widgetNamed(QStringLiteral("pageTitle")));
+    return label == nullptr ? QString() : label->text();
 }
 
 void Tour::clickKey(const QString& description, MouseButton button)

@@ -27,6 +27,8 @@ private:
     void step(const QString& title, const std::function<void()>& action, const Check& check,
               const Words& words);
     void showPage(const QString& title);
+    [[nodiscard]] static QString shownPage(); // for the GUI thread
+    void undoAndRedo(const QString& title, const QString& page, const std::function<void()>& edit);
 
     // A press on the drawn key that the layout file calls so, on the page shown.
     void clickKey(const QString& description, MouseButton button = MouseButton::Left);
@@ -38,6 +40,8 @@ private:
     void visitColors();
     void visitScreen();
     void visitSettings();
+    void visitHistory();
+    void visitExchange();
 
     TourDriver& driver;
     int stepsTaken = 0;

@@ -22,7 +22,6 @@ namespace {
 
 constexpr qint64 patienceMs = 20'000;
 constexpr unsigned long pollEveryMs = 5;
-constexpr unsigned shiftKeySymbol = 0xFFE1;
 
 struct KeyCode
 {
@@ -246,6 +245,14 @@ void TourDriver::pressKey(KeySymbol key)
     pressSymbol(static_cast<unsigned>(key));
 }
 
+void TourDriver::pressWith(KeySymbol modifier, KeySymbol key)
+{
+    const unsigned held = findKeyCode(connection, static_cast<unsigned>(modifier)).code;
+    fakeInput(XCB_KEY_PRESS, held);
+    pressKey(key);
+    fakeInput(XCB_KEY_RELEASE, held);
+}
+
 void TourDriver::type(const QString& text)
 {
     // The X server focuses a new window some time after it shows.
@@ -265,7 +272,7 @@ void TourDriver::type(const QString& text)
 void TourDriver::pressSymbol(unsigned keySymbol)
 {
     const KeyCode key = findKeyCode(connection, keySymbol);
-    const unsigned shift = findKeyCode(connection, shiftKeySymbol).code;
+    const unsigned shift = findKeyCode(connection, static_cast<unsigned>(KeySymbol::Shift)).code;
     if (key.shifted)
         fakeInput(XCB_KEY_PRESS, shift);
     fakeInput(XCB_KEY_PRESS, key.code);

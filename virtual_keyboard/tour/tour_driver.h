@@ -19,7 +19,14 @@ namespace tavik::virtual_keyboard {
 enum class MouseButton { Left = 1, Middle = 2, Right = 3 };
 
 // Keys that stand for no character, by their X key symbols.
-enum class KeySymbol : unsigned { Return = 0xFF0D, Home = 0xFF50, Left = 0xFF51 };
+enum class KeySymbol : unsigned {
+    Return = 0xFF0D,
+    Home = 0xFF50,
+    Left = 0xFF51,
+    F10 = 0xFFC7,
+    Shift = 0xFFE1,
+    Control = 0xFFE3,
+};
 
 // Uses the program as a person would: it moves the pointer, clicks and types through the X server,
 // so that every event takes the way of a real one. It runs in a thread of its own, because the
@@ -70,6 +77,8 @@ public:
     // In the menu that is open: enters the submenu, when one is named, and clicks the entry.
     void chooseMenuEntry(const QString& submenu, const QString& text);
     void pressKey(KeySymbol key);
+    // Holds the modifier meanwhile. Latin letters are their own symbols; capital ones add Shift.
+    void pressWith(KeySymbol modifier, KeySymbol key);
     // Latin text, into the text field that has the focus or gets it soon.
     void type(const QString& text);
 
