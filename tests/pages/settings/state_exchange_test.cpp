@@ -120,6 +120,7 @@ private slots:
     {
         SavedState colored = numbered(1);
         colored.customRgb[3] = 1;
+        colored.layerFn[3] = {5, 0, 0, 0};
         for (const SavedState& state : {numbered(0), numbered(3), colored, SavedState{}})
             QVERIFY(keepEarlier(stateToJson(state)));
         QStringList times;
@@ -127,7 +128,7 @@ private slots:
             times += timeText(state);
         QMenu* earlier = openEarlierStates();
         QTRY_COMPARE(textsOf(earlier), QStringList({times.at(0) + "\t0 keys, 0 macros, 0 colors",
-                                                    times.at(1) + "\t1 key, 1 macro, 1 color",
+                                                    times.at(1) + "\t2 keys, 1 macro, 1 color",
                                                     times.at(2) + "\t3 keys, 1 macro, 0 colors",
                                                     times.at(3) + "\t0 keys, 1 macro, 0 colors"}));
     }
