@@ -19,11 +19,11 @@ using namespace tavik;
 namespace {
 
 // The pointer of the X server, moved as a hand moves it.
-class Pointer
+class Pointer : public QObject
 {
 public:
-    Pointer() : connection(xcb_connect(nullptr, nullptr)) {}
-    ~Pointer() { xcb_disconnect(connection); }
+    Pointer() : connection(xcb_connect(nullptr, nullptr)) { qApp->installEventFilter(this); }
+    ~Pointer() override { xcb_disconnect(connection); }
     Q_DISABLE_COPY_MOVE(Pointer)
 
     // A window shown before the manager runs would be none of its business.
@@ -43,13 +43,14 @@ public:
     void moveTo(QPoint point)
     {
         fake(XCB_MOTION_NOTIFY, 0, point);
-        QTest::qWait(10);
+        QVERIFY(QTest::qWaitFor([point] { return QCursor::pos() == point; }));
     }
     void press(int button = 1) { fake(XCB_BUTTON_PRESS, button); }
     void release(int button = 1)
     {
+        const int before = released;
         fake(XCB_BUTTON_RELEASE, button);
-        QTest::qWait(10);
+        QVERIFY(QTest::qWaitFor([this, before] { return released > before; }));
     }
     void click(QPoint point, int button = 1)
     {
@@ -61,11 +62,31 @@ public:
     {
         moveTo(from);
         press(button);
-        QTest::qWait(150); // until the window manager has taken over
-        for (int step = 1; step <= 8; ++step)
-            moveTo(from + (to - from) * step / 8);
-        QTest::qWait(50);
+        moveFurther(from, to);
         release(button);
+    }
+    // From the press to the release, the window manager resizes by itself. It has taken over when
+    // the window follows.
+    void dragByManager(const QWidget& window, QPoint from, QPoint to)
+    {
+        const QRect before = window.geometry();
+        const int pressesBefore = pressed;
+        moveTo(from);
+        press();
+        QVERIFY(QTest::qWaitFor([&] { return pressed > pressesBefore; }));
+        QVERIFY(QTest::qWaitFor([&] {
+            moveFurther(from, to);
+            return window.geometry() != before;
+        }));
+        fake(XCB_BUTTON_RELEASE, 1);
+    }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        pressed += event->type() == QEvent::MouseButtonPress ? 1 : 0;
+        released += event->type() == QEvent::MouseButtonRelease ? 1 : 0;
+        return false;
     }
 
 private:
@@ -81,6 +102,12 @@ private:
         return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     }
 
+    void moveFurther(QPoint from, QPoint to)
+    {
+        for (int step = 1; step <= 8; ++step)
+            moveTo(from + (to - from) * step / 8);
+    }
+
     void fake(int type, int detail, QPoint point = {})
     {
         xcb_test_fake_input(connection, static_cast<std::uint8_t>(type),
@@ -92,10 +119,10 @@ private:
     }
 
     xcb_connection_t* connection;
+    int pressed = 0; // events that have reached the program
+    int released = 0;
 };
 
-constexpr int doubleClickMs = 150;
-constexpr int betweenClicksMs = 200;
 constexpr QRect startPlace(60, 80, 1000, 700);
 
 } // namespace
@@ -111,26 +138,22 @@ private slots:
         manager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
         QVERIFY2(manager.waitForStarted(), "openbox does not start");
         QTRY_VERIFY_WITH_TIMEOUT(pointer.seesAWindowManager(), 20'000);
-        QApplication::setDoubleClickInterval(doubleClickMs);
         applyApplicationStyle(*qApp);
-        window = std::make_unique<MainWindow>();
-        showOnScreen(*window, window->screen()->availableGeometry());
-        QVERIFY(QTest::qWaitForWindowActive(window.get(), 20'000));
     }
 
     void init()
     {
-        window->showNormal();
-        QTRY_VERIFY(!window->isMaximized());
+        window = std::make_unique<MainWindow>();
         window->setGeometry(startPlace);
+        showOnScreen(*window, window->screen()->availableGeometry());
+        QVERIFY(QTest::qWaitForWindowActive(window.get(), 20'000));
         QTRY_COMPARE(window->geometry(), startPlace);
-        QTest::qWait(
-            betweenClicksMs); // a click of the case before is no first half of a double click
     }
+
+    void cleanup() { window.reset(); }
 
     void cleanupTestCase()
     {
-        window.reset();
         manager.terminate();
         manager.waitForFinished();
     }
@@ -154,14 +177,16 @@ private slots:
     {
         QFETCH(QPoint, from);
         QFETCH(QMargins, growth);
-        pointer.drag(from,
-                     from + QPoint(growth.right() - growth.left(), growth.bottom() - growth.top()));
+        pointer.dragByManager(
+            *window, from,
+            from + QPoint(growth.right() - growth.left(), growth.bottom() - growth.top()));
         QTRY_COMPARE(window->geometry(), startPlace.marginsAdded(growth));
     }
 
     void resizingStopsAtTheLeastSize()
     {
-        pointer.drag(startPlace.bottomRight() - QPoint(2, 2), startPlace.topLeft());
+        pointer.dragByManager(*window, startPlace.bottomRight() - QPoint(2, 2),
+                              startPlace.topLeft());
         QTRY_COMPARE(window->geometry(), QRect(startPlace.topLeft(), QSize(900, 620)));
     }
 
@@ -195,7 +220,6 @@ private slots:
         QTRY_VERIFY(window->isMaximized());
         QTRY_COMPARE(window->geometry(), window->screen()->availableGeometry());
         QVERIFY(!window->findChild<WindowRim*>()->isVisible());
-        QTest::qWait(betweenClicksMs);
 
         const QPoint maximizedBar(400, 20);
         pointer.click(maximizedBar);
@@ -214,7 +238,6 @@ private slots:
         pointer.moveTo(bar + QPoint(15, 30));
         pointer.moveTo(bar + QPoint(30, 60));
         pointer.release();
-        QTest::qWait(100);
         QVERIFY(window->isMaximized());
         QCOMPARE(window->geometry(), window->screen()->availableGeometry());
     }
@@ -242,7 +265,6 @@ private slots:
         window->showMaximized();
         QTRY_COMPARE(window->geometry(), window->screen()->availableGeometry());
         pointer.drag({600, 20}, {603, 22});
-        QTest::qWait(200);
         QVERIFY(window->isMaximized());
         QCOMPARE(window->geometry(), window->screen()->availableGeometry());
     }
@@ -254,7 +276,6 @@ private slots:
             pointer.drag(bar, bar + QPoint(50, 50), button);
             pointer.click(bar, button);
             pointer.click(bar, button);
-            QTest::qWait(100);
             QCOMPARE(window->geometry(), startPlace);
             QVERIFY(QApplication::activePopupWidget() == nullptr);
         }
