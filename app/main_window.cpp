@@ -158,24 +158,18 @@ MainWindow::MainWindow()
     connect(&Device::instance(), &Device::connectedChanged, this,
             [this] { setWindowTitle(windowTitleText()); });
     setCentralWidget(createShell());
-    addPages();
     new WindowRim(centralWidget()); // over everything else
     createShortcuts();
 
     sidebarButtons.at(homeEntry)->setChecked(true);
     showPage(sidebarEntries.at(startEntry));
+    focusPage(Qt::OtherFocusReason);
 }
 
 QWidget* MainWindow::createShell()
 {
     auto* shell = new QWidget(this);
     shell->setObjectName(QStringLiteral("shell"));
-    titleBar = new SkinTitleBar(shell);
-    connect(titleBar, &SkinTitleBar::minimizeRequested, this, &QWidget::showMinimized);
-    connect(titleBar, &SkinTitleBar::closeRequested, this, &QWidget::close);
-    connect(titleBar, &SkinTitleBar::maximizeToggled, this,
-            [this] { setWindowState(windowState() ^ Qt::WindowMaximized); });
-
     auto* workspace = new SkinWorkspace(shell);
     pageStack = new QStackedWidget(workspace);
     pageStack->setObjectName(QStringLiteral("pageStack"));
@@ -187,6 +181,14 @@ QWidget* MainWindow::createShell()
     workspaceRow->setSpacing(0);
     workspaceRow->addWidget(createSidebar());
     workspaceRow->addWidget(pageStack, 1);
+    addPages();
+
+    // Made last, its buttons are the last that Tab comes to.
+    titleBar = new SkinTitleBar(shell);
+    connect(titleBar, &SkinTitleBar::minimizeRequested, this, &QWidget::showMinimized);
+    connect(titleBar, &SkinTitleBar::closeRequested, this, &QWidget::close);
+    connect(titleBar, &SkinTitleBar::maximizeToggled, this,
+            [this] { setWindowState(windowState() ^ Qt::WindowMaximized); });
 
     auto* column = new QVBoxLayout(shell);
     column->setContentsMargins(1, 1, 1, 1);
@@ -225,6 +227,7 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
     button->setToolButtonStyle(Qt::ToolButtonIconOnly);
     button->setCheckable(true);
     button->setAutoExclusive(true);
+    button->setFocusPolicy(Qt::StrongFocus); // after a click, the focus stays here
     button->setToolTip(title);
     button->setAccessibleName(title);
     connect(button, &QToolButton::clicked, this, [this, &entry] { showPage(entry); });
@@ -256,6 +259,21 @@ void MainWindow::showPage(const SidebarEntry& entry)
     sidebarButtons.at(index)->setChecked(true);
     pageStack->setCurrentIndex(index);
     titleBar->setTitle(QLatin1String(entry.title));
+}
+
+// The focus goes to the first control of the open page, if there is one.
+void MainWindow::focusPage(Qt::FocusReason reason)
+{
+    const QWidget* page = pageStack->currentWidget();
+    for (QWidget* widget = page->nextInFocusChain(); widget != page;
+         widget = widget->nextInFocusChain()) {
+        const bool isTabStop = (widget->focusPolicy() & Qt::TabFocus) != 0;
+        if (isTabStop && page->isAncestorOf(widget) && widget->isVisibleTo(page) &&
+            widget->isEnabled()) {
+            widget->setFocus(reason);
+            return;
+        }
+    }
 }
 
 void MainWindow::showPageOf(StatePart part)
@@ -295,16 +313,25 @@ void MainWindow::dropEvent(QDropEvent* event)
     QTimer::singleShot(0, this, [this, path] { importSettingsFrom(path, this); });
 }
 
-// A text field claims the keys of its own undo and redo even when it has nothing to take back;
-// then they are the window's.
 bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() != QEvent::ShortcutOverride)
-        return QMainWindow::eventFilter(watched, event);
+    if (event->type() == QEvent::ShortcutOverride)
+        return leavesUndoToWindow(watched, static_cast<QKeyEvent*>(event));
+    // A page opened with the space key is gone on with by keys.
+    if (event->type() == QEvent::KeyRelease && sidebarButtons.contains(watched) &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space)
+        QTimer::singleShot(0, this, [this] { focusPage(Qt::TabFocusReason); });
+    return QMainWindow::eventFilter(watched, event);
+}
+
+// A text field claims the keys of its own undo and redo even when it has nothing to take back;
+// then they are the window's.
+bool MainWindow::leavesUndoToWindow(const QObject* watched, QKeyEvent* event) const
+{
     const QLineEdit* field = textFieldOf(watched);
     if (field == nullptr || field->window() != this)
         return false;
-    const QKeySequence keys(static_cast<QKeyEvent*>(event)->keyCombination());
+    const QKeySequence keys(event->keyCombination());
     const bool isUndo = undoAction->shortcuts().contains(keys) && !field->isUndoAvailable();
     const bool isRedo = redoAction->shortcuts().contains(keys) && !field->isRedoAvailable();
     if (!isUndo && !isRedo)

@@ -35,7 +35,9 @@ private:
     void addPages();
     void createShortcuts();
     void showPage(const SidebarEntry& entry);
+    void focusPage(Qt::FocusReason reason);
     void showPageOf(StatePart part);
+    [[nodiscard]] bool leavesUndoToWindow(const QObject* watched, QKeyEvent* event) const;
     void openContextMenu();
 
     SkinTitleBar* titleBar = nullptr;

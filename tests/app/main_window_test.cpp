@@ -162,6 +162,73 @@ private slots:
         QCOMPARE(titleOf(*window), QStringLiteral("Light Effect Mode"));
     }
 
+    void firstFocusIsTheChosenEffect()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QCOMPARE(QApplication::focusWidget()->objectName(), QStringLiteral("effectList"));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QVERIFY(!window->isMinimized());
+    }
+
+    void titleBarButtonsComeLastInTheTabOrder()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QStringList names;
+        for (int step = 0; step < 200 && !names.contains("navButton"); ++step) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            names += QApplication::focusWidget()->objectName();
+        }
+        QVERIFY(names.size() > 10);
+        QCOMPARE(names.last(3), QStringList({"windowMinimize", "windowClose", "navButton"}));
+        QCOMPARE(names.count("windowMinimize"), 1);
+    }
+
+    void spaceOnTheSidebarGoesIntoThePage_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::newRow("Keys") << 1;
+        QTest::newRow("Macros") << 2;
+        QTest::newRow("Light Effect Mode") << 3;
+        QTest::newRow("TFT Screen") << 4;
+        QTest::newRow("Custom Lighting") << 6;
+        QTest::newRow("Keyboard Settings") << 8;
+    }
+    void spaceOnTheSidebarGoesIntoThePage()
+    {
+        QFETCH(int, index);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QToolButton* button = sidebarButtons(*window).at(index);
+        button->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(button, Qt::Key_Space);
+        const QWidget* page = stackOf(*window)->widget(index);
+        QTRY_VERIFY(page->isAncestorOf(QApplication::focusWidget()));
+        QCOMPARE(stackOf(*window)->currentIndex(), index);
+
+        // It is the first one: going back from there leaves the page.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
+        QVERIFY(!page->isAncestorOf(QApplication::focusWidget()));
+    }
+
+    void emptyPageLeavesTheFocusOnTheSidebar()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QToolButton* button = sidebarButtons(*window).at(5);
+        button->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(button, Qt::Key_Space);
+        QCoreApplication::processEvents();
+        QCOMPARE(QApplication::focusWidget(), button);
+    }
+
+    void clickOnTheSidebarKeepsTheFocusThere()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        for (QToolButton* button : sidebarButtons(*window)) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            QCoreApplication::processEvents();
+            QCOMPARE(QApplication::focusWidget(), button);
+        }
+    }
+
     void buttonsShowTheirPageAndTitle()
     {
         const QList<QToolButton*> buttons = sidebarButtons(*window);
