@@ -1,6 +1,5 @@
 #include "model/app_state.h"
 
-#include "files/regular_file.h"
 #include "files/whole_file.h"
 #include "model/edit_history.h"
 #include "model/state_copies.h"
@@ -205,10 +204,10 @@ bool isState(const QByteArray& content)
 // Whether the state file may hold the only whole state: writing it without a copy could cost that.
 bool isOnlyWholeState(const QString& path)
 {
-    const std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
+    const std::optional<QByteArray> content = readStateContent(path);
     if (!content)
         return QFileInfo::exists(path);
-    return isState(*content) && readRegularFile(copyPath(), stateFileLimit) != content;
+    return isState(*content) && readStateContent(copyPath()) != content;
 }
 
 } // namespace
@@ -267,8 +266,8 @@ AppState::AppState()
 // A copy that cannot be made must not keep the program from starting.
 void AppState::load()
 {
-    const std::optional<QByteArray> content = readRegularFile(stateFilePath(), stateFileLimit);
-    foundCopyIsKept = content && readRegularFile(copyPath(), stateFileLimit) == content;
+    const std::optional<QByteArray> content = readStateContent(stateFilePath());
+    foundCopyIsKept = content && readStateContent(copyPath()) == content;
     std::ignore = keepFoundCopy();
     if (!content)
         return;
@@ -294,6 +293,9 @@ void AppState::save() const
     // Opening empties the file, so the bytes are made first: it stays empty as briefly as can be.
     const QByteArray content = stateToJson(*this);
     QDir().mkpath(QFileInfo(path).path());
+    // What was too large to be read is not overwritten.
+    if (present.st_size > stateFileLimit)
+        QFile::rename(path, path + QStringLiteral(".damaged"));
     if (!keepFoundCopy() || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
         return;
     QFile file(path);
@@ -304,7 +306,7 @@ void AppState::save() const
 bool AppState::keepFoundCopy() const
 {
     if (!foundCopyIsKept) {
-        const std::optional<QByteArray> copy = readRegularFile(copyPath(), stateFileLimit);
+        const std::optional<QByteArray> copy = readStateContent(copyPath());
         foundCopyIsKept =
             copy ? !isState(*copy) || keepEarlier(*copy) : !QFileInfo(copyPath()).isFile();
     }

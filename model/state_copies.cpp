@@ -16,6 +16,7 @@ namespace tavik {
 namespace {
 
 constexpr qsizetype statesKept = 30;
+constexpr qsizetype mostValues = 2'500'000;
 
 QString directoryPath()
 {
@@ -56,6 +57,15 @@ QList<EarlierState> keptStates()
 
 } // namespace
 
+std::optional<QByteArray> readStateContent(const QString& path)
+{
+    std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
+    const auto startsValue = [](char c) { return c == ',' || c == '[' || c == '{'; };
+    if (content && std::ranges::count_if(*content, startsValue) > mostValues)
+        content.reset();
+    return content;
+}
+
 QList<EarlierState> earlierStates()
 {
     return keptStates().mid(0, statesKept);
@@ -66,7 +76,7 @@ bool keepEarlier(const QByteArray& content)
     const QList<EarlierState> kept = keptStates();
     QDateTime time = QDateTime::currentDateTimeUtc();
     if (!kept.isEmpty()) {
-        if (readRegularFile(kept.first().path, stateFileLimit) == content)
+        if (readStateContent(kept.first().path) == content)
             return true;
         // After a clock was set back, the state kept last must still be the newest.
         time = std::max(time, kept.first().keptAt.addMSecs(1));
@@ -82,7 +92,7 @@ bool keepEarlier(const QByteArray& content)
 std::optional<SavedState> readStateFile(const QString& path, QString* reason,
                                         const SavedState& present)
 {
-    const std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
+    const std::optional<QByteArray> content = readStateContent(path);
     if (!content) {
         *reason = QStringLiteral("The file cannot be read, or it is larger than 64 MB.");
         return {};

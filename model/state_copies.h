@@ -14,6 +14,10 @@ namespace tavik {
 // No file of more bytes is read as a state. Both layers and all colors take less than 0.1 MB.
 constexpr qint64 stateFileLimit = qint64{64} << 20;
 
+// The content of a state file. Nothing where it cannot be read, is no regular file or larger than
+// the limit, or has more values than any state of that size: read, they would fill the memory.
+[[nodiscard]] std::optional<QByteArray> readStateContent(const QString& path);
+
 // A state that was kept beside the state file, in "earlier/", named after the time of that.
 struct EarlierState
 {

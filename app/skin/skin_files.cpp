@@ -1,15 +1,21 @@
 #include "app/skin/skin_files.h"
 
+#include "files/regular_file.h"
 #include "files/shared_place.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QStringList>
 
 namespace tavik {
 
 namespace {
+
+constexpr qint64 largestFile = 32 * 1024 * 1024;
+constexpr qint64 mostPixels = 10'000'000;
 
 QStringList skinDirectories()
 {
@@ -34,6 +40,24 @@ QString resolveSkinFile(const QString& relativeName)
             return candidate;
     }
     return {};
+}
+
+QByteArray readSkinFile(const QString& path)
+{
+    return readRegularFile(path, largestFile).value_or(QByteArray());
+}
+
+QImage decodeSkinImage(const QByteArray& content)
+{
+    QByteArray bytes = content;
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    const QSize size = reader.size();
+    // Not every format tells its size before it is decoded; pictures of the skin are of one that
+    // does.
+    if (size.isEmpty() || qint64{size.width()} * size.height() > mostPixels)
+        return {};
+    return reader.read();
 }
 
 } // namespace tavik

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QByteArray>
+#include <QImage>
 #include <QString>
 
 namespace tavik {
@@ -8,5 +10,12 @@ namespace tavik {
 // a null string when none has. The name may contain a subdirectory ("fonts/OpenSans-Regular.ttf").
 // Searched afresh on every call, relative to the current directory of that moment.
 [[nodiscard]] QString resolveSkinFile(const QString& relativeName);
+
+// The content of a file that was found. Empty when it is no regular file of at most 32 MB.
+[[nodiscard]] QByteArray readSkinFile(const QString& path);
+
+// The picture in the content of a file. Null when there is none, or one of more than ten million
+// pixels: a few bytes can stand for more than the memory holds.
+[[nodiscard]] QImage decodeSkinImage(const QByteArray& content);
 
 } // namespace tavik

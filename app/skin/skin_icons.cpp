@@ -42,9 +42,7 @@ QPixmap tintedIconPixmap(const QImage& image)
 
 QImage loadSkinImage(const QString& name)
 {
-    // An empty path is not handed on: the loader would complain on standard error.
-    const QString path = resolveSkinFile(name);
-    return path.isEmpty() ? QImage() : QImage(path);
+    return decodeSkinImage(readSkinFile(resolveSkinFile(name)));
 }
 
 QPixmap loadSkinPixmap(const QString& name)

@@ -4,7 +4,6 @@
 
 #include <QBuffer>
 #include <QDateTime>
-#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QImage>
@@ -24,12 +23,6 @@ struct SkinPicture::File
 };
 
 namespace {
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 // The picture as its PNG brings it along at this size, or null.
 QImage preparedImage(const QByteArray& png, const QByteArray& type, QSize pixels)
@@ -80,7 +73,7 @@ SkinPicture::SkinPicture(const QString& name, Scaling pictureScaling) : scaling(
         return;
     file = std::make_shared<File>();
     if (!path.isEmpty())
-        file->content = contentOf(path);
+        file->content = readSkinFile(path);
     read.insert(identity, file);
 }
 
@@ -94,7 +87,7 @@ std::shared_ptr<const QPixmap> SkinPicture::scaled(QSize pixels) const
 
     QPixmap made = QPixmap::fromImage(preparedImage(file->content, preparedChunk(scaling), pixels));
     if (made.isNull())
-        made = scaled(QPixmap::fromImage(QImage::fromData(file->content)), pixels, scaling);
+        made = scaled(QPixmap::fromImage(decodeSkinImage(file->content)), pixels, scaling);
     if (made.isNull()) {
         file->content.clear(); // and never tried again
         return nullptr;

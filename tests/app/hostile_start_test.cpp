@@ -1,0 +1,189 @@
+#include "tests/support/files.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+
+using namespace tavik::tests;
+
+namespace {
+
+constexpr qint64 mostMemory = 400 * 1024; // kilobytes
+
+const QStringList pictures{
+    "control_check.png",        "control_down.png",        "control_up.png",
+    "img_circlepalette.png",    "img_direction_bottom.png", "img_direction_left.png",
+    "img_direction_right.png",  "img_direction_top.png",    "img_keyboard_brix9.png",
+    "img_switch_off.png",       "img_switch_on.png",        "keyboard_bkg.png",
+    "main_sysbtn_close.png",    "main_sysbtn_min.png",      "zerolt-logo.png",
+    "icons/icon_favorites.png", "icons/tab_home.png",       "icons/tab_customkey.png"};
+const QStringList fonts{"fonts/OpenSans-Regular.ttf", "fonts/OpenSans-Semibold.ttf"};
+
+// A picture of 20,000 x 20,000 pixels in some kilobytes.
+QByteArray pictureBomb()
+{
+    QImage image(20'000, 20'000, QImage::Format_Mono);
+    image.fill(0);
+    QByteArray png;
+    QBuffer buffer(&png);
+    return image.save(&buffer, "PNG") ? png : QByteArray();
+}
+
+// So many macros without a name.
+QByteArray macrosWithoutNames(qsizetype count)
+{
+    return "{\"macros\":[{}" + QByteArray(",{}").repeated(count) + "]}";
+}
+
+// A state as the program writes it, as large as it reads one.
+QByteArray largestState()
+{
+    const QByteArray action = R"(
+                {
+                    "delay": 65535,
+                    "flags": 176,
+                    "key": 255
+                },)";
+    const QByteArray begin = "{\n    \"macros\": [\n        {\n            \"actions\": [";
+    const QByteArray end = "{}],\"name\":\"M\"}]}";
+    return begin + action.repeated((64 * 1024 * 1024 - begin.size() - end.size()) / action.size()) +
+           end;
+}
+
+QByteArray layoutBomb()
+{
+    return "<Keyboard width='800' height='300'>" +
+           QByteArray("<key light_index='1' rect_width='9' rect_height='9'/>").repeated(70'000) +
+           "</Keyboard>";
+}
+
+// The largest amount of memory that the process has had, in kilobytes.
+qint64 peakMemory(qint64 processId)
+{
+    const QString status =
+        QString::fromLatin1(readFile(QStringLiteral("/proc/%1/status").arg(processId)));
+    return status.section(QLatin1String("VmHWM:"), 1).section(u'k', 0, 0).trimmed().toLongLong();
+}
+
+} // namespace
+
+// Whatever lies where the program reads at its start, it starts.
+class HostileStartTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        // Away from the skin beside it, the program takes the one in the current directory.
+        QVERIFY(QDir().mkpath(directory.filePath("bin")));
+        QVERIFY(QFile::copy(PROGRAM_UNDER_TEST, program()));
+    }
+
+    void startsAllTheSame_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QByteArray>("content");
+        const QString skin = "run/resources/official-skin/";
+        QStringList skinPictures;
+        QStringList skinFonts;
+        for (const QString& name : pictures)
+            skinPictures += skin + name;
+        for (const QString& name : fonts)
+            skinFonts += skin + name;
+        const QStringList layout{"run/keyboard-layout.xml", "run/rgb-keyboard.xml"};
+        const QStringList state{"config/zerolt-linux/ZEROLT TAVIK Pro/state.json"};
+        const QStringList all = skinPictures + skinFonts + layout + state;
+        for (const char* kind : {"pipe", "endless device", "directory", "nothing in it"})
+            QTest::newRow(kind) << all << QString(kind) << QByteArray();
+        QTest::newRow("too large") << all << QString() << QByteArray(65 * 1024 * 1024, ' ');
+        QTest::newRow("picture bomb") << skinPictures << QString() << pictureBomb();
+        for (const int count : {1'200'000, 20'000'000}) {
+            QTest::addRow("%d macros", count)
+                << state << QString() << macrosWithoutNames(count);
+        }
+        QTest::newRow("largest state") << state << QString() << largestState();
+        QTest::newRow("layout bomb") << layout << QString() << layoutBomb();
+        QTest::newRow("noise in fonts")
+            << skinFonts << QString() << QByteArray(31 * 1024 * 1024, 'x');
+    }
+    void startsAllTheSame()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, kind);
+        QFETCH(QByteArray, content);
+        for (const QString& name : names)
+            place(directory.filePath(name), kind, content);
+
+        QProcess first;
+        start(first);
+        const QDir runtime(directory.filePath("runtime"));
+        QTRY_VERIFY_WITH_TIMEOUT(!runtime.entryList({"*.socket"}, QDir::System).isEmpty(), 30'000);
+        // A second start ends when the first, with its window open, answers.
+        bool isAnswered = false;
+        for (int attempt = 0; attempt < 20 && !isAnswered; ++attempt) {
+            QProcess second;
+            start(second);
+            isAnswered = second.waitForFinished(4'000) && second.exitCode() == 0;
+            second.kill();
+            second.waitForFinished();
+        }
+        QVERIFY(isAnswered);
+        QCOMPARE(first.state(), QProcess::Running);
+        const qint64 memory = peakMemory(first.processId());
+        QVERIFY(memory > 0);
+        QVERIFY2(memory < mostMemory, qPrintable(QString::number(memory / 1024) + " MB"));
+        first.terminate();
+        QVERIFY(first.waitForFinished());
+    }
+
+    void cleanup()
+    {
+        for (const char* name : {"run", "config", "runtime"})
+            QDir(directory.filePath(name)).removeRecursively();
+    }
+
+private:
+    [[nodiscard]] QString program() const { return directory.filePath("bin/tavik-center"); }
+
+    static void place(const QString& path, const QString& kind, const QByteArray& content)
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        if (kind == "pipe")
+            QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else if (kind == "endless device")
+            QVERIFY(QFile::link("/dev/zero", path));
+        else if (kind == "directory")
+            QVERIFY(QDir().mkpath(path));
+        else
+            writeFile(path, content);
+    }
+
+    void start(QProcess& process) const
+    {
+        QDir().mkpath(directory.filePath("runtime"));
+        QFile::setPermissions(directory.filePath("runtime"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QDir().mkpath(directory.filePath("run"));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_CONFIG_HOME", directory.filePath("config"));
+        environment.insert("XDG_RUNTIME_DIR", directory.filePath("runtime"));
+        environment.insert("QT_QPA_PLATFORM", "offscreen");
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(directory.filePath("run"));
+        process.start(program(), QStringList());
+        process.waitForStarted();
+    }
+
+    QTemporaryDir directory;
+};
+
+QTEST_GUILESS_MAIN(HostileStartTest)
+#include "hostile_start_test.moc"
