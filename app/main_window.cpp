@@ -301,13 +301,17 @@ void MainWindow::createShortcuts()
 void MainWindow::dragEnterEvent(QDragEnterEvent* event)
 {
     if (!settingsFileIn(event->mimeData()).isEmpty() &&
-        QApplication::activeModalWidget() == nullptr)
-        event->acceptProposedAction();
+        QApplication::activeModalWidget() == nullptr) {
+        // Whoever offers to move a file would delete it.
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
 }
 
 void MainWindow::dropEvent(QDropEvent* event)
 {
-    event->acceptProposedAction();
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
     // The program that the file comes from waits until this returns, so the question comes later.
     const QString path = settingsFileIn(event->mimeData());
     QTimer::singleShot(0, this, [this, path] { importSettingsFrom(path, this); });

@@ -5,7 +5,9 @@
 #include <QApplication>
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QSocketNotifier>
 #include <QWidget>
@@ -15,6 +17,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace tavik {
@@ -25,12 +28,22 @@ constexpr int answerTimeoutMs = 2000;
 constexpr int pauseBetweenAttemptsMs = 50;
 constexpr std::size_t longestToken = 1024;
 
+// The path without links, as far as it exists: one file must not have two locks.
+QString realPath(const QString& path)
+{
+    const QFileInfo file(QDir::cleanPath(path));
+    const QString canonical = file.canonicalFilePath();
+    if (!canonical.isEmpty() || file.isRoot())
+        return canonical;
+    return realPath(file.path()) + u'/' + file.fileName();
+}
+
 // Different configuration directories, different windows. The name is short, since the path of a
 // socket must be.
 QString runtimePath(const QString& stateFile, const QString& suffix)
 {
     const QByteArray digest =
-        QCryptographicHash::hash(stateFile.toUtf8(), QCryptographicHash::Sha256).toHex();
+        QCryptographicHash::hash(realPath(stateFile).toUtf8(), QCryptographicHash::Sha256).toHex();
     return runtimeFilePath(QStringLiteral("tavik-center-") + QString::fromLatin1(digest.first(16)) +
                            suffix);
 }
@@ -58,6 +71,39 @@ const sockaddr* generic(const sockaddr_un& address)
 {
     return reinterpret_cast<const sockaddr*>(&address);
 }
+
+// Asks the first to come to the front, as soon as it listens.
+class Question
+{
+public:
+    explicit Question(const QString& socketPath) : first(addressOf(socketPath)) {}
+    ~Question() { ::close(asking); }
+    Q_DISABLE_COPY_MOVE(Question)
+
+    // False after a while without an answer.
+    [[nodiscard]] bool isAnsweredSoon()
+    {
+        isAsked = isAsked || ask();
+        pollfd answer = {isAsked ? asking : -1, POLLIN, 0};
+        return ::poll(&answer, 1, pauseBetweenAttemptsMs) == 1;
+    }
+
+private:
+    [[nodiscard]] bool ask() const
+    {
+        // An address of its own, by which the answer comes back; without one it has none yet.
+        const sockaddr_un own = {AF_UNIX, {}};
+        std::ignore = ::bind(asking, generic(own), sizeof own.sun_family);
+        // What the desktop gave this start for coming to the front goes to the window that does it.
+        const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
+        return first && ::sendto(asking, token.constData(), static_cast<std::size_t>(token.size()),
+                                 0, generic(*first), sizeof *first) >= 0;
+    }
+
+    const std::optional<sockaddr_un> first;
+    const int asking = openSocket();
+    bool isAsked = false;
+};
 
 void showThatNobodyAnswers()
 {
@@ -90,40 +136,19 @@ SingleWindow::~SingleWindow()
 
 std::optional<int> SingleWindow::endsWith()
 {
-    // The first may be about to listen, or to end.
-    QDeadlineTimer deadline(answerTimeoutMs);
+    // The first may be about to listen, or to end; then the lock is free.
+    Question question(socketPath);
+    const QDeadlineTimer deadline(answerTimeoutMs);
     while (lock.attempt() == ProcessLock::Attempt::HeldByAnother) {
-        if (askFirst())
+        if (question.isAnsweredSoon())
             return 0;
         if (deadline.hasExpired()) {
             showThatNobodyAnswers();
             return 1;
         }
-        ::poll(nullptr, 0, pauseBetweenAttemptsMs);
     }
     listen();
     return {};
-}
-
-// True when the first has come to the front. False at once when nobody listens, else after the
-// time-out.
-bool SingleWindow::askFirst() const
-{
-    const auto first = addressOf(socketPath);
-    const int asking = openSocket();
-    if (!first || asking < 0)
-        return false;
-    // An address of its own, by which the answer comes back.
-    const sockaddr_un own = {AF_UNIX, {}};
-    // What the desktop gave this start for coming to the front goes to the window that does it.
-    const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
-    pollfd answered = {asking, POLLIN, 0};
-    const bool came = ::bind(asking, generic(own), sizeof own.sun_family) == 0 &&
-                      ::sendto(asking, token.constData(), static_cast<std::size_t>(token.size()), 0,
-                               generic(*first), sizeof *first) >= 0 &&
-                      ::poll(&answered, 1, answerTimeoutMs) == 1;
-    ::close(asking);
-    return came;
 }
 
 void SingleWindow::listen()

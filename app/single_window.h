@@ -31,7 +31,6 @@ public:
     void bringForward(QWidget* window);
 
 private:
-    [[nodiscard]] bool askFirst() const;
     void listen();
     void answer();
 

@@ -4,6 +4,19 @@
 
 namespace tavik {
 
+WireHold::WireHold(Device& keyboard) : device(keyboard)
+{
+    const QMutexLocker lock(&device.mutex);
+    held = device.takeWire();
+}
+
+WireHold::~WireHold()
+{
+    const QMutexLocker lock(&device.mutex);
+    if (held)
+        device.releaseWire();
+}
+
 CommandSession::CommandSession(Device& keyboard, SessionFlag sessionFlag)
     : device(keyboard), flag(static_cast<std::uint8_t>(sessionFlag)), locker(&keyboard.mutex)
 {

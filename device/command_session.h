@@ -10,6 +10,23 @@ namespace tavik {
 // screen, 1 round everything else; why is unknown.
 enum class SessionFlag : std::uint8_t { Zero = 0, One = 1 };
 
+// Keeps the sequences of other processes off the wire for as long as it lives, for what has to stay
+// together beyond one CommandSession. Locks the device's mutex itself, for a moment.
+class WireHold
+{
+public:
+    explicit WireHold(Device& keyboard);
+    ~WireHold();
+    Q_DISABLE_COPY_MOVE(WireHold)
+
+    // False when another process did not let go in time; the device's last error says so.
+    [[nodiscard]] bool isHeld() const { return held; }
+
+private:
+    Device& device;
+    bool held = false;
+};
+
 // One command sequence on the wire. It holds the device's lock from its making to its end, and the
 // keyboard gets the FINISH it is owed whatever happens in between: from the first attempt to open a
 // session on, also after a refusal, until finish() or commitAndEnd() has closed it. That FINISH may

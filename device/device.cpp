@@ -2,6 +2,7 @@
 
 #include "device/keyboard_identity.h"
 #include "device/pause.h"
+#include "device/wire_lock.h"
 
 #include <QMutexLocker>
 #include <hidapi.h>
@@ -32,6 +33,8 @@ Device& Device::instance()
     static Device device;
     return device;
 }
+
+Device::Device() = default;
 
 Device::~Device()
 {

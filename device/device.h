@@ -2,13 +2,16 @@
 
 #include "device/command_report.h"
 #include "device/hid_interface.h"
-#include "files/process_lock.h"
 
 #include <QMutex>
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
 namespace tavik {
+
+struct WireLock;
 
 // The connection to the keyboard's configuration interface: one per process, GUI thread only.
 //
@@ -85,17 +88,13 @@ public:
     [[nodiscard]] bool sendCommand(CommandCode code, std::uint8_t argument, const Report& payload);
 
 private:
-    Device() = default;
+    Device();
 
     [[nodiscard]] bool failWithTransportText();
     static QString commitRejection();
 
     HidHandle handle;
-    // Who waits for the wire holds the turn: a process that sends one sequence after the other has
-    // to wait for it, and would else never let anybody in.
-    ProcessLock turnLock{runtimeFilePath(QStringLiteral("tavik-center-turn.lock"))};
-    ProcessLock wireLock{runtimeFilePath(QStringLiteral("tavik-center-wire.lock"))};
-    int wireHolders = 0;
+    std::unique_ptr<WireLock> wireLock; // made when it is first taken
 
 public:
     QString lastError;

@@ -1,5 +1,6 @@
 #include "device/command_session.h"
 #include "device/pause.h"
+#include "device/wire_lock.h"
 
 using namespace std::chrono_literals;
 
@@ -23,15 +24,17 @@ QString busyText()
 bool Device::takeWire()
 {
     constexpr auto held = ProcessLock::Attempt::HeldByAnother;
-    bool isTaken = wireHolders > 0; // also by a sequence that has let the mutex go
+    if (!wireLock)
+        wireLock = std::make_unique<WireLock>();
+    bool isTaken = wireLock->holders > 0;
     for (int attempt = 0; !isTaken && attempt <= wireAttempts; ++attempt) {
         if (attempt > 0)
             pause(pauseAfterHeldWire);
-        isTaken = turnLock.attempt() != held && wireLock.attempt() != held;
+        isTaken = wireLock->turn.attempt() != held && wireLock->wire.attempt() != held;
     }
-    turnLock.release();
+    wireLock->turn.release();
     if (isTaken)
-        ++wireHolders;
+        ++wireLock->holders;
     else
         lastError = busyText();
     return isTaken;
@@ -39,8 +42,8 @@ bool Device::takeWire()
 
 void Device::releaseWire()
 {
-    if (--wireHolders == 0)
-        wireLock.release();
+    if (--wireLock->holders == 0)
+        wireLock->wire.release();
 }
 
 bool Device::command(const Report& request, const QString& rejection)

@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QStandardPaths>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -23,11 +22,13 @@ bool isOwnDirectory(const QString& path)
            status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
 }
 
+// Without a directory of its own, or with somebody else's (after becoming another user), Qt would
+// complain on standard error before it helps itself.
 QString runtimeDirectory()
 {
-    // Asked only when it is set: without it, Qt complains on standard error before it helps itself.
-    if (qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
-        return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    const QString given = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (isOwnDirectory(given))
+        return given;
     const QString path = QDir::tempPath() +
                          QStringLiteral("/tavik-center-%1").arg(static_cast<qulonglong>(geteuid()));
     ::mkdir(QFile::encodeName(path).constData(), 0700);

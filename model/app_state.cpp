@@ -196,6 +196,11 @@ QString copyPath()
     return stateFilePath() + QStringLiteral(".bak");
 }
 
+QString damagedPath()
+{
+    return stateFilePath() + QStringLiteral(".damaged");
+}
+
 bool isState(const QByteArray& content)
 {
     return QJsonDocument::fromJson(content).isObject();
@@ -267,17 +272,20 @@ AppState::AppState()
 void AppState::load()
 {
     const std::optional<QByteArray> content = readStateContent(stateFilePath());
-    foundCopyIsKept = content && readStateContent(copyPath()) == content;
+    const bool copyIsPresent = content && readStateContent(copyPath()) == content;
+    foundCopyIsKept = copyIsPresent;
     std::ignore = keepFoundCopy();
+    foundFileIsKept = content || !QFileInfo(stateFilePath()).isFile();
     if (!content)
         return;
     const QJsonDocument document = QJsonDocument::fromJson(*content);
     if (!document.isObject()) {
-        std::ignore = writeWholeFile(stateFilePath() + QStringLiteral(".damaged"), *content);
+        foundFileIsKept = writeWholeFile(damagedPath(), *content);
         return;
     }
     std::ignore = keepEarlier(*content);
-    std::ignore = writeWholeFile(copyPath(), *content);
+    if (!copyIsPresent)
+        std::ignore = writeWholeFile(copyPath(), *content);
     // The user goes on from what has loaded; an older copy must not stop him.
     foundCopyIsKept = true;
     static_cast<SavedState&>(*this) = stateFromJson(document.object());
@@ -293,9 +301,10 @@ void AppState::save() const
     // Opening empties the file, so the bytes are made first: it stays empty as briefly as can be.
     const QByteArray content = stateToJson(*this);
     QDir().mkpath(QFileInfo(path).path());
-    // What was too large to be read is not overwritten.
-    if (present.st_size > stateFileLimit)
-        QFile::rename(path, path + QStringLiteral(".damaged"));
+    // What could not be read, or not be copied, is moved aside rather than overwritten.
+    if (!foundFileIsKept && ::access(QFile::encodeName(path).constData(), W_OK) == 0)
+        foundFileIsKept = ::rename(QFile::encodeName(path).constData(),
+                                   QFile::encodeName(damagedPath()).constData()) == 0;
     if (!keepFoundCopy() || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
         return;
     QFile file(path);

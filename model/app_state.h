@@ -76,6 +76,7 @@ private:
     bool keepFoundCopy() const;
 
     mutable bool foundCopyIsKept = false;
+    mutable bool foundFileIsKept = true; // read, or copied to "state.json.damaged"
 };
 
 } // namespace tavik

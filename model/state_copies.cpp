@@ -16,7 +16,16 @@ namespace tavik {
 namespace {
 
 constexpr qsizetype statesKept = 30;
-constexpr qsizetype mostValues = 2'500'000;
+constexpr qsizetype mostMemory = qsizetype{128} << 20;
+
+// About how many bytes the values of a text take once they are read, brackets and commas wherever
+// they stand.
+qsizetype memoryOf(const QByteArray& json)
+{
+    constexpr qsizetype perValue = 16;
+    constexpr qsizetype perContainer = 100;
+    return json.count(',') * perValue + (json.count('[') + json.count('{')) * perContainer;
+}
 
 QString directoryPath()
 {
@@ -60,8 +69,7 @@ QList<EarlierState> keptStates()
 std::optional<QByteArray> readStateContent(const QString& path)
 {
     std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
-    const auto startsValue = [](char c) { return c == ',' || c == '[' || c == '{'; };
-    if (content && std::ranges::count_if(*content, startsValue) > mostValues)
+    if (content && memoryOf(*content) > mostMemory)
         content.reset();
     return content;
 }

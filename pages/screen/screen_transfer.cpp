@@ -69,13 +69,18 @@ ScreenTransferResult sendToScreen(const ScreenStream& stream, int slot,
                                   const ScreenProgress& showProgress)
 {
     Q_ASSERT(stream.size() % screenBlockSize == 0);
+    Device& device = Device::instance();
+    // The kernel hands acknowledgements to everybody who has the interface open: opened beside the
+    // transfer of another process, it would bring along some that are not ours.
+    const WireHold wire(device);
+    if (!wire.isHeld())
+        return {false, device.lastError};
     std::optional<ScreenLink> screen = ScreenLink::open();
     if (!screen)
         return {false, QStringLiteral("TFT interface (0xFF68/0xFF67) not found")};
     showProgress(QStringLiteral("TFT interface %1 opened…")
                      .arg(QString::number(screen->usagePage(), 16).toUpper()));
 
-    Device& device = Device::instance();
     QString blockError;
     if (device.refresh() && uploadBlocks(*screen, stream, slot, showProgress, blockError))
         return {true, {}};

@@ -53,11 +53,13 @@ QMessageBox::StandardButton showBox(QWidget* parent, const QString& title, const
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
 
-// Takes over the file's state under this name once the user has agreed to the question.
-void takeOver(const QString& path, const QString& name, const QString& question, QWidget* parent)
+// Takes over the file's state under this name once the user has agreed to the question. What the
+// file lacks is as in the given state.
+void takeOver(const QString& path, const SavedState& otherwise, const QString& name,
+              const QString& question, QWidget* parent)
 {
     QString reason;
-    const std::optional<SavedState> state = readStateFile(path, &reason, AppState::instance());
+    const std::optional<SavedState> state = readStateFile(path, &reason, otherwise);
     if (!state) {
         showBox(parent, name, tr("\"%1\" cannot be used. %2").arg(shownName(path), reason),
                 QMessageBox::Information, QMessageBox::Ok);
@@ -101,12 +103,15 @@ void addEarlierStates(QMenu* menu, QWidget* parent)
     for (const EarlierState& state : states) {
         const QString time = QLocale().toString(state.keptAt.toLocalTime(), QLocale::ShortFormat);
         const auto goBack = [path = state.path, time, parent] {
-            takeOver(path, tr("Earlier state"), tr("Go back to the state of %1?").arg(time),
+            takeOver(path, {}, tr("Earlier state"), tr("Go back to the state of %1?").arg(time),
                      parent);
         };
         menu->addAction(menuText(time), parent, goBack)->setData(state.path);
     }
-    countContents(menu);
+    QObject::connect(menu, &QMenu::aboutToShow, menu, [menu] {
+        if (menu->findChild<QTimer*>() == nullptr)
+            countContents(menu);
+    });
 }
 
 } // namespace
@@ -150,7 +155,7 @@ void importSettings(QWidget* parent)
 
 void importSettingsFrom(const QString& path, QWidget* parent)
 {
-    takeOver(path, tr("Import settings"),
+    takeOver(path, AppState::instance(), tr("Import settings"),
              tr("Take over the settings in \"%1\"? What the file does not hold stays as it is.")
                  .arg(shownName(path)),
              parent);

@@ -190,6 +190,43 @@ private slots:
         QCOMPARE(third.endsWith(), std::optional<int>(0));
     }
 
+    // The question lies in its queue when it ends.
+    void firstThatEndsWithoutAnAnswerIsFollowed()
+    {
+        Program first;
+        QVERIFY(first.opensItsWindow());
+        const qint64 processId = first.process.processId();
+        ::kill(static_cast<pid_t>(processId), SIGSTOP);
+        QProcess end;
+        end.start(QStringLiteral("/bin/sh"),
+                  {QStringLiteral("-c"), QStringLiteral("sleep 0.5; kill -9 %1").arg(processId)});
+        QVERIFY(end.waitForStarted());
+
+        SingleWindow second(stateFilePath());
+        QCOMPARE(second.endsWith(), std::optional<int>());
+        QVERIFY(end.waitForFinished());
+    }
+
+    void otherWayToTheSameFileIsNoOtherFile()
+    {
+        const QTemporaryDir directory;
+        QVERIFY(QDir().mkpath(directory.filePath(QStringLiteral("real"))));
+        QVERIFY(QFile::link(directory.filePath(QStringLiteral("real")),
+                            directory.filePath(QStringLiteral("link"))));
+        SingleWindow first(directory.filePath(QStringLiteral("real/new/state.json")));
+        QCOMPARE(first.endsWith(), std::optional<int>());
+        int boxes = 0;
+        for (const char* way : {"link/new/state.json", "real//new/../new/state.json"}) {
+            onNextDialog([&boxes](QWidget& dialog) {
+                ++boxes;
+                dialog.close();
+            });
+            SingleWindow second(directory.filePath(QLatin1String(way)));
+            QVERIFY(second.endsWith().has_value());
+        }
+        QCOMPARE(boxes, 2);
+    }
+
     // Two users differ in the runtime directory as well.
     void otherConfigurationsDoNotMeet()
     {

@@ -1,4 +1,6 @@
 #include "device/device.h"
+#include "files/process_lock.h"
+#include "pages/screen/screen_transfer.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 
@@ -73,6 +75,38 @@ private slots:
         QVERIFY(sendSomething());
         QCOMPARE(busTrace().mid(0, 4), QStringList({"wait 50", "wait 50", "wait 50", "wait 35"}));
         QCOMPARE(turn.attempt(), Attempt::Taken);
+    }
+
+    // The acknowledgements of a transfer go to everybody who has the screen interface open.
+    void screenIsOpenedOnlyOnceTheWireIsOurs()
+    {
+        QVERIFY(Device::instance().refresh());
+        QCOMPARE(otherProcess().attempt(), Attempt::Taken);
+        bus().setListener([] {
+            if (bus().count("wait 50") == 5)
+                otherProcess().release();
+        });
+        bus().clearTrace();
+        const ScreenStream stream =
+            buildScreenStream({{QImage(128, 128, QImage::Format_RGB32), 100}});
+        QVERIFY(sendToScreen(stream, 1, [](const QString&) {}).ok);
+        QCOMPARE(busTrace().first(5), QStringList(5, QStringLiteral("wait 50")));
+        QVERIFY(busTrace().indexOf(QStringLiteral("open screen")) > 5);
+    }
+
+    void screenTransferGivesUpAfterFiveSeconds()
+    {
+        QVERIFY(Device::instance().refresh());
+        QCOMPARE(otherProcess().attempt(), Attempt::Taken);
+        bus().clearTrace();
+        QStringList progress;
+        const ScreenTransferResult result =
+            sendToScreen(ScreenStream{}, 1, [&](const QString& text) { progress += text; });
+        QVERIFY(!result.ok);
+        QCOMPARE(result.error, QStringLiteral("Keyboard refuses to open a session (busy?)"));
+        QCOMPARE(progress, QStringList());
+        QCOMPARE(busTrace(), QStringList(100, QStringLiteral("wait 50")));
+        QVERIFY(deviceLockIsFree());
     }
 
     void givesUpAfterFiveSeconds()

@@ -99,6 +99,21 @@ private slots:
                  directory.filePath(QStringLiteral("a.lock")));
     }
 
+    // As after becoming another user.
+    void foreignRuntimeDirectoryIsNotUsed()
+    {
+        const QTemporaryDir other;
+        QVERIFY(QFile::setPermissions(other.path(), QFile::permissions(other.path()) |
+                                                        QFile::ReadOther | QFile::ExeOther));
+        qputenv("TMPDIR", directory.path().toLocal8Bit());
+        const QString own = directory.filePath(QStringLiteral("tavik-center-%1").arg(geteuid()));
+        for (const QString& given : {other.path(), QString(), QStringLiteral("/nowhere")}) {
+            qputenv("XDG_RUNTIME_DIR", given.toLocal8Bit());
+            QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), own + QStringLiteral("/a.lock"));
+        }
+        QVERIFY(QDir().rmdir(own));
+    }
+
     void pathLiesAmongTemporaryFilesWithoutARuntimeDirectory()
     {
         qunsetenv("XDG_RUNTIME_DIR");

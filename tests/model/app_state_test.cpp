@@ -165,6 +165,7 @@ private slots:
     {
         configuration.clear();
         fields() = SavedState{};
+        AppState::instance().load(); // there is nothing, and nothing is remembered of the last case
     }
 
     // Has to be the first test: the object is made only once in a process.
@@ -601,6 +602,33 @@ private slots:
             QCOMPARE(readFile(stateFilePath()), content);
             previous = content;
         }
+    }
+
+    void fileTooLargeToBeReadIsMovedAsideBeforeASave()
+    {
+        const QByteArray large(64 * 1024 * 1024 + 1, ' ');
+        writeFile(stateFile(), large);
+        AppState::instance().load();
+        QCOMPARE(QFileInfo(stateFile()).size(), large.size());
+
+        AppState::instance().save();
+        QCOMPARE(QFileInfo(stateFile() + ".damaged").size(), large.size());
+        QCOMPARE(readFile(stateFile()), stateToJson(AppState::instance()));
+    }
+
+    void damagedFileWithoutACopyIsMovedAsideBeforeASave()
+    {
+        QVERIFY(QDir().mkpath(stateFile() + ".damaged"));
+        writeFile(stateFile(), "{ \"macros\": [");
+        AppState::instance().load();
+        QVERIFY(QDir().rmdir(stateFile() + ".damaged"));
+
+        AppState::instance().save();
+        QCOMPARE(readFile(stateFile() + ".damaged"), QByteArray("{ \"macros\": ["));
+        QCOMPARE(readFile(stateFile()), stateToJson(AppState::instance()));
+        // Once only: what is saved now is no such file.
+        AppState::instance().save();
+        QCOMPARE(readFile(stateFile() + ".damaged"), QByteArray("{ \"macros\": ["));
     }
 
     void loadAndSaveEmitNothing()

@@ -1,4 +1,5 @@
 #include "device/device.h"
+#include "files/process_lock.h"
 #include "model/macro_record.h"
 #include "pages/colors/color_transfer.h"
 #include "pages/keys/layer_write.h"

@@ -147,10 +147,25 @@ private slots:
     {
         for (int number = 0; number < 35; ++number)
             QVERIFY(keepEarlier(stateToJson(numbered(number))));
-        const QMenu* earlier = openMenu(QContextMenuEvent::Mouse)->actions().at(2)->menu();
+        const QMenu* earlier = openEarlierStates();
         QCOMPARE(earlier->actions().size(), 30);
-        QVERIFY(!earlier->actions().first()->text().contains(u'\t'));
+        QVERIFY(!earlier->actions().constLast()->text().contains(u'\t'));
         QTRY_VERIFY(earlier->actions().constLast()->text().contains(u'\t'));
+    }
+
+    // Nothing of the present is in the state of that date.
+    void earlierStateWithoutAllMembersBringsTheRestBackEmpty()
+    {
+        QVERIFY(keepEarlier("{\"macros\":[{\"name\":\"old\"}]}"));
+        EditHistory::instance().takeOver(QStringLiteral("present"), numbered(5));
+        QMenu* earlier = openEarlierStates();
+        const QRect entry = earlier->actionGeometry(earlier->actions().constLast());
+        onNextDialog([](QWidget& box) { clickButton(box, QStringLiteral("Yes")); });
+        QTest::mouseClick(earlier, Qt::LeftButton, {}, entry.center());
+        QCOMPARE(dialogsStillExpected(), 0);
+        SavedState old;
+        old.macros = {{QStringLiteral("old"), {}}};
+        QVERIFY(static_cast<const SavedState&>(AppState::instance()) == old);
     }
 
     void earlierStateComesBack()
