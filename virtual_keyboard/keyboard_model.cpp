@@ -612,8 +612,7 @@ std::string KeyboardModel::takeOver(const Transfer& finished)
         held.macroSpace = finished.bytes;
         return {};
     case screenCode:
-        return decodeScreenStream(finished.bytes,
-                                  held.screenSlots.at(static_cast<std::size_t>(finished.slot - 1)));
+        return takeScreen(finished);
     default:
         return "nothing is known to take over for " + commandName(finished.code);
     }
@@ -642,6 +641,15 @@ std::string KeyboardModel::takeSleep(std::span<const std::uint8_t> bytes)
         return "lighting sleep carries a value out of range";
     held.sleepCode = bytes[8];
     return {};
+}
+
+std::string KeyboardModel::takeScreen(const Transfer& finished)
+{
+    std::string fault = decodeScreenStream(
+        finished.bytes, held.screenSlots.at(static_cast<std::size_t>(finished.slot - 1)));
+    if (fault.empty())
+        held.latestSlot = finished.slot;
+    return fault;
 }
 
 // The marker lies on the last two bytes of the last key, which therefore keep what they were.

@@ -151,6 +151,7 @@ private:
     [[nodiscard]] std::string takeSleep(std::span<const std::uint8_t> bytes);
     [[nodiscard]] static std::string takeLayer(std::span<const std::uint8_t> bytes,
                                                KeyLayer& layer);
+    [[nodiscard]] std::string takeScreen(const Transfer& finished);
     [[nodiscard]] std::string takeColors(std::span<const std::uint8_t> bytes);
 
     KeyboardState held;

@@ -69,6 +69,7 @@ struct KeyboardState
     ColorBank colorBank{};                // by light index
     std::vector<std::uint8_t> macroSpace; // the pieces of the last upload, a multiple of 64 bytes
     std::array<std::vector<ScreenFrame>, screenSlotCount> screenSlots; // slot 1 comes first
+    int latestSlot = 0; // 1 to 3, the last one written; 0 for none
 
     bool operator==(const KeyboardState&) const = default;
 };

@@ -186,6 +186,12 @@ void VirtualBus::setOpens(const std::string& path, bool opens)
     entry->opens = opens;
 }
 
+void VirtualBus::plug()
+{
+    isPlugged = true;
+    tellListener();
+}
+
 void VirtualBus::unplug()
 {
     if (!isPlugged)
@@ -193,6 +199,7 @@ void VirtualBus::unplug()
     isPlugged = false;
     ++generation;
     model.disconnect();
+    tellListener();
 }
 
 void VirtualBus::failAt(int exchange, const Fault& fault, int times)
@@ -530,6 +537,11 @@ std::string VirtualBus::errorText(Handle handle) const
 void VirtualBus::record(std::string line)
 {
     events.push_back(std::move(line));
+    tellListener();
+}
+
+void VirtualBus::tellListener() const
+{
     if (listener)
         listener();
 }

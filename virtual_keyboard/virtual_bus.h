@@ -80,7 +80,7 @@ public:
     void addConfigurationInterface(std::string path, bool opens = true);
     void setOpens(const std::string& path, bool opens);
     void setInitFails(bool fails) { initFails = fails; } // hid_init() returns -1
-    void plug() { isPlugged = true; }
+    void plug();
     // Enumerations are empty from now on, and every open handle is stale for good.
     void unplug();
     [[nodiscard]] bool plugged() const { return isPlugged; }
@@ -103,7 +103,7 @@ public:
     void wait(Milliseconds duration);
     // A demo hands in a real clock; empty functions bring the virtual clock back.
     void setClock(std::function<Milliseconds()> now, std::function<void(Milliseconds)> wait);
-    // Called after every line of the trace; empty to stop.
+    // Called after every line of the trace and after plugging and unplugging; empty to stop.
     void setListener(std::function<void()> newListener) { listener = std::move(newListener); }
 
     // What happened, one line per event:
@@ -175,6 +175,7 @@ private:
     VirtualBus();
 
     void record(std::string line);
+    void tellListener() const;
     void violation(std::string text) { misuse.push_back(std::move(text)); }
     // Null, with the misuse recorded, when the handle is unknown or closed.
     [[nodiscard]] OpenedInterface* usable(Handle handle, std::string_view function);

@@ -431,7 +431,9 @@ private slots:
         host.sendBlocks(screenStream(2));
         QCOMPARE(host.keyboard.screenBlocksReceived(), std::size_t{17});
         QVERIFY(host.keyboard.screenSlot(3).empty());
+        QCOMPARE(host.keyboard.state().latestSlot, 0);
         host.commit();
+        QCOMPARE(host.keyboard.state().latestSlot, 3);
         QCOMPARE(host.keyboard.screenSlot(3).size(), std::size_t{2});
         QVERIFY(host.keyboard.screenSlot(1).empty());
         QVERIFY(!host.keyboard.sessionOpen());

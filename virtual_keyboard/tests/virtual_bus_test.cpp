@@ -432,13 +432,17 @@ private slots:
         QVERIFY(bus().keyboard().sessionOpen());
     }
 
-    void theListenerHearsEveryLine()
+    void theListenerHearsEveryLineAndTheCable()
     {
         int heard = 0;
         bus().setListener([&] { ++heard; });
         QVERIFY(command(config, 0x18, 0, 1));
         QCOMPARE(heard, 4);
         QCOMPARE(static_cast<int>(bus().trace().size()), heard);
+        bus().unplug();
+        QCOMPARE(heard, 5);
+        bus().plug();
+        QCOMPARE(heard, 6);
     }
 
 private:
