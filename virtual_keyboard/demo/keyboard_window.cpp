@@ -1,253 +1,344 @@
 #include "virtual_keyboard/demo/keyboard_window.h"
 
-#include "model/key_names.h"
-#include "model/keyboard_layout.h"
-#include "model/macro_record.h"
+#include "virtual_keyboard/demo/lit_board.h"
+#include "virtual_keyboard/demo/window_placement.h"
 #include "virtual_keyboard/virtual_bus.h"
 
-#include <QImage>
-#include <QPainter>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTime>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <QWindow>
 
 #include <algorithm>
-#include <numeric>
 
 namespace tavik::virtual_keyboard {
 
 namespace {
 
-constexpr QRect keyboardArea(20, 56, 800, 300);
-constexpr int factsTop = 376;
-constexpr int lineHeight = 20;
-constexpr QPoint screenOrigin(440, 396);
-constexpr int screenPitch = 132;
-constexpr int screenSize = 116;
-constexpr int reportsShown = 5;
 constexpr int repaintEveryMs = 40;
+constexpr int leastWidth = 520;
+constexpr int mostWidth = 1200;
+constexpr int wireHeight = 150;
 
-constexpr QColor groundColor(0x16, 0x17, 0x19);
-constexpr QColor capColor(0x2b, 0x2d, 0x31);
-constexpr QColor textColor(0xf1, 0xf1, 0xf1);
-constexpr QColor quietColor(0xa2, 0xa2, 0xa6);
-constexpr QColor accentColor(0xe7, 0x7a, 0x19);
+// What the window system puts round a window is known a moment after it has appeared only.
+constexpr int frameKnownAfterMs = 250;
 
-// What a key shows: its own color in custom mode, the effect's color otherwise.
-QColor keyLight(const KeyboardModel& keyboard, std::size_t index)
+constexpr int busyAnswers = 1000; // more than anybody waits for
+constexpr std::uint8_t sessionOpenCode = 0x18;
+constexpr std::uint8_t refusedStatus = 0x05;
+// Those that carry something; refused ones end their sequence.
+constexpr std::array<std::uint8_t, 7> carryingCodes = {0x11, 0x13, 0x17, 0x19, 0x23, 0x27, 0x72};
+
+const char* const windowSheet = R"(
+QWidget#keyboardWindow { background: #191a1c; }
+QLabel { color: #a2a2a6; font-size: 12px; }
+QLabel#sent { color: #f1f1f1; font-size: 15px; }
+QLabel#note { color: #8d8d92; font-size: 11px; }
+QPushButton, QToolButton { font-size: 12px; padding: 3px 10px; color: #f1f1f1; background: #2b2c30;
+    border: 1px solid #55565c; }
+QPushButton:hover, QToolButton:hover { background: #38393e; }
+QPushButton:checked { color: #ffffff; background: #9c3d05; border-color: #e77a19; }
+QToolButton { border: 0; background: transparent; }
+QListWidget { font-family: monospace; font-size: 11px; background: #101113; border: 1px solid #303136; }
+QToolTip { color: #f1f1f1; background: #2b2c30; }
+)";
+
+const QColor wireColor(0xc9, 0xc9, 0xcd);
+const QColor wrongColor(0xff, 0x6b, 0x5e);
+
+QPushButton* createButton(const QString& text, const QString& toolTip, bool isCheckable)
 {
-    if (keyboard.customMode()) {
-        const KeyColor color = keyboard.keyColor(index);
-        return {color[0], color[1], color[2]};
-    }
-    const Report& lighting = keyboard.state().lighting;
-    const bool isDark = lighting[0] == 0 || lighting[9] == 0;
-    if (isDark)
-        return {};
-    if (lighting[8] == 1)
-        return QColor::fromHsv(static_cast<int>(index * 37 % 360), 200, 255);
-    return {lighting[1], lighting[2], lighting[3]};
+    auto* button = new QPushButton(text);
+    button->setToolTip(toolTip);
+    button->setCheckable(isCheckable);
+    button->setFocusPolicy(Qt::TabFocus);
+    return button;
 }
 
-// The program's own captions; macros are numbered, because a keyboard knows no names.
-QString actionText(const KeyActionBytes& bytes)
+QLabel* createLabel(const QString& name, const QString& text = {})
 {
-    return keyActionLabel(KeyAction{bytes[0], bytes[1], bytes[2], bytes[3]}, {});
-}
-
-QStringList keyTexts(const KeyboardModel& keyboard, const KeyRecord& key)
-{
-    QStringList texts{key.desc};
-    const auto index = static_cast<std::size_t>(key.lightIndex);
-    const QString base = actionText(keyboard.keyAction(LayerId::Base, index));
-    const QString fn = actionText(keyboard.keyAction(LayerId::Fn, index));
-    if (!base.isEmpty())
-        texts += base;
-    if (!fn.isEmpty())
-        texts += QStringLiteral("Fn: ") + fn;
-    return texts;
-}
-
-void paintKey(QPainter& painter, const KeyboardModel& keyboard, const KeyRecord& key)
-{
-    const QRectF cap = QRectF(key.rect).adjusted(1.5, 1.5, -1.5, -1.5);
-    const QColor light = keyLight(keyboard, static_cast<std::size_t>(key.lightIndex));
-    painter.setPen(QPen(light.isValid() ? light : QColor(0x44, 0x46, 0x4a), 1.5));
-    painter.setBrush(capColor);
-    painter.drawRoundedRect(cap, 4, 4);
-
-    const QStringList texts = keyTexts(keyboard, key);
-    painter.setPen(texts.size() > 1 ? accentColor : textColor);
-    painter.drawText(cap.adjusted(2, 1, -2, -1), Qt::AlignCenter | Qt::TextWordWrap,
-                     texts.join(u'\n'));
-}
-
-void paintKeys(QPainter& painter, const KeyboardModel& keyboard)
-{
-    const KeyboardLayout& layout = KeyboardLayout::instance();
-    if (layout.width <= 0 || layout.height <= 0)
-        return;
-    painter.save();
-    const QSizeF board(layout.width, layout.height);
-    const double scale =
-        board.scaled(keyboardArea.size(), Qt::KeepAspectRatio).width() / board.width();
-    painter.translate(QRectF(keyboardArea).center());
-    painter.scale(scale, scale);
-    painter.translate(-board.width() / 2, -board.height() / 2);
-    QFont font = painter.font();
-    font.setPixelSize(8);
-    painter.setFont(font);
-    for (const KeyRecord& key : layout.keys) {
-        if (key.lightIndex >= 0 && key.lightIndex < static_cast<int>(keyCount))
-            paintKey(painter, keyboard, key);
-    }
-    painter.restore();
-}
-
-// The frame that a slot's animation shows after this time; slots repeat for ever.
-const ScreenFrame* currentFrame(const std::vector<ScreenFrame>& frames, qint64 elapsedMs)
-{
-    const auto total = std::accumulate(
-        frames.begin(), frames.end(), qint64{0},
-        [](qint64 sum, const ScreenFrame& frame) { return sum + frame.time.count(); });
-    if (total == 0)
-        return nullptr;
-    qint64 left = elapsedMs % total;
-    for (const ScreenFrame& frame : frames) {
-        left -= frame.time.count();
-        if (left < 0)
-            return &frame;
-    }
-    return nullptr;
-}
-
-void paintScreenSlots(QPainter& painter, const KeyboardModel& keyboard, qint64 elapsedMs)
-{
-    for (int slot = 1; slot <= screenSlotCount; ++slot) {
-        const QRect area(screenOrigin + QPoint((slot - 1) * screenPitch, 0),
-                         QSize(screenSize, screenSize));
-        painter.fillRect(area, Qt::black);
-        const std::vector<ScreenFrame>& frames = keyboard.screenSlot(slot);
-        if (const ScreenFrame* frame = currentFrame(frames, elapsedMs)) {
-            const QImage image(reinterpret_cast<const uchar*>(frame->pixels.data()),
-                               static_cast<int>(screenWidth), static_cast<int>(screenHeight),
-                               QImage::Format_RGB16);
-            painter.drawImage(area, image);
-        }
-        painter.setPen(QColor(0x58, 0x58, 0x5c));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRect(area);
-        painter.setPen(quietColor);
-        painter.drawText(
-            area.adjusted(0, -20, 0, -screenSize - 2), Qt::AlignLeft | Qt::AlignVCenter,
-            frames.empty() ? QStringLiteral("Slot %1: empty").arg(slot)
-                           : QStringLiteral("Slot %1: %2 frames").arg(slot).arg(frames.size()));
-    }
-}
-
-QString macroText(const KeyboardModel& keyboard)
-{
-    QStringList texts;
-    for (int index = 0; index < static_cast<int>(macroCount); ++index) {
-        const auto events = keyboard.playMacro(index);
-        if (!events.empty())
-            texts += QStringLiteral("%1 (%2 events)").arg(index).arg(events.size());
-    }
-    return texts.isEmpty() ? QStringLiteral("none") : texts.join(QStringLiteral(", "));
-}
-
-QList<QPair<QString, QString>> facts(const KeyboardModel& keyboard)
-{
-    static const QStringList sleepTexts{QStringLiteral("never"), QStringLiteral("after 1 minute"),
-                                        QStringLiteral("after 5 minutes"),
-                                        QStringLiteral("after 30 minutes")};
-    const std::size_t received = keyboard.screenBlocksReceived();
-    QString session = keyboard.sessionOpen() ? QStringLiteral("open") : QStringLiteral("closed");
-    if (keyboard.screenBlocksAnnounced() > 0)
-        session +=
-            QStringLiteral(", block %1 of %2").arg(received).arg(keyboard.screenBlocksAnnounced());
-    return {
-        {QStringLiteral("Lighting"), QString::fromStdString(keyboard.lightingSummary())},
-        {QStringLiteral("Sleeps"), sleepTexts.value(keyboard.state().sleepCode)},
-        {QStringLiteral("Macros"), macroText(keyboard)},
-        {QStringLiteral("Session"), session},
-    };
-}
-
-void paintFacts(QPainter& painter, const VirtualBus& bus, const KeyboardModel& keyboard)
-{
-    int top = factsTop;
-    for (const auto& [name, value] : facts(keyboard)) {
-        painter.setPen(quietColor);
-        painter.drawText(QRect(20, top, 80, lineHeight), Qt::AlignLeft | Qt::AlignVCenter, name);
-        painter.setPen(textColor);
-        painter.drawText(QRect(100, top, 330, lineHeight), Qt::AlignLeft | Qt::AlignVCenter,
-                         painter.fontMetrics().elidedText(value, Qt::ElideRight, 330));
-        top += lineHeight;
-    }
-    painter.setPen(quietColor);
-    const std::vector<std::string>& trace = bus.trace();
-    const std::size_t first = trace.size() > reportsShown ? trace.size() - reportsShown : 0;
-    for (std::size_t line = first; line < trace.size(); ++line) {
-        painter.drawText(QRect(20, top, 410, lineHeight), Qt::AlignLeft | Qt::AlignVCenter,
-                         painter.fontMetrics().elidedText(QString::fromStdString(trace.at(line)),
-                                                          Qt::ElideRight, 410));
-        top += lineHeight;
-    }
+    auto* label = new QLabel(text);
+    label->setObjectName(name);
+    // Long texts must not make the window wider.
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    return label;
 }
 
 } // namespace
 
 KeyboardWindow::KeyboardWindow(QWidget* parent)
-    : QWidget(parent), plugButton(new QPushButton(tr("Unplug"), this))
+    : QWidget(parent),
+      bus(VirtualBus::instance()),
+      keyboard(bus.keyboard(), KeyboardLayout::instance()),
+      board(new LitBoard(KeyboardLayout::instance())),
+      sentLabel(createLabel("sent")),
+      stateLabel(createLabel("state")),
+      wireList(new QListWidget)
 {
     setWindowTitle(tr("Virtual keyboard"));
-    setFixedSize(840, 572);
-    plugButton->setGeometry(720, 14, 100, 30);
-    connect(plugButton, &QPushButton::clicked, this, &KeyboardWindow::togglePlug);
-    connect(&animation, &QTimer::timeout, this, qOverload<>(&QWidget::update));
-    sinceStart.start();
+    setObjectName(QStringLiteral("keyboardWindow"));
+    setAttribute(Qt::WA_StyledBackground);
+    setStyleSheet(windowSheet);
+    sentLabel->setText(tr("Click a key to see what it sends."));
+    auto* note = createLabel(
+        "note", tr("What the real keyboard does with its light and with sleep is not known; this "
+                   "is our reading. A minute of sleep time lasts a second here."));
+    note->setWordWrap(true);
+    wireList->setFixedHeight(wireHeight);
+    wireList->setFocusPolicy(Qt::TabFocus);
+    wireList->hide();
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(board, 1);
+    auto* lines = new QVBoxLayout;
+    lines->setContentsMargins(14, 8, 14, 8);
+    lines->setSpacing(5);
+    lines->addWidget(sentLabel);
+    lines->addWidget(stateLabel);
+    lines->addWidget(createButtons());
+    lines->addWidget(wireList);
+    lines->addWidget(note);
+    column->addLayout(lines);
+
+    connect(board, &LitBoard::keyPressed, this, &KeyboardWindow::pressKey);
+    connect(board, &LitBoard::keyReleased, this, [this] {
+        keyboard.release();
+        showState();
+    });
+    connect(board, &LitBoard::aboutToPaint, this, &KeyboardWindow::preparePainting);
+    nextPicture.setParent(this);
+    nextPicture.setObjectName("nextPicture");
+    nextPicture.setSingleShot(true);
+    nextPicture.setTimerType(Qt::PreciseTimer);
+    connect(&nextPicture, &QTimer::timeout, this, [this] {
+        if (stateIsOld)
+            showState();
+        else
+            board->update();
+    });
+
+    resize(leastWidth * 3 / 2, layout()->heightForWidth(leastWidth * 3 / 2));
+    keyboard.spokenTo(bus.now());
     sinceRepaint.start();
-    animation.start(repaintEveryMs);
+    bus.setListener([this] { followBus(); });
+    followBus();
+    showState();
 }
 
-void KeyboardWindow::showProgress()
+KeyboardWindow::~KeyboardWindow()
 {
-    if (sinceRepaint.elapsed() < repaintEveryMs)
+    bus.setListener({});
+}
+
+QWidget* KeyboardWindow::createButtons()
+{
+    auto* row = new QWidget;
+    plugButton = createButton(tr("Unplug"), tr("Pull the cable out of the keyboard"), false);
+    busyButton = createButton(tr("Busy"), tr("No session can be opened while this is on"), true);
+    refuseButton = createButton(tr("Refuse the next command"),
+                                tr("The next command that carries something is refused"), true);
+    wireButton = new QToolButton;
+    wireButton->setText(tr("Wire"));
+    wireButton->setCheckable(true);
+    wireButton->setArrowType(Qt::RightArrow);
+    wireButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    wireButton->setToolTip(tr("What the program and the keyboard say to each other"));
+    connect(plugButton, &QPushButton::clicked, this, &KeyboardWindow::togglePlug);
+    connect(busyButton, &QPushButton::toggled, this, &KeyboardWindow::plantFaults);
+    connect(refuseButton, &QPushButton::toggled, this, &KeyboardWindow::plantFaults);
+    connect(wireButton, &QToolButton::toggled, this, &KeyboardWindow::showWire);
+
+    auto* line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 2, 0, 2);
+    for (QWidget* button : {plugButton, busyButton, refuseButton})
+        line->addWidget(button);
+    line->addStretch();
+    line->addWidget(wireButton);
+    return row;
+}
+
+void KeyboardWindow::showBeside(QWidget& program)
+{
+    place(program);
+    winId(); // so that there is a window to keep in front
+    windowHandle()->setTransientParent(program.windowHandle());
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    show();
+    QTimer::singleShot(frameKnownAfterMs, this, [this, &program] { place(program); });
+}
+
+void KeyboardWindow::place(QWidget& program)
+{
+    const QSize frame = frameGeometry().size() - size();
+    const double aspect = BoardPlan::heightFor(KeyboardLayout::instance(), 1);
+    const int lines = layout()->heightForWidth(leastWidth) - board->heightForWidth(leastWidth);
+    const QRect programFrame = program.frameGeometry();
+    const Placement placement = placeKeyboard(program.screen()->availableGeometry(), programFrame,
+                                              {.heightByWidth = aspect,
+                                               .fixedHeight = lines + frame.height(),
+                                               .leastWidth = leastWidth,
+                                               .mostWidth = mostWidth});
+    if (placement.program != programFrame.topLeft())
+        program.move(placement.program);
+    resize(placement.keyboard.size() - frame);
+    move(placement.keyboard.topLeft());
+}
+
+// Called for every event on the bus, also in the middle of a transfer, when the event loop rests.
+void KeyboardWindow::followBus()
+{
+    const std::size_t reports = bus.sentReports().size();
+    if (reports != reportsSeen)
+        keyboard.spokenTo(bus.now());
+    reportsSeen = reports;
+    if (wire.update(bus) && wireList->isVisible())
+        renewWireList();
+    if (wire.refusals() != refusalsSeen) {
+        refusalsSeen = wire.refusals();
+        refuseButton->setChecked(false);
+    }
+    if (!isVisible() || sinceRepaint.elapsed() >= repaintEveryMs) {
+        sinceRepaint.start();
+        showState();
+        repaint();
         return;
-    sinceRepaint.start();
-    repaint();
+    }
+    stateIsOld = true;
+    nextPicture.start(repaintEveryMs);
+}
+
+void KeyboardWindow::hideEvent(QHideEvent*)
+{
+    nextPicture.stop();
+}
+
+QString KeyboardWindow::stateText() const
+{
+    if (!bus.plugged())
+        return tr("unplugged");
+    static const QStringList sleepTexts{tr("never sleeps"), tr("sleeps after 1 min"),
+                                        tr("sleeps after 5 min"), tr("sleeps after 30 min")};
+    const KeyboardModel& model = bus.keyboard();
+    QStringList texts{QString::fromStdString(model.lightingSummary()),
+                      keyboard.isAsleep(bus.now()) ? tr("asleep")
+                                                   : sleepTexts.value(model.state().sleepCode)};
+    int macros = 0;
+    for (int index = 0; index < static_cast<int>(macroCount); ++index)
+        macros += model.playMacro(index).empty() ? 0 : 1;
+    if (macros > 0)
+        texts += tr("%n macro(s)", nullptr, macros);
+    for (int slot = 1; slot <= screenSlotCount; ++slot) {
+        if (const std::size_t frames = model.screenSlot(slot).size(); frames > 0)
+            texts += tr("slot %1: %2 frames").arg(slot).arg(frames);
+    }
+    if (const std::size_t blocks = model.screenBlocksAnnounced(); blocks > 0)
+        texts += tr("block %1 of %2").arg(model.screenBlocksReceived()).arg(blocks);
+    return texts.join(QStringLiteral("  ·  "));
+}
+
+void KeyboardWindow::showState()
+{
+    stateIsOld = false;
+    stateLabel->setText(stateText());
+    plugButton->setText(bus.plugged() ? tr("Unplug") : tr("Plug in"));
+    BoardContent content{
+        .captions = keyboard.captions(), .pressed = {}, .isPlugged = bus.plugged()};
+    for (const KeyRecord& key : KeyboardLayout::instance().keys) {
+        if (keyboard.isDown(key))
+            content.pressed.insert(key.lightIndex);
+    }
+    board->setContent(content);
+    board->update();
+}
+
+void KeyboardWindow::preparePainting()
+{
+    const VirtualBus::Milliseconds now = bus.now();
+    const bool isLit = bus.plugged() && !keyboard.isAsleep(now);
+    board->setLights(isLit ? keyboard.lights(now) : std::vector<KeyColor>(keyCount));
+    const ScreenFrame* picture = keyboard.screenPicture(now);
+    board->setScreen(!isLit               ? LitBoard::Screen::Dark
+                     : picture == nullptr ? LitBoard::Screen::Clock
+                                          : LitBoard::Screen::Picture,
+                     picture);
+    nextPicture.stop();
+    if (stateIsOld) {
+        nextPicture.start(repaintEveryMs);
+    } else if (isLit) {
+        const QTime time = QTime::currentTime();
+        const VirtualBus::Milliseconds minute(60000 - time.second() * 1000 - time.msec());
+        nextPicture.start(std::min(keyboard.nextChange(now).value_or(minute), minute));
+    } else {
+        stateLabel->setText(stateText());
+    }
+}
+
+void KeyboardWindow::pressKey(int lightIndex)
+{
+    const QString text = keyboard.press(lightIndex, bus.now());
+    sentLabel->setText(bus.plugged() ? tr("The computer gets: %1").arg(text)
+                                     : tr("The computer gets nothing: the cable is out."));
+    showState();
 }
 
 void KeyboardWindow::togglePlug()
 {
-    VirtualBus& bus = VirtualBus::instance();
     if (bus.plugged())
         bus.unplug();
     else
         bus.plug();
-    plugButton->setText(bus.plugged() ? tr("Unplug") : tr("Plug in"));
+    keyboard.spokenTo(bus.now());
+    showState();
 }
 
-void KeyboardWindow::paintEvent(QPaintEvent*)
+void KeyboardWindow::plantFaults()
 {
-    VirtualBus& bus = VirtualBus::instance();
-    const KeyboardModel& keyboard = bus.keyboard();
-    QPainter painter(this);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    painter.fillRect(rect(), groundColor);
+    bus.clearFaults();
+    if (busyButton->isChecked()) {
+        for (int attempt = 1; attempt <= busyAnswers; ++attempt)
+            bus.failCommand(sessionOpenCode, busy(), attempt);
+    }
+    if (refuseButton->isChecked()) {
+        for (const std::uint8_t code : carryingCodes)
+            bus.failCommand(code, answerStatus(refusedStatus));
+    }
+}
 
-    QFont font = painter.font();
-    font.setPixelSize(16);
-    font.setWeight(QFont::DemiBold);
-    painter.setFont(font);
-    painter.setPen(textColor);
-    painter.drawText(QRect(20, 14, 600, 30), Qt::AlignLeft | Qt::AlignVCenter,
-                     bus.plugged() ? tr("Virtual keyboard") : tr("Virtual keyboard, unplugged"));
-    font.setPixelSize(12);
-    font.setWeight(QFont::Normal);
-    painter.setFont(font);
-    paintKeys(painter, keyboard);
-    paintFacts(painter, bus, keyboard);
-    paintScreenSlots(painter, keyboard, sinceStart.elapsed());
+// The window grows and shrinks by the list, as far as the screen allows.
+void KeyboardWindow::showWire(bool shown)
+{
+    wireButton->setArrowType(shown ? Qt::DownArrow : Qt::RightArrow);
+    wireList->setVisible(shown);
+    if (shown)
+        renewWireList();
+    if (!isVisible() || isMaximized())
+        return;
+    const QRect available = screen()->availableGeometry();
+    const int step = wireHeight + 5;
+    const int frame = frameGeometry().height() - height();
+    const int wanted = height() + (shown ? step : -step);
+    resize(width(), std::min(wanted, available.height() - frame));
+    const int excess = frameGeometry().top() + height() + frame - available.bottom() - 1;
+    if (excess > 0)
+        move(frameGeometry().topLeft() - QPoint(0, excess));
+}
+
+void KeyboardWindow::renewWireList()
+{
+    wireList->clear();
+    for (const WireLine& line : wire.lines()) {
+        auto* item = new QListWidgetItem(line.text, wireList);
+        item->setForeground(line.isWrong ? wrongColor : wireColor);
+    }
+    wireList->scrollToBottom();
 }
 
 } // namespace tavik::virtual_keyboard

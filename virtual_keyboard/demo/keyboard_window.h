@@ -1,38 +1,74 @@
 #pragma once
 
+#include "virtual_keyboard/demo/keyboard_in_use.h"
+#include "virtual_keyboard/demo/wire_log.h"
+
 #include <QElapsedTimer>
 #include <QTimer>
 #include <QWidget>
 
+class QLabel;
+class QListWidget;
 class QPushButton;
+class QToolButton;
 
 namespace tavik::virtual_keyboard {
 
-class KeyboardModel;
+class LitBoard;
+class VirtualBus;
 
-// Shows live what the virtual keyboard holds and does: its keys with their colors and actions, its
-// lighting and sleep time, its macros, the animations of its screen slots and the latest reports.
+// The virtual keyboard on its desk: shows its light and its screen, what its keys send, what it
+// holds, and what comes over the wire; it can be clicked, unplugged and made to misbehave. It
+// follows the one bus of the process as long as it lives, also while the program blocks the event
+// loop. Needs no time of the processor while nothing moves or nobody sees it.
 class KeyboardWindow : public QWidget
 {
     Q_OBJECT
 
 public:
     explicit KeyboardWindow(QWidget* parent = nullptr);
+    ~KeyboardWindow() override;
 
-    // Repaints at once, also while the program blocks the event loop; at most some 25 times a
-    // second, so that a long transfer is not slowed down.
-    void showProgress();
+    // Shows the window beside or under the program's, which must be shown already and may be moved
+    // a little, and outlives this one. The program's window keeps this one in front of it.
+    void showBeside(QWidget& program);
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
+    void place(QWidget& program);
+    void followBus();
+    void showState();
+    void preparePainting();
+    void pressKey(int lightIndex);
     void togglePlug();
+    void plantFaults();
+    void showWire(bool shown);
+    void renewWireList();
 
-    QPushButton* plugButton;
-    QElapsedTimer sinceStart; // what the animations play by
+    [[nodiscard]] QWidget* createButtons();
+    [[nodiscard]] QString stateText() const;
+
+    VirtualBus& bus;
+    KeyboardInUse keyboard;
+    WireLog wire;
+    std::size_t reportsSeen = 0;
+    int refusalsSeen = 0;
+
+    LitBoard* board;
+    QLabel* sentLabel;
+    QLabel* stateLabel;
+    QPushButton* plugButton = nullptr;
+    QPushButton* busyButton = nullptr;
+    QPushButton* refuseButton = nullptr;
+    QToolButton* wireButton = nullptr;
+    QListWidget* wireList;
+
+    // Starts when a picture is painted that will not stay, so it rests while nobody sees any.
+    QTimer nextPicture;
+    bool stateIsOld = false;
     QElapsedTimer sinceRepaint;
-    QTimer animation;
 };
 
 } // namespace tavik::virtual_keyboard

@@ -1,7 +1,7 @@
-#include "app/application_style.h"
 #include "app/main_window.h"
 #include "app/single_window.h"
 #include "model/app_state.h"
+#include "virtual_keyboard/demo/demo_program.h"
 #include "virtual_keyboard/demo/keyboard_window.h"
 #include "virtual_keyboard/virtual_bus.h"
 
@@ -32,9 +32,7 @@ void realWait(VirtualBus::Milliseconds duration)
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
-    QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
-    applyApplicationStyle(application);
+    setUpProgram(application);
 
     SingleWindow onlyWindow(stateFilePath());
     if (const std::optional<int> exitCode = onlyWindow.endsWith())
@@ -42,17 +40,14 @@ int main(int argc, char* argv[])
 
     VirtualBus& bus = VirtualBus::instance();
     bus.setClock(realNow, realWait);
-    KeyboardWindow keyboardWindow;
-    bus.setListener([&keyboardWindow] { keyboardWindow.showProgress(); });
+    lightUpKeyboard();
 
     MainWindow window;
     onlyWindow.bringForward(&window);
     window.show();
-    keyboardWindow.move(window.frameGeometry().bottomLeft() + QPoint(40, 20));
-    keyboardWindow.show();
+    KeyboardWindow keyboardWindow;
     // An onlooker: the program ends with its own window.
     keyboardWindow.setAttribute(Qt::WA_QuitOnClose, false);
-    const int exitCode = QApplication::exec();
-    bus.setListener({});
-    return exitCode;
+    keyboardWindow.showBeside(window);
+    return QApplication::exec();
 }

@@ -7,6 +7,7 @@
 #include "pages/settings/state_exchange.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/named_keys.h"
+#include "virtual_keyboard/demo/lit_board.h"
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour_driver.h"
 
@@ -94,8 +95,11 @@ QImage eveningPicture()
 class Gallery
 {
 public:
-    Gallery(MainWindow& mainWindow, const QString& pictureDirectory)
-        : window(mainWindow), directory(QDir(pictureDirectory).absolutePath())
+    Gallery(MainWindow& mainWindow, KeyboardWindow& virtualKeyboard,
+            const QString& pictureDirectory)
+        : window(mainWindow),
+          keyboardWindow(virtualKeyboard),
+          directory(QDir(pictureDirectory).absolutePath())
     {
     }
 
@@ -126,6 +130,7 @@ private:
         QMetaObject::invokeMethod(page(), "apply"); // not only after its delay
         savePage("lighting-error");
         bus().reset();
+        page()->findChild<QSlider*>()->setValue(5);
         QMetaObject::invokeMethod(page(), "apply");
     }
 
@@ -149,6 +154,8 @@ private:
         saveMenu("key-menu", qobject_cast<QMenu*>(QApplication::activePopupWidget()));
         click("Write layer to keyboard");
         savePage("keys-written");
+        pressOnKeyboard("A");
+        save("virtual-keyboard", &keyboardWindow);
     }
 
     void visitMacros()
@@ -207,6 +214,14 @@ private:
         saveDialog("import-refused", [this] { importSettingsFrom("a picture.png", &window); });
         saveDialog("reset-question", [] { click("Reset Keyboard Data"); });
         saveDialog("restore-notice", [] { click("Restore Factory Settings"); });
+    }
+
+    // Left pressed, so that the picture shows it.
+    void pressOnKeyboard(const QString& key)
+    {
+        auto* board = keyboardWindow.findChild<LitBoard*>();
+        const QPointF center = board->plan().place(tests::keyNamed(key).rect).center();
+        QTest::mousePress(board, Qt::LeftButton, {}, center.toPoint());
     }
 
     static void showPage(const QString& title) { TourDriver::buttonWithToolTip(title)->click(); }
@@ -289,18 +304,19 @@ private:
     }
 
     MainWindow& window;
+    KeyboardWindow& keyboardWindow;
     QString directory;
     bool complete = true;
 };
 
 } // namespace
 
-bool takeGallery(MainWindow& window, const QString& directory)
+bool takeGallery(MainWindow& window, KeyboardWindow& keyboardWindow, const QString& directory)
 {
     recordMacros();
     assignKeys();
     paintKeys();
-    return Gallery(window, directory).takeAll();
+    return Gallery(window, keyboardWindow, directory).takeAll();
 }
 
 } // namespace tavik::virtual_keyboard

@@ -1,5 +1,5 @@
-#include "app/application_style.h"
 #include "app/main_window.h"
+#include "virtual_keyboard/demo/demo_program.h"
 #include "virtual_keyboard/demo/keyboard_window.h"
 #include "virtual_keyboard/tour/gallery.h"
 #include "virtual_keyboard/tour/tour.h"
@@ -31,22 +31,20 @@ int main(int argc, char* argv[])
     qputenv("XDG_CONFIG_HOME", configuration.path().toUtf8());
 
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-    const QApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
-    QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
-    applyApplicationStyle(*qApp);
+    QApplication application(argc, argv);
+    setUpProgram(application);
 
+    lightUpKeyboard();
     if (!wantsGallery)
         VirtualBus::instance().unplug(); // plugged in by the tour
     MainWindow window;
     window.move(0, 0);
     window.show();
-    if (wantsGallery)
-        return takeGallery(window, directory) ? 0 : 1;
     KeyboardWindow keyboardWindow;
-    keyboardWindow.move(0, window.height());
-    keyboardWindow.show();
+    keyboardWindow.showBeside(window);
     window.activateWindow();
+    if (wantsGallery)
+        return takeGallery(window, keyboardWindow, directory) ? 0 : 1;
 
     bool passed = false;
     TourDriver driver(directory);

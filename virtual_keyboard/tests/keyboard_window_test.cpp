@@ -1,0 +1,262 @@
+#include "device/device.h"
+#include "pages/keys/layer_write.h"
+#include "pages/parts/lighting_command.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/isolated_main.h"
+#include "tests/support/named_keys.h"
+#include "tests/support/pixel_probe.h"
+#include "virtual_keyboard/demo/demo_program.h"
+#include "virtual_keyboard/demo/keyboard_window.h"
+#include "virtual_keyboard/demo/lit_board.h"
+
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+using namespace tavik;
+using namespace tavik::tests;
+using namespace tavik::virtual_keyboard;
+using namespace std::chrono_literals;
+
+class KeyboardWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        lightUpKeyboard();
+        window = std::make_unique<KeyboardWindow>();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    }
+
+    void cleanup() { window.reset(); }
+
+    void aClickedKeySaysWhatItSends()
+    {
+        KeyboardState state = bus().keyboard().state();
+        state.baseLayer.at(indexOf("A")) = {2, 0x01, 0x05, 0};
+        bus().keyboard().setState(state);
+        setLight({.effect = 1, .color = Qt::white, .brightness = 5});
+        const QImage before = picture();
+        QTest::mousePress(board(), Qt::LeftButton, {}, centerOf("A"));
+        QCOMPARE(text("sent"), QString("The computer gets: Ctrl+B"));
+        const QRect changed = changedArea(before, picture());
+        QVERIFY(!changed.isEmpty());
+        QVERIFY(board()->plan().place(keyNamed("A").rect).toAlignedRect().contains(changed));
+        QTest::mouseRelease(board(), Qt::LeftButton, {}, centerOf("A"));
+        QCOMPARE(picture(), before);
+    }
+
+    void onlyKeysAreClicked()
+    {
+        QTest::mouseClick(board(), Qt::LeftButton, {}, QPoint(2, 2));
+        QTest::mouseClick(board(), Qt::RightButton, {}, centerOf("A"));
+        QCOMPARE(text("sent"), QString("Click a key to see what it sends."));
+    }
+
+    void aMovingEffectAsksForPicturesAndAHiddenWindowForNone()
+    {
+        QTRY_VERIFY(timer().isActive());
+        QVERIFY(timer().interval() <= 40);
+        window->hide();
+        QCoreApplication::processEvents();
+        QVERIFY(!timer().isActive());
+        window->show();
+        QTRY_VERIFY(timer().isActive());
+    }
+
+    // Only the minute hand of the clock on the screen is waited for.
+    void nothingIsPaintedWhileNothingMoves()
+    {
+        setLight({.effect = 1, .color = Qt::red, .brightness = 5});
+        QTRY_VERIFY(timer().remainingTime() > 1000); // also when a minute has just ended
+        QVERIFY(timer().remainingTime() <= 60000);
+    }
+
+    void picturesFollowTheTime()
+    {
+        const QImage before = picture();
+        QCOMPARE(picture(), before);
+        bus().wait(400ms);
+        QVERIFY(picture() != before);
+    }
+
+    void lightSleepsAndAKeyWakesIt()
+    {
+        setLight({.effect = 1, .color = Qt::white, .brightness = 5});
+        QVERIFY(sendLightingSleep(1));
+        const QImage awake = picture();
+        bus().wait(1500ms);
+        const QImage asleep = picture();
+        QVERIFY(brightness(asleep) < brightness(awake) / 2);
+        QTRY_VERIFY(!timer().isActive());
+        QVERIFY(text("state").contains("asleep"));
+        QVERIFY(text("note").contains("A minute of sleep time lasts a second here"));
+        QVERIFY(text("note").contains("not known"));
+        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("A"));
+        QCOMPARE(picture(), awake);
+        QVERIFY(text("state").contains("sleeps after 1 min"));
+    }
+
+    void anUnpluggedKeyboardIsDark()
+    {
+        setLight({.effect = 1, .color = Qt::white, .brightness = 5});
+        const QImage lit = picture();
+        auto* plug = button("Unplug");
+        plug->click();
+        QVERIFY(!bus().plugged());
+        QCOMPARE(plug->text(), QString("Plug in"));
+        QCOMPARE(text("state"), QString("unplugged"));
+        QVERIFY(brightness(picture()) < brightness(lit) / 2);
+        QVERIFY(!timer().isActive());
+        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("A"));
+        QCOMPARE(text("sent"), QString("The computer gets nothing: the cable is out."));
+        plug->click();
+        QVERIFY(bus().plugged());
+        QVERIFY(brightness(picture()) > brightness(lit) / 2);
+        QVERIFY(timer().isActive());
+    }
+
+    void aCablePulledByOthersIsSeen()
+    {
+        bus().unplug();
+        QTRY_COMPARE(button("Plug in")->text(), QString("Plug in"));
+    }
+
+    void lightFollowsThePlaceOfItsKey()
+    {
+        KeyboardState state = bus().keyboard().state();
+        state.lighting[0] = customEffect;
+        bus().keyboard().setState(state);
+        const QImage dark = picture();
+        state.colorBank.at(indexOf("G")) = {0, 0, 255};
+        bus().keyboard().setState(state);
+        const QRect changed = changedArea(dark, picture());
+        const QRect cap = board()->plan().place(keyNamed("G").rect).toAlignedRect();
+        QVERIFY(changed.contains(cap.adjusted(3, 3, -3, -3)));
+        QVERIFY(cap.adjusted(-40, -40, 40, 40).contains(changed));
+        // Between two caps the blue is seen well.
+        const QColor gap = picture().pixelColor(cap.right() + 1, cap.center().y());
+        QVERIFY2(gap.blue() > 90, qPrintable(gap.name()));
+    }
+
+    void theScreenShowsWhatFnAndDeleteAskFor()
+    {
+        KeyboardState state = bus().keyboard().state();
+        state.screenSlots[2] = {
+            {std::vector<std::uint16_t>(screenWidth * screenHeight, 0x07E0), 100ms}};
+        state.latestSlot = 3;
+        bus().keyboard().setState(state);
+        const QPoint corner = board()->plan().glass().topLeft().toPoint() + QPoint(4, 4);
+        QVERIFY(picture().pixelColor(corner).green() < 20);
+        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("Fn"));
+        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("Delete"));
+        QCOMPARE(picture().pixelColor(corner), QColor(0, 255, 0));
+    }
+
+    void theWireIsShownOnDemand()
+    {
+        auto* list = window->findChild<QListWidget*>();
+        QVERIFY(!list->isVisible());
+        window->findChild<QToolButton*>()->click();
+        QVERIFY(list->isVisible());
+        QVERIFY(writeLayer(tavik::LayerId::Base, {}));
+        QCOMPARE(list->item(list->count() - 1)->text(), QString("finish"));
+        QCOMPARE(list->item(list->count() - 3)->text(), QString("base layer, 9 reports"));
+        const QColor usual = list->item(0)->foreground().color();
+
+        setLight({.effect = 1, .brightness = 9});
+        QCOMPARE(takeBusViolations().size(), 1);
+        QColor wrong;
+        for (int line = 0; line < list->count(); ++line) {
+            if (list->item(line)->text() == "lighting mode carries a value out of range")
+                wrong = list->item(line)->foreground().color();
+        }
+        QVERIFY(wrong != usual);
+        QVERIFY(wrong.red() > 2 * wrong.blue());
+    }
+
+    void aBusyKeyboardStaysBusyUntilItIsLetGo()
+    {
+        button("Busy")->click();
+        for (int attempt = 0; attempt < 2; ++attempt)
+            QVERIFY(!writeLayer(tavik::LayerId::Base, {}));
+        button("Busy")->click();
+        QVERIFY(writeLayer(tavik::LayerId::Base, {}));
+    }
+
+    void oneCommandIsRefused()
+    {
+        QPushButton* refuse = button("Refuse the next command");
+        refuse->click();
+        QVERIFY(refuse->isChecked());
+        QVERIFY(!writeLayer(tavik::LayerId::Fn, {}));
+        QVERIFY(!refuse->isChecked());
+        QVERIFY(writeLayer(tavik::LayerId::Fn, {}));
+    }
+
+    void captionsAreCutAndNeverRunOver()
+    {
+        setLight({.effect = 0});
+        const QImage before = picture();
+        KeyboardState state = bus().keyboard().state();
+        state.baseLayer.at(indexOf("G")) = {3, 0xB6, 0, 0}; // Previous Track
+        bus().keyboard().setState(state);
+        bus().wait(1ms); // is heard of
+        QTRY_VERIFY(picture() != before);
+        const QRect changed = changedArea(before, picture());
+        QVERIFY(!changed.isEmpty());
+        QVERIFY(board()->plan().place(keyNamed("G").rect).toAlignedRect().contains(changed));
+    }
+
+private:
+    [[nodiscard]] LitBoard* board() const { return window->findChild<LitBoard*>(); }
+    [[nodiscard]] const QTimer& timer() const { return *window->findChild<QTimer*>("nextPicture"); }
+    [[nodiscard]] QString text(const char* label) const
+    {
+        return window->findChild<QLabel*>(label)->text();
+    }
+    [[nodiscard]] QPushButton* button(const QString& caption) const
+    {
+        for (auto* candidate : window->findChildren<QPushButton*>()) {
+            if (candidate->text() == caption)
+                return candidate;
+        }
+        qFatal("no button %s", qPrintable(caption));
+    }
+    [[nodiscard]] QPoint centerOf(const char* key) const
+    {
+        return board()->plan().place(keyNamed(key).rect).center().toPoint();
+    }
+    // Of the board, painted now.
+    [[nodiscard]] QImage picture() const { return pictureOf(*board()); }
+
+    // All channels of the board without its screen.
+    [[nodiscard]] static double brightness(const QImage& image)
+    {
+        double sum = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width() * 4 / 5; ++x) {
+                const QColor color = image.pixelColor(x, y);
+                sum += color.red() + color.green() + color.blue();
+            }
+        }
+        return sum;
+    }
+
+    static void setLight(const LightingSettings& settings)
+    {
+        QVERIFY(Device::instance().refresh());
+        std::ignore = sendLightingMode(settings);
+    }
+
+    std::unique_ptr<KeyboardWindow> window;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(KeyboardWindowTest)
+#include "keyboard_window_test.moc"
