@@ -20,11 +20,11 @@ constexpr QMarginsF faceMargins(2.6, 1.6, 2.6, 5.4);
 constexpr double glassFrame = 6;
 
 constexpr double readableSize = 10; // pixels
+constexpr double smallestCaption = 8;
 constexpr double smallestSize = 6;
 
 // How far a text may be pressed together, by its width.
 constexpr double narrowest = 0.72;
-constexpr int narrowestWrapped = 85; // percent
 
 QLinearGradient downward(const QRectF& rect, const QColor& top, const QColor& bottom)
 {
@@ -49,19 +49,27 @@ QFont legendFont(const QFont& base, double pixels)
     return font;
 }
 
-// Narrower where the room asks for it, then smaller, and cut when that is not enough either.
+// The font in which the text is as wide as the room at most: pressed together, then smaller.
+// Without success it has the least size.
+QFont fittingFont(const QFont& base, const QString& text, double room, double wantedSize,
+                  double leastSize)
+{
+    double size = wantedSize;
+    QFont font = legendFont(base, size);
+    const auto share = [&] {
+        return room / std::max(1.0, QFontMetricsF(font).horizontalAdvance(text));
+    };
+    while (share() < narrowest && size > leastSize)
+        font = legendFont(base, --size);
+    if (share() < 1)
+        font.setStretch(static_cast<int>(100 * std::max(narrowest, share())));
+    return font;
+}
+
 void drawFitting(QPainter& painter, const QRectF& area, Qt::Alignment alignment,
                  const QString& text, double wantedSize)
 {
-    double size = wantedSize;
-    QFont font = legendFont(painter.font(), size);
-    const auto share = [&] {
-        return area.width() / std::max(1.0, QFontMetricsF(font).horizontalAdvance(text));
-    };
-    while (share() < narrowest && size > smallestSize)
-        font = legendFont(painter.font(), --size);
-    if (share() < 1)
-        font.setStretch(static_cast<int>(100 * std::max(narrowest, share())));
+    const QFont font = fittingFont(painter.font(), text, area.width(), wantedSize, smallestSize);
     painter.setFont(font);
     painter.drawText(area, static_cast<int>(alignment) | Qt::TextSingleLine,
                      QFontMetricsF(font).elidedText(text, Qt::ElideRight, area.width() + 1));
@@ -247,25 +255,25 @@ void BoardPlan::paintKey(QPainter& painter, const KeyRecord& key, const BoardCon
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(face, 4 * factor, 4 * factor);
     }
-    paintLegend(painter, key, face, colors);
+    // A caption says what the key does, so the legend gives way where both have no room.
+    const bool bothFit = face.height() > 2.4 * readableSize;
+    if (caption.isEmpty() || bothFit)
+        paintLegend(painter, key, face, colors);
     if (!caption.isEmpty())
-        paintCaption(painter, face, caption, colors);
+        paintCaption(painter, face.adjusted(1, bothFit ? face.height() * 0.4 : 0, -1, 0), caption,
+                     colors);
     painter.restore();
 }
 
-// Under the legend: in one line that may be narrow, or else wrapped and cut as the program does it.
-void BoardPlan::paintCaption(QPainter& painter, const QRectF& face, const QString& caption,
+// In one line if it can be read so, or else wrapped and cut as the program does it.
+void BoardPlan::paintCaption(QPainter& painter, const QRectF& area, const QString& caption,
                              const BoardColors& colors) const
 {
-    const double top = face.top() + face.height() * 0.4;
-    const QRectF area(face.left() + 1, top, face.width() - 2, face.bottom() - top);
-    QFont captionFont = legendFont(painter.font(), std::max(readableSize, 9.5 * factor));
-    const double share =
-        area.width() / std::max(1.0, QFontMetricsF(captionFont).horizontalAdvance(caption) + 2);
-    if (share < 1)
-        captionFont.setStretch(share < narrowest ? narrowestWrapped
-                                                 : static_cast<int>(100 * share));
-    painter.setFont(captionFont);
+    const double size = std::max(readableSize, 9.5 * factor);
+    const QFont oneLine =
+        fittingFont(painter.font(), caption, area.width() - 3, size, smallestCaption);
+    const bool fits = QFontMetricsF(oneLine).horizontalAdvance(caption) <= area.width();
+    painter.setFont(fits ? oneLine : legendFont(painter.font(), size));
     painter.setPen(colors.captionText);
     drawCaption(painter, area.toAlignedRect(), caption);
 }

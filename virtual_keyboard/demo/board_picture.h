@@ -71,7 +71,7 @@ private:
     void paintDesk(QPainter& painter, const BoardContent& content, const BoardColors& colors) const;
     void paintKey(QPainter& painter, const KeyRecord& key, const BoardContent& content,
                   const BoardColors& colors) const;
-    void paintCaption(QPainter& painter, const QRectF& face, const QString& caption,
+    void paintCaption(QPainter& painter, const QRectF& area, const QString& caption,
                       const BoardColors& colors) const;
     void paintLegend(QPainter& painter, const KeyRecord& key, const QRectF& face,
                      const BoardColors& colors) const;

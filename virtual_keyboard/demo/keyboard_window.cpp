@@ -234,10 +234,12 @@ QString KeyboardWindow::stateText() const
     for (int index = 0; index < static_cast<int>(macroCount); ++index)
         macros += model.playMacro(index).empty() ? 0 : 1;
     if (macros > 0)
-        texts += tr("%n macro(s)", nullptr, macros);
+        texts += macros == 1 ? tr("1 macro") : tr("%1 macros").arg(macros);
     for (int slot = 1; slot <= screenSlotCount; ++slot) {
         if (const std::size_t frames = model.screenSlot(slot).size(); frames > 0)
-            texts += tr("slot %1: %2 frames").arg(slot).arg(frames);
+            texts += tr("slot %1: %2")
+                         .arg(slot)
+                         .arg(frames == 1 ? tr("1 picture") : tr("%1 pictures").arg(frames));
     }
     if (const std::size_t blocks = model.screenBlocksAnnounced(); blocks > 0)
         texts += tr("block %1 of %2").arg(model.screenBlocksReceived()).arg(blocks);

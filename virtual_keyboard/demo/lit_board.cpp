@@ -54,7 +54,7 @@ LitBoard::LitBoard(const KeyboardLayout& keyboardLayout, QWidget* parent)
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     setMinimumSize(320, 120);
-    setAccessibleName(tr("Keyboard"));
+    setAccessibleName(tr("Virtual keyboard"));
 }
 
 int LitBoard::heightForWidth(int width) const

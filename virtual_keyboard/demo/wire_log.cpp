@@ -169,7 +169,6 @@ void WireLog::readAnswer(const std::vector<std::uint8_t>& bytes)
         commandLine() += QStringLiteral(": refused (%1)").arg(statusText(answer));
         ++refused;
     }
-    announced = 0;
 }
 
 void WireLog::add(const QString& text, bool isWrong)

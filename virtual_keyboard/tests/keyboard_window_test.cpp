@@ -76,6 +76,8 @@ private slots:
         setLight({.effect = 1, .color = Qt::red, .brightness = 5});
         QTRY_VERIFY(timer().remainingTime() > 1000); // also when a minute has just ended
         QVERIFY(timer().remainingTime() <= 60000);
+        window->hide();
+        QVERIFY(!timer().isActive());
     }
 
     void picturesFollowTheTime()

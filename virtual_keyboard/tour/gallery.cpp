@@ -8,6 +8,7 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/support/named_keys.h"
 #include "virtual_keyboard/demo/lit_board.h"
+#include "virtual_keyboard/tour/evening_picture.h"
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour_driver.h"
 
@@ -15,9 +16,9 @@
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QHelpEvent>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPainter>
 #include <QSlider>
 #include <QStackedWidget>
 #include <QTemporaryDir>
@@ -69,27 +70,6 @@ void paintKeys()
         state.customRgb.at(first + 2) = static_cast<unsigned char>(color.blue());
     }
     emit state.rgbChanged();
-}
-
-// A small picture for the screen of the keyboard: an evening by the sea.
-QImage eveningPicture()
-{
-    QImage image(128, 128, QImage::Format_RGB32);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QLinearGradient sky(0, 0, 0, 84);
-    sky.setColorAt(0.0, QColor(0x2a, 0x1a, 0x4a));
-    sky.setColorAt(0.6, QColor(0xda, 0x52, 0x00));
-    sky.setColorAt(1.0, QColor(0xff, 0xb3, 0x5c));
-    painter.fillRect(image.rect(), sky);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0xff, 0xe2, 0xa8));
-    painter.drawEllipse(QPointF(64, 76), 22, 22);
-    painter.fillRect(0, 84, 128, 44, QColor(0x1b, 0x22, 0x3d));
-    for (int line = 0; line < 4; ++line)
-        painter.fillRect(52 - 6 * line, 89 + 9 * line, 24 + 12 * line, 3,
-                         QColor(0xff, 0xb3, 0x5c, 190 - 40 * line));
-    return image;
 }
 
 class Gallery
@@ -154,6 +134,8 @@ private:
         saveMenu("key-menu", qobject_cast<QMenu*>(QApplication::activePopupWidget()));
         click("Write layer to keyboard");
         savePage("keys-written");
+        keyboardWindow.resize(768, keyboardWindow.layout()->heightForWidth(768));
+        QCoreApplication::processEvents(); // lays it out
         pressOnKeyboard("A");
         save("virtual-keyboard", &keyboardWindow);
     }
@@ -187,7 +169,7 @@ private:
         savePage("screen-error");
         const QTemporaryDir pictures;
         const QString path = pictures.filePath("evening.png");
-        complete = eveningPicture().save(path) && complete;
+        complete = eveningPicture(QSize(128, 128)).save(path) && complete;
         const QString startDirectory = QDir::currentPath();
         QDir::setCurrent(pictures.path()); // where the dialog opens
         saveDialog(

@@ -2,6 +2,7 @@
 
 #include "pages/parts/keyboard_view.h"
 #include "tests/support/named_keys.h"
+#include "virtual_keyboard/demo/lit_board.h"
 #include "virtual_keyboard/tour/held.h"
 
 #include <QApplication>
@@ -90,6 +91,16 @@ void Tour::clickKey(const QString& description, MouseButton button)
             return static_cast<KeyboardView&>(widget).hitRectangle(key).center();
         },
         button);
+}
+
+void Tour::pressOnKeyboard(const QString& description)
+{
+    driver.clickAt(
+        [] { return TourDriver::widgetCalled(QStringLiteral("Virtual keyboard")); },
+        [description](QWidget& widget) {
+            const KeyRecord& key = tests::keyNamed(description);
+            return static_cast<LitBoard&>(widget).plan().place(key.rect).center().toPoint();
+        });
 }
 
 // The settings page looks for the keyboard every five seconds.

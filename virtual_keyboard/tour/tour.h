@@ -33,6 +33,9 @@ private:
     // A press on the drawn key that the layout file calls so, on the page shown.
     void clickKey(const QString& description, MouseButton button = MouseButton::Left);
 
+    // A press on a key of the virtual keyboard.
+    void pressOnKeyboard(const QString& description);
+
     void visitWithoutKeyboard();
     void visitLighting();
     void visitKeys();

@@ -179,6 +179,14 @@ void Tour::visitMacros()
             return heldAction(LayerId::Base, QStringLiteral("M")) == KeyActionBytes{6, 0, 0, 0};
         },
         [] { return actionText(LayerId::Base, QStringLiteral("M")); });
+
+    step(
+        QStringLiteral("press A on the keyboard"), [&] { pressOnKeyboard(QStringLiteral("A")); },
+        [] {
+            return TourDriver::labelWithText(QStringLiteral("The computer gets: Ctrl+B")) !=
+                   nullptr;
+        },
+        [] { return QStringLiteral("the computer gets Ctrl+B"); });
 }
 
 } // namespace tavik::virtual_keyboard

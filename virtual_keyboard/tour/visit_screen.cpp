@@ -1,10 +1,10 @@
 #include "tests/support/files.h"
 #include "tests/support/made_images.h"
+#include "virtual_keyboard/tour/evening_picture.h"
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour.h"
 
 #include <QLineEdit>
-#include <QPainter>
 #include <QTemporaryDir>
 
 namespace tavik::virtual_keyboard {
@@ -13,23 +13,6 @@ namespace {
 
 constexpr int animationFrames = 4;
 constexpr int animationHundredths = 20;
-
-// Stands in for a photograph: soft color everywhere and no flat areas.
-QImage photo()
-{
-    QImage image(640, 480, QImage::Format_RGB32);
-    QPainter painter(&image);
-    QLinearGradient sky(0, 0, 640, 480);
-    sky.setColorAt(0, QColor(24, 40, 92));
-    sky.setColorAt(0.6, QColor(232, 124, 60));
-    sky.setColorAt(1, QColor(40, 24, 40));
-    painter.fillRect(image.rect(), sky);
-    QRadialGradient sun(420, 300, 150);
-    sun.setColorAt(0, QColor(255, 244, 200));
-    sun.setColorAt(1, QColor(255, 180, 80, 0));
-    painter.fillRect(image.rect(), sun);
-    return image;
-}
 
 bool slotHolds(int slot, std::size_t frames)
 {
@@ -47,7 +30,7 @@ void Tour::visitScreen()
                                                 {qRgb(218, 82, 0), qRgb(30, 120, 220),
                                                  qRgb(40, 160, 80), qRgb(240, 200, 60)},
                                                 animationHundredths));
-    tests::writeFile(png, tests::encodeImage(photo(), "png"));
+    tests::writeFile(png, tests::encodeImage(eveningPicture(QSize(640, 480)), "png"));
 
     const auto button = [](const char* text) {
         return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
@@ -79,6 +62,18 @@ void Tour::visitScreen()
             return QStringLiteral("slot 1 plays %1 frames")
                 .arg(bus().keyboard().screenSlot(1).size());
         });
+
+    step(
+        QStringLiteral("show them with Fn and Delete"),
+        [&] {
+            pressOnKeyboard(QStringLiteral("Fn"));
+            pressOnKeyboard(QStringLiteral("Delete"));
+        },
+        [] {
+            return TourDriver::labelWithText(QStringLiteral(
+                       "The computer gets: nothing; the screen shows slot 1")) != nullptr;
+        },
+        [] { return QStringLiteral("the screen shows slot 1"); });
 }
 
 } // namespace tavik::virtual_keyboard
