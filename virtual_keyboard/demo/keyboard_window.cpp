@@ -13,7 +13,6 @@
 #include <QTime>
 #include <QToolButton>
 #include <QVBoxLayout>
-#include <QWindow>
 
 #include <algorithm>
 
@@ -34,6 +33,10 @@ constexpr std::uint8_t sessionOpenCode = 0x18;
 constexpr std::uint8_t refusedStatus = 0x05;
 // Those that carry something; refused ones end their sequence.
 constexpr std::array<std::uint8_t, 7> carryingCodes = {0x11, 0x13, 0x17, 0x19, 0x23, 0x27, 0x72};
+
+// Of the kinds of window, a dialog is kept in front of the one it belongs to.
+constexpr Qt::WindowFlags onlooker = Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                                     Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint;
 
 const char* const windowSheet = R"(
 QWidget#keyboardWindow { background: #191a1c; }
@@ -167,9 +170,8 @@ QWidget* KeyboardWindow::createButtons()
 
 void KeyboardWindow::showBeside(QWidget& program)
 {
+    setParent(&program, onlooker); // which keeps it in front
     place(program);
-    winId(); // so that there is a window to keep in front
-    windowHandle()->setTransientParent(program.windowHandle());
     setAttribute(Qt::WA_ShowWithoutActivating);
     show();
     QTimer::singleShot(frameKnownAfterMs, this, [this, &program] { place(program); });

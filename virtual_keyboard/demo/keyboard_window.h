@@ -30,7 +30,7 @@ public:
     ~KeyboardWindow() override;
 
     // Shows the window beside or under the program's, which must be shown already and may be moved
-    // a little, and outlives this one. The program's window keeps this one in front of it.
+    // a little. The program's window becomes the parent and keeps this one in front of it.
     void showBeside(QWidget& program);
 
 protected:

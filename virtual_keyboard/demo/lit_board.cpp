@@ -49,7 +49,6 @@ void drawClock(QPainter& painter, const QRectF& area, QTime time)
 LitBoard::LitBoard(const KeyboardLayout& keyboardLayout, QWidget* parent)
     : QWidget(parent), layout(keyboardLayout), lights(keyCount)
 {
-    setAttribute(Qt::WA_OpaquePaintEvent);
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
@@ -84,6 +83,12 @@ void LitBoard::setScreen(Screen kind, const ScreenFrame* picture)
                                static_cast<int>(screenWidth), static_cast<int>(screenHeight),
                                QImage::Format_RGB16)
                             .copy();
+}
+
+// Nothing has to be painted behind the board. A style sheet has taken this away by now.
+void LitBoard::showEvent(QShowEvent*)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
 void LitBoard::mousePressEvent(QMouseEvent* event)
