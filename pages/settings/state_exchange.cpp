@@ -108,10 +108,7 @@ void addEarlierStates(QMenu* menu, QWidget* parent)
         };
         menu->addAction(menuText(time), parent, goBack)->setData(state.path);
     }
-    QObject::connect(menu, &QMenu::aboutToShow, menu, [menu] {
-        if (menu->findChild<QTimer*>() == nullptr)
-            countContents(menu);
-    });
+    countContents(menu);
 }
 
 } // namespace
