@@ -1,5 +1,6 @@
 #include "doctor/diagnosis.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -34,6 +35,11 @@ bool isHeld(const std::optional<Node>& node)
 const Node& blockedNode(const Findings& findings, bool (*isBlocked)(const std::optional<Node>&))
 {
     return isBlocked(findings.configuration) ? *findings.configuration : *findings.screen;
+}
+
+bool isCutOff(const Findings& findings)
+{
+    return std::ranges::any_of(findings.holdersOfGoneNodes, &Holder::isThisProcess);
 }
 
 Verdict permissionVerdict(const Findings& findings)
@@ -71,6 +77,15 @@ std::string inUseLine(const Findings& findings)
     }
     return line + (node.holders.size() == 1 ? " holds " : " hold ") + node.path +
            ". Close all but one program that talks to the keyboard.";
+}
+
+std::string repluggedLine(const Findings& findings)
+{
+    if (isCutOff(findings))
+        return "The keyboard was unplugged. Start the program again.";
+    const Holder& holder = findings.holdersOfGoneNodes.front();
+    return "The keyboard was unplugged while " + holder.name + " (process " +
+           std::to_string(holder.processId) + ") was running. Start that program again.";
 }
 
 std::string unknownLine(const Findings& findings)
@@ -121,6 +136,8 @@ std::string verdictLine(const Findings& findings)
         return inUseLine(findings);
     case Verdict::Unknown:
         return unknownLine(findings);
+    case Verdict::Replugged:
+        return repluggedLine(findings);
     }
     return {};
 }
@@ -131,12 +148,16 @@ Verdict verdictOf(const Findings& findings)
 {
     if (!findings.hidapiWorks)
         return Verdict::Unknown;
+    if (isCutOff(findings)) // whatever is plugged in by now
+        return Verdict::Replugged;
     if (!findings.keyboard)
         return Verdict::NotOnUsb;
     if (!findings.configuration)
         return Verdict::NoConfigurationInterface;
     if (isDenied(findings.configuration) || isDenied(findings.screen))
         return permissionVerdict(findings);
+    if (!findings.holdersOfGoneNodes.empty())
+        return Verdict::Replugged;
     if (isHeld(findings.configuration) || isHeld(findings.screen))
         return Verdict::InUse;
     if (isFailed(findings.configuration) || isFailed(findings.screen))
@@ -147,7 +168,7 @@ Verdict verdictOf(const Findings& findings)
 std::string explain(const Findings& findings)
 {
     std::string line = verdictLine(findings);
-    if (findings.runAsRoot && findings.configuration)
+    if (findings.runAsRoot && findings.configuration && !isCutOff(findings))
         line += " (Seen by root, who may open everything: run this as yourself.)";
     return line;
 }

@@ -23,6 +23,7 @@ enum class Verdict {
     SharedWithKeys = 8,
     InUse = 9,
     Unknown = 10,
+    Replugged = 11,
 };
 
 // A program that holds a node open.
@@ -30,6 +31,7 @@ struct Holder
 {
     int processId = 0;
     std::string name;
+    bool isThisProcess = false;
 };
 
 // One interface of the keyboard and what came of opening it.
@@ -58,6 +60,9 @@ struct Findings
     std::optional<DeviceId> keyboard;
     std::optional<Node> configuration;
     std::optional<Node> screen;
+    // Programs for this keyboard that hold a node of it which is gone since it was unplugged. They
+    // keep that node until they end.
+    std::vector<Holder> holdersOfGoneNodes;
 };
 
 [[nodiscard]] Verdict verdictOf(const Findings& findings);

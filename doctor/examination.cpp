@@ -1,17 +1,12 @@
 #include "doctor/examination.h"
 
 #include "device/keyboard_identity.h"
-#include "doctor/node_holders.h"
-#include "doctor/report_descriptor.h"
+#include "doctor/usb_nodes.h"
 
 #include <hidapi.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <libudev.h>
 #include <memory>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tavik::doctor {
@@ -21,8 +16,6 @@ namespace {
 constexpr std::uint16_t firstVendorPage = 0xFF00;
 constexpr std::uint16_t genericDesktopPage = 0x0001;
 constexpr std::uint16_t keyboardUsage = 0x0006;
-// The rule leaves this property on every node it opens.
-constexpr const char* markOfRule = "TAVIK_CENTER_INTERFACE";
 
 // One collection of an interface; an interface with several is listed as often.
 struct ListedCollection
@@ -37,8 +30,6 @@ using Listing = std::vector<ListedCollection>;
 
 struct ListRelease
 {
-    void operator()(udev* context) const { udev_unref(context); }
-    void operator()(udev_device* device) const { udev_device_unref(device); }
     void operator()(hid_device_info* list) const { hid_free_enumeration(list); }
 };
 
@@ -71,17 +62,6 @@ std::optional<DeviceId> findKeyboard(const Listing& listing)
     return DeviceId{keyboardVendorId, other->productId};
 }
 
-bool isMarkedByRule(const std::string& path)
-{
-    const std::unique_ptr<udev, ListRelease> context(udev_new());
-    if (!context)
-        return false;
-    const std::string name = std::filesystem::path(path).filename();
-    const std::unique_ptr<udev_device, ListRelease> node(
-        udev_device_new_from_subsystem_sysname(context.get(), "hidraw", name.c_str()));
-    return node && udev_device_get_property_value(node.get(), markOfRule) != nullptr;
-}
-
 // The nodes with this usage page, in the order in which the program tries them.
 std::vector<std::string> pathsOf(const Listing& listing, std::uint16_t usagePage)
 {
@@ -95,27 +75,12 @@ std::vector<std::string> pathsOf(const Listing& listing, std::uint16_t usagePage
     return paths;
 }
 
-Node examineNode(const Listing& listing, const std::string& path)
+// The kernel makes one node of all collections of an interface.
+bool isSharedWithKeys(const Listing& listing, const std::string& path)
 {
-    Node node;
-    node.path = path;
-    node.markedByRule = isMarkedByRule(path);
-    node.sharedWithKeys = std::ranges::any_of(listing, [&](const ListedCollection& collection) {
+    return std::ranges::any_of(listing, [&](const ListedCollection& collection) {
         return collection.path == path && collection.usagePage < firstVendorPage;
     });
-    // Not by hidapi, which does not tell a refusal from an unplugged keyboard.
-    const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC);
-    if (descriptor < 0) {
-        node.error = errno;
-        return node;
-    }
-    struct stat status
-    {
-    };
-    if (fstat(descriptor, &status) == 0)
-        node.holders = holdersOf(status.st_rdev);
-    close(descriptor);
-    return node;
 }
 
 // The first node that opens, else the first that is there.
@@ -123,7 +88,8 @@ std::optional<Node> findNode(const Listing& listing, std::uint16_t usagePage)
 {
     std::optional<Node> found;
     for (const std::string& path : pathsOf(listing, usagePage)) {
-        Node node = examineNode(listing, path);
+        Node node = examineNode(path);
+        node.sharedWithKeys = isSharedWithKeys(listing, path);
         if (node.error == 0)
             return node;
         if (!found)
@@ -148,6 +114,7 @@ Findings examine()
     Findings findings;
     findings.runAsRoot = geteuid() == 0;
     findings.ruleInstalled = isRuleInstalled();
+    findings.holdersOfGoneNodes = holdersOfGoneNodes();
     findings.hidapiWorks = hid_init() == 0;
     if (!findings.hidapiWorks)
         return findings;
@@ -158,7 +125,6 @@ Findings examine()
         if (!findings.screen)
             findings.screen = findNode(listing, usagePage);
     }
-    hid_exit();
     return findings;
 }
 

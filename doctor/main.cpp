@@ -1,5 +1,7 @@
 #include "doctor/examination.h"
 
+#include <hidapi.h>
+
 #include <cstdio>
 #include <string_view>
 
@@ -23,11 +25,13 @@ constexpr const char* usage = "Usage: tavik-center-doctor [--help | --version]\n
                               "   7  no permission: this session is not at the computer's screen\n"
                               "   8  no permission: the interface also carries the keys\n"
                               "   9  in use by another program\n"
-                              "  10  something else keeps the keyboard from being opened\n";
+                              "  10  something else keeps the keyboard from being opened\n"
+                              "  11  the keyboard was unplugged while the program was running\n";
 
 int examineAndExplain()
 {
     const Findings findings = examine();
+    hid_exit();
     std::puts(explain(findings).c_str());
     return static_cast<int>(verdictOf(findings));
 }

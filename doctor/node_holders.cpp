@@ -1,9 +1,12 @@
 #include "doctor/node_holders.h"
 
+#include "doctor/usb_nodes.h"
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,16 +16,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool holds(const fs::path& process, dev_t device)
+using Descriptor = fs::path; // a link in /proc to an open file
+
+bool hasOpen(const fs::path& process, const std::function<bool(const Descriptor&)>& isMeant)
 {
     std::error_code error; // the process may end while it is looked at
     for (fs::directory_iterator entry(process / "fd", error), end; !error && entry != end;
          entry.increment(error)) {
-        struct stat status
-        {
-        };
-        if (stat(entry->path().c_str(), &status) == 0 && S_ISCHR(status.st_mode) &&
-            status.st_rdev == device)
+        if (isMeant(entry->path()))
             return true;
     }
     return false;
@@ -36,9 +37,8 @@ std::string nameOf(const fs::path& process)
     return name.empty() ? "a program" : name;
 }
 
-} // namespace
-
-std::vector<Holder> holdersOf(dev_t device)
+// Lowest process first.
+std::vector<Holder> processesWith(const std::function<bool(const Descriptor&)>& isMeant)
 {
     std::vector<Holder> holders;
     std::error_code error;
@@ -47,12 +47,44 @@ std::vector<Holder> holdersOf(dev_t device)
         const std::string name = entry->path().filename();
         int processId = 0;
         const auto parsed = std::from_chars(name.data(), name.data() + name.size(), processId);
-        if (parsed.ec != std::errc() || processId == getpid())
-            continue;
-        if (holds(entry->path(), device))
-            holders.push_back({processId, nameOf(entry->path())});
+        if (parsed.ec == std::errc() && hasOpen(entry->path(), isMeant))
+            holders.push_back({processId, nameOf(entry->path()), processId == getpid()});
     }
     std::ranges::sort(holders, {}, &Holder::processId);
+    return holders;
+}
+
+// The kernel takes the name of a node away when its device goes, and says so behind the name.
+bool isGoneNode(const Descriptor& descriptor)
+{
+    std::error_code error;
+    const std::string name = fs::read_symlink(descriptor, error).filename();
+    return name.starts_with("hidraw") && name.ends_with(" (deleted)");
+}
+
+} // namespace
+
+std::vector<Holder> holdersOf(dev_t device)
+{
+    std::vector<Holder> holders = processesWith([device](const Descriptor& descriptor) {
+        struct stat status
+        {
+        };
+        return stat(descriptor.c_str(), &status) == 0 && S_ISCHR(status.st_mode) &&
+               status.st_rdev == device;
+    });
+    std::erase_if(holders, &Holder::isThisProcess);
+    return holders;
+}
+
+// A node that is gone does not say whose it was. Only a program for this keyboard keeps one for
+// good; what others hold may be of any device.
+std::vector<Holder> holdersOfGoneNodes()
+{
+    std::vector<Holder> holders = processesWith(isGoneNode);
+    std::erase_if(holders, [](const Holder& holder) {
+        return !holder.isThisProcess && holder.name != "tavik-center";
+    });
     return holders;
 }
 

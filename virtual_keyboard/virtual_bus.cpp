@@ -319,6 +319,14 @@ int VirtualBus::openHandles() const
     return static_cast<int>(std::ranges::count(everOpened, false, &OpenedInterface::closed));
 }
 
+int VirtualBus::staleHandles() const
+{
+    return static_cast<int>(
+        std::ranges::count_if(everOpened, [this](const OpenedInterface& opened) {
+            return !opened.closed && !reaches(opened);
+        }));
+}
+
 int VirtualBus::init()
 {
     record(initFails ? "init failed" : "init");
@@ -346,7 +354,9 @@ std::vector<BusInterface> VirtualBus::enumerate(std::uint16_t vendor, std::uint1
     std::vector<BusInterface> found;
     if (isPlugged && vendor == vendorId) {
         std::ranges::copy_if(usbInterfaces, std::back_inserter(found),
-                             [&](const BusInterface& entry) { return entry.productId == product; });
+                             [&](const BusInterface& entry) {
+                                 return product == 0 || entry.productId == product; // 0 is any
+                             });
     }
     enumeratedPaths.clear();
     for (const BusInterface& entry : found)

@@ -20,6 +20,7 @@ struct BusInterface
     std::uint16_t usagePage = 0x0001;
     std::string path;
     bool opens = true;
+    std::string holder = {}; // another program that has it open; empty for none
 };
 
 // What happens to one exchange on the configuration interface, or to one screen block.
@@ -135,6 +136,8 @@ public:
     [[nodiscard]] std::vector<std::string> violations() const;
     void clearViolations();
     [[nodiscard]] int openHandles() const;
+    // Those of them that no longer reach the keyboard, because it was unplugged since.
+    [[nodiscard]] int staleHandles() const;
     [[nodiscard]] int unfreedEnumerations() const { return heldEnumerations; }
 
     // The transport, as hidapi's functions need it. Negative results are failures whose text

@@ -99,6 +99,41 @@ private slots:
         QCOMPARE(verdictOf(findings), Verdict::NoSeat);
     }
 
+    void theProgramItselfWasCutOff_data()
+    {
+        QTest::addColumn<bool>("pluggedIn");
+        QTest::newRow("and is still") << false;
+        QTest::newRow("until a moment ago") << true;
+    }
+    void theProgramItselfWasCutOff()
+    {
+        QFETCH(bool, pluggedIn);
+        Findings findings = pluggedIn ? readyFindings() : Findings();
+        findings.runAsRoot = true;
+        findings.holdersOfGoneNodes = {{3, "tavik-center"}, {7, "tavik-center", true}};
+
+        QCOMPARE(verdictOf(findings), Verdict::Replugged);
+        QCOMPARE(explain(findings),
+                 std::string("The keyboard was unplugged. Start the program again."));
+    }
+
+    void anotherProgramWasCutOff()
+    {
+        Findings findings;
+        findings.holdersOfGoneNodes = {{7, "tavik-center"}};
+        QCOMPARE(verdictOf(findings), Verdict::NotOnUsb); // comes first, for the user
+
+        const std::vector<Holder> holders = findings.holdersOfGoneNodes;
+        findings = readyFindings();
+        findings.holdersOfGoneNodes = holders;
+        QCOMPARE(verdictOf(findings), Verdict::Replugged);
+        QCOMPARE(explain(findings),
+                 std::string("The keyboard was unplugged while tavik-center (process 7) was "
+                             "running. Start that program again."));
+        findings.configuration->error = EACCES;
+        QCOMPARE(verdictOf(findings), Verdict::RuleNotApplied);
+    }
+
     void rootIsTold()
     {
         Findings findings = readyFindings();

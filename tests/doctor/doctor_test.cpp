@@ -247,7 +247,7 @@ private slots:
         EmulatedKeyboard keyboard(EmulatedDevice{});
         const Outcome help = runDoctor({QStringLiteral("--help")});
         QCOMPARE(help.exitCode, 0);
-        for (int code = 0; code <= 10; ++code) {
+        for (int code = 0; code <= 11; ++code) {
             const QRegularExpression line(QStringLiteral("^ +%1  \\S").arg(code),
                                           QRegularExpression::MultilineOption);
             QVERIFY2(help.text.contains(line), qPrintable(QString::number(code)));

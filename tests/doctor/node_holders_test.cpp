@@ -1,0 +1,77 @@
+#include "doctor/usb_nodes.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <optional>
+#include <unistd.h>
+
+using namespace tavik::doctor;
+
+// The kernel takes away the name of a node whose device goes; a file that is removed looks alike.
+class NodeHoldersTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void onlyANodeThatIsGoneIsFound()
+    {
+        QFile node(directory.filePath(QStringLiteral("hidraw7")));
+        QFile other(directory.filePath(QStringLiteral("event7")));
+        QVERIFY(node.open(QIODevice::ReadWrite) && other.open(QIODevice::ReadWrite));
+        QCOMPARE(::unlink(qPrintable(other.fileName())), 0);
+        QVERIFY(!holds(getpid()));
+
+        QCOMPARE(::unlink(qPrintable(node.fileName())), 0);
+        QVERIFY(holds(getpid()));
+        QVERIFY(holder(getpid())->isThisProcess);
+        // Plugged in again: the new node has the same name, the old one is still what is held.
+        QFile again(node.fileName());
+        QVERIFY(again.open(QIODevice::ReadWrite));
+        QVERIFY(holds(getpid()));
+        node.close();
+        QVERIFY(!holds(getpid()));
+    }
+
+    void ofOthersOnlyThisProgramCounts_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<bool>("counts");
+        QTest::newRow("this program") << QByteArray("tavik-center") << true;
+        QTest::newRow("another one") << QByteArray("browser") << false;
+    }
+    void ofOthersOnlyThisProgramCounts()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(bool, counts);
+        const QString path = directory.filePath(QStringLiteral("hidraw8"));
+        QProcess process;
+        process.start(QStringLiteral("/bin/sh"),
+                      {QStringLiteral("-c"),
+                       QStringLiteral("exec 3<>\"$1\"; rm \"$1\"; printf %s \"$2\" > "
+                                      "/proc/$$/comm; echo ready; read line"),
+                       QStringLiteral("sh"), path, QString::fromLatin1(name)});
+        QVERIFY(process.waitForReadyRead());
+        QCOMPARE(holds(static_cast<int>(process.processId())), counts);
+        process.closeWriteChannel();
+        QVERIFY(process.waitForFinished());
+        QVERIFY(!holds(static_cast<int>(process.processId())));
+    }
+
+private:
+    static std::optional<Holder> holder(int processId)
+    {
+        const std::vector<Holder> holders = holdersOfGoneNodes();
+        const auto found = std::ranges::find(holders, processId, &Holder::processId);
+        return found == holders.end() ? std::nullopt : std::optional(*found);
+    }
+    static bool holds(int processId) { return holder(processId).has_value(); }
+
+    QTemporaryDir directory;
+};
+
+QTEST_GUILESS_MAIN(NodeHoldersTest)
+#include "node_holders_test.moc"
