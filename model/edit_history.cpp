@@ -56,8 +56,10 @@ void EditHistory::edit(StatePart part, const QString& name,
     const SavedState before = state;
     change(state);
     state.save();
-    if (static_cast<const SavedState&>(state) != before)
-        push(new Step(part, name, before));
+    if (static_cast<const SavedState&>(state) == before)
+        return;
+    push(new Step(part, name, before));
+    emit changed(part);
 }
 
 void EditHistory::takeOver(const QString& name, const SavedState& state)
@@ -73,6 +75,7 @@ void EditHistory::exchange(StatePart part, SavedState& other)
     AppState& state = AppState::instance();
     std::swap(static_cast<SavedState&>(state), other);
     state.save();
+    emit changed(part);
     emit restored(part, other);
 }
 

@@ -12,8 +12,8 @@ namespace tavik {
 enum class StatePart { BaseLayer, FnLayer, Macros, Colors, Everything };
 
 // The user's edits of this process, the last 1000 of which can be taken back. Undoing or redoing
-// one brings the other state back exactly, saves it and emits restored. Used from the GUI thread
-// only.
+// one brings the other state back exactly, saves it and emits changed and restored. Used from the
+// GUI thread only.
 class EditHistory : public QUndoStack
 {
     Q_OBJECT
@@ -23,14 +23,16 @@ public:
 
     // Calls the function, which changes the state, and saves. An edit that made a difference is a
     // step under this name, which stands behind "Undo" in menus: a single line, its ampersands
-    // doubled. Emits nothing but the signals of the stack.
+    // doubled. It emits changed and the signals of the stack; one that made none emits nothing.
     void edit(StatePart part, const QString& name, const std::function<void(SavedState&)>& change);
 
     // Keeps the present state among the earlier ones, takes over another by an edit of this name
-    // and emits restored.
+    // and emits changed and restored.
     void takeOver(const QString& name, const SavedState& state);
 
 signals:
+    // This part of the state is another one than before, by an edit, an undo or a redo.
+    void changed(tavik::StatePart part);
     // Another state has been brought back or taken over; left is the one whose place it takes.
     void restored(tavik::StatePart part, const tavik::SavedState& left);
 
