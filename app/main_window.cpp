@@ -124,6 +124,7 @@ QWidget* createHomePage(QWidget* parent)
     auto* view = new KeyboardView(page);
     view->setKeyboardLayout(&KeyboardLayout::instance());
     view->setMinimumSize(600, 350);
+    view->setFocusPolicy(Qt::ClickFocus); // it shows the keyboard, and has nothing to offer to keys
     column->addStretch();
     column->addWidget(view, 1);
     column->addStretch();

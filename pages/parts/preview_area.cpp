@@ -35,6 +35,7 @@ PreviewArea::PreviewArea(const KeyboardLayout& layout, QWidget* parent)
     setMinimumHeight(previewMinimumHeight);
 
     view->setKeyboardLayout(&layout);
+    view->setFocusPolicy(Qt::ClickFocus); // it shows the keyboard, and has nothing to offer to keys
     view->setMinimumSize(0, 0);
     view->setMaximumSize(fullViewSize);
     view->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
