@@ -3,8 +3,10 @@
 #include "model/keyboard_layout.h"
 #include "pages/colors/color_preview.h"
 #include "pages/colors/color_transfer.h"
+#include "pages/parts/busy_wait.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
+#include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
 #include "pages/parts/undo_entries.h"
 
@@ -22,24 +24,31 @@ constexpr QSize previewSize(56, 26);
 constexpr int brightnessSliderWidth = 160;
 constexpr int highestBrightness = 5;
 
+QColor shownColor(std::size_t lightIndex)
+{
+    const KeyColor color = colorOf(AppState::instance().customRgb, lightIndex);
+    return {color.red, color.green, color.blue};
+}
+
 } // namespace
 
-RgbWidget::RgbWidget(QWidget* parent) : QWidget(parent)
+RgbWidget::RgbWidget(QWidget* parent)
+    : QWidget(parent), writtenColors(AppState::instance().customRgb)
 {
     QVBoxLayout* column = createPageColumn(this);
     column->addLayout(createBrushRow());
     column->addLayout(createModeRow());
-    column->addLayout(
-        createRow({createAccentButton(tr("Send painting to keyboard"), this, &RgbWidget::apply),
-                   createButton(tr("Read from keyboard"), this, &RgbWidget::loadFromKeyboard)}));
+    sendButton = createAccentButton(tr("Send painting to keyboard"), this, &RgbWidget::apply);
+    column->addLayout(createRow(
+        {sendButton, createButton(tr("Read from keyboard"), this, &RgbWidget::loadFromKeyboard)}));
     createView();
     column->addWidget(view, 1);
     column->addWidget(createHint(tr("Click keys to paint them with the brush color."), this));
-    statusLabel = createStatusLabel(this);
+    statusLabel = new StatusLabel(this);
     column->addWidget(statusLabel);
 
     connect(&AppState::instance(), &AppState::rgbChanged, this, &RgbWidget::refreshColors);
-    connect(&EditHistory::instance(), &EditHistory::restored, this, &RgbWidget::showRestored);
+    connect(&EditHistory::instance(), &EditHistory::changed, this, &RgbWidget::refreshColors);
     refreshColors();
 }
 
@@ -47,6 +56,7 @@ QLayout* RgbWidget::createBrushRow()
 {
     preview = new ColorPreview(brushColor, this);
     preview->setFixedSize(previewSize);
+    showBrushColor();
 
     return createRow({preview, createButton(tr("Brush color…"), this, &RgbWidget::chooseBrushColor),
                       createButton(tr("Fill all keys"), this, &RgbWidget::paintAll)});
@@ -74,6 +84,10 @@ void RgbWidget::createView()
     connect(view, &KeyboardView::slotActivated, this, &RgbWidget::keyClicked);
     connect(view, &KeyboardView::slotContextMenu, this,
             [this](int, QPoint globalPos) { showUndoMenu(this, globalPos); });
+    view->setKeyToolTip([](int lightIndex) {
+        return colorToolTip(nameOfKey(lightIndex),
+                            shownColor(static_cast<std::size_t>(lightIndex)));
+    });
 }
 
 void RgbWidget::chooseBrushColor()
@@ -82,7 +96,13 @@ void RgbWidget::chooseBrushColor()
     if (!chosen.isValid())
         return;
     brushColor = chosen;
+    showBrushColor();
+}
+
+void RgbWidget::showBrushColor()
+{
     preview->update();
+    preview->setToolTip(colorToolTip(tr("Brush"), brushColor));
 }
 
 void RgbWidget::paintKey(ColorBank& bank, std::size_t lightIndex) const
@@ -109,45 +129,60 @@ void RgbWidget::paintAll()
 
 void RgbWidget::applyMode()
 {
-    showOutcome(statusLabel, enableCustomColors(brightnessSlider->value()),
-                tr("Custom mode enabled."));
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
+        return;
+    statusLabel->showOutcome(enableCustomColors(brightnessSlider->value()),
+                             tr("Custom mode enabled."));
+    statusLabel->clearOn(brightnessSlider, &QSlider::valueChanged);
 }
 
 void RgbWidget::apply()
 {
-    showOutcome(statusLabel, writeColorBank(AppState::instance().customRgb), tr("Painting sent."));
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
+        return;
+    const ColorBank& bank = AppState::instance().customRgb;
+    const bool sent = writeColorBank(bank);
+    if (sent)
+        writtenColors = bank;
+    showMark();
+    statusLabel->showOutcome(sent, tr("Painting sent."), StatePart::Colors);
 }
 
 void RgbWidget::loadFromKeyboard()
 {
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
+        return;
     const std::optional<ColorBank> bank = readColorBank();
-    if (bank)
+    if (bank) {
+        writtenColors = *bank; // as good as written
         editColors(tr("Read from keyboard"), [&](ColorBank& colors) { colors = *bank; });
-    showOutcome(statusLabel, bank.has_value(), tr("Color bank read from keyboard."));
+        showMark();
+    }
+    statusLabel->showOutcome(bank.has_value(), tr("Color bank read from keyboard."),
+                             StatePart::Colors);
 }
 
 void RgbWidget::editColors(const QString& name, const std::function<void(ColorBank&)>& change)
 {
     EditHistory::instance().edit(StatePart::Colors, name,
                                  [&](SavedState& state) { change(state.customRgb); });
-    refreshColors();
 }
 
 // Every key has a color, black included, which shows as a gray glow.
 void RgbWidget::refreshColors()
 {
-    const ColorBank& bank = AppState::instance().customRgb;
-    for (std::size_t lightIndex = 0; lightIndex < layerSize; ++lightIndex) {
-        const KeyColor color = colorOf(bank, lightIndex);
-        view->setKeyColor(static_cast<int>(lightIndex), QColor(color.red, color.green, color.blue));
-    }
+    for (std::size_t lightIndex = 0; lightIndex < layerSize; ++lightIndex)
+        view->setKeyColor(static_cast<int>(lightIndex), shownColor(lightIndex));
+    showMark();
 }
 
-void RgbWidget::showRestored(StatePart part)
+// What the keyboard held before the program started is unknown; then nothing is marked.
+void RgbWidget::showMark()
 {
-    refreshColors();
-    if (part == StatePart::Colors || part == StatePart::Everything)
-        showStatus(statusLabel, StatusLook::Plain, {});
+    sendButton->setMarked(AppState::instance().customRgb != writtenColors);
 }
 
 } // namespace tavik

@@ -5,14 +5,15 @@
 #include <QColor>
 #include <QWidget>
 
-class QLabel;
 class QLayout;
 class QSlider;
 
 namespace tavik {
 
+class AccentButton;
 class ColorPreview;
 class KeyboardView;
+class StatusLabel;
 
 // The page on which the user paints the keys. Every change is stored and saved at once and needs no
 // keyboard; the keyboard learns of it only when the user sends the painting.
@@ -45,14 +46,17 @@ private:
     void paintKey(ColorBank& bank, std::size_t lightIndex) const;
     void editColors(const QString& name, const std::function<void(ColorBank&)>& change);
     void refreshColors();
-    void showRestored(StatePart part);
+    void showBrushColor();
+    void showMark();
 
     QColor brushColor{255, 60, 60};
+    ColorBank writtenColors; // as they were last written or read, or at the start
 
     ColorPreview* preview = nullptr;
     QSlider* brightnessSlider = nullptr;
     KeyboardView* view = nullptr;
-    QLabel* statusLabel = nullptr;
+    AccentButton* sendButton = nullptr;
+    StatusLabel* statusLabel = nullptr;
 };
 
 } // namespace tavik

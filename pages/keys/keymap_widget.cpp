@@ -4,6 +4,7 @@
 #include "model/keyboard_layout.h"
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/action_menu.h"
+#include "pages/parts/busy_wait.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
@@ -30,7 +31,8 @@ QString layerName(LayerId id)
 
 } // namespace
 
-KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
+KeymapWidget::KeymapWidget(QWidget* parent)
+    : QWidget(parent), writtenLayers{AppState::instance().layerBase, AppState::instance().layerFn}
 {
     createLayerButtons();
     createView();
@@ -41,13 +43,18 @@ KeymapWidget::KeymapWidget(QWidget* parent) : QWidget(parent)
     column->addWidget(createHint(
         tr("Click a key to assign an action. Base layer = normal keys, Fn layer = hold Fn."),
         this));
+    writeButton =
+        createAccentButton(tr("Write layer to keyboard"), this, &KeymapWidget::applyLayer);
     column->addLayout(createRow(
-        {createAccentButton(tr("Write layer to keyboard"), this, &KeymapWidget::applyLayer),
-         createButton(tr("Reset all to default"), this, &KeymapWidget::resetLayer)}));
-    statusLabel = createStatusLabel(this);
+        {writeButton, createButton(tr("Reset all to default"), this, &KeymapWidget::resetLayer)}));
+    statusLabel = new StatusLabel(this);
     column->addWidget(statusLabel);
 
     // Captions show the names of macros as well.
+    connect(&EditHistory::instance(), &EditHistory::changed, this, [this](StatePart part) {
+        if (part != StatePart::Colors)
+            refreshCaptions();
+    });
     connect(&AppState::instance(), &AppState::layersChanged, this, &KeymapWidget::refreshCaptions);
     connect(&AppState::instance(), &AppState::macrosChanged, this, &KeymapWidget::refreshCaptions);
     connect(&EditHistory::instance(), &EditHistory::restored, this, &KeymapWidget::showRestored);
@@ -73,6 +80,7 @@ void KeymapWidget::createView()
     view->setMode(KeyboardViewMode::Captions);
     connect(view, &KeyboardView::slotActivated, this, &KeymapWidget::keyClicked);
     connect(view, &KeyboardView::slotContextMenu, this, &KeymapWidget::showKeyMenu);
+    view->setKeyToolTip([](int) { return tr("Click to assign, right click for a menu"); });
 }
 
 const KeyLayer& KeymapWidget::layerKeys() const
@@ -81,13 +89,17 @@ const KeyLayer& KeymapWidget::layerKeys() const
     return currentLayer == LayerId::Base ? state.layerBase : state.layerFn;
 }
 
+StatePart KeymapWidget::currentPart() const
+{
+    return currentLayer == LayerId::Base ? StatePart::BaseLayer : StatePart::FnLayer;
+}
+
 void KeymapWidget::editLayer(const QString& name, const std::function<void(KeyLayer&)>& change)
 {
     const bool isBase = currentLayer == LayerId::Base;
-    EditHistory::instance().edit(
-        isBase ? StatePart::BaseLayer : StatePart::FnLayer, name,
-        [&](SavedState& state) { change(isBase ? state.layerBase : state.layerFn); });
-    refreshCaptions();
+    EditHistory::instance().edit(currentPart(), name, [&](SavedState& state) {
+        change(isBase ? state.layerBase : state.layerFn);
+    });
 }
 
 void KeymapWidget::keyClicked(int lightIndex)
@@ -137,8 +149,15 @@ void KeymapWidget::resetLayer()
 
 void KeymapWidget::applyLayer()
 {
-    showOutcome(statusLabel, writeLayer(currentLayer, layerKeys()),
-                tr("Layer %1 written.").arg(layerName(currentLayer)));
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
+        return;
+    const bool written = writeLayer(currentLayer, layerKeys());
+    if (written)
+        writtenKeys() = layerKeys();
+    showMark();
+    statusLabel->showOutcome(written, tr("Layer %1 written.").arg(layerName(currentLayer)),
+                             currentPart());
 }
 
 void KeymapWidget::refreshCaptions()
@@ -147,17 +166,19 @@ void KeymapWidget::refreshCaptions()
     int lightIndex = 0;
     for (const KeyAction& action : layerKeys())
         view->setCaption(lightIndex++, keyActionLabel(action, state.macros));
+    showMark();
+}
+
+// What the keyboard held before the program started is unknown; then nothing is marked.
+void KeymapWidget::showMark()
+{
+    writeButton->setMarked(layerKeys() != writtenKeys());
 }
 
 void KeymapWidget::showRestored(StatePart part)
 {
-    const bool isLayer = part == StatePart::BaseLayer || part == StatePart::FnLayer;
-    if (isLayer)
+    if (part == StatePart::BaseLayer || part == StatePart::FnLayer)
         switchLayer(static_cast<int>(part == StatePart::BaseLayer ? LayerId::Base : LayerId::Fn));
-    else
-        refreshCaptions();
-    if (isLayer || part == StatePart::Everything)
-        showStatus(statusLabel, StatusLook::Plain, {});
 }
 
 } // namespace tavik

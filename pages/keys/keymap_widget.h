@@ -6,12 +6,15 @@
 
 #include <QWidget>
 
-class QLabel;
+#include <array>
+
 class QPushButton;
 
 namespace tavik {
 
+class AccentButton;
 class KeyboardView;
+class StatusLabel;
 
 // The page on which the user gives the keys of one layer new actions. Every change is stored and
 // saved at once; the keyboard learns of it only when the user writes the layer.
@@ -39,17 +42,26 @@ private:
     void createView();
 
     [[nodiscard]] const KeyLayer& layerKeys() const;
+    [[nodiscard]] StatePart currentPart() const;
+    [[nodiscard]] KeyLayer& writtenKeys()
+    {
+        return writtenLayers.at(static_cast<std::size_t>(currentLayer));
+    }
     void editLayer(const QString& name, const std::function<void(KeyLayer&)>& change);
     void assignKey(int lightIndex, const KeyAction& action);
     void refreshCaptions();
+    void showMark();
     void showRestored(StatePart part);
 
     LayerId currentLayer = LayerId::Base;
+    // Both layers as they were last written, or at the start; by their ids.
+    std::array<KeyLayer, 2> writtenLayers;
 
     QPushButton* baseButton = nullptr;
     QPushButton* fnButton = nullptr;
     KeyboardView* view = nullptr;
-    QLabel* statusLabel = nullptr;
+    AccentButton* writeButton = nullptr;
+    StatusLabel* statusLabel = nullptr;
 };
 
 } // namespace tavik

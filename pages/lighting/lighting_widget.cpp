@@ -5,8 +5,11 @@
 #include "model/keyboard_layout.h"
 #include "pages/lighting/effect_delegate.h"
 #include "pages/lighting/palette_wheel.h"
+#include "pages/parts/busy_wait.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
+#include "pages/parts/shown_text.h"
+#include "pages/parts/status_label.h"
 
 #include <QButtonGroup>
 #include <QGridLayout>
@@ -46,9 +49,27 @@ constexpr int directionChosenFrame = 4;
 constexpr int swatchColumns = 7;
 constexpr int panelMinimumHeight = 290;
 
-constexpr std::array<const char*, 14> swatchColors{
-    "#ff0000", "#ec00db", "#8d00ff", "#1515ec", "#0090f3", "#00dfe0", "#29953c",
-    "#00e500", "#a4e900", "#f3e500", "#f2a000", "#e94f00", "#f4f4f4", "#090909"};
+struct Swatch
+{
+    const char* color;
+    const char* name;
+};
+constexpr std::array<Swatch, 14> swatches{{
+    {"#ff0000", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Red")},
+    {"#ec00db", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Magenta")},
+    {"#8d00ff", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Violet")},
+    {"#1515ec", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Blue")},
+    {"#0090f3", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Sky blue")},
+    {"#00dfe0", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Cyan")},
+    {"#29953c", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Dark green")},
+    {"#00e500", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Green")},
+    {"#a4e900", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Lime")},
+    {"#f3e500", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Yellow")},
+    {"#f2a000", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Amber")},
+    {"#e94f00", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Orange")},
+    {"#f4f4f4", QT_TRANSLATE_NOOP("tavik::LightingWidget", "White")},
+    {"#090909", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Black")},
+}};
 
 // On purpose the arrow to the right stands in the left cell, and the other way round.
 struct DirectionEntry
@@ -258,13 +279,15 @@ QLayout* LightingWidget::createSwatches(QWidget* parent)
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(5);
-    for (int index = 0; index < static_cast<int>(swatchColors.size()); ++index) {
-        const QColor swatchColor(QLatin1String(swatchColors.at(static_cast<std::size_t>(index))));
+    for (int index = 0; index < static_cast<int>(swatches.size()); ++index) {
+        const Swatch& swatch = swatches.at(static_cast<std::size_t>(index));
+        const QColor swatchColor(QLatin1String(swatch.color));
         auto* button = new QPushButton(parent);
         button->setFixedSize(32, 30);
         button->setCursor(Qt::PointingHandCursor);
         button->setProperty("swatchColor", swatchColor);
         button->setAccessibleName(tr("Color %1").arg(swatchColor.name()));
+        button->setToolTip(colorToolTip(tr(swatch.name), swatchColor));
         button->setStyleSheet(
             QStringLiteral("QPushButton { background:%1; border:1px solid #555; padding:0; }"
                            "QPushButton:hover { border:2px solid white; }")
@@ -370,12 +393,11 @@ QLayout* LightingWidget::createDirectionPad(QWidget* parent)
 }
 
 // Stands in no layout: it comes up over the corner of the effect list. Created last, so that it
-// lies on top; it is small, so the whole text is its tool tip, too.
+// lies on top; it is small, so the tool tip begins with the whole text.
 void LightingWidget::createStatusLabel()
 {
-    statusLabel = new QLabel(this);
+    statusLabel = new StatusLabel(this);
     statusLabel->setObjectName(QStringLiteral("lightingStatus"));
-    statusLabel->setTextFormat(Qt::PlainText);
     statusLabel->setWordWrap(true);
     statusLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     statusLabel->setStyleSheet(QStringLiteral(
@@ -387,6 +409,11 @@ void LightingWidget::apply()
 {
     if (!Device::instance().isOpen())
         return;
+    const BusyWait wait(this);
+    if (!wait.hasBegun()) {
+        sendTimer.start();
+        return;
+    }
     const LightingSettings settings{effect,
                                     color,
                                     randomColorSwitch->isChecked(),
@@ -396,7 +423,7 @@ void LightingWidget::apply()
     const bool sent = sendLightingMode(settings);
     const QString error = sent ? QString() : Device::instance().lastError;
     statusLabel->setText(error);
-    statusLabel->setToolTip(error);
+    statusLabel->setKeyboardFailed(!sent, error);
     statusLabel->setVisible(!sent);
 }
 
@@ -460,6 +487,9 @@ void LightingWidget::showSwitch()
 void LightingWidget::chooseSleep(int value)
 {
     sleep = value;
+    if (!Device::instance().isOpen())
+        return;
+    const BusyWait wait(this);
     // A sleep time that does not arrive is not reported: the next choice sends it anew.
     std::ignore = sendLightingSleep(sleep);
 }

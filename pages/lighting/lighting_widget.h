@@ -8,7 +8,6 @@
 
 #include <array>
 
-class QLabel;
 class QLayout;
 class QListWidget;
 class QPushButton;
@@ -20,6 +19,7 @@ class QVBoxLayout;
 namespace tavik {
 
 class PaletteWheel;
+class StatusLabel;
 
 // The page on which the user picks one of the keyboard's own lighting effects and its options.
 // Changes are sent together, 180 ms after the last one; the sleep time is sent at once. Without a
@@ -77,7 +77,7 @@ private:
     QSlider* brightnessSlider = nullptr;
     QSlider* speedSlider = nullptr;
     std::array<QToolButton*, 4> directionButtons{};
-    QLabel* statusLabel = nullptr;
+    StatusLabel* statusLabel = nullptr;
 };
 
 } // namespace tavik

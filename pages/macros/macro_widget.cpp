@@ -2,6 +2,7 @@
 
 #include "model/key_names.h"
 #include "pages/macros/macro_upload.h"
+#include "pages/parts/busy_wait.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
@@ -60,7 +61,8 @@ protected:
 
 } // namespace
 
-MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
+MacroWidget::MacroWidget(QWidget* parent)
+    : QWidget(parent), writtenMacros(AppState::instance().macros)
 {
     setStyleSheet(QLatin1String(pageStyleSheet));
     auto* groups = new QHBoxLayout;
@@ -71,10 +73,11 @@ MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
         tr("Macros play from keys assigned in the Keys tab (assignment type: Macro)."), this);
     auto* sendRow = new QHBoxLayout;
     sendRow->addStretch();
-    sendRow->addWidget(
-        createAccentButton(tr("Write macros to keyboard"), this, &MacroWidget::sendMacros));
+    writeButton =
+        createAccentButton(tr("Write macros to keyboard"), this, &MacroWidget::sendMacros);
+    sendRow->addWidget(writeButton);
     sendRow->addStretch();
-    statusLabel = createStatusLabel(this);
+    statusLabel = new StatusLabel(this);
 
     QVBoxLayout* column = createPageColumn(this, -1);
     column->addLayout(groups, 1);
@@ -85,6 +88,7 @@ MacroWidget::MacroWidget(QWidget* parent) : QWidget(parent)
     refillMacroList();
     connect(macroList, &QListWidget::currentRowChanged, this, &MacroWidget::macroSelected);
     connect(&AppState::instance(), &AppState::macrosChanged, this, &MacroWidget::refillMacroList);
+    connect(&EditHistory::instance(), &EditHistory::changed, this, &MacroWidget::showMark);
     connect(&EditHistory::instance(), &EditHistory::restored, this, &MacroWidget::showRestored);
     for (QAbstractScrollArea* area :
          std::initializer_list<QAbstractScrollArea*>{macroList, actionTable}) {
@@ -224,7 +228,8 @@ void MacroWidget::macroSelected(int row)
 void MacroWidget::addAction()
 {
     if (currentMacro() == nullptr) {
-        showStatus(statusLabel, StatusLook::Warning, tr("Select a macro first."));
+        statusLabel->showStatus(StatusLook::Warning, tr("Select a macro first."));
+        statusLabel->clearOn(macroList, &QListWidget::currentRowChanged);
         return;
     }
     const MacroAction action{static_cast<std::uint16_t>(delayInput->value()),
@@ -245,12 +250,29 @@ void MacroWidget::deleteAction()
 
 void MacroWidget::sendMacros()
 {
-    const std::optional<QByteArray> image = encodeMacroSpace(AppState::instance().macros);
-    if (!image)
-        showStatus(statusLabel, StatusLook::Error, macroSpaceExceededText.toString());
-    else
-        showOutcome(statusLabel, writeMacroSpace(*image),
-                    tr("Macros written (%1 bytes).").arg(image->size()));
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
+        return;
+    const QList<MacroRecord>& macros = AppState::instance().macros;
+    const std::optional<QByteArray> image = encodeMacroSpace(macros);
+    if (!image) {
+        statusLabel->showRefusal(macroSpaceExceededText.toString(),
+                                 tr("Remove some actions or macros, then write again."),
+                                 StatePart::Macros);
+        return;
+    }
+    const bool written = writeMacroSpace(*image);
+    if (written)
+        writtenMacros = macros;
+    showMark();
+    statusLabel->showOutcome(written, tr("Macros written (%1 bytes).").arg(image->size()),
+                             StatePart::Macros);
+}
+
+// What the keyboard held before the program started is unknown; then nothing is marked.
+void MacroWidget::showMark()
+{
+    writeButton->setMarked(AppState::instance().macros != writtenMacros);
 }
 
 void MacroWidget::refillMacroList()
@@ -285,7 +307,6 @@ void MacroWidget::showRestored(StatePart part, const SavedState& left)
 {
     if (part != StatePart::Macros && part != StatePart::Everything)
         return;
-    showStatus(statusLabel, StatusLook::Plain, {});
     refillMacroList();
     const QList<MacroRecord>& macros = AppState::instance().macros;
     const qsizetype row = firstDifference(left.macros, macros);

@@ -5,12 +5,14 @@
 #include <QWidget>
 
 class QComboBox;
-class QLabel;
 class QListWidget;
 class QSpinBox;
 class QTableWidget;
 
 namespace tavik {
+
+class AccentButton;
+class StatusLabel;
 
 // The page on which the user makes macros. Every change is stored and saved at once; the keyboard
 // learns of it only when the user writes the macros.
@@ -46,14 +48,18 @@ private:
     void editActions(const QString& name, const std::function<void(QList<MacroAction>&)>& change);
     void refillMacroList();
     void refillActionTable(int macroIndex);
+    void showMark();
     void showRestored(StatePart part, const SavedState& left);
+
+    QList<MacroRecord> writtenMacros; // as they were last written, or at the start
 
     QListWidget* macroList = nullptr;
     QTableWidget* actionTable = nullptr;
     QComboBox* typeSelect = nullptr;
     QComboBox* keySelect = nullptr;
     QSpinBox* delayInput = nullptr;
-    QLabel* statusLabel = nullptr;
+    AccentButton* writeButton = nullptr;
+    StatusLabel* statusLabel = nullptr;
 };
 
 } // namespace tavik

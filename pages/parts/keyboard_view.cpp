@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tavik {
 
@@ -128,18 +129,24 @@ void KeyboardView::showMark(bool visible)
     repaintKey(marked);
 }
 
+void KeyboardView::setKeyToolTip(std::function<QString(int lightIndex)> textOfKey)
+{
+    toolTipOfKey = std::move(textOfKey);
+}
+
 // A cap has room for a few letters only; the tool tip says the rest.
 bool KeyboardView::event(QEvent* event)
 {
-    if (event->type() != QEvent::ToolTip || mode != KeyboardViewMode::Captions)
+    if (event->type() != QEvent::ToolTip || (mode != KeyboardViewMode::Captions && !toolTipOfKey))
         return QWidget::event(event);
     const auto* help = static_cast<QHelpEvent*>(event);
-    const QString caption = captions.value(keyAt(help->pos()));
-    if (caption.isEmpty())
-        QToolTip::hideText();
-    else
-        QToolTip::showText(help->globalPos(),
-                           QStringLiteral("<qt>%1</qt>").arg(caption.toHtmlEscaped()), this);
+    const int key = keyAt(help->pos());
+    QString text;
+    if (mode == KeyboardViewMode::Captions && captions.contains(key))
+        text = wrappedToolTip(captions.value(key));
+    else if (toolTipOfKey && key >= 0)
+        text = toolTipOfKey(key);
+    QToolTip::showText(help->globalPos(), text, this); // an empty one hides what is there
     return true;
 }
 

@@ -7,6 +7,8 @@
 #include <QMap>
 #include <QWidget>
 
+#include <functional>
+
 namespace tavik {
 
 // What KeyboardView draws over every key.
@@ -36,6 +38,9 @@ public:
     void setMode(KeyboardViewMode newMode);
     void setCaption(int lightIndex, const QString& caption);
     void setKeyColor(int lightIndex, const QColor& color);
+
+    // What the tool tip of a key without a caption says, by its light index; empty for nothing.
+    void setKeyToolTip(std::function<QString(int lightIndex)> textOfKey);
 
     // The light index of the first key in layout order whose drawn rectangle holds the point, in
     // widget coordinates; -1 when there is none.
@@ -85,6 +90,7 @@ private:
     KeyboardViewMode mode = KeyboardViewMode::RainbowGlow;
     QMap<int, QString> captions;
     QMap<int, QColor> keyColors;
+    std::function<QString(int)> toolTipOfKey;
     SkinPicture keyboardPicture;
     SkinPicture backgroundPicture;
     std::shared_ptr<const QPixmap> drawnPicture; // keyboardPicture as it was last drawn

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pages/parts/accent_button.h"
+
 #include <QPushButton>
 
 #include <initializer_list>
@@ -37,10 +39,11 @@ template <typename Page>
 
 // The one button that does what its page is for.
 template <typename Page>
-[[nodiscard]] QPushButton* createAccentButton(const QString& text, Page* page, void (Page::*slot)())
+[[nodiscard]] AccentButton* createAccentButton(const QString& text, Page* page,
+                                               void (Page::*slot)())
 {
-    QPushButton* button = createButton(text, page, slot);
-    button->setObjectName(QStringLiteral("accent"));
+    auto* button = new AccentButton(text, page);
+    QObject::connect(button, &QPushButton::clicked, page, slot);
     return button;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QString>
 
 namespace tavik {
@@ -14,5 +15,15 @@ inline constexpr qsizetype shownNameLimit = 1000;
 // The text as an item of a menu, which takes "&" for a shortcut letter and a tab for the start of a
 // second column.
 [[nodiscard]] QString menuText(QString text);
+
+// The text as a tool tip that is wrapped where it is long; nothing in it counts as markup.
+[[nodiscard]] QString wrappedToolTip(const QString& text);
+
+// The key (0 to 143) as the layout file calls it, of 40 characters at most; "key %1" for one that
+// has no name there.
+[[nodiscard]] QString nameOfKey(int lightIndex);
+
+// A color in words, behind the name of what has it: "W  #ff3c3c".
+[[nodiscard]] QString colorToolTip(const QString& name, const QColor& color);
 
 } // namespace tavik

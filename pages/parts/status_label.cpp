@@ -1,8 +1,10 @@
 #include "pages/parts/status_label.h"
 
 #include "device/device.h"
+#include "pages/parts/keyboard_advice.h"
+#include "pages/parts/shown_text.h"
 
-#include <QLabel>
+#include <QEvent>
 
 namespace tavik {
 
@@ -25,26 +27,67 @@ QString styleSheetFor(StatusLook look)
 
 } // namespace
 
-QLabel* createStatusLabel(QWidget* parent)
+StatusLabel::StatusLabel(QWidget* parent) : QLabel(parent)
 {
-    auto* label = new QLabel(parent);
-    label->setTextFormat(Qt::PlainText);
-    return label;
+    setTextFormat(Qt::PlainText);
+    connect(&EditHistory::instance(), &EditHistory::changed, this, &StatusLabel::clearAfterEdit);
 }
 
-void showStatus(QLabel* label, StatusLook look, const QString& text)
+void StatusLabel::showStatus(StatusLook look, const QString& text, std::optional<StatePart> subject)
 {
-    label->setStyleSheet(styleSheetFor(look));
-    label->setText(text);
+    setStyleSheet(styleSheetFor(look));
+    if (text.isEmpty())
+        clear(); // an empty text would take no room
+    else
+        setText(text);
+    shownSubject = subject;
+    disconnect(clearing);
+    setKeyboardFailed(look == StatusLook::Error);
 }
 
-void showOutcome(QLabel* label, bool succeeded, const QString& successText)
+void StatusLabel::showOutcome(bool succeeded, const QString& successText,
+                              std::optional<StatePart> subject)
 {
     if (succeeded)
-        showStatus(label, StatusLook::Success, successText);
+        showStatus(StatusLook::Success, successText, subject);
     else
-        showStatus(label, StatusLook::Error,
-                   QStringLiteral("Error: %1").arg(Device::instance().lastError));
+        showStatus(StatusLook::Error, QStringLiteral("Error: %1").arg(Device::instance().lastError),
+                   subject);
+}
+
+void StatusLabel::showRefusal(const QString& text, const QString& advice,
+                              std::optional<StatePart> subject)
+{
+    showStatus(StatusLook::Error, text, subject);
+    setKeyboardFailed(false, advice);
+}
+
+void StatusLabel::setKeyboardFailed(bool failed, const QString& beginning)
+{
+    keyboardFailed = failed;
+    toolTipBeginning = beginning;
+    setToolTip(beginning);
+}
+
+void StatusLabel::clearAfterEdit(StatePart part)
+{
+    if (shownSubject && (part == *shownSubject || part == StatePart::Everything))
+        showStatus(StatusLook::Plain, {});
+}
+
+int StatusLabel::heightForWidth(int width) const
+{
+    return text().isEmpty() ? sizeHint().height() : QLabel::heightForWidth(width);
+}
+
+bool StatusLabel::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip && keyboardFailed) {
+        const QString advice = keyboardAdvice();
+        setToolTip(wrappedToolTip(toolTipBeginning.isEmpty() ? advice
+                                                             : toolTipBeginning + u'\n' + advice));
+    }
+    return QLabel::event(event);
 }
 
 } // namespace tavik

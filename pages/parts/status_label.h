@@ -1,23 +1,64 @@
 #pragma once
 
-#include <QString>
+#include "model/edit_history.h"
 
-class QLabel;
-class QWidget;
+#include <QLabel>
+
+#include <optional>
 
 namespace tavik {
 
 // The looks of an outcome, the same on every page.
 enum class StatusLook { Plain, Success, Warning, Error };
 
-// The empty label of a page's outcome; its texts are shown as they stand, whatever is in them.
-[[nodiscard]] QLabel* createStatusLabel(QWidget* parent);
+// The label of what was last done on a page. Its texts are shown as they stand, whatever is in
+// them, and vanish with their look as soon as an edit, an undo or a redo changes what they speak
+// of. Under a red text the tool tip says what to do; where the keyboard is to blame, that is found
+// out when the tool tip is asked for.
+class StatusLabel : public QLabel
+{
+    Q_OBJECT
 
-// Shows the text in the look. Plain takes back whatever look was there before.
-void showStatus(QLabel* label, StatusLook look, const QString& text);
+public:
+    explicit StatusLabel(QWidget* parent);
 
-// Shows what came of an operation on the keyboard: the text when it succeeded, else "Error: %1"
-// with the device's last error.
-void showOutcome(QLabel* label, bool succeeded, const QString& successText);
+    // Shows the text in the look; an edit of the subject clears it. Plain takes back whatever look
+    // was there before.
+    void showStatus(StatusLook look, const QString& text, std::optional<StatePart> subject = {});
+
+    // Shows what came of an operation on the keyboard: the text when it succeeded, else "Error: %1"
+    // with the device's last error.
+    void showOutcome(bool succeeded, const QString& successText,
+                     std::optional<StatePart> subject = {});
+
+    // Shows the text in red, and what to do about it as its tool tip.
+    void showRefusal(const QString& text, const QString& advice,
+                     std::optional<StatePart> subject = {});
+
+    // The shown text is cleared when the sender emits the signal, unless another one came before.
+    template <typename Sender, typename Signal>
+    void clearOn(const Sender* sender, Signal signal)
+    {
+        clearing = connect(sender, signal, this, [this] { showStatus(StatusLook::Plain, {}); });
+    }
+
+    // From now on the tool tip has this beginning, and behind it what to do about a keyboard that
+    // has failed, if one has.
+    void setKeyboardFailed(bool failed, const QString& beginning = {});
+
+    // A line, also without a text: the page does not jump when one comes or goes.
+    int heightForWidth(int width) const override;
+
+protected:
+    bool event(QEvent* event) override;
+
+private:
+    void clearAfterEdit(StatePart part);
+
+    std::optional<StatePart> shownSubject;
+    QMetaObject::Connection clearing;
+    bool keyboardFailed = false;
+    QString toolTipBeginning;
+};
 
 } // namespace tavik

@@ -1,22 +1,12 @@
 #include "pages/parts/undo_entries.h"
 
 #include "model/edit_history.h"
-#include "model/keyboard_layout.h"
 #include "pages/parts/shown_text.h"
 
 #include <QAction>
-#include <QCoreApplication>
 #include <QMenu>
 
-#include <algorithm>
-
 namespace tavik {
-
-namespace {
-
-constexpr qsizetype keyNameLimit = 40; // characters; a layout file may give a key any name
-
-} // namespace
 
 void addUndoEntries(QMenu* menu)
 {
@@ -41,12 +31,7 @@ void showUndoMenu(QWidget* parent, QPoint globalPos)
 
 QString keyInStepName(int lightIndex)
 {
-    const QList<KeyRecord>& keys = KeyboardLayout::instance().keys;
-    const auto key = std::ranges::find(keys, lightIndex, &KeyRecord::lightIndex);
-    const QString name = key == keys.end() ? QString() : key->desc.simplified();
-    if (name.isEmpty())
-        return QCoreApplication::translate("tavik::UndoEntries", "key %1").arg(lightIndex);
-    return menuText(beginningOf(name, keyNameLimit));
+    return menuText(nameOfKey(lightIndex));
 }
 
 } // namespace tavik

@@ -1,15 +1,15 @@
 #include "pages/screen/screen_widget.h"
 
+#include "pages/parts/busy_wait.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
 #include "pages/screen/screen_transfer.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QScopeGuard>
 #include <QSpinBox>
 #include <QStyleOptionButton>
 #include <QVBoxLayout>
@@ -57,7 +57,7 @@ ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent)
     column->addLayout(createSlotRow());
     createPreview();
     column->addWidget(previewLabel, 0, Qt::AlignHCenter);
-    statusLabel = createStatusLabel(this);
+    statusLabel = new StatusLabel(this);
     statusLabel->setWordWrap(true);
     column->addWidget(statusLabel);
     QLabel* hint = createHint(tr("The animation is stored in the selected slot. Press Fn + Delete "
@@ -100,16 +100,17 @@ void ScreenWidget::createPreview()
 
 void ScreenWidget::importFiles()
 {
-    if (isSending)
+    if (BusyWait::isRunning())
         return;
     const QStringList paths = QFileDialog::getOpenFileNames(
         this, tr("Images or GIF"), {}, tr("Images (*.gif *.png *.jpg *.jpeg *.bmp)"));
     if (paths.isEmpty())
         return;
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
+        return;
     frames = importImages(paths);
-    QApplication::restoreOverrideCursor();
-    showStatus(statusLabel, StatusLook::Plain, tr("%1 frame(s) imported.").arg(frames.size()));
+    statusLabel->showStatus(StatusLook::Plain, tr("%1 frame(s) imported.").arg(frames.size()));
     preview();
 }
 
@@ -128,24 +129,24 @@ void ScreenWidget::preview()
 
 void ScreenWidget::upload()
 {
-    if (isSending)
+    if (BusyWait::isRunning())
         return;
     if (frames.isEmpty() || frames.size() > screenFrameLimit) {
-        showStatus(statusLabel, StatusLook::Error, tr("no frames"));
+        statusLabel->showRefusal(tr("no frames"),
+                                 tr("Import between 1 and %1 frames first.").arg(screenFrameLimit));
         return;
     }
-    isSending = true;
-    const auto sent = qScopeGuard([this] { isSending = false; });
-    sendFrames();
-    // Clicks that came while the thread was busy have been waiting; they must not send once more.
-    QCoreApplication::processEvents();
+    const BusyWait wait(this, statusLabel);
+    if (wait.hasBegun())
+        sendFrames();
 }
 
 void ScreenWidget::sendFrames()
 {
     const ScreenStream stream = buildScreenStream(frames);
-    showStatus(statusLabel, StatusLook::Plain,
-               tr("Sending %1 blocks of 4096 bytes…").arg(stream.size() / screenBlockSize));
+    statusLabel->showStatus(
+        StatusLook::Plain,
+        tr("Sending %1 blocks of 4096 bytes…").arg(stream.size() / screenBlockSize));
     QCoreApplication::processEvents(); // paints it, before the transfer blocks the thread
 
     const int slot = slotInput->value();
@@ -154,13 +155,14 @@ void ScreenWidget::sendFrames()
         statusLabel->repaint(); // no event loop runs meanwhile
     });
     if (!result.ok) {
-        showStatus(statusLabel, StatusLook::Error, result.error);
+        statusLabel->showStatus(StatusLook::Error, result.error);
         return;
     }
-    showStatus(statusLabel, StatusLook::Success,
-               tr("Animation sent (slot %1, %2 frames). Press Fn + Delete to display it.")
-                   .arg(slot)
-                   .arg(frames.size()));
+    statusLabel->showStatus(
+        StatusLook::Success,
+        tr("Animation sent (slot %1, %2 frames). Press Fn + Delete to display it.")
+            .arg(slot)
+            .arg(frames.size()));
 }
 
 } // namespace tavik

@@ -10,6 +10,8 @@ class QSpinBox;
 
 namespace tavik {
 
+class StatusLabel;
+
 // The page that puts pictures and animations on the keyboard's screen. The frames live as long as
 // the page: a failed transfer can be repeated.
 class ScreenWidget : public QWidget
@@ -36,11 +38,10 @@ private:
     void sendFrames();
 
     QList<ScreenFrame> frames;
-    bool isSending = false;
 
     QSpinBox* slotInput = nullptr;
     QLabel* previewLabel = nullptr;
-    QLabel* statusLabel = nullptr;
+    StatusLabel* statusLabel = nullptr;
 };
 
 } // namespace tavik

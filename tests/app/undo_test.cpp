@@ -2,7 +2,6 @@
 #include "app/main_window.h"
 #include "model/edit_history.h"
 #include "pages/parts/keyboard_view.h"
-#include "pages/parts/status_label.h"
 #include "tests/app/window_pages.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
@@ -511,7 +510,7 @@ private:
         if (shownPage() == settingsPage)
             return {};
         // A text takes room, with or without a color.
-        showStatus(statusLabel(), StatusLook::Success, QStringLiteral("text"));
+        statusLabel()->setText(QStringLiteral("text"));
         QCoreApplication::processEvents();
         QTest::mousePress(view(), Qt::MiddleButton, {}, centerOf(QStringLiteral("Space")));
         return {pictureOf(*view())};

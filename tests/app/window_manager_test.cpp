@@ -2,12 +2,17 @@
 #include "app/main_window.h"
 #include "app/window_place.h"
 #include "app/window_rim.h"
+#include "virtual_keyboard/virtual_bus.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QProcess>
+#include <QPushButton>
 #include <QScreen>
+#include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <QWindow>
 
 #include <cstdlib>
@@ -57,6 +62,13 @@ public:
         moveTo(point);
         press(button);
         release(button);
+    }
+    // Nobody waits until it has reached the program, which may be busy.
+    void clickMeanwhile(QPoint point)
+    {
+        fake(XCB_MOTION_NOTIFY, 0, point);
+        fake(XCB_BUTTON_PRESS, 1);
+        fake(XCB_BUTTON_RELEASE, 1);
     }
     void drag(QPoint from, QPoint to, int button = 1)
     {
@@ -282,6 +294,42 @@ private slots:
         pointer.drag(startPlace.bottomRight() - QPoint(2, 2),
                      startPlace.bottomRight() + QPoint(40, 40), 3);
         QCOMPARE(window->geometry(), startPlace);
+    }
+
+    // While the keyboard is written, clicks lie in the connection to the display.
+    void clicksThatWaitInTheDisplayNeverHappen()
+    {
+        const auto* stack = window->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
+        const auto placeOf = [](const QWidget* widget) {
+            return widget->mapToGlobal(widget->rect().center());
+        };
+        const QToolButton* keys = nullptr;
+        const QToolButton* settings = nullptr;
+        for (const QToolButton* button : window->findChildren<QToolButton*>()) {
+            keys = button->toolTip() == QLatin1String("Keys") ? button : keys;
+            settings = button->toolTip() == QLatin1String("Keyboard Settings") ? button : settings;
+        }
+        pointer.click(placeOf(keys));
+        QTRY_COMPARE(stack->currentIndex(), 1);
+        const QWidget* write = stack->currentWidget()->findChild<QPushButton*>("accent");
+        virtual_keyboard::VirtualBus& bus = virtual_keyboard::VirtualBus::instance();
+        bus.clearTrace();
+        bool clicked = false;
+        bus.setListener([&] {
+            if (std::exchange(clicked, true))
+                return;
+            pointer.clickMeanwhile(placeOf(write));
+            pointer.clickMeanwhile(placeOf(settings));
+        });
+        pointer.click(placeOf(write));
+        bus.setListener({});
+        QTRY_VERIFY(QApplication::overrideCursor() == nullptr);
+        const int exchanges = bus.count("wait 35");
+        QCOMPARE(exchanges, 13); // open, header, nine reports, COMMIT, FINISH
+        // Whatever came before this one has been dealt with.
+        pointer.click(placeOf(window->findChild<QLabel*>(QStringLiteral("pageTitle"))));
+        QCOMPARE(bus.count("wait 35"), exchanges);
+        QCOMPARE(stack->currentIndex(), 1);
     }
 
 private:

@@ -1,0 +1,42 @@
+#include "pages/parts/accent_button.h"
+
+#include <QPainter>
+
+namespace tavik {
+
+namespace {
+
+// Behind the text a button leaves eight pixels free.
+constexpr double dotDiameter = 5.0;
+constexpr double dotFromEdge = 3.5;
+
+} // namespace
+
+AccentButton::AccentButton(const QString& text, QWidget* parent) : QPushButton(text, parent)
+{
+    setObjectName(QStringLiteral("accent"));
+}
+
+void AccentButton::setMarked(bool marked)
+{
+    if (isMarked == marked)
+        return;
+    isMarked = marked;
+    setToolTip(marked ? tr("Changed since it was last written") : QString());
+    update();
+}
+
+void AccentButton::paintEvent(QPaintEvent* event)
+{
+    QPushButton::paintEvent(event);
+    if (!isMarked)
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(QRectF(width() - dotFromEdge - dotDiameter, (height() - dotDiameter) / 2,
+                               dotDiameter, dotDiameter));
+}
+
+} // namespace tavik
