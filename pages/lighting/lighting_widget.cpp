@@ -490,6 +490,8 @@ void LightingWidget::chooseSleep(int value)
     if (!Device::instance().isOpen())
         return;
     const BusyWait wait(this);
+    if (!wait.hasBegun())
+        return;
     // A sleep time that does not arrive is not reported: the next choice sends it anew.
     std::ignore = sendLightingSleep(sleep);
 }
