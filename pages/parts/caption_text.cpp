@@ -2,6 +2,7 @@
 
 #include "pages/parts/shown_text.h"
 
+#include <QFontInfo>
 #include <QPainter>
 #include <QTextLayout>
 
@@ -13,7 +14,14 @@ namespace {
 
 constexpr qsizetype drawnCharacters = 200; // more than a cap can show
 
-constexpr int captionFlags = Qt::AlignCenter | Qt::TextWordWrap;
+// A line below another one leaves no more room than its letters need: on a key of one unit, two
+// lines then stand below the printed legend.
+constexpr double linePitch = 1.125; // times the size of the font
+
+// A caption that does not fit is set narrower in these steps. Narrower still, it would be hard to
+// read.
+constexpr double narrowestWidth = 0.75;
+constexpr double widthStep = 0.05;
 
 // Lets a combination like "Ctrl+Shift+B" break behind each plus.
 QString withBreaksAtPlus(QString text)
@@ -22,37 +30,60 @@ QString withBreaksAtPlus(QString text)
     return text.replace(u'+', QString(u'+') + zeroWidthSpace);
 }
 
-// The lines of a text that has to be wrapped anywhere, at most so many.
-QStringList linesOf(const QString& text, const QPainter& painter, int width, qsizetype lineLimit)
+struct CaptionLines
 {
+    QStringList lines;
+    bool isWhole = true; // nothing of the caption is cut
+};
+
+// The caption broken between its words, at most so many lines. What does not fit ends in an
+// ellipsis.
+CaptionLines linesOf(const QString& text, const QPainter& painter, double width,
+                     qsizetype lineLimit)
+{
+    const QFontMetricsF metrics(painter.font(), painter.device());
     QTextLayout layout(text, painter.font(), painter.device());
     QTextOption option;
-    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    option.setWrapMode(QTextOption::WordWrap);
     layout.setTextOption(option);
-    QStringList lines;
+    CaptionLines result;
     layout.beginLayout();
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(width);
-        if (lines.size() + 1 == lineLimit) {
-            const QString rest = text.mid(line.textStart());
-            lines += painter.fontMetrics().elidedText(rest, Qt::ElideRight, width);
+        const bool isLast = result.lines.size() + 1 == lineLimit;
+        const QString rest = text.mid(line.textStart());
+        const QString shown = (isLast ? rest : rest.left(line.textLength())).trimmed();
+        const QString elided = metrics.elidedText(shown, Qt::ElideRight, width);
+        result.isWhole = result.isWhole && elided == shown;
+        result.lines += elided;
+        if (isLast)
             break;
-        }
-        lines += text.mid(line.textStart(), line.textLength()).trimmed();
     }
     layout.endLayout();
-    return lines;
+    return result;
 }
 
 void drawWrapped(QPainter& painter, const QRect& area, const QString& text)
 {
-    const int lineHeight = painter.fontMetrics().lineSpacing();
-    const int lineLimit = std::max(1, area.height() / lineHeight);
-    const QStringList lines = linesOf(text, painter, area.width(), lineLimit);
-    int top = area.top() + (area.height() - static_cast<int>(lines.size()) * lineHeight) / 2;
-    for (const QString& line : lines) {
-        painter.drawText(QRect(area.left(), top, area.width(), lineHeight), Qt::AlignCenter, line);
-        top += lineHeight;
+    const QFontMetrics metrics = painter.fontMetrics();
+    const double pitch = linePitch * QFontInfo(painter.font()).pixelSize();
+    const int lineLimit =
+        1 + std::max(0, static_cast<int>((area.height() - metrics.height()) / pitch));
+    double narrowing = 1.0;
+    CaptionLines caption = linesOf(text, painter, area.width(), lineLimit);
+    while (!caption.isWhole && narrowing > narrowestWidth) {
+        narrowing = std::max(narrowing - widthStep, narrowestWidth);
+        caption = linesOf(text, painter, area.width() / narrowing, lineLimit);
+    }
+
+    const double width = area.width() / narrowing;
+    const double height = metrics.height() + pitch * static_cast<double>(caption.lines.size() - 1);
+    painter.translate(QRectF(area).center());
+    painter.scale(narrowing, 1.0);
+    double top = -height / 2;
+    for (const QString& line : caption.lines) {
+        painter.drawText(QRectF(-width / 2, top, width, metrics.height()), Qt::AlignCenter, line);
+        top += pitch;
     }
 }
 
@@ -65,15 +96,14 @@ int captionFontSize(double scale)
 
 void drawCaption(QPainter& painter, const QRect& area, const QString& caption)
 {
-    const QString text = beginningOf(caption, drawnCharacters);
-    const QString breakable = withBreaksAtPlus(text);
+    const QString text = beginningOf(caption, drawnCharacters).replace(u'\n', u' ');
     painter.save();
     // Accents may pile up far above their line.
     painter.setClipRect(area, Qt::IntersectClip);
-    if (area.contains(painter.fontMetrics().boundingRect(area, captionFlags, breakable)))
-        painter.drawText(area, captionFlags, breakable);
+    if (painter.fontMetrics().horizontalAdvance(text) <= area.width())
+        painter.drawText(area, Qt::AlignCenter | Qt::TextWordWrap, text);
     else
-        drawWrapped(painter, area, QString(text).replace(u'\n', u' '));
+        drawWrapped(painter, area, withBreaksAtPlus(text));
     painter.restore();
 }
 

@@ -9,9 +9,9 @@ namespace tavik {
 // Point size of a key caption at a drawing scale.
 [[nodiscard]] int captionFontSize(double scale);
 
-// Draws a caption in the painter's font and pen, centered in the rectangle: wrapped at words and
-// behind each plus of a combination where that is enough; what does not fit is wrapped anywhere,
-// and its last line ends in an ellipsis. Nothing is drawn outside the rectangle.
+// Draws a caption in the painter's font and pen, centered in the rectangle. It is broken between
+// words and behind each plus of a combination; what does not fit is set narrower, and only then
+// cut with an ellipsis. Nothing is drawn outside the rectangle.
 void drawCaption(QPainter& painter, const QRect& area, const QString& caption);
 
 } // namespace tavik

@@ -32,8 +32,9 @@ constexpr QColor faceEdge(0xdf, 0xe1, 0xe5);
 constexpr QColor sideTop(0xa9, 0xad, 0xb5);
 constexpr QColor sideBottom(0x80, 0x84, 0x8d);
 constexpr QColor legendColor(0x1f, 0x21, 0x26);
-constexpr QColor shiftedColor(0x45, 0x49, 0x51);
-constexpr QColor fnColor(0x66, 0x26, 0x00);
+// Both stay readable under the translucent box of a caption, too.
+constexpr QColor shiftedColor(0x2a, 0x2d, 0x33);
+constexpr QColor fnColor(0x42, 0x17, 0x00);
 
 constexpr double capRadius = 5.0;
 constexpr double faceRadius = 4.0;
@@ -42,7 +43,7 @@ constexpr QMarginsF faceMargins(2.5, 1.2, 2.5, 5.0);
 // Legends stand in the upper corners: the middle of the cap belongs to the caption that the
 // program writes there.
 constexpr double legendInset = 5.6;
-constexpr double legendBaseline = 9.9;
+constexpr double legendBaseline = 10.0; // on a whole pixel, so that thin strokes keep their color
 constexpr double characterSize = 8.9;
 constexpr double wordSize = 8.1;
 constexpr QRectF arrowRect(4.4, 1.9, 9.6, 9.6);

@@ -186,6 +186,27 @@ private slots:
         }
     }
 
+    void legendsAreReadableBesideACaption_data() { addKeyRows(); }
+    // The first legend, the one of the Shift layer, and the picture of what a key does with Fn;
+    // bare and under the box of a caption.
+    void legendsAreReadableBesideACaption()
+    {
+        QFETCH(int, index);
+        const QRectF key = layout.keys.at(index).rect;
+        const QRectF first(key.left() + 4, key.top() + 2, key.width() / 2 - 4, 11);
+        const QRectF lower(key.right() - 17, key.bottom() - 15, 13, 9);
+        for (const QRectF& area : {first, first.translated(key.width() / 2 - 4, 0), lower}) {
+            const QPointF print = darkestPlace(area);
+            const QColor ink = at(print.x(), print.y());
+            const QColor ground = at(key.left() + 4, print.y());
+            if (isLight(ink))
+                continue; // nothing is printed here
+            QVERIFY2(contrast(ink, ground) >= 4.5, qPrintable(ink.name()));
+            const double beside = contrast(over(captionFill, ink), over(captionFill, ground));
+            QVERIFY2(beside >= 4.5, qPrintable(QString("%1: %2").arg(ink.name()).arg(beside)));
+        }
+    }
+
     // Dark glass with light hands and one in the accent.
     void screenShowsAClock()
     {

@@ -43,6 +43,11 @@ void assignKeys()
     layer.at(indexOf("Q")) = disabledKeyAction();
     layer.at(indexOf("M")) = macroKeyAction(0);
     layer.at(indexOf("J")) = keyboardKeyAction(0x50, 0x00);
+    layer.at(indexOf("B")) = keyboardKeyAction(0x05, 0x07);
+    layer.at(indexOf("5")) = consumerKeyAction(0xB5);
+    layer.at(indexOf("Backspace")) = keyboardKeyAction(0x4C, 0x05);
+    layer.at(indexOf("[")) = consumerKeyAction(0xCD);
+    layer.at(indexOf("S")) = macroKeyAction(1);
     emit state.layersChanged();
 }
 

@@ -641,6 +641,76 @@ private slots:
         QCOMPARE(combination, pictureOf(*view));
     }
 
+    void combinationKeepsItsBreaksInANarrowBox()
+    {
+        const QString shift = QStringLiteral("Shift+");
+        const QString third = QStringLiteral("%1 %2 %3").arg(QStringLiteral("Ctrl+"), shift);
+        for (const int width : {400, 500, 560}) {
+            const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 41, 41})});
+            const auto view = viewOf(layout, {width, width / 4});
+            useOpenSans(*view);
+            view->setMode(KeyboardViewMode::Captions);
+            view->setCaption(3, QStringLiteral("Ctrl+Shift+Alt"));
+            const QImage combination = pictureOf(*view);
+            view->setCaption(3, third.arg(QStringLiteral("Alt")));
+            QCOMPARE(combination, pictureOf(*view)); // three whole lines
+            view->setCaption(3, third.arg(QStringLiteral("Al")));
+            QVERIFY(combination != pictureOf(*view));
+        }
+    }
+
+    void longWordIsSetNarrowerBeforeItIsCut()
+    {
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
+        const auto view = viewOf(layout, {800, 200});
+        useOpenSans(*view);
+        view->setMode(KeyboardViewMode::Captions);
+        const auto showsAll = [&](int letters) { // the last letter counts
+            view->setCaption(3, QString(letters - 1, u'm') + u'e');
+            const QImage one = pictureOf(*view);
+            view->setCaption(3, QString(letters - 1, u'm') + u'o');
+            return one != pictureOf(*view);
+        };
+        QFont font(QStringLiteral("Open Sans"), captionFontSize(2.0), QFont::DemiBold);
+        const double letter = QFontMetricsF(font).horizontalAdvance(QString(10, u'm')) / 10;
+        const double room = 113.0; // from L + 3 to R - 5
+        const int plain = static_cast<int>(room / letter);
+        const int narrow = static_cast<int>(room / letter / 0.75);
+        QVERIFY(narrow > plain);
+        QVERIFY(showsAll(plain) && showsAll(narrow));
+        QVERIFY(!showsAll(narrow + 3));
+        // In one line, as high as ever.
+        view->setCaption(3, QString(plain, u'm'));
+        const QRect wide = areaWhere(pictureOf(*view), isCaptionColor);
+        view->setCaption(3, QString(narrow, u'm'));
+        const QRect narrowed = areaWhere(pictureOf(*view), isCaptionColor);
+        QVERIFY(std::abs(narrowed.height() - wide.height()) <= 1);
+        QVERIFY(narrowed.width() <= 113);
+    }
+
+    void twoLinesLeaveTheLegendFree_data()
+    {
+        QTest::addColumn<double>("scale");
+        for (const double scale : {1.0, 1.1, 1.25, 1.39, 1.5, 2.0, 2.5})
+            QTest::addRow("%.2f", scale) << scale;
+    }
+
+    // The legends end 10 units below the upper edge of the key; some cap is seen below them.
+    void twoLinesLeaveTheLegendFree()
+    {
+        QFETCH(double, scale);
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 41, 41})});
+        const auto view = viewOf(layout, QSizeF(400 * scale, 100 * scale).toSize());
+        useOpenSans(*view);
+        view->setMode(KeyboardViewMode::Captions);
+        view->setCaption(3, QStringLiteral("Build Build")); // capitals and tall letters
+        const QRect text = areaWhere(pictureOf(*view), isCaptionColor);
+        const QRect hit = view->hitRectangle(layout.keys.first());
+        QVERIFY(text.height() > 10 * scale); // two lines
+        QVERIFY2(text.top() - hit.top() >= 10.4 * scale - 0.01,
+                 qPrintable(QString::number((text.top() - hit.top()) / scale)));
+    }
+
     void captionsStayInsideTheirBox_data()
     {
         QTest::addColumn<QString>("caption");
@@ -1152,6 +1222,8 @@ private:
         color.setAlphaF(float(color.alphaF() * (1 - std::hypot(step.x(), step.y()) / radius)));
         return laidOver(capColor, color);
     }
+
+    static void useOpenSans(QWidget& view) { view.setFont(QFont(QStringLiteral("Open Sans"))); }
 
     static bool isCaptionColor(const QColor& pixel)
     {
