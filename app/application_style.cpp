@@ -90,7 +90,6 @@ QFileDialog { min-width: 760px; min-height: 480px; }
 QFileDialog QListView, QFileDialog QTreeView { background: #1b1b1c; border: 1px solid #484848; }
 QFileDialog QToolButton { padding: 3px; border: 1px solid transparent; }
 QFileDialog QToolButton:hover { background: #3a3a3c; }
-QFileDialog QToolButton:focus { border-color: #b0b0b0; }
 
 QSpinBox#rgbInput { min-height: 26px; }
 QComboBox#languageSelect { min-height: 23px; }
@@ -99,6 +98,7 @@ QComboBox QFrame { background: #515151; }
 QComboBox QAbstractItemView::item { min-height: 26px; padding: 0 4px; border: 0; }
 QComboBox QAbstractItemView::item:selected { color: #ffffff; background: #da5200; }
 QComboBox#languageSelect QAbstractItemView { min-width: 240px; }
+QAbstractButton, QSlider { outline: 0; }
 QAbstractItemView { outline: 0; selection-background-color: #da5200; selection-color: #ffffff; }
 QLineEdit, QAbstractSpinBox { selection-background-color: #8a3a08; selection-color: #ffffff; }
 QGroupBox { font-size: 13px; }
@@ -114,17 +114,6 @@ QCheckBox::indicator:disabled { border-color: #6e6e6e; }
 QToolButton#settingsNavButton { border: 0; border-radius: 0; padding: 0; background: transparent; }
 QToolButton#settingsNavButton:hover { background: rgba(255,255,255,10); }
 QPushButton:checked { color: #ffffff; background: #8a3a08; border-color: #e77a19; }
-
-QToolButton#navButton:focus, QToolButton#settingsNavButton:focus { border: 1px solid #6a6a6c; }
-QToolButton#windowMinimize:focus, QToolButton#windowClose:focus { border: 1px solid #6a6a6c; }
-QPushButton:focus { border-color: #e6e6e6; }
-QPushButton#accent:focus { border-color: #ffffff; }
-QWidget#lightingPanel QPushButton:focus { outline: 2px solid #ffffff; }
-QRadioButton:focus { background: rgba(255,255,255,30); }
-QComboBox:focus, QLineEdit:focus, QSpinBox:focus { border-color: #e6e6e6; }
-QListWidget:focus, QTableWidget:focus { border-color: #b0b0b0; }
-QCheckBox::indicator:focus { width: 16px; height: 16px; border: 2px solid #ffffff; }
-QSlider::handle:horizontal:focus { background: #ee7300; border-color: #ffffff; }
 )";
 
 // With the pictures of the skin; without them the controls keep the marks of the platform.

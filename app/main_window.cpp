@@ -11,6 +11,7 @@
 #include "pages/keys/keymap_widget.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/macros/macro_widget.h"
+#include "pages/parts/focus_ring.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
 #include "pages/screen/screen_widget.h"
@@ -160,6 +161,7 @@ MainWindow::MainWindow()
             [this] { setWindowTitle(windowTitleText()); });
     setCentralWidget(createShell());
     new WindowRim(centralWidget()); // over everything else
+    new FocusRing(this);
     createShortcuts();
 
     sidebarButtons.at(homeEntry)->setChecked(true);

@@ -16,7 +16,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
-#include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
@@ -95,24 +94,6 @@ struct SleepChoice
 };
 constexpr std::array<SleepChoice, 4> sleepChoices{
     {{"Not Sleep", 0}, {"1 min", 1}, {"5 min", 2}, {"30 min", 3}}};
-
-// Its own sheet takes every border away; the focus must be seen all the same.
-class DirectionButton : public QToolButton
-{
-public:
-    using QToolButton::QToolButton;
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        QToolButton::paintEvent(event);
-        if (!hasFocus())
-            return;
-        QPainter painter(this);
-        painter.setPen(QPen(Qt::white, 2.0));
-        painter.drawRect(rect().adjusted(1, 1, -1, -1));
-    }
-};
 
 } // namespace
 
@@ -371,7 +352,7 @@ QLayout* LightingWidget::createDirectionPad(QWidget* parent)
     auto* grid = new QGridLayout;
     for (int index = 0; index < static_cast<int>(directionEntries.size()); ++index) {
         const DirectionEntry& entry = directionEntries.at(static_cast<std::size_t>(index));
-        auto* button = new DirectionButton(parent);
+        auto* button = new QToolButton(parent);
         button->setCheckable(true);
         button->setChecked(index == direction);
         button->setFixedSize(42, 31);

@@ -163,7 +163,7 @@ void PaletteWheel::paintEvent(QPaintEvent*)
         painter.drawPixmap(rect(), picturePixmap);
 
     const QPointF center(width() / 2.0, height() / 2.0);
-    painter.setPen(QPen(hasFocus() ? QColor(0xF1, 0xF1, 0xF1) : QColor(0x58, 0x58, 0x58), 1.0));
+    painter.setPen(QPen(QColor(0x58, 0x58, 0x58), 1.0));
     painter.setBrush(QColor(0x41, 0x41, 0x41));
     painter.drawEllipse(center, 63, 63);
 

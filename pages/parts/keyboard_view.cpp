@@ -2,6 +2,7 @@
 
 #include "model/keyboard_layout.h"
 #include "pages/parts/caption_text.h"
+#include "pages/parts/focus_ring.h"
 #include "pages/parts/shown_text.h"
 
 #include <QContextMenuEvent>
@@ -22,7 +23,6 @@ namespace {
 constexpr QColor frameColor(231, 122, 25);
 constexpr QColor captionFill(231, 122, 25, 72);
 constexpr QColor captionText(30, 30, 30);
-constexpr QColor markColor(255, 255, 255);
 
 constexpr int rainbowSaturation = 220;
 constexpr int rainbowAlpha = 78;
@@ -35,7 +35,7 @@ int rainbowHue(int left)
 }
 
 // How far the focus mark and the pens reach beyond a key's decoration.
-constexpr int reachOfMarks = 4;
+constexpr int reachOfMarks = focusRingWidth + 1;
 
 QRect paintedRectangle(const QRect& inner)
 {
@@ -345,18 +345,22 @@ void KeyboardView::paintFrames(QPainter& painter, int lightIndex, const QRect& i
         drawBox(painter, inner, 5 * scale);
     }
     if (lightIndex == marked && markVisible && hasFocus()) {
-        painter.setPen(QPen(markColor, 2.0));
-        drawBox(painter, inner.adjusted(-2, -2, 2, 2), 6 * scale);
+        drawFocusRing(painter, visiblePart(inner, 5 * scale), 5 * scale);
     }
 }
 
 // What lies far beyond the view is cut off, because painting it takes long and shows nothing. The
 // cut stays so far away that neither its edge nor its rounding can be seen.
-void KeyboardView::drawBox(QPainter& painter, const QRect& box, double corner) const
+QRect KeyboardView::visiblePart(const QRect& box, double corner) const
 {
     const int margin = static_cast<int>(2 * corner) + 4;
     const QRect around = rect().adjusted(-margin, -margin, margin, margin);
-    painter.drawRoundedRect(around.contains(box) ? box : box & around, corner, corner);
+    return around.contains(box) ? box : box & around;
+}
+
+void KeyboardView::drawBox(QPainter& painter, const QRect& box, double corner) const
+{
+    painter.drawRoundedRect(visiblePart(box, corner), corner, corner);
 }
 
 void KeyboardView::paintGlow(QPainter& painter, const QRect& inner, QColor color,

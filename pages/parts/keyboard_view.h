@@ -80,6 +80,7 @@ private:
     void paintKeyboardPicture(QPainter& painter, const KeyboardGeometry& geometry);
     void paintKey(QPainter& painter, const KeyRecord& key, const QRect& inner, double scale) const;
     void paintFrames(QPainter& painter, int lightIndex, const QRect& inner, double scale) const;
+    [[nodiscard]] QRect visiblePart(const QRect& box, double corner) const;
     void drawBox(QPainter& painter, const QRect& box, double corner) const;
     void paintGlow(QPainter& painter, const QRect& inner, QColor color, double radiusFactor,
                    double corner) const;

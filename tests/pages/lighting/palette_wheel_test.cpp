@@ -2,7 +2,6 @@
 #include "tests/support/pixel_probe.h"
 
 #include <QDir>
-#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QRandomGenerator>
@@ -426,25 +425,6 @@ private slots:
         wheel.setColor(QColor(9, 9, 9));
         QTest::keyClick(&wheel, Qt::Key_Right);
         QCOMPARE(shownColor(wheel).rgb(), QColor::fromHsv(5, 255, 255).rgb());
-    }
-
-    void focusIsSeenOnTheInnerDisc()
-    {
-        QWidget window;
-        window.resize(300, 300);
-        auto* other = new QLineEdit(&window);
-        auto* wheel = new PaletteWheel(&window);
-        wheel->setColor(red);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        other->setFocus();
-        QTRY_VERIFY(other->hasFocus());
-        const QImage before = pictureOf(*wheel, Qt::black);
-        wheel->setFocus(Qt::TabFocusReason);
-        QTRY_VERIFY(wheel->hasFocus());
-        const QImage after = pictureOf(*wheel, Qt::black);
-        QVERIFY(after.pixelColor(120, 57).lightness() >
-                before.pixelColor(120, 57).lightness() + 40);
     }
 
 private:
