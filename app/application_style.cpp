@@ -113,7 +113,7 @@ QCheckBox::indicator:disabled { border-color: #6e6e6e; }
 
 QToolButton#settingsNavButton { border: 0; border-radius: 0; padding: 0; background: transparent; }
 QToolButton#settingsNavButton:hover { background: rgba(255,255,255,10); }
-QPushButton:checked { color: #ffffff; background: #8a3a08; border-color: #e77a19; }
+QPushButton:checked { color: #ffffff; background: #8a3a08; border-color: #e77a19; border-bottom: 3px solid #ffb27a; padding-bottom: 2px; }
 )";
 
 // With the pictures of the skin; without them the controls keep the marks of the platform.

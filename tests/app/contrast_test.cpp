@@ -272,6 +272,33 @@ private slots:
         }
     }
 
+    // The colors of the two layer buttons are too much alike to tell which one is chosen.
+    void chosenLayerIsUnderlined()
+    {
+        stackOf(*window)->setCurrentWidget(page<KeymapWidget>());
+        const auto underlined = [&](const QPushButton& button) {
+            const QImage picture = enlargedPicture(*window);
+            const QPoint corner = button.mapTo(window.get(), button.rect().bottomLeft());
+            const auto at = [&](int above) {
+                return picture.pixel((corner + QPoint(10, -above)) * enlargement);
+            };
+            return contrast(at(1), at(4)) >= 3 && contrast(at(1), at(-2)) >= 3;
+        };
+        QList<QPushButton*> buttons;
+        for (QPushButton* button : page<KeymapWidget>()->findChildren<QPushButton*>()) {
+            if (button->isCheckable())
+                buttons += button;
+        }
+        QCOMPARE(buttons.size(), 2);
+        for (QPushButton* chosen : {buttons.last(), buttons.first()}) {
+            const QSize hint = chosen->sizeHint();
+            chosen->click();
+            QCOMPARE(chosen->sizeHint(), hint); // nothing moves
+            for (QPushButton* button : std::as_const(buttons))
+                QCOMPARE(underlined(*button), button == chosen);
+        }
+    }
+
     void lightingErrorIsReadable()
     {
         auto* label = window->findChild<QLabel*>(QStringLiteral("lightingStatus"));
