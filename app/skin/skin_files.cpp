@@ -60,4 +60,10 @@ QImage decodeSkinImage(const QByteArray& content)
     return reader.read();
 }
 
+QString densePictureName(const QString& name, int density)
+{
+    const QString mark = QStringLiteral("@%1x").arg(density);
+    return QString(name).insert(name.lastIndexOf(u'.'), mark);
+}
+
 } // namespace tavik

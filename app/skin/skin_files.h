@@ -18,4 +18,8 @@ namespace tavik {
 // pixels: a few bytes can stand for more than the memory holds.
 [[nodiscard]] QImage decodeSkinImage(const QByteArray& content);
 
+// The name of the same picture at so many pixels per unit, as it stands beside the plain one:
+// "icons/tab_home@2x.png".
+[[nodiscard]] QString densePictureName(const QString& name, int density);
+
 } // namespace tavik

@@ -1,9 +1,14 @@
 #include "app/skin/skin_icons.h"
 
 #include "app/skin/skin_files.h"
+#include "files/shared_place.h"
 
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QPainter>
+
+#include <algorithm>
+#include <cmath>
 
 namespace tavik {
 
@@ -14,9 +19,29 @@ constexpr QColor tint(0xE7, 0x7A, 0x19);
 
 enum StripFrame { NormalFrame, HoveredFrame, SelectedFrame, DisabledFrame };
 
+constexpr double densestStrip = 3; // pixels per unit
+
+// The strip in the file, or the one beside it that is made for the pixels of the densest screen.
+QPixmap loadStrip(const QString& path)
+{
+    if (path.isEmpty())
+        return {};
+    int density = static_cast<int>(std::ceil(std::min(qGuiApp->devicePixelRatio(), densestStrip)));
+    for (; density > 1; --density) {
+        const QString dense = densePictureName(path, density);
+        QImage strip;
+        if (QFileInfo::exists(dense) && isTrustedPath(dense) && strip.load(dense)) {
+            strip.setDevicePixelRatio(density);
+            return QPixmap::fromImage(strip);
+        }
+    }
+    return QPixmap::fromImage(QImage(path));
+}
+
 QPixmap stripFrame(const QPixmap& strip, int frame, QSize size)
 {
-    return strip.copy(frame * size.width(), 0, size.width(), size.height());
+    const QSize pixels = size * strip.devicePixelRatio();
+    return strip.copy(QRect(QPoint(frame * pixels.width(), 0), pixels));
 }
 
 QImage tinted(const QImage& image)
@@ -52,8 +77,8 @@ QPixmap loadSkinPixmap(const QString& name)
 
 QIcon spriteStripIcon(const QString& name, QSize frameSize)
 {
-    const QString prefixed = QStringLiteral("icons/") + name;
-    const QPixmap strip = loadSkinPixmap(resolveSkinFile(prefixed).isEmpty() ? name : prefixed);
+    const QString prefixed = resolveSkinFile(QStringLiteral("icons/") + name);
+    const QPixmap strip = loadStrip(prefixed.isEmpty() ? resolveSkinFile(name) : prefixed);
     if (strip.isNull())
         return {};
 
@@ -84,7 +109,7 @@ QIcon tintedIcon(const QString& name)
 
 QIcon frameIcon(const QString& name, int frame, QSize frameSize)
 {
-    const QPixmap strip = loadSkinPixmap(name);
+    const QPixmap strip = loadStrip(resolveSkinFile(name));
     if (strip.isNull())
         return {};
     return QIcon(stripFrame(strip, frame, frameSize));

@@ -32,8 +32,8 @@ private:
     void takeFocus(QWidget* widget, Qt::FocusReason reason);
     void show();
 
-    QPointer<QWidget> marked; // what has the focus, unless it marks itself
-    QPointer<QWidget> ring;   // in the window of what was marked last
+    QPointer<QWidget> marked;  // what has the focus, unless it marks itself
+    QPointer<QWidget> ring;    // in the window of what was marked last
     bool isUsingKeys = false;  // since keys gave the focus
     bool isUsingMouse = false; // since its last press
 };

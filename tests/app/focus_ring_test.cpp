@@ -172,8 +172,8 @@ private slots:
         for (QWidget* control : controls) {
             clearFocus();
             const QRect place = placeOf(*control);
-            const QRect around = place.adjusted(-2 * ringWidth, -2 * ringWidth, 2 * ringWidth,
-                                                2 * ringWidth);
+            const QRect around =
+                place.adjusted(-2 * ringWidth, -2 * ringWidth, 2 * ringWidth, 2 * ringWidth);
             const QImage before = pictureOf(*window, around);
             control->setFocus(Qt::TabFocusReason);
             QVERIFY2(control->hasFocus(), qPrintable(nameOf(control)));
@@ -313,15 +313,12 @@ private slots:
     }
 
 private:
-    void useMouse() const
-    {
-        QTest::mousePress(window.get(), Qt::MiddleButton, {}, {300, 20});
-    }
+    void useMouse() const { QTest::mousePress(window.get(), Qt::MiddleButton, {}, {300, 20}); }
 
     static bool isMarked(const QWidget& shown)
     {
-        const auto rings = shown.findChildren<QWidget*>(QStringLiteral("focusRing"),
-                                                        Qt::FindDirectChildrenOnly);
+        const auto rings =
+            shown.findChildren<QWidget*>(QStringLiteral("focusRing"), Qt::FindDirectChildrenOnly);
         return std::ranges::any_of(rings, &QWidget::isVisible);
     }
 

@@ -37,6 +37,18 @@ const QList<Strip>& strips()
     return all;
 }
 
+// Beside each picture stand those for dense screens.
+QString nameAt(const QString& name, int density)
+{
+    return density == 1 ? name : QString(name).replace(".png", QString("@%1x.png").arg(density));
+}
+
+// Direction buttons mark the chosen one by a disc.
+bool isFilled(const Strip& strip, int frame)
+{
+    return strip.frames == 5 && frame == strip.chosen;
+}
+
 void addStripRows()
 {
     QTest::addColumn<int>("index");
@@ -44,9 +56,11 @@ void addStripRows()
         QTest::addRow("%s", strips().at(index).name) << index;
 }
 
-QImage frameOf(const Strip& strip, int frame)
+QImage frameOf(const Strip& strip, int frame, int density = 1)
 {
-    return skinPicture(strip.name).copy(QRect(QPoint(frame * strip.frame.width(), 0), strip.frame));
+    const QSize size = strip.frame * density;
+    return skinPicture(nameAt(strip.name, density))
+        .copy(QRect(QPoint(frame * size.width(), 0), size));
 }
 
 // The color of the most opaque pixel: what the shape is painted in.
@@ -126,11 +140,15 @@ private slots:
     {
         QFETCH(int, index);
         const Strip& strip = strips().at(index);
-        const QImage picture = skinPicture(strip.name);
-        QCOMPARE(picture.size(), QSize(strip.frame.width() * strip.frames, strip.frame.height()));
-        for (int frame = 0; frame < strip.frames; ++frame) {
-            QCOMPARE(inkOf(frameOf(strip, frame)).alpha(), 255);
-            QVERIFY2(borderIsClear(frameOf(strip, frame)), qPrintable(QString::number(frame)));
+        for (const int density : {1, 2, 3}) {
+            const QImage picture = skinPicture(nameAt(strip.name, density));
+            QCOMPARE(picture.size(),
+                     QSize(strip.frame.width() * strip.frames, strip.frame.height()) * density);
+            for (int frame = 0; frame < strip.frames; ++frame) {
+                const QImage shown = frameOf(strip, frame, density);
+                QCOMPARE(inkOf(shown).alpha(), 255);
+                QVERIFY2(borderIsClear(shown), qPrintable(QString::number(frame)));
+            }
         }
     }
 
@@ -140,10 +158,27 @@ private slots:
         QFETCH(int, index);
         const Strip& strip = strips().at(index);
         for (int one = 0; one < strip.frames; ++one) {
-            QCOMPARE(alphaOf(frameOf(strip, one)), alphaOf(frameOf(strip, 0)));
+            if (!isFilled(strip, one))
+                QCOMPARE(alphaOf(frameOf(strip, one)), alphaOf(frameOf(strip, 0)));
             for (int other = one + 1; other < strip.frames; ++other)
                 QVERIFY(frameOf(strip, one) != frameOf(strip, other));
         }
+    }
+
+    // Not by its color alone: the arrow is cut out of a disc.
+    void chosenDirectionIsToldByItsShape_data() { addStripRows(); }
+    void chosenDirectionIsToldByItsShape()
+    {
+        QFETCH(int, index);
+        const Strip& strip = strips().at(index);
+        if (strip.frames != 5)
+            return;
+        const QImage plain = frameOf(strip, 0);
+        const QImage chosen = frameOf(strip, strip.chosen);
+        QVERIFY(plain.pixelColor(15, 15).alpha() > 250 && chosen.pixelColor(15, 15).alpha() < 5);
+        for (const QPoint& corner : {QPoint(6, 6), QPoint(23, 6), QPoint(6, 23), QPoint(23, 23)})
+            QVERIFY(plain.pixelColor(corner).alpha() < 5 &&
+                    chosen.pixelColor(corner).alpha() > 250);
     }
 
     void chosenFrameShowsTheAccent_data() { addStripRows(); }
@@ -198,7 +233,7 @@ private slots:
     {
         QFETCH(QString, name);
         const QImage picture = skinPicture(name);
-        QCOMPARE(picture.size(), QSize(48, 48));
+        QCOMPARE(picture.size(), QSize(72, 72));
         QVERIFY(borderIsClear(picture));
         // It stands between the strips of the sidebar and must rest in the same color.
         QCOMPARE(inkOf(picture), inkOf(frameOf(strips().first(), 0)));
@@ -246,6 +281,11 @@ private slots:
         const QImage off = skinPicture("img_switch_off.png");
         QCOMPARE(on.size(), QSize(44, 26));
         QCOMPARE(off.size(), QSize(44, 26));
+        for (const int density : {2, 3}) {
+            QCOMPARE(skinPicture(nameAt("img_switch_on.png", density)).size(), on.size() * density);
+            QCOMPARE(skinPicture(nameAt("img_switch_off.png", density)).size(),
+                     on.size() * density);
+        }
         QVERIFY(knobOf(on) > 28.0);
         QVERIFY(knobOf(off) > 0.0 && knobOf(off) < 16.0);
         QCOMPARE(on.pixelColor(12, 13).name(), accent.name());
