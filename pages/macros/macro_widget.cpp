@@ -22,6 +22,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <array>
 #include <initializer_list>
 
 namespace tavik {
@@ -32,15 +33,30 @@ constexpr int groupMargin = 6;
 constexpr int macroGroupWidth = 280; // at most
 constexpr int formSpacing = 8;
 constexpr int longestDelayMs = 65535;
+constexpr int rowHeight = 30; // of the list and of the table
 
 // A list of 120 keys would otherwise open over the whole screen, and the scroll bars would show the
 // ends of unstyled ones.
 constexpr const char* pageStyleSheet =
     "QComboBox{combobox-popup:0;}"
     "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0;}"
-    "QListWidget::item{padding:2px 0;}";
+    "QListWidget::item{padding:0;}"
+    "QHeaderView::section{padding:5px 3px;}"; // where the cells begin
 
 enum ActionColumn { DelayColumn, ActionTextColumn, PressColumn, ActionColumnCount };
+
+// Numbers end one below the other, and headings stand over what they head.
+Qt::Alignment alignmentOf(int column)
+{
+    return (column == DelayColumn ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
+}
+
+QTableWidgetItem* createCell(int column, const QString& text)
+{
+    auto* cell = new QTableWidgetItem(text);
+    cell->setTextAlignment(alignmentOf(column));
+    return cell;
+}
 
 template <typename Item>
 qsizetype firstDifference(const QList<Item>& one, const QList<Item>& other)
@@ -145,9 +161,12 @@ void MacroWidget::createActionTable(QWidget* parent)
     actionTable = new QTableWidget(0, ActionColumnCount, parent);
     actionTable->setAccessibleName(tr("Actions"));
     actionTable->setHorizontalHeaderLabels({tr("Delay (ms)"), tr("Action"), tr("Type")});
+    for (int column = 0; column < ActionColumnCount; ++column)
+        actionTable->horizontalHeaderItem(column)->setTextAlignment(alignmentOf(column));
     actionTable->horizontalHeader()->setSectionResizeMode(ActionTextColumn, QHeaderView::Stretch);
     actionTable->horizontalHeader()->setHighlightSections(false);
     actionTable->verticalHeader()->hide();
+    actionTable->verticalHeader()->setDefaultSectionSize(rowHeight);
     actionTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
     actionTable->setSelectionBehavior(QAbstractItemView::SelectRows);
     actionTable->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -245,7 +264,10 @@ void MacroWidget::deleteAction()
     const QModelIndexList rows = actionTable->selectionModel()->selectedRows();
     if (macro == nullptr || rows.isEmpty() || rows.first().row() >= macro->actions.size())
         return;
-    editActions(tr("Remove action"), [&](auto& actions) { actions.removeAt(rows.first().row()); });
+    const int row = rows.first().row();
+    editActions(tr("Remove action"), [&](auto& actions) { actions.removeAt(row); });
+    // The next one is selected, so that several can be removed one after the other.
+    actionTable->selectRow(std::min(row, actionTable->rowCount() - 1));
 }
 
 void MacroWidget::sendMacros()
@@ -279,12 +301,20 @@ void MacroWidget::refillMacroList()
 {
     macroList->clear();
     for (const MacroRecord& macro : AppState::instance().macros)
-        macroList->addItem(beginningOf(macro.name, shownNameLimit));
+        addToList(beginningOf(macro.name, shownNameLimit));
     macroSelected(macroList->currentRow());
 }
 
-// No row is selected afterwards, so that a second click on "Remove action" cannot take a second
-// one.
+// Asking for no width, a name has that of the list and ends in an ellipsis; the tool tip tells it
+// all.
+void MacroWidget::addToList(const QString& name)
+{
+    auto* item = new QListWidgetItem(name, macroList);
+    item->setSizeHint(QSize(0, rowHeight));
+    item->setToolTip(QStringLiteral("<qt>%1</qt>").arg(name.toHtmlEscaped()));
+}
+
+// No row is selected afterwards: what stands in a row is another action now.
 void MacroWidget::refillActionTable(int macroIndex)
 {
     const QList<MacroRecord>& macros = AppState::instance().macros;
@@ -294,9 +324,11 @@ void MacroWidget::refillActionTable(int macroIndex)
     actionTable->setRowCount(static_cast<int>(actions.size()));
     for (int row = 0; row < actions.size(); ++row) {
         const MacroAction& action = actions.at(row);
-        actionTable->setItem(row, DelayColumn, new QTableWidgetItem(QString::number(action.delay)));
-        actionTable->setItem(row, ActionTextColumn, new QTableWidgetItem(macroActionText(action)));
-        actionTable->setItem(row, PressColumn, new QTableWidgetItem(macroPressText(action)));
+        const std::array<QString, ActionColumnCount> texts{
+            QString::number(action.delay), macroActionText(action), macroPressText(action)};
+        for (int column = 0; column < ActionColumnCount; ++column)
+            actionTable->setItem(row, column,
+                                 createCell(column, texts.at(static_cast<std::size_t>(column))));
     }
     actionTable->clearSelection();
 }

@@ -47,6 +47,7 @@ private:
     void editMacros(const QString& name, const std::function<void(QList<MacroRecord>&)>& change);
     void editActions(const QString& name, const std::function<void(QList<MacroAction>&)>& change);
     void refillMacroList();
+    void addToList(const QString& name);
     void refillActionTable(int macroIndex);
     void showMark();
     void showRestored(StatePart part, const SavedState& left);

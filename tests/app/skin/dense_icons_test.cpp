@@ -67,8 +67,8 @@ private slots:
         QFETCH(QSize, size);
         const qreal ratio = qGuiApp->devicePixelRatio();
         const QString bare = name.section(u'/', -1);
-        const QIcon icon = name.contains(u'/') ? spriteStripIcon(bare, frameSize)
-                                               : frameIcon(bare, 0, frameSize);
+        const QIcon icon =
+            name.contains(u'/') ? spriteStripIcon(bare, frameSize) : frameIcon(bare, 0, frameSize);
         const QImage image = shown(icon, size);
         QVERIFY(!image.isNull());
         const QSizeF units = frameSize.scaled(size, Qt::KeepAspectRatio);

@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
@@ -299,9 +300,67 @@ private slots:
         QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(table()->rowCount(), 2);
         QCOMPARE(list()->currentRow(), 1);
-        // A second click has nothing to take.
+    }
+
+    void removingSelectsTheNextAction()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        table()->selectRow(1);
+        for (const int selected : {1, 0}) { // the last one has none after it
+            button("Remove action")->click();
+            QCOMPARE(table()->selectionModel()->selectedRows().size(), 1);
+            QCOMPARE(table()->selectionModel()->selectedRows().first().row(), selected);
+        }
+        QCOMPARE(rows(), QList<QStringList>({{"65535", "mouse 0x01", "press"}}));
         button("Remove action")->click();
-        QCOMPARE(macros(), expected);
+        button("Remove action")->click(); // nothing is left
+        QCOMPARE(table()->rowCount(), 0);
+        QVERIFY(macros().at(1).actions.isEmpty());
+    }
+
+    void longNameEndsInAnEllipsis()
+    {
+        const QString longName = QStringLiteral("A <macro> whose name is longer than the list");
+        showPage({{QStringLiteral("Greet"), {}}, {longName, {}}});
+        page->resize(900, 600);
+        page->show();
+        QVERIFY(QTest::qWaitForWindowExposed(page.get()));
+        QVERIFY(!list()->horizontalScrollBar()->isVisible());
+        QCOMPARE(list()->horizontalScrollBar()->maximum(), 0);
+        // The row ends inside the list, where the delegate puts the ellipsis.
+        const QRect row = list()->visualItemRect(list()->item(1));
+        QVERIFY(list()->viewport()->rect().contains(row));
+        QVERIFY(list()->fontMetrics().horizontalAdvance(longName) > row.width());
+        QCOMPARE(list()->textElideMode(), Qt::ElideRight);
+        QCOMPARE(list()->item(1)->text(), longName);
+        QVERIFY(list()->item(1)->toolTip().contains(longName.toHtmlEscaped()));
+    }
+
+    void rowsAreOfOneHeight()
+    {
+        showPage(threeMacros());
+        page->resize(900, 600);
+        page->show();
+        QVERIFY(QTest::qWaitForWindowExposed(page.get()));
+        list()->setCurrentRow(1);
+        for (int row = 0; row < 3; ++row) {
+            QCOMPARE(list()->visualItemRect(list()->item(row)).height(), 30);
+            QCOMPARE(table()->rowHeight(row), 30);
+        }
+    }
+
+    void headingsStandOverWhatTheyHead()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        const QList<Qt::Alignment> expected{Qt::AlignRight, Qt::AlignLeft, Qt::AlignLeft};
+        for (int column = 0; column < expected.size(); ++column) {
+            const Qt::Alignment wanted = expected.at(column) | Qt::AlignVCenter;
+            QCOMPARE(Qt::Alignment(table()->horizontalHeaderItem(column)->textAlignment()), wanted);
+            for (int row = 0; row < table()->rowCount(); ++row)
+                QCOMPARE(Qt::Alignment(table()->item(row, column)->textAlignment()), wanted);
+        }
     }
 
     void removingWithoutSelectionDoesNothing_data()
