@@ -1,6 +1,7 @@
 #include "pages/screen/screen_widget.h"
 
 #include "pages/parts/busy_wait.h"
+#include "pages/parts/file_dialog.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
 #include "pages/screen/screen_transfer.h"
@@ -11,6 +12,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QStandardPaths>
 #include <QStyleOptionButton>
 #include <QVBoxLayout>
 
@@ -20,6 +22,13 @@ namespace {
 
 constexpr int slotCount = 3;
 constexpr QSize previewSize(256, 256);
+
+// Where people keep what they may want to see on the keyboard.
+QString firstPictureFolder()
+{
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    return QDir(pictures).exists() ? pictures : QDir::homePath();
+}
 
 // A button whose text is shown as it stands: an ampersand in it is an ampersand and marks no
 // shortcut.
@@ -50,7 +59,7 @@ protected:
 
 } // namespace
 
-ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent)
+ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent), pictureFolder(firstPictureFolder())
 {
     QVBoxLayout* column = createPageColumn(this);
     column->addLayout(createButtonRow());
@@ -102,8 +111,7 @@ void ScreenWidget::importFiles()
 {
     if (BusyWait::isRunning())
         return;
-    const QStringList paths = QFileDialog::getOpenFileNames(
-        this, tr("Images or GIF"), {}, tr("Images (*.gif *.png *.jpg *.jpeg *.bmp)"));
+    const QStringList paths = askForPictures();
     if (paths.isEmpty())
         return;
     const BusyWait wait(this, statusLabel);
@@ -112,6 +120,19 @@ void ScreenWidget::importFiles()
     frames = importImages(paths);
     statusLabel->showStatus(StatusLook::Plain, tr("%1 frame(s) imported.").arg(frames.size()));
     preview();
+}
+
+QStringList ScreenWidget::askForPictures()
+{
+    QFileDialog dialog(this, tr("Images or GIF"), pictureFolder,
+                       tr("Images (*.gif *.png *.jpg *.jpeg *.bmp)"));
+    dialog.setFileMode(QFileDialog::ExistingFiles);
+    furnishFileDialog(dialog);
+    if (dialog.exec() != QDialog::Accepted)
+        return {};
+    const QStringList paths = dialog.selectedFiles();
+    pictureFolder = QFileInfo(paths.constFirst()).absolutePath();
+    return paths;
 }
 
 void ScreenWidget::preview()

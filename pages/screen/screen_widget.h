@@ -36,8 +36,10 @@ private:
     void createPreview();
 
     void sendFrames();
+    QStringList askForPictures();
 
     QList<ScreenFrame> frames;
+    QString pictureFolder; // where the dialog opens
 
     QSpinBox* slotInput = nullptr;
     QLabel* previewLabel = nullptr;

@@ -3,6 +3,7 @@
 #include "files/whole_file.h"
 #include "model/edit_history.h"
 #include "model/state_copies.h"
+#include "pages/parts/file_dialog.h"
 #include "pages/parts/shown_text.h"
 
 #include <QCoreApplication>
@@ -132,6 +133,7 @@ void exportSettings(QWidget* parent)
     QFileDialog dialog(parent, tr("Export settings"), QDir::homePath(), settingsFilter());
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(QStringLiteral("json"));
+    furnishFileDialog(dialog);
     dialog.selectFile(QStringLiteral("tavik-settings.json"));
     if (dialog.exec() != QDialog::Accepted)
         return;
@@ -144,10 +146,11 @@ void exportSettings(QWidget* parent)
 
 void importSettings(QWidget* parent)
 {
-    const QString path = QFileDialog::getOpenFileName(parent, tr("Import settings"),
-                                                      QDir::homePath(), settingsFilter());
-    if (!path.isEmpty())
-        importSettingsFrom(path, parent);
+    QFileDialog dialog(parent, tr("Import settings"), QDir::homePath(), settingsFilter());
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    furnishFileDialog(dialog);
+    if (dialog.exec() == QDialog::Accepted)
+        importSettingsFrom(dialog.selectedFiles().constFirst(), parent);
 }
 
 void importSettingsFrom(const QString& path, QWidget* parent)

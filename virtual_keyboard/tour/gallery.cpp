@@ -21,7 +21,7 @@
 #include <QMenu>
 #include <QSlider>
 #include <QStackedWidget>
-#include <QTemporaryDir>
+#include <QStandardPaths>
 #include <QTest>
 
 #include <cstdio>
@@ -172,18 +172,15 @@ private:
         showPage("TFT Screen");
         click("Send to screen");
         savePage("screen-error");
-        const QTemporaryDir pictures;
-        const QString path = pictures.filePath("evening.png");
+        const QString path =
+            QStandardPaths::writableLocation(QStandardPaths::PicturesLocation) + "/evening.png";
         complete = eveningPicture(QSize(128, 128)).save(path) && complete;
-        const QString startDirectory = QDir::currentPath();
-        QDir::setCurrent(pictures.path()); // where the dialog opens
         saveDialog(
             "file-dialog", [] { click("Import GIF / images (resized to 128×128)…"); },
             [&](QWidget& dialog) {
                 dialog.findChild<QLineEdit*>("fileNameEdit")->setText(path);
                 QMetaObject::invokeMethod(&dialog, "accept");
             });
-        QDir::setCurrent(startDirectory);
         click("Send to screen");
         savePage("screen");
     }

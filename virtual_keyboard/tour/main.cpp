@@ -6,6 +6,8 @@
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -29,6 +31,12 @@ int main(int argc, char* argv[])
     // The tour must neither see nor change what the user has saved.
     const QTemporaryDir configuration;
     qputenv("XDG_CONFIG_HOME", configuration.path().toUtf8());
+    const QString pictures = configuration.filePath("Pictures");
+    QFile places(configuration.filePath("user-dirs.dirs"));
+    if (!QDir().mkpath(pictures) || !places.open(QIODevice::WriteOnly) ||
+        places.write("XDG_PICTURES_DIR=\"" + pictures.toUtf8() + "\"\n") < 0)
+        return 1;
+    places.close();
 
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication application(argc, argv);

@@ -7,13 +7,17 @@
 #include "tests/support/made_images.h"
 #include "tests/support/page_view.h"
 
+#include <QCompleter>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QScopeGuard>
 #include <QSpinBox>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTreeView>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -217,6 +221,69 @@ private slots:
             QCOMPARE(files->fileMode(), QFileDialog::ExistingFiles);
             QCOMPARE(files->acceptMode(), QFileDialog::AcceptOpen);
             files->reject();
+        });
+        click(page, importText);
+        QCOMPARE(dialogsStillExpected(), 0);
+    }
+
+    void dialogOpensAmongThePicturesAndThenWhereItWasLeft()
+    {
+        const QTemporaryDir home;
+        qputenv("HOME", home.path().toUtf8());
+        QVERIFY(QDir(home.path()).mkdir("Pictures"));
+        const auto folderNow = [this](const ScreenWidget& page, const QStringList& chosen) {
+            QString folder;
+            onNextDialog([&](QWidget& dialog) {
+                folder = qobject_cast<QFileDialog*>(&dialog)->directory().absolutePath();
+                dialog.close();
+            });
+            click(page, importText);
+            if (!chosen.isEmpty())
+                importInto(page, chosen);
+            return folder;
+        };
+        const ScreenWidget page;
+        QCOMPARE(folderNow(page, {writeStill()}), home.filePath("Pictures"));
+        QCOMPARE(folderNow(page, {}), directory.path());
+        QVERIFY(QDir(home.path()).rmdir("Pictures"));
+        const ScreenWidget other;
+        QCOMPARE(folderNow(other, {}), home.path());
+    }
+
+    void columnsOfTheDialogUseTheirSpace()
+    {
+        const ScreenWidget page;
+        onNextDialog([](QWidget& dialog) {
+            const auto closing = closeAtTheEnd(dialog);
+            dialog.resize(900, 500);
+            QCoreApplication::processEvents();
+            const auto* files = dialog.findChild<QTreeView*>(QStringLiteral("treeView"));
+            QVERIFY(files != nullptr && files->isVisible());
+            QCOMPARE(files->header()->length(), files->viewport()->width());
+            QCOMPARE(files->header()->sectionResizeMode(0), QHeaderView::Stretch);
+            QCOMPARE(files->header()->sectionResizeMode(3), QHeaderView::ResizeToContents);
+        });
+        click(page, importText);
+        QCOMPARE(dialogsStillExpected(), 0);
+    }
+
+    // As if it had no ground of its own, since every widget is see-through.
+    void listOfNamesHasAGround()
+    {
+        qApp->setStyleSheet(QStringLiteral("QWidget{background:transparent;}"));
+        const auto back = qScopeGuard([] { qApp->setStyleSheet({}); });
+        const ScreenWidget page;
+        onNextDialog([](QWidget& dialog) {
+            const auto closing = closeAtTheEnd(dialog);
+            const auto* input = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            QVERIFY(input != nullptr && input->completer() != nullptr);
+            QAbstractItemView* popup = input->completer()->popup();
+            popup->resize(200, 100);
+            QImage picture(popup->size(), QImage::Format_RGB32);
+            picture.fill(Qt::magenta); // shows through where nothing is painted
+            popup->render(&picture);
+            for (const QPoint& place : {QPoint(3, 3), QPoint(100, 50), QPoint(196, 96)})
+                QCOMPARE(picture.pixelColor(place).name(), QStringLiteral("#242426"));
         });
         click(page, importText);
         QCOMPARE(dialogsStillExpected(), 0);
