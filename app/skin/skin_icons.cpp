@@ -29,13 +29,13 @@ QPixmap loadStrip(const QString& path)
     int density = static_cast<int>(std::ceil(std::min(qGuiApp->devicePixelRatio(), densestStrip)));
     for (; density > 1; --density) {
         const QString dense = densePictureName(path, density);
-        QImage strip;
-        if (QFileInfo::exists(dense) && isTrustedPath(dense) && strip.load(dense)) {
+        QImage strip = isTrustedPath(dense) ? decodeSkinImage(readSkinFile(dense)) : QImage();
+        if (!strip.isNull()) {
             strip.setDevicePixelRatio(density);
             return QPixmap::fromImage(strip);
         }
     }
-    return QPixmap::fromImage(QImage(path));
+    return QPixmap::fromImage(decodeSkinImage(readSkinFile(path)));
 }
 
 QPixmap stripFrame(const QPixmap& strip, int frame, QSize size)
