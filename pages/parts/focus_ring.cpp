@@ -41,6 +41,15 @@ protected:
     }
 };
 
+// In its window; empty when it lies outside. At the edge of the window, the mark lies over what it
+// marks.
+QRect placeOf(const QWidget& marked)
+{
+    constexpr int width = focusRingWidth;
+    const QRect inside = marked.window()->rect().adjusted(width, width, -width, -width);
+    return QRect(marked.mapTo(marked.window(), QPoint()), marked.size()) & inside;
+}
+
 } // namespace
 
 void drawFocusRing(QPainter& painter, const QRect& marked, double corner)
@@ -120,7 +129,8 @@ void FocusRing::takeFocus(QWidget* widget, Qt::FocusReason reason)
 
 void FocusRing::show()
 {
-    if (!isUsingKeys || !marked || !marked->isVisible()) {
+    const QRect place = isUsingKeys && marked && marked->isVisible() ? placeOf(*marked) : QRect();
+    if (place.isEmpty()) {
         if (ring)
             ring->hide();
         return;
@@ -130,11 +140,7 @@ void FocusRing::show()
         delete ring;
         ring = new Ring(window);
     }
-    // At the edge of the window the mark lies over what it marks.
-    constexpr int width = focusRingWidth;
-    const QRect inside = window->rect().adjusted(width, width, -width, -width);
-    const QRect place(marked->mapTo(window, QPoint()), marked->size());
-    static_cast<Ring*>(ring.data())->standRound(place & inside);
+    static_cast<Ring*>(ring.data())->standRound(place);
 }
 
 } // namespace tavik

@@ -233,6 +233,25 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return window->size() == QSize(1200, 720); }));
     }
 
+    // In the smallest window, the page is cut at its right and lower edge.
+    void whatIsCutOffIsMarkedAsFarAsItIsSeen()
+    {
+        stackOf(*window)->setCurrentIndex(3);
+        window->resize(900, 620);
+        QVERIFY(QTest::qWaitFor([&] { return window->size() == QSize(900, 620); }));
+        QCoreApplication::processEvents();
+        int outside = 0;
+        for (QWidget* control : controlsOf(*window)) {
+            control->setFocus(Qt::TabFocusReason);
+            const bool isSeen = !placeOf(*control).isEmpty();
+            outside += isSeen ? 0 : 1;
+            QVERIFY2(isSeen ? hasRing(*control) : !isMarked(*window), qPrintable(nameOf(control)));
+        }
+        QVERIFY(outside > 0);
+        window->resize(1200, 720);
+        QVERIFY(QTest::qWaitFor([&] { return window->size() == QSize(1200, 720); }));
+    }
+
     void menuKeepsTheMarkOfItsOwner()
     {
         stackOf(*window)->setCurrentIndex(1);
