@@ -309,9 +309,10 @@ void MacroWidget::refillMacroList()
 // all.
 void MacroWidget::addToList(const QString& name)
 {
-    auto* item = new QListWidgetItem(name, macroList);
+    auto* item = new QListWidgetItem(name);
     item->setSizeHint(QSize(0, rowHeight));
     item->setToolTip(QStringLiteral("<qt>%1</qt>").arg(name.toHtmlEscaped()));
+    macroList->addItem(item); // last: the list searches itself at every change of an item in it
 }
 
 // No row is selected afterwards: what stands in a row is another action now.
