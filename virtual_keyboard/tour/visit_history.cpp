@@ -5,7 +5,9 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QFileDialog>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QMenu>
 #include <QTableWidget>
 
@@ -50,6 +52,15 @@ QString oldestEntry()
         return {};
     const QString text = menu->actions().constLast()->menu()->actions().constLast()->text();
     return text.contains(u'\t') ? text : QString();
+}
+
+// What stands in the file dialog that is open; null when none is.
+QString fileNameInDialog()
+{
+    const auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    const auto* field =
+        dialog != nullptr ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
+    return field != nullptr ? field->text() : QString();
 }
 
 } // namespace
@@ -157,8 +168,15 @@ void Tour::visitExchange()
         driver.click(button("Reset Keyboard Data"), MouseButton::Right);
         driver.chooseMenuEntry(QString(), QString::fromUtf8(entry));
         driver.type(exportedPath());
+        if (!driver.waitUntil([] { return fileNameInDialog() == exportedPath(); }))
+            throw std::runtime_error("the file name is not typed");
         driver.takePicture(QStringLiteral("settings-file-dialog"));
-        driver.pressKey(KeySymbol::Return);
+        // A list of matching names that has just opened takes the key for itself.
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            driver.pressKey(KeySymbol::Return);
+            if (driver.waitUntil([] { return fileNameInDialog().isNull(); }))
+                break;
+        }
     };
     showPage(settings);
     step(
