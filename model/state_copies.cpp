@@ -16,14 +16,14 @@ namespace tavik {
 namespace {
 
 constexpr qsizetype statesKept = 30;
-constexpr qsizetype mostMemory = qsizetype{128} << 20;
+constexpr qsizetype mostMemory = qsizetype{256} << 20;
 
 // About how many bytes the values of a text take once they are read, brackets and commas wherever
 // they stand.
 qsizetype memoryOf(const QByteArray& json)
 {
-    constexpr qsizetype perValue = 16;
-    constexpr qsizetype perContainer = 100;
+    constexpr qsizetype perValue = 24;
+    constexpr qsizetype perContainer = 400; // a macro among them, with its row in the list
     return json.count(',') * perValue + (json.count('[') + json.count('{')) * perContainer;
 }
 
