@@ -260,6 +260,9 @@ void MainWindow::showPage(const SidebarEntry& entry)
 {
     const auto index = static_cast<int>(&entry - sidebarEntries.data());
     sidebarButtons.at(index)->setChecked(true);
+    // An undo shows another page than the one whose button has the focus.
+    if (sidebarButtons.contains(QApplication::focusWidget()))
+        sidebarButtons.at(index)->setFocus();
     pageStack->setCurrentIndex(index);
     titleBar->setTitle(QLatin1String(entry.title));
 }

@@ -311,7 +311,7 @@ void MacroWidget::addToList(const QString& name)
 {
     auto* item = new QListWidgetItem(name);
     item->setSizeHint(QSize(0, rowHeight));
-    item->setToolTip(QStringLiteral("<qt>%1</qt>").arg(name.toHtmlEscaped()));
+    item->setToolTip(wrappedToolTip(name));
     macroList->addItem(item); // last: the list searches itself at every change of an item in it
 }
 

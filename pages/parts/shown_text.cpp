@@ -42,7 +42,7 @@ QString nameOfKey(int lightIndex)
     const auto key = std::ranges::find(keys, lightIndex, &KeyRecord::lightIndex);
     const QString name = key == keys.end() ? QString() : key->desc.simplified();
     if (name.isEmpty())
-        return QCoreApplication::translate("tavik::UndoEntries", "key %1").arg(lightIndex);
+        return QCoreApplication::translate("tavik::ShownText", "key %1").arg(lightIndex);
     return beginningOf(name, keyNameLimit);
 }
 

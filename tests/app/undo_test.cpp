@@ -114,6 +114,7 @@ private slots:
             leave(page);
             type(undoKeys.first());
             QCOMPARE(shownPage(), page);
+            QCOMPARE(QApplication::focusWidget(), sidebarButton(page));
             QVERIFY(stateInMemory() == startState());
             QVERIFY(stateOnDisk() == startState());
             QVERIFY(look() == before);
