@@ -48,7 +48,7 @@ RgbWidget::RgbWidget(QWidget* parent)
     column->addWidget(statusLabel);
 
     connect(&AppState::instance(), &AppState::rgbChanged, this, &RgbWidget::refreshColors);
-    connect(&EditHistory::instance(), &EditHistory::changed, this, &RgbWidget::refreshColors);
+    connect(&EditHistory::instance(), &EditHistory::restored, this, &RgbWidget::refreshColors);
     refreshColors();
 }
 
@@ -169,6 +169,7 @@ void RgbWidget::editColors(const QString& name, const std::function<void(ColorBa
 {
     EditHistory::instance().edit(StatePart::Colors, name,
                                  [&](SavedState& state) { change(state.customRgb); });
+    refreshColors();
 }
 
 // Every key has a color, black included, which shows as a gray glow.

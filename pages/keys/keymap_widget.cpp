@@ -52,7 +52,7 @@ KeymapWidget::KeymapWidget(QWidget* parent)
 
     // Captions show the names of macros as well.
     connect(&EditHistory::instance(), &EditHistory::changed, this, [this](StatePart part) {
-        if (part != StatePart::Colors)
+        if (part == StatePart::Macros || part == StatePart::Everything)
             refreshCaptions();
     });
     connect(&AppState::instance(), &AppState::layersChanged, this, &KeymapWidget::refreshCaptions);
@@ -96,10 +96,10 @@ StatePart KeymapWidget::currentPart() const
 
 void KeymapWidget::editLayer(const QString& name, const std::function<void(KeyLayer&)>& change)
 {
-    const bool isBase = currentLayer == LayerId::Base;
     EditHistory::instance().edit(currentPart(), name, [&](SavedState& state) {
-        change(isBase ? state.layerBase : state.layerFn);
+        change(currentLayer == LayerId::Base ? state.layerBase : state.layerFn);
     });
+    refreshCaptions();
 }
 
 void KeymapWidget::keyClicked(int lightIndex)

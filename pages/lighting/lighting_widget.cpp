@@ -11,6 +11,7 @@
 #include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
 
+#include <QApplication>
 #include <QButtonGroup>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -18,6 +19,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScopeGuard>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
@@ -390,11 +392,13 @@ void LightingWidget::apply()
 {
     if (!Device::instance().isOpen())
         return;
-    const BusyWait wait(this);
-    if (!wait.hasBegun()) {
+    if (BusyWait::isRunning()) {
         sendTimer.start();
         return;
     }
+    // Nobody asked for this moment: what is chosen meanwhile is a new choice, and is sent next.
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const auto cursorBack = qScopeGuard(&QApplication::restoreOverrideCursor);
     const LightingSettings settings{effect,
                                     color,
                                     randomColorSwitch->isChecked(),
@@ -471,8 +475,10 @@ void LightingWidget::chooseSleep(int value)
     if (!Device::instance().isOpen())
         return;
     const BusyWait wait(this);
-    if (!wait.hasBegun())
+    if (!wait.hasBegun()) {
+        QTimer::singleShot(sendDelay, this, [this] { chooseSleep(sleep); });
         return;
+    }
     // A sleep time that does not arrive is not reported: the next choice sends it anew.
     std::ignore = sendLightingSleep(sleep);
 }

@@ -266,7 +266,8 @@ void MacroWidget::deleteAction()
         return;
     const int row = rows.first().row();
     editActions(tr("Remove action"), [&](auto& actions) { actions.removeAt(row); });
-    // The next one is selected, so that several can be removed one after the other.
+    // The one that has moved up is selected, or the last one left, so that several can be removed
+    // one after the other.
     actionTable->selectRow(std::min(row, actionTable->rowCount() - 1));
 }
 
@@ -315,7 +316,7 @@ void MacroWidget::addToList(const QString& name)
     macroList->addItem(item); // last: the list searches itself at every change of an item in it
 }
 
-// No row is selected afterwards: what stands in a row is another action now.
+// No row is selected afterwards, unless the caller knows which.
 void MacroWidget::refillActionTable(int macroIndex)
 {
     const QList<MacroRecord>& macros = AppState::instance().macros;

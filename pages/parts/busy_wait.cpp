@@ -70,9 +70,9 @@ BusyWait::~BusyWait()
 
 bool BusyWait::isInput(const QObject* watched, const QEvent* event) const
 {
-    if (event->type() == QEvent::Shortcut)
-        return true;
-    const auto* widget = qobject_cast<const QWidget*>(watched);
+    // A shortcut goes to an action, which belongs to a widget.
+    const QObject* owner = event->type() == QEvent::Shortcut ? watched->parent() : watched;
+    const auto* widget = qobject_cast<const QWidget*>(owner);
     if (widget != nullptr)
         return widget->window() == window && !isInTitleBar(widget);
     return watched == window->windowHandle() && !isInTitleBar(receiverIn(window, event));
@@ -89,6 +89,8 @@ bool BusyWait::eventFilter(QObject* watched, QEvent* event)
     case QEvent::KeyPress:
     case QEvent::InputMethod:
     case QEvent::ContextMenu:
+    case QEvent::DragEnter:
+    case QEvent::Drop:
     case QEvent::Shortcut:
         if (!isInput(watched, event))
             return false;

@@ -101,7 +101,7 @@ void drawCaption(QPainter& painter, const QRect& area, const QString& caption)
     // Accents may pile up far above their line.
     painter.setClipRect(area, Qt::IntersectClip);
     if (painter.fontMetrics().horizontalAdvance(text) <= area.width())
-        painter.drawText(area, Qt::AlignCenter | Qt::TextWordWrap, text);
+        painter.drawText(area, Qt::AlignCenter, text);
     else
         drawWrapped(painter, area, withBreaksAtPlus(text));
     painter.restore();

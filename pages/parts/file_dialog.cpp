@@ -9,7 +9,9 @@
 
 namespace tavik {
 
-void furnishFileDialog(QFileDialog& dialog)
+namespace {
+
+void furnish(QFileDialog& dialog)
 {
     // A dialog of the platform has neither of the two.
     const auto* nameInput = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
@@ -25,6 +27,14 @@ void furnishFileDialog(QFileDialog& dialog)
         header->setSectionResizeMode(QHeaderView::ResizeToContents);
         header->setSectionResizeMode(0, QHeaderView::Stretch); // the name
     }
+}
+
+} // namespace
+
+QStringList chosenFiles(QFileDialog& dialog)
+{
+    furnish(dialog);
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles() : QStringList();
 }
 
 } // namespace tavik

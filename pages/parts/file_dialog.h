@@ -1,11 +1,14 @@
 #pragma once
 
+#include <QStringList>
+
 class QFileDialog;
 
 namespace tavik {
 
-// Makes the dialog that comes where the platform brings none fit for use: the list that completes
-// names gets a ground, and the columns the width they need. Call it before the dialog is shown.
-void furnishFileDialog(QFileDialog& dialog);
+// Shows the file dialog until the user has chosen; empty when nothing was. Where Qt draws it, it
+// gets what the platform's has by itself: an opaque list of matching names, and columns that use
+// the width.
+[[nodiscard]] QStringList chosenFiles(QFileDialog& dialog);
 
 } // namespace tavik

@@ -62,8 +62,9 @@ void drawFocusRing(QPainter& painter, const QRect& marked, double corner)
         pen.setJoinStyle(Qt::MiterJoin);
         painter.setPen(pen);
         painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(QRectF(marked).adjusted(-middle, -middle, middle, middle),
-                                corner > 0 ? corner + middle : 0, corner > 0 ? corner + middle : 0);
+        const double radius = corner > 0 ? corner + middle : 0;
+        painter.drawRoundedRect(QRectF(marked).adjusted(-middle, -middle, middle, middle), radius,
+                                radius);
         reach += toneWidth;
     }
 }
@@ -116,7 +117,7 @@ bool FocusRing::eventFilter(QObject* watched, QEvent* event)
 // Tab, which is not the user's doing.
 void FocusRing::takeFocus(QWidget* widget, Qt::FocusReason reason)
 {
-    if (widget->windowType() == Qt::Popup || widget->window()->windowType() == Qt::Popup)
+    if (widget->window()->windowType() == Qt::Popup)
         return;
     if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
         reason == Qt::ShortcutFocusReason)

@@ -115,8 +115,6 @@ void ScreenWidget::importFiles()
     if (paths.isEmpty())
         return;
     const BusyWait wait(this, statusLabel);
-    if (!wait.hasBegun())
-        return;
     frames = importImages(paths);
     statusLabel->showStatus(StatusLook::Plain, tr("%1 frame(s) imported.").arg(frames.size()));
     preview();
@@ -127,11 +125,9 @@ QStringList ScreenWidget::askForPictures()
     QFileDialog dialog(this, tr("Images or GIF"), pictureFolder,
                        tr("Images (*.gif *.png *.jpg *.jpeg *.bmp)"));
     dialog.setFileMode(QFileDialog::ExistingFiles);
-    furnishFileDialog(dialog);
-    if (dialog.exec() != QDialog::Accepted)
-        return {};
-    const QStringList paths = dialog.selectedFiles();
-    pictureFolder = QFileInfo(paths.constFirst()).absolutePath();
+    const QStringList paths = chosenFiles(dialog);
+    if (!paths.isEmpty())
+        pictureFolder = QFileInfo(paths.constFirst()).absolutePath();
     return paths;
 }
 
@@ -150,16 +146,15 @@ void ScreenWidget::preview()
 
 void ScreenWidget::upload()
 {
-    if (BusyWait::isRunning())
+    const BusyWait wait(this, statusLabel);
+    if (!wait.hasBegun())
         return;
     if (frames.isEmpty() || frames.size() > screenFrameLimit) {
         statusLabel->showRefusal(tr("no frames"),
                                  tr("Import between 1 and %1 frames first.").arg(screenFrameLimit));
         return;
     }
-    const BusyWait wait(this, statusLabel);
-    if (wait.hasBegun())
-        sendFrames();
+    sendFrames();
 }
 
 void ScreenWidget::sendFrames()

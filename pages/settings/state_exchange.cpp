@@ -133,24 +133,21 @@ void exportSettings(QWidget* parent)
     QFileDialog dialog(parent, tr("Export settings"), QDir::homePath(), settingsFilter());
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(QStringLiteral("json"));
-    furnishFileDialog(dialog);
     dialog.selectFile(QStringLiteral("tavik-settings.json"));
-    if (dialog.exec() != QDialog::Accepted)
-        return;
-    const QString path = dialog.selectedFiles().constFirst();
-    if (!writeWholeFile(path, stateToJson(AppState::instance())))
-        showBox(parent, dialog.windowTitle(),
-                tr("\"%1\" could not be written.").arg(shownName(path)), QMessageBox::Information,
-                QMessageBox::Ok);
+    for (const QString& path : chosenFiles(dialog)) {
+        if (!writeWholeFile(path, stateToJson(AppState::instance())))
+            showBox(parent, dialog.windowTitle(),
+                    tr("\"%1\" could not be written.").arg(shownName(path)),
+                    QMessageBox::Information, QMessageBox::Ok);
+    }
 }
 
 void importSettings(QWidget* parent)
 {
     QFileDialog dialog(parent, tr("Import settings"), QDir::homePath(), settingsFilter());
     dialog.setFileMode(QFileDialog::ExistingFile);
-    furnishFileDialog(dialog);
-    if (dialog.exec() == QDialog::Accepted)
-        importSettingsFrom(dialog.selectedFiles().constFirst(), parent);
+    for (const QString& path : chosenFiles(dialog)) // one at most
+        importSettingsFrom(path, parent);
 }
 
 void importSettingsFrom(const QString& path, QWidget* parent)

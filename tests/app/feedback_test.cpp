@@ -5,6 +5,7 @@
 #include "pages/colors/color_preview.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/keyboard_view.h"
+#include "pages/parts/lighting_command.h"
 #include "tests/app/window_pages.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
@@ -327,7 +328,6 @@ private slots:
         QTest::newRow("painting") << colorsPage << "Send painting to keyboard";
         QTest::newRow("reading") << colorsPage << "Read from keyboard";
         QTest::newRow("sleep") << lightingPage << sleepText;
-        QTest::newRow("effect") << lightingPage << QString();
     }
     void whileTheKeyboardIsWrittenNothingElseHappens()
     {
@@ -380,6 +380,29 @@ private slots:
         // And afterwards everything is as it was.
         QTest::mouseClick(sidebarButton(homePage), Qt::LeftButton);
         QCOMPARE(stackOf(*window)->currentIndex(), homePage);
+    }
+
+    // The page sends by itself a while after a choice. The next choice may fall into that.
+    void whatIsChosenWhileAnEffectIsSentIsSentNext()
+    {
+        auto* list = page()->findChild<QListWidget*>(QStringLiteral("effectList"));
+        bool isTyped = false;
+        bool waits = true;
+        bus().setListener([&] {
+            if (std::exchange(isTyped, true))
+                return;
+            waits = QApplication::overrideCursor() != nullptr;
+            postKey(list, Qt::Key_Down);
+            postKey(list, Qt::Key_Down);
+        });
+        list->setCurrentRow(0);
+        QTRY_VERIFY(isTyped);
+        QVERIFY(waits);
+        QTRY_COMPARE(list->currentRow(), 2);
+        const std::uint8_t chosen = lightingEffects.at(2).code;
+        QTRY_COMPARE(int{bus().keyboard().state().lighting.at(0)}, int{chosen});
+        QVERIFY(QApplication::overrideCursor() == nullptr);
+        bus().setListener({});
     }
 
     void closingMeanwhileClosesAfterwards()
@@ -518,7 +541,7 @@ private:
     }
     static bool isMarked(const QPushButton& button) { return button.toolTip() == markText; }
 
-    // What starts the operation; the effect is started by a swatch.
+    // What starts the operation.
     QWidget* sender(const QString& send) const
     {
         if (send == sleepText) {
@@ -527,23 +550,13 @@ private:
                     return choice;
             }
         }
-        if (!send.isEmpty())
-            return buttonOf(*page(), send);
-        for (QPushButton* button : page()->findChildren<QPushButton*>()) {
-            if (button->property("swatchColor").isValid())
-                return button;
-        }
-        return nullptr;
+        return buttonOf(*page(), send);
     }
     // To the end of the operation.
-    void run(QWidget* button)
+    static void run(QWidget* button)
     {
-        const bool isTimed = button->property("swatchColor").isValid();
-        const int before = bus().count("wait 35");
         QTest::mouseClick(button, Qt::LeftButton, {},
                           QPoint(std::min(10, button->width() / 2), button->height() / 2));
-        if (isTimed)
-            QTRY_VERIFY(bus().count("wait 35") > before);
     }
     // All that a user may do while the keyboard is written.
     void disturb(QWidget* button)
