@@ -174,6 +174,7 @@ void KeyboardWindow::showBeside(QWidget& program)
     place(program);
     setAttribute(Qt::WA_ShowWithoutActivating);
     show();
+    program.activateWindow(); // not every window system minds the attribute
     QTimer::singleShot(frameKnownAfterMs, this, [this, &program] { place(program); });
 }
 

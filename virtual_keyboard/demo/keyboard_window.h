@@ -30,7 +30,8 @@ public:
     ~KeyboardWindow() override;
 
     // Shows the window beside or under the program's, which must be shown already and may be moved
-    // a little. The program's window becomes the parent and keeps this one in front of it.
+    // a little. The program's window becomes the parent, keeps this one in front of it, and has the
+    // focus.
     void showBeside(QWidget& program);
 
 protected:

@@ -1,11 +1,13 @@
 #include "app/main_window.h"
 #include "app/single_window.h"
+#include "app/window_place.h"
 #include "model/app_state.h"
 #include "virtual_keyboard/demo/demo_program.h"
 #include "virtual_keyboard/demo/keyboard_window.h"
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QApplication>
+#include <QScreen>
 #include <QThread>
 
 #include <chrono>
@@ -44,7 +46,7 @@ int main(int argc, char* argv[])
 
     MainWindow window;
     onlyWindow.bringForward(&window);
-    window.show();
+    showOnScreen(window, window.screen()->availableGeometry());
     KeyboardWindow keyboardWindow;
     // An onlooker: the program ends with its own window.
     keyboardWindow.setAttribute(Qt::WA_QuitOnClose, false);

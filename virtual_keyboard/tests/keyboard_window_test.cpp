@@ -4,14 +4,17 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/named_keys.h"
+#include "tests/support/page_view.h"
 #include "tests/support/pixel_probe.h"
 #include "virtual_keyboard/demo/demo_program.h"
 #include "virtual_keyboard/demo/keyboard_window.h"
 #include "virtual_keyboard/demo/lit_board.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -20,6 +23,12 @@ using namespace tavik;
 using namespace tavik::tests;
 using namespace tavik::virtual_keyboard;
 using namespace std::chrono_literals;
+
+namespace {
+
+const LightingSettings steadyWhite{.effect = 1, .color = Qt::white, .brightness = 5};
+
+} // namespace
 
 class KeyboardWindowTest : public QObject
 {
@@ -38,18 +47,44 @@ private slots:
 
     void aClickedKeySaysWhatItSends()
     {
-        KeyboardState state = bus().keyboard().state();
-        state.baseLayer.at(indexOf("A")) = {2, 0x01, 0x05, 0};
-        bus().keyboard().setState(state);
-        setLight({.effect = 1, .color = Qt::white, .brightness = 5});
+        change([](KeyboardState& state) { state.baseLayer.at(indexOf("A")) = {2, 0x01, 0x05, 0}; });
+        setLight(steadyWhite);
         const QImage before = picture();
         QTest::mousePress(board(), Qt::LeftButton, {}, centerOf("A"));
         QCOMPARE(text("sent"), QString("The computer gets: Ctrl+B"));
         const QRect changed = changedArea(before, picture());
         QVERIFY(!changed.isEmpty());
-        QVERIFY(board()->plan().place(keyNamed("A").rect).toAlignedRect().contains(changed));
+        QVERIFY(capOf("A").contains(changed));
         QTest::mouseRelease(board(), Qt::LeftButton, {}, centerOf("A"));
         QCOMPARE(picture(), before);
+    }
+
+    void aPressedKeySinks()
+    {
+        setLight({.effect = 0});
+        const auto legend = [this] {
+            return areaWhere(picture().copy(capOf("A")),
+                             [](const QColor& pixel) { return pixel.red() > 0x60; });
+        };
+        const QRect before = legend();
+        QVERIFY(!before.isEmpty());
+        QTest::mousePress(board(), Qt::LeftButton, {}, centerOf("A"));
+        QVERIFY(legend().top() > before.top());
+        QVERIFY(legend().bottom() > before.bottom());
+        QTest::mouseRelease(board(), Qt::LeftButton, {}, centerOf("A"));
+        QCOMPARE(legend(), before);
+    }
+
+    void theProgramHasTheFocusAtTheStart()
+    {
+        QWidget program;
+        const auto apart = qScopeGuard([&] { window->setParent(nullptr); });
+        program.show();
+        QVERIFY(QTest::qWaitForWindowActive(&program));
+        window->hide();
+        window->showBeside(program);
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        QTRY_COMPARE(QApplication::activeWindow(), &program);
     }
 
     void onlyKeysAreClicked()
@@ -90,7 +125,7 @@ private slots:
 
     void lightSleepsAndAKeyWakesIt()
     {
-        setLight({.effect = 1, .color = Qt::white, .brightness = 5});
+        setLight(steadyWhite);
         QVERIFY(sendLightingSleep(1));
         const QImage awake = picture();
         bus().wait(1500ms);
@@ -100,14 +135,14 @@ private slots:
         QVERIFY(text("state").contains("asleep"));
         QVERIFY(text("note").contains("A minute of sleep time lasts a second here"));
         QVERIFY(text("note").contains("not known"));
-        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("A"));
+        click("A");
         QCOMPARE(picture(), awake);
         QVERIFY(text("state").contains("sleeps after 1 min"));
     }
 
     void anUnpluggedKeyboardIsDark()
     {
-        setLight({.effect = 1, .color = Qt::white, .brightness = 5});
+        setLight(steadyWhite);
         const QImage lit = picture();
         auto* plug = button("Unplug");
         plug->click();
@@ -116,7 +151,7 @@ private slots:
         QCOMPARE(text("state"), QString("unplugged"));
         QVERIFY(brightness(picture()) < brightness(lit) / 2);
         QVERIFY(!timer().isActive());
-        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("A"));
+        click("A");
         QCOMPARE(text("sent"), QString("The computer gets nothing: the cable is out."));
         plug->click();
         QVERIFY(bus().plugged());
@@ -132,14 +167,11 @@ private slots:
 
     void lightFollowsThePlaceOfItsKey()
     {
-        KeyboardState state = bus().keyboard().state();
-        state.lighting[0] = customEffect;
-        bus().keyboard().setState(state);
+        change([](KeyboardState& state) { state.lighting[0] = customEffect; });
         const QImage dark = picture();
-        state.colorBank.at(indexOf("G")) = {0, 0, 255};
-        bus().keyboard().setState(state);
+        change([](KeyboardState& state) { state.colorBank.at(indexOf("G")) = {0, 0, 255}; });
         const QRect changed = changedArea(dark, picture());
-        const QRect cap = board()->plan().place(keyNamed("G").rect).toAlignedRect();
+        const QRect cap = capOf("G");
         QVERIFY(changed.contains(cap.adjusted(3, 3, -3, -3)));
         QVERIFY(cap.adjusted(-40, -40, 40, 40).contains(changed));
         // Between two caps the blue is seen well.
@@ -149,15 +181,15 @@ private slots:
 
     void theScreenShowsWhatFnAndDeleteAskFor()
     {
-        KeyboardState state = bus().keyboard().state();
-        state.screenSlots[2] = {
-            {std::vector<std::uint16_t>(screenWidth * screenHeight, 0x07E0), 100ms}};
-        state.latestSlot = 3;
-        bus().keyboard().setState(state);
+        change([](KeyboardState& state) {
+            state.screenSlots[2] = {
+                {std::vector<std::uint16_t>(screenWidth * screenHeight, 0x07E0), 100ms}};
+            state.latestSlot = 3;
+        });
         const QPoint corner = board()->plan().glass().topLeft().toPoint() + QPoint(4, 4);
         QVERIFY(picture().pixelColor(corner).green() < 20);
-        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("Fn"));
-        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf("Delete"));
+        click("Fn");
+        click("Delete");
         QCOMPARE(picture().pixelColor(corner), QColor(0, 255, 0));
     }
 
@@ -206,14 +238,14 @@ private slots:
     {
         setLight({.effect = 0});
         const QImage before = picture();
-        KeyboardState state = bus().keyboard().state();
-        state.baseLayer.at(indexOf("G")) = {3, 0xB6, 0, 0}; // Previous Track
-        bus().keyboard().setState(state);
+        change([](KeyboardState& state) {
+            state.baseLayer.at(indexOf("G")) = {3, 0xB6, 0, 0}; // Previous Track
+        });
         bus().wait(1ms); // is heard of
         QTRY_VERIFY(picture() != before);
         const QRect changed = changedArea(before, picture());
         QVERIFY(!changed.isEmpty());
-        QVERIFY(board()->plan().place(keyNamed("G").rect).toAlignedRect().contains(changed));
+        QVERIFY(capOf("G").contains(changed));
     }
 
 private:
@@ -225,15 +257,16 @@ private:
     }
     [[nodiscard]] QPushButton* button(const QString& caption) const
     {
-        for (auto* candidate : window->findChildren<QPushButton*>()) {
-            if (candidate->text() == caption)
-                return candidate;
-        }
-        qFatal("no button %s", qPrintable(caption));
+        return buttonOf(*window, caption);
     }
-    [[nodiscard]] QPoint centerOf(const char* key) const
+    [[nodiscard]] QRect capOf(const char* key) const
     {
-        return board()->plan().place(keyNamed(key).rect).center().toPoint();
+        return board()->plan().place(keyNamed(key).rect).toAlignedRect();
+    }
+    [[nodiscard]] QPoint centerOf(const char* key) const { return capOf(key).center(); }
+    void click(const char* key) const
+    {
+        QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf(key));
     }
     // Of the board, painted now.
     [[nodiscard]] QImage picture() const { return pictureOf(*board()); }
@@ -249,6 +282,14 @@ private:
             }
         }
         return sum;
+    }
+
+    // What the keyboard holds, without a word over the wire.
+    static void change(const std::function<void(KeyboardState&)>& edit)
+    {
+        KeyboardState state = bus().keyboard().state();
+        edit(state);
+        bus().keyboard().setState(state);
     }
 
     static void setLight(const LightingSettings& settings)

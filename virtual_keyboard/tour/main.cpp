@@ -50,7 +50,6 @@ int main(int argc, char* argv[])
     window.show();
     KeyboardWindow keyboardWindow;
     keyboardWindow.showBeside(window);
-    window.activateWindow();
     if (wantsGallery)
         return takeGallery(window, keyboardWindow, directory) ? 0 : 1;
 
