@@ -26,6 +26,11 @@ constexpr double smallestSize = 6;
 // How far a text may be pressed together, by its width.
 constexpr double narrowest = 0.72;
 
+QSizeF sizeWithDesk(const KeyboardLayout& layout)
+{
+    return QSizeF(std::max(1, layout.width), std::max(1, layout.height)).grownBy(deskAround);
+}
+
 QLinearGradient downward(const QRectF& rect, const QColor& top, const QColor& bottom)
 {
     QLinearGradient gradient(rect.topLeft(), rect.bottomLeft());
@@ -96,38 +101,13 @@ void drawArrow(QPainter& painter, const QRectF& area, int quarterTurns, const QC
 
 } // namespace
 
-const BoardColors& unlitBoardColors()
-{
-    static const BoardColors colors{
-        .desk = QColor(0x2c, 0x27, 0x23),
-        .deskFar = QColor(0x17, 0x15, 0x14),
-        .shadow = QColor(0, 0, 0, 26),
-        .cable = QColor(0x0c, 0x0c, 0x0d),
-        .caseEdge = QColor(0x4a, 0x4b, 0x50),
-        .caseTop = QColor(0x25, 0x26, 0x29),
-        .caseBottom = QColor(0x1a, 0x1b, 0x1d),
-        .plate = QColor(0x0c, 0x0c, 0x0e),
-        .sideTop = QColor(0x26, 0x27, 0x2a),
-        .sideBottom = QColor(0x12, 0x13, 0x15),
-        .faceTop = QColor(0x2f, 0x30, 0x34),
-        .faceBottom = QColor(0x22, 0x23, 0x26),
-        .legend = QColor(0x8a, 0x8c, 0x92),
-        .shifted = QColor(0x74, 0x76, 0x7c),
-        .caption = QColor(231, 122, 25, 60),
-        .captionFrame = QColor(231, 122, 25),
-        .captionText = QColor(0xff, 0xe2, 0xc6),
-        .glass = QColor(0x07, 0x07, 0x08),
-    };
-    return colors;
-}
-
-const BoardColors& boardTransparency()
+BoardColors boardTransparency()
 {
     const auto share = [](int percent) {
-        return QColor::fromRgbF(0, 0, 0).fromRgb(percent * 255 / 100, percent * 255 / 100,
-                                                 percent * 255 / 100);
+        const int channel = percent * 255 / 100;
+        return QColor(channel, channel, channel);
     };
-    static const BoardColors shares{
+    return {
         .desk = share(70),
         .deskFar = share(25),
         .shadow = QColor(0, 0, 0, 4),
@@ -147,21 +127,18 @@ const BoardColors& boardTransparency()
         .captionText = share(10),
         .glass = share(0),
     };
-    return shares;
 }
 
 double BoardPlan::heightFor(const KeyboardLayout& keyboardLayout, double width)
 {
-    const double units = keyboardLayout.width + deskAround.left() + deskAround.right();
-    return width * (keyboardLayout.height + deskAround.top() + deskAround.bottom()) /
-           std::max(1.0, units);
+    const QSizeF all = sizeWithDesk(keyboardLayout);
+    return width * all.height() / all.width();
 }
 
 BoardPlan::BoardPlan(const KeyboardLayout& keyboardLayout, QSizeF viewSize)
     : layout(keyboardLayout), view(viewSize)
 {
-    const QSizeF board(std::max(1, layout.width), std::max(1, layout.height));
-    const QSizeF all = board.grownBy(deskAround);
+    const QSizeF all = sizeWithDesk(layout);
     factor = std::max(0.01, std::min(view.width() / all.width(), view.height() / all.height()));
     origin = QPointF((view.width() - all.width() * factor) / 2 + deskAround.left() * factor,
                      (view.height() - all.height() * factor) / 2 + deskAround.top() * factor);
@@ -175,8 +152,8 @@ QRectF BoardPlan::place(const QRectF& rect) const
 QRectF BoardPlan::glass() const
 {
     const QRectF screen = layout.screenRect;
-    const double side = std::min(screen.width(), screen.height()) - 2 * glassFrame;
-    QRectF square(0, 0, std::max(0.0, side), std::max(0.0, side));
+    const double side = std::max(0.0, std::min(screen.width(), screen.height()) - 2 * glassFrame);
+    QRectF square(0, 0, side, side);
     square.moveCenter(screen.center());
     return place(square);
 }

@@ -20,33 +20,31 @@ struct BoardContent
     bool operator==(const BoardContent&) const = default;
 };
 
-// The colors of the parts.
+// The colors of the parts; at first those of a keyboard without light.
 struct BoardColors
 {
-    QColor desk;
-    QColor deskFar; // at the corners
-    QColor shadow;
-    QColor cable;
-    QColor caseEdge;
-    QColor caseTop;
-    QColor caseBottom;
-    QColor plate; // what lies under the caps
-    QColor sideTop;
-    QColor sideBottom;
-    QColor faceTop;
-    QColor faceBottom;
-    QColor legend;
-    QColor shifted;
-    QColor caption;
-    QColor captionFrame;
-    QColor captionText;
-    QColor glass;
+    QColor desk = QColor(0x2c, 0x27, 0x23);
+    QColor deskFar = QColor(0x17, 0x15, 0x14); // at the corners
+    QColor shadow = QColor(0, 0, 0, 26);
+    QColor cable = QColor(0x0c, 0x0c, 0x0d);
+    QColor caseEdge = QColor(0x4a, 0x4b, 0x50);
+    QColor caseTop = QColor(0x25, 0x26, 0x29);
+    QColor caseBottom = QColor(0x1a, 0x1b, 0x1d);
+    QColor plate = QColor(0x0c, 0x0c, 0x0e); // what lies under the caps
+    QColor sideTop = QColor(0x26, 0x27, 0x2a);
+    QColor sideBottom = QColor(0x12, 0x13, 0x15);
+    QColor faceTop = QColor(0x2f, 0x30, 0x34);
+    QColor faceBottom = QColor(0x22, 0x23, 0x26);
+    QColor legend = QColor(0x8a, 0x8c, 0x92);
+    QColor shifted = QColor(0x74, 0x76, 0x7c);
+    QColor caption = QColor(231, 122, 25, 60);
+    QColor captionFrame = QColor(231, 122, 25);
+    QColor captionText = QColor(0xff, 0xe2, 0xc6);
+    QColor glass = QColor(0x07, 0x07, 0x08);
 };
 
-// The keyboard on its desk without light, and how much of the light each part lets through, from
-// black for nothing to white for all of it.
-[[nodiscard]] const BoardColors& unlitBoardColors();
-[[nodiscard]] const BoardColors& boardTransparency();
+// How much of the light each part lets through, from black for nothing to white for all of it.
+[[nodiscard]] BoardColors boardTransparency();
 
 // Where the parts of a board lie in a view: the program's own layout, drawn with some desk around.
 class BoardPlan

@@ -123,7 +123,7 @@ void LitBoard::preparePictures()
         painter.setFont(font());
         board.paint(painter, content, colors);
     };
-    paintIn(unlit, unlitBoardColors());
+    paintIn(unlit, BoardColors());
     paintIn(transparency, boardTransparency());
 }
 

@@ -1,7 +1,5 @@
 #include "virtual_keyboard/demo/wire_log.h"
 
-#include "device/command_report.h"
-
 #include <algorithm>
 #include <charconv>
 
@@ -13,55 +11,52 @@ constexpr qsizetype linesKept = 300;
 constexpr std::uint8_t commandMarker = 0x04;
 
 // "04 18" as bytes; a report drops its trailing zeros in the trace.
-std::vector<std::uint8_t> bytesOf(std::string_view text)
+Report reportOf(std::string_view text)
 {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t place = 0; place + 2 <= text.size(); place += 3) {
-        std::uint8_t byte = 0;
-        std::from_chars(text.data() + place, text.data() + place + 2, byte, 16);
-        bytes.push_back(byte);
+    Report report{};
+    for (std::size_t place = 0; place < report.size() && 3 * place + 2 <= text.size(); ++place) {
+        const char* digits = text.data() + 3 * place;
+        std::from_chars(digits, digits + 2, report.at(place), 16);
     }
-    bytes.resize(tavik::reportSize);
-    return bytes;
+    return report;
 }
 
-QString titleOf(const std::vector<std::uint8_t>& bytes)
+struct Title
 {
-    switch (static_cast<CommandCode>(bytes[1])) {
-    case CommandCode::Commit:
-        return QStringLiteral("commit");
-    case CommandCode::WriteBaseLayer:
-        return QStringLiteral("base layer");
-    case CommandCode::LightingMode:
-        return QStringLiteral("lighting mode");
-    case CommandCode::MacroData:
-        return QStringLiteral("macros");
-    case CommandCode::LightingSleep:
-        return QStringLiteral("lighting sleep");
-    case CommandCode::OpenSession:
-        return QStringLiteral("open session");
-    case CommandCode::MacroSession:
-        return QStringLiteral("open macros");
-    case CommandCode::WriteColorBank:
-        return QStringLiteral("color bank");
-    case CommandCode::WriteFnLayer:
-        return QStringLiteral("Fn layer");
-    case CommandCode::ScreenUpload:
-        return QStringLiteral("screen, slot %1").arg(bytes[2]);
-    case CommandCode::Finish:
-        return QStringLiteral("finish");
-    case CommandCode::ReadColorBank:
-        return QStringLiteral("read color bank");
-    }
-    return QStringLiteral("unknown command %1").arg(hexByte(bytes[1]));
+    CommandCode code;
+    const char* text;
+};
+
+constexpr auto titles = std::to_array<Title>({
+    {CommandCode::Commit, "commit"},
+    {CommandCode::WriteBaseLayer, "base layer"},
+    {CommandCode::LightingMode, "lighting mode"},
+    {CommandCode::MacroData, "macros"},
+    {CommandCode::LightingSleep, "lighting sleep"},
+    {CommandCode::OpenSession, "open session"},
+    {CommandCode::MacroSession, "open macros"},
+    {CommandCode::WriteColorBank, "color bank"},
+    {CommandCode::WriteFnLayer, "Fn layer"},
+    {CommandCode::Finish, "finish"},
+    {CommandCode::ReadColorBank, "read color bank"},
+});
+
+QString titleOf(const Report& report)
+{
+    const auto code = static_cast<CommandCode>(report[1]);
+    if (code == CommandCode::ScreenUpload)
+        return QStringLiteral("screen, slot %1").arg(report[2]);
+    const auto* title = std::ranges::find(titles, code, &Title::code);
+    return title != titles.end() ? QString(title->text)
+                                 : QStringLiteral("unknown command %1").arg(hexByte(report[1]));
 }
 
 // How many data reports or blocks really follow: the last of the macros is announced but never
 // sent, and the first of the color bank's nine answers is that of the command itself.
-int followers(const std::vector<std::uint8_t>& bytes)
+int followers(const Report& report)
 {
-    const int count = bytes[8] + 256 * bytes[9];
-    switch (static_cast<CommandCode>(bytes[1])) {
+    const int count = report[8] + 256 * report[9];
+    switch (static_cast<CommandCode>(report[1])) {
     case CommandCode::OpenSession:
     case CommandCode::Commit:
     case CommandCode::Finish:
@@ -103,40 +98,37 @@ void WireLog::read(std::string_view event)
     else if (event == "read failed" || event == "ack failed" || isFrom("no ack"))
         commandLine() += QStringLiteral(": the answer was lost");
     else if (isFrom("send "))
-        readSend(bytesOf(event.substr(5)));
+        readSend(reportOf(event.substr(5)));
     else if (isFrom("read "))
-        readAnswer(bytesOf(event.substr(5)));
+        readAnswer(reportOf(event.substr(5)));
     else if (isFrom("block "))
         countData();
 }
 
-void WireLog::readSend(const std::vector<std::uint8_t>& bytes)
+void WireLog::readSend(const Report& report)
 {
+    const auto sent = static_cast<CommandCode>(report[1]);
     const bool isControl =
-        bytes[0] == commandMarker &&
-        (bytes[1] == static_cast<std::uint8_t>(CommandCode::OpenSession) ||
-         bytes[1] == static_cast<std::uint8_t>(CommandCode::Finish)) &&
-        std::all_of(bytes.begin() + 9, bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+        report[0] == commandMarker &&
+        (sent == CommandCode::OpenSession || sent == CommandCode::Finish) &&
+        std::all_of(report.begin() + 9, report.end(), [](std::uint8_t byte) { return byte == 0; });
     answersCommand = isControl || arrived >= announced;
     if (!answersCommand) {
-        readData(bytes);
+        readData(report);
         return;
     }
-    code = bytes[1];
+    code = sent;
     arrived = 0;
-    announced = followers(bytes);
-    title = titleOf(bytes);
+    announced = followers(report);
+    title = titleOf(report);
     add(title);
     linesSince = 0;
 }
 
-void WireLog::readData(const std::vector<std::uint8_t>& bytes)
+void WireLog::readData(const Report& report)
 {
-    if (code == static_cast<std::uint8_t>(CommandCode::LightingMode)) {
-        Report payload{};
-        std::ranges::copy(bytes, payload.begin());
-        title += QStringLiteral(": ") + QString::fromStdString(lightingSummary(payload));
-    }
+    if (code == CommandCode::LightingMode)
+        title += QStringLiteral(": ") + QString::fromStdString(lightingSummary(report));
     countData();
 }
 
@@ -152,14 +144,12 @@ void WireLog::countData()
         text = QStringLiteral("%1, %2 reports").arg(title).arg(arrived);
 }
 
-void WireLog::readAnswer(const std::vector<std::uint8_t>& bytes)
+void WireLog::readAnswer(const Report& answer)
 {
     // Nobody looks at the answers to data and to the reading of the color bank.
-    if (!answersCommand || code == static_cast<std::uint8_t>(CommandCode::ReadColorBank))
+    if (!answersCommand || code == CommandCode::ReadColorBank)
         return;
-    Report answer{};
-    std::ranges::copy(bytes, answer.begin());
-    if (isAccepted(answer, static_cast<CommandCode>(code)))
+    if (isAccepted(answer, code))
         return;
     if (isEmptyAnswer(answer))
         commandLine() += QStringLiteral(": no answer");

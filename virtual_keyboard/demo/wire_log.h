@@ -1,5 +1,6 @@
 #pragma once
 
+#include "device/command_report.h"
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <QList>
@@ -30,9 +31,9 @@ public:
 
 private:
     void read(std::string_view event);
-    void readSend(const std::vector<std::uint8_t>& bytes);
-    void readAnswer(const std::vector<std::uint8_t>& bytes);
-    void readData(const std::vector<std::uint8_t>& bytes);
+    void readSend(const Report& report);
+    void readAnswer(const Report& answer);
+    void readData(const Report& report);
     void countData();
     void add(const QString& text, bool isWrong = false);
     [[nodiscard]] QString& commandLine();
@@ -43,7 +44,7 @@ private:
     int refused = 0;
 
     // The latest command, and its data reports or blocks so far.
-    std::uint8_t code = 0;
+    CommandCode code{};
     QString title;
     qsizetype linesSince = 0; // that stand behind its own
     int announced = 0;
