@@ -27,18 +27,17 @@ bool Tour::run()
         visitHistory();
         visitExchange();
         step(
-            QStringLiteral("the keyboard has nothing to complain about"), [] {},
+            "the keyboard has nothing to complain about", [] {},
             [] { return bus().violations().empty(); },
             [] {
                 QStringList texts;
                 for (const std::string& text : bus().violations())
                     texts += QString::fromStdString(text);
-                return texts.isEmpty() ? QStringLiteral("no violation")
-                                       : texts.join(QStringLiteral("; "));
+                return texts.isEmpty() ? "no violation" : texts.join("; ");
             });
     } catch (const std::runtime_error& error) {
         std::printf("   stopped: %s\n", error.what());
-        driver.takePicture(QStringLiteral("stopped"));
+        driver.takePicture("stopped");
         return false;
     }
     std::printf("%d steps, %d failed\n", stepsTaken, stepsFailed);
@@ -52,11 +51,9 @@ void Tour::step(const QString& title, const std::function<void()>& action, const
     action();
     const bool passed = driver.waitUntil(check);
     stepsFailed += passed ? 0 : 1;
-    driver.takePicture(
-        QStringLiteral("%1-%2")
-            .arg(stepsTaken, 2, 10, QLatin1Char('0'))
-            .arg(QString(title).replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9]+")),
-                                        QStringLiteral("-"))));
+    driver.takePicture(QStringLiteral("%1-%2")
+                           .arg(stepsTaken, 2, 10, QLatin1Char('0'))
+                           .arg(QString(title).replace(QRegularExpression("[^A-Za-z0-9]+"), "-")));
     std::printf("%2d %s %s: %s\n", stepsTaken, passed ? "ok    " : "FAILED", qUtf8Printable(title),
                 qUtf8Printable(driver.onGui(words)));
     std::fflush(stdout);
@@ -65,27 +62,19 @@ void Tour::step(const QString& title, const std::function<void()>& action, const
 void Tour::showPage(const QString& title)
 {
     driver.click([&] { return TourDriver::buttonWithToolTip(title); });
-    if (!driver.waitUntil([&] { return shownPage() == title; }))
-        throw std::runtime_error("a page does not show");
+    driver.require([&] { return shownPage() == title; }, "a page does not show");
 }
 
 QString Tour::shownPage()
 {
-    const auto* label = qobject_cast<QLabel*>(TourDriver::widgetNamed(QStringLiteral("pageTitle")));
+    const auto* label = qobject_cast<QLabel*>(TourDriver::widgetNamed("pageTitle"));
     return label == nullptr ? QString() : label->text();
 }
 
 void Tour::clickKey(const QString& description, MouseButton button)
 {
-    const auto visibleView = []() -> QWidget* {
-        for (QWidget* widget : QApplication::allWidgets()) {
-            if (qobject_cast<KeyboardView*>(widget) != nullptr && widget->isVisible())
-                return widget;
-        }
-        return nullptr;
-    };
     driver.clickAt(
-        visibleView,
+        TourDriver::visible<KeyboardView>,
         [description](QWidget& widget) {
             const KeyRecord& key = tests::keyNamed(description);
             return static_cast<KeyboardView&>(widget).hitRectangle(key).center();
@@ -95,23 +84,21 @@ void Tour::clickKey(const QString& description, MouseButton button)
 
 void Tour::pressOnKeyboard(const QString& description)
 {
-    driver.clickAt(
-        [] { return TourDriver::widgetCalled(QStringLiteral("Virtual keyboard")); },
-        [description](QWidget& widget) {
-            const KeyRecord& key = tests::keyNamed(description);
-            return static_cast<LitBoard&>(widget).plan().place(key.rect).center().toPoint();
-        });
+    driver.clickAt(TourDriver::called("Virtual keyboard"), [description](QWidget& widget) {
+        const KeyRecord& key = tests::keyNamed(description);
+        return static_cast<LitBoard&>(widget).plan().place(key.rect).center().toPoint();
+    });
 }
 
 // The settings page looks for the keyboard every five seconds.
 void Tour::visitWithoutKeyboard()
 {
     step(
-        QStringLiteral("start without a keyboard"), [] {}, [] { return bus().openHandles() == 0; },
-        [] { return QStringLiteral("not connected"); });
+        "start without a keyboard", [] {}, [] { return bus().openHandles() == 0; },
+        [] { return "not connected"; });
     step(
-        QStringLiteral("plug the keyboard in"), [&] { driver.onGui([] { bus().plug(); }); },
-        [] { return bus().openHandles() == 1; }, [] { return QStringLiteral("connected"); });
+        "plug the keyboard in", [&] { driver.onGui([] { bus().plug(); }); },
+        [] { return bus().openHandles() == 1; }, [] { return "connected"; });
 }
 
 } // namespace tavik::virtual_keyboard

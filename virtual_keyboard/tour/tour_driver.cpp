@@ -62,20 +62,6 @@ bool isMapped(const QWidget& widget)
     return window != nullptr && window->isExposed();
 }
 
-template <typename Matches>
-QWidget* findVisible(Matches matches)
-{
-    // A dialog is asked first: what lies behind it cannot be clicked.
-    QWidget* const modal = QApplication::activeModalWidget();
-    const QWidgetList candidates =
-        modal != nullptr ? modal->findChildren<QWidget*>() : QApplication::allWidgets();
-    for (QWidget* widget : candidates) {
-        if (widget->isVisible() && matches(*widget))
-            return widget;
-    }
-    return nullptr;
-}
-
 } // namespace
 
 TourDriver::TourDriver(QString pictureDirectory)
@@ -108,6 +94,25 @@ bool TourDriver::waitUntil(const std::function<bool()>& condition)
     return false;
 }
 
+void TourDriver::require(const std::function<bool()>& condition, const char* otherwise)
+{
+    if (!waitUntil(condition))
+        throw std::runtime_error(otherwise);
+}
+
+QWidget* TourDriver::findVisible(const std::function<bool(QWidget&)>& matches)
+{
+    // A dialog is asked first: what lies behind it cannot be clicked.
+    QWidget* const modal = QApplication::activeModalWidget();
+    const QWidgetList candidates =
+        modal != nullptr ? modal->findChildren<QWidget*>() : QApplication::allWidgets();
+    for (QWidget* widget : candidates) {
+        if (widget->isVisible() && matches(*widget))
+            return widget;
+    }
+    return nullptr;
+}
+
 QWidget* TourDriver::widgetNamed(const QString& objectName)
 {
     return findVisible([&](QWidget& widget) { return widget.objectName() == objectName; });
@@ -128,11 +133,6 @@ QAbstractButton* TourDriver::buttonWithToolTip(const QString& toolTip)
     }));
 }
 
-QWidget* TourDriver::widgetCalled(const QString& accessibleName)
-{
-    return findVisible([&](QWidget& widget) { return widget.accessibleName() == accessibleName; });
-}
-
 QLabel* TourDriver::labelWithText(const QString& text)
 {
     return qobject_cast<QLabel*>(findVisible([&](QWidget& widget) {
@@ -141,14 +141,24 @@ QLabel* TourDriver::labelWithText(const QString& text)
     }));
 }
 
-QWidget* TourDriver::widgetLabeled(const QString& labelText)
+TourDriver::Finder TourDriver::called(const QString& accessibleName)
 {
-    const QLabel* label = qobject_cast<QLabel*>(findVisible([&](QWidget& widget) {
-        const auto* candidate = qobject_cast<QLabel*>(&widget);
-        return candidate != nullptr && candidate->text() == labelText &&
-               candidate->buddy() != nullptr;
-    }));
-    return label == nullptr ? nullptr : label->buddy();
+    return [accessibleName] {
+        return findVisible(
+            [&](QWidget& widget) { return widget.accessibleName() == accessibleName; });
+    };
+}
+
+TourDriver::Finder TourDriver::labeled(const QString& labelText)
+{
+    return [labelText] {
+        const auto* label = static_cast<QLabel*>(findVisible([&](QWidget& widget) {
+            const auto* candidate = qobject_cast<QLabel*>(&widget);
+            return candidate != nullptr && candidate->text() == labelText &&
+                   candidate->buddy() != nullptr;
+        }));
+        return label == nullptr ? nullptr : label->buddy();
+    };
 }
 
 QPoint TourDriver::screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where)
@@ -157,8 +167,7 @@ QPoint TourDriver::screenPoint(const Finder& finder, const std::function<QPoint(
         const QWidget* widget = finder();
         return widget != nullptr && isMapped(*widget);
     };
-    if (!waitUntil(isThere))
-        throw std::runtime_error("a widget of the tour is not there");
+    require(isThere, "a widget of the tour is not there");
     return onGui([&] {
         QWidget* widget = finder();
         return widget == nullptr ? QPoint() : widget->mapToGlobal(where(*widget));
@@ -177,17 +186,22 @@ void TourDriver::clickAt(const Finder& finder, const std::function<QPoint(QWidge
     clickScreen(screenPoint(finder, where), button);
 }
 
+void TourDriver::press(const QString& text, MouseButton button)
+{
+    click([text] { return buttonWithText(text); }, button);
+}
+
 void TourDriver::chooseItem(const Finder& comboFinder, const QString& text)
 {
     click(comboFinder);
     QAbstractItemView* view = nullptr;
-    const bool opened = waitUntil([&] {
-        auto* combo = qobject_cast<QComboBox*>(comboFinder());
-        view = combo == nullptr ? nullptr : combo->view();
-        return view != nullptr && view->isVisible() && view->window()->isVisible();
-    });
-    if (!opened)
-        throw std::runtime_error("a selector does not open");
+    require(
+        [&] {
+            auto* combo = qobject_cast<QComboBox*>(comboFinder());
+            view = combo == nullptr ? nullptr : combo->view();
+            return view != nullptr && view->isVisible() && view->window()->isVisible();
+        },
+        "a selector does not open");
     const QPoint point = onGui([&] {
         auto* combo = qobject_cast<QComboBox*>(comboFinder());
         const QModelIndex index = view->model()->index(combo->findText(text), 0);
@@ -195,8 +209,7 @@ void TourDriver::chooseItem(const Finder& comboFinder, const QString& text)
         return view->viewport()->mapToGlobal(view->visualRect(index).center());
     });
     clickScreen(point, MouseButton::Left);
-    if (!waitUntil([&] { return !view->isVisible(); }))
-        throw std::runtime_error("a selector does not close");
+    require([&] { return !view->isVisible(); }, "a selector does not close");
 }
 
 void TourDriver::clickScreen(QPoint point, MouseButton button)
@@ -213,8 +226,7 @@ void TourDriver::chooseMenuEntry(const QString& submenu, const QString& text)
         clickMenuEntry(submenu);
     clickMenuEntry(text);
     // Until it is gone, the menu swallows the next click.
-    if (!waitUntil([] { return QApplication::activePopupWidget() == nullptr; }))
-        throw std::runtime_error("a menu does not close");
+    require([] { return QApplication::activePopupWidget() == nullptr; }, "a menu does not close");
 }
 
 void TourDriver::clickMenuEntry(const QString& text)
@@ -231,8 +243,7 @@ void TourDriver::clickMenuEntry(const QString& text)
         }
         return {nullptr, nullptr};
     };
-    if (!waitUntil([&] { return entry().first != nullptr; }))
-        throw std::runtime_error("a menu entry is not there");
+    require([&] { return entry().first != nullptr; }, "a menu entry is not there");
     clickScreen(onGui([&] {
                     const auto [menu, action] = entry();
                     return menu->mapToGlobal(menu->actionGeometry(action).center());

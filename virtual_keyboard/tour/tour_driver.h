@@ -59,20 +59,32 @@ public:
     // patience of a tour.
     [[nodiscard]] bool waitUntil(const std::function<bool()>& condition);
 
+    // The same, but throws std::runtime_error with the words.
+    void require(const std::function<bool()>& condition, const char* otherwise);
+
     // Finders, for the GUI thread: the visible widget, or null.
     static QWidget* widgetNamed(const QString& objectName);
     static QAbstractButton* buttonWithText(const QString& text);
     static QAbstractButton* buttonWithToolTip(const QString& toolTip);
-    static QWidget* widgetCalled(const QString& accessibleName);
-    static QWidget* widgetLabeled(const QString& labelText); // the buddy of that label
     static QLabel* labelWithText(const QString& text);
+    template <typename View>
+    static QWidget* visible()
+    {
+        return findVisible([](QWidget& widget) { return qobject_cast<View*>(&widget) != nullptr; });
+    }
+
+    // The same for later.
+    using Finder = std::function<QWidget*()>;
+    static Finder called(const QString& accessibleName);
+    static Finder labeled(const QString& labelText); // the buddy of that label
 
     // Input. A widget is clicked at its center or at a point of its own. The functions wait until
     // the finder finds something and throw std::runtime_error when it never does.
-    using Finder = std::function<QWidget*()>;
     void click(const Finder& finder, MouseButton button = MouseButton::Left);
     void clickAt(const Finder& finder, const std::function<QPoint(QWidget&)>& where,
                  MouseButton button = MouseButton::Left);
+    // The button with this text.
+    void press(const QString& text, MouseButton button = MouseButton::Left);
     void chooseItem(const Finder& comboFinder, const QString& text);
     // In the menu that is open: enters the submenu, when one is named, and clicks the entry.
     void chooseMenuEntry(const QString& submenu, const QString& text);
@@ -86,6 +98,7 @@ public:
     void takePicture(const QString& name);
 
 private:
+    static QWidget* findVisible(const std::function<bool(QWidget&)>& matches);
     void runOnGui(const std::function<void()>& function);
     QPoint screenPoint(const Finder& finder, const std::function<QPoint(QWidget&)>& where);
     void clickScreen(QPoint point, MouseButton button);

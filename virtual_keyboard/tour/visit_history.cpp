@@ -11,7 +11,7 @@
 #include <QMenu>
 #include <QTableWidget>
 
-#include <stdexcept>
+#include <cstdio>
 
 namespace tavik::virtual_keyboard {
 
@@ -24,17 +24,7 @@ SavedState presentState()
 
 QString exportedPath()
 {
-    return QFileInfo(stateFilePath()).path() + QStringLiteral("/settings-of-the-tour.json");
-}
-
-template <typename View>
-QWidget* visibleView()
-{
-    for (QWidget* widget : QApplication::allWidgets()) {
-        if (qobject_cast<View*>(widget) != nullptr && widget->isVisible())
-            return widget;
-    }
-    return nullptr;
+    return QFileInfo(stateFilePath()).path() + "/settings-of-the-tour.json";
 }
 
 // The middle of the first row of a list or table.
@@ -58,8 +48,7 @@ QString oldestEntry()
 QString fileNameInDialog()
 {
     const auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-    const auto* field =
-        dialog != nullptr ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
+    const auto* field = dialog != nullptr ? dialog->findChild<QLineEdit*>("fileNameEdit") : nullptr;
     return field != nullptr ? field->text() : QString();
 }
 
@@ -68,109 +57,99 @@ QString fileNameInDialog()
 // Makes the edit on its page, undoes it from another one and redoes it.
 void Tour::undoAndRedo(const QString& title, const QString& page, const std::function<void()>& edit)
 {
-    const auto require = [this](const std::function<bool()>& condition) {
-        if (!driver.waitUntil(condition))
-            throw std::runtime_error("a step is not undone");
-    };
+    constexpr const char* notUndone = "a step is not undone";
     SavedState before;
     SavedState after;
     step(
-        QStringLiteral("undo and redo: ") + title,
+        "undo and redo: " + title,
         [&] {
             showPage(page);
             before = driver.onGui(presentState);
             edit();
-            require([&] { return presentState() != before; });
+            driver.require([&] { return presentState() != before; }, notUndone);
             after = driver.onGui(presentState);
-            showPage(QStringLiteral("Light Effect Mode"));
+            showPage("Light Effect Mode");
             driver.pressWith(KeySymbol::Control, KeySymbol{'z'});
-            require([&] { return presentState() == before; });
-            require([&] { return shownPage() == page; });
-            showPage(QStringLiteral("Light Effect Mode"));
+            driver.require([&] { return presentState() == before; }, notUndone);
+            driver.require([&] { return shownPage() == page; }, notUndone);
+            showPage("Light Effect Mode");
             driver.pressWith(KeySymbol::Control, KeySymbol{'Z'});
         },
         [&] { return presentState() == after && shownPage() == page; },
-        [] { return QStringLiteral("undone and redone: ") + EditHistory::instance().undoText(); });
+        [] { return "undone and redone: " + EditHistory::instance().undoText(); });
 }
 
 void Tour::visitHistory()
 {
-    const auto button = [](const char* text) {
-        return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
-    };
-    const auto called = [](const char* name) {
-        return [name] { return TourDriver::widgetCalled(QLatin1String(name)); };
-    };
-    const auto press = [&](const char* text) {
-        return [this, button, text] { driver.click(button(text)); };
-    };
-    const QString keys = QStringLiteral("Keys");
-    const QString macros = QStringLiteral("Macros");
-    const QString colors = QStringLiteral("Custom Lighting");
+    const auto press = [this](const char* text) { return [this, text] { driver.press(text); }; };
+    const QString keys = "Keys";
+    const QString macros = "Macros";
+    const QString colors = "Custom Lighting";
 
-    undoAndRedo(QStringLiteral("a key of the Fn layer"), keys, [&] {
-        driver.click(button("Fn layer"));
-        clickKey(QStringLiteral("Tab"), MouseButton::Right);
-        driver.chooseMenuEntry(QString(), QStringLiteral("Disabled"));
+    undoAndRedo("a key of the Fn layer", keys, [&] {
+        driver.press("Fn layer");
+        clickKey("Tab", MouseButton::Right);
+        driver.chooseMenuEntry(QString(), "Disabled");
     });
-    undoAndRedo(QStringLiteral("a key by its dialog"), keys, [&] {
-        clickKey(QStringLiteral("Q"));
-        driver.chooseItem(called("Assignment type"), QStringLiteral("Disabled"));
-        driver.click(button("OK"));
+    undoAndRedo("a key by its dialog", keys, [&] {
+        clickKey("Q");
+        driver.chooseItem(TourDriver::called("Assignment type"), "Disabled");
+        driver.press("OK");
     });
-    undoAndRedo(QStringLiteral("all keys of a layer"), keys, press("Reset all to default"));
-    undoAndRedo(QStringLiteral("the color of a key"), colors,
-                [&] { clickKey(QStringLiteral("A")); });
-    undoAndRedo(QStringLiteral("all colors"), colors, press("Fill all keys"));
-    undoAndRedo(QStringLiteral("the colors of the keyboard"), colors, press("Read from keyboard"));
-    undoAndRedo(QStringLiteral("a new macro"), macros, [&] {
-        driver.click(button("New macro"));
-        driver.type(QStringLiteral("Undone"));
-        driver.click(button("OK"));
+    undoAndRedo("all keys of a layer", keys, press("Reset all to default"));
+    undoAndRedo("the color of a key", colors, [&] { clickKey("A"); });
+    undoAndRedo("all colors", colors, press("Fill all keys"));
+    undoAndRedo("the colors of the keyboard", colors, press("Read from keyboard"));
+    undoAndRedo("a new macro", macros, [&] {
+        driver.press("New macro");
+        driver.type("Undone");
+        driver.press("OK");
     });
-    undoAndRedo(QStringLiteral("a new action"), macros, [&] {
-        driver.clickAt(visibleView<QListWidget>, firstRow);
-        driver.click(button("Add action"));
+    undoAndRedo("a new action", macros, [&] {
+        driver.clickAt(TourDriver::visible<QListWidget>, firstRow);
+        driver.press("Add action");
     });
-    undoAndRedo(QStringLiteral("a removed action"), macros, [&] {
-        driver.clickAt(visibleView<QListWidget>, firstRow);
-        driver.clickAt(visibleView<QTableWidget>, firstRow);
-        driver.click(button("Remove action"));
+    undoAndRedo("a removed action", macros, [&] {
+        driver.clickAt(TourDriver::visible<QListWidget>, firstRow);
+        driver.clickAt(TourDriver::visible<QTableWidget>, firstRow);
+        driver.press("Remove action");
     });
 
     showPage(macros);
     step(
-        QStringLiteral("undo by the menu of the macros"),
+        "undo by the menu of the macros",
         [&] {
-            driver.clickAt(visibleView<QListWidget>, firstRow);
+            driver.clickAt(TourDriver::visible<QListWidget>, firstRow);
             driver.pressWith(KeySymbol::Shift, KeySymbol::F10);
-            if (!driver.waitUntil([] { return QApplication::activePopupWidget() != nullptr; }))
-                throw std::runtime_error("no menu opens");
-            driver.takePicture(QStringLiteral("macro-menu"));
-            driver.chooseMenuEntry(QString(), QStringLiteral("Undo Remove action"));
+            driver.require([] { return QApplication::activePopupWidget() != nullptr; },
+                           "no menu opens");
+            driver.takePicture("macro-menu");
+            driver.chooseMenuEntry(QString(), "Undo Remove action");
         },
-        [] { return EditHistory::instance().redoText() == QStringLiteral("Remove action"); },
-        [] { return QStringLiteral("next: ") + EditHistory::instance().undoText(); });
-    undoAndRedo(QStringLiteral("a deleted macro"), macros, [&] {
-        driver.clickAt(visibleView<QListWidget>, firstRow);
-        driver.click(button("Delete"));
+        [] { return EditHistory::instance().redoText() == "Remove action"; },
+        [] { return "next: " + EditHistory::instance().undoText(); });
+    undoAndRedo("a deleted macro", macros, [&] {
+        driver.clickAt(TourDriver::visible<QListWidget>, firstRow);
+        driver.press("Delete");
     });
 }
 
 void Tour::visitExchange()
 {
-    const auto button = [](const char* text) {
-        return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
-    };
-    const QString settings = QStringLiteral("Keyboard Settings");
+    const QString settings = "Keyboard Settings";
     SavedState exported;
     const auto chooseFile = [&](const char* entry) {
-        driver.click(button("Reset Keyboard Data"), MouseButton::Right);
-        driver.chooseMenuEntry(QString(), QString::fromUtf8(entry));
+        driver.press("Reset Keyboard Data", MouseButton::Right);
+        driver.chooseMenuEntry(QString(), entry);
+        const auto isTyped = [] { return fileNameInDialog() == exportedPath(); };
         driver.type(exportedPath());
-        if (!driver.waitUntil([] { return fileNameInDialog() == exportedPath(); }))
-            throw std::runtime_error("the file name is not typed");
-        driver.takePicture(QStringLiteral("settings-file-dialog"));
+        if (!driver.waitUntil(isTyped)) {
+            std::printf("   retyped: %s\n", qUtf8Printable(driver.onGui(fileNameInDialog)));
+            driver.pressWith(KeySymbol::Control, KeySymbol{'a'});
+            driver.type(exportedPath());
+            driver.require(isTyped, "the file name is not typed");
+        }
+        driver.takePicture("settings-file-dialog");
         // A list of matching names that has just opened takes the key for itself.
         for (int attempt = 0; attempt < 3; ++attempt) {
             driver.pressKey(KeySymbol::Return);
@@ -180,7 +159,7 @@ void Tour::visitExchange()
     };
     showPage(settings);
     step(
-        QStringLiteral("export the settings"),
+        "export the settings",
         [&] {
             exported = driver.onGui(presentState);
             chooseFile("Export settings…");
@@ -190,32 +169,32 @@ void Tour::visitExchange()
             return readStateFile(exportedPath(), &reason) == exported;
         },
         [] { return QStringLiteral("%1 bytes").arg(QFileInfo(exportedPath()).size()); });
-    undoAndRedo(QStringLiteral("the cleared data"), settings, [&] {
-        driver.click(button("Reset Keyboard Data"));
-        driver.click(button("Yes"));
+    undoAndRedo("the cleared data", settings, [&] {
+        driver.press("Reset Keyboard Data");
+        driver.press("Yes");
     });
-    undoAndRedo(QStringLiteral("an import"), settings, [&] {
+    undoAndRedo("an import", settings, [&] {
         chooseFile("Import settings…");
-        driver.click(button("Yes"));
+        driver.press("Yes");
     });
 
     QString entry;
     showPage(settings);
     step(
-        QStringLiteral("go back to an earlier state"),
+        "go back to an earlier state",
         [&] {
-            driver.click(button("Reset Keyboard Data"), MouseButton::Right);
-            if (!driver.waitUntil([&] { return !(entry = oldestEntry()).isEmpty(); }))
-                throw std::runtime_error("no earlier state is offered");
-            driver.chooseMenuEntry(QStringLiteral("Earlier states"), entry);
-            driver.takePicture(QStringLiteral("earlier-state-question"));
-            driver.click(button("Yes"));
+            driver.press("Reset Keyboard Data", MouseButton::Right);
+            driver.require([&] { return !(entry = oldestEntry()).isEmpty(); },
+                           "no earlier state is offered");
+            driver.chooseMenuEntry("Earlier states", entry);
+            driver.takePicture("earlier-state-question");
+            driver.press("Yes");
         },
         [] {
             QString reason;
             return readStateFile(earlierStates().constLast().path, &reason) == presentState();
         },
-        [&] { return QString(entry).replace(u'\t', QStringLiteral(": ")); });
+        [&] { return QString(entry).replace(u'\t', ": "); });
 }
 
 } // namespace tavik::virtual_keyboard

@@ -33,100 +33,74 @@ QString actionText(LayerId layer, const QString& key)
 
 void Tour::visitKeys()
 {
-    const auto combo = [](const char* name) {
-        return [name] { return TourDriver::widgetCalled(QLatin1String(name)); };
+    const auto write = [this](const QString& name, LayerId layer, const char* key,
+                              const KeyActionBytes& action) {
+        step(
+            "write the " + name + " layer", [this] { driver.press("Write layer to keyboard"); },
+            [&] {
+                return heldAction(layer, key) == action &&
+                       TourDriver::labelWithText("Layer " + name + " written.") != nullptr;
+            },
+            [&] { return actionText(layer, key); });
     };
-    const auto ok = [] { return TourDriver::buttonWithText(QStringLiteral("OK")); };
-    showPage(QStringLiteral("Keys"));
+    showPage("Keys");
 
     // The dialog shows its key list under "Multimedia key", and its multimedia list under
     // "Disabled"; the type chosen last decides.
     step(
-        QStringLiteral("assign Ctrl+B to A"),
+        "assign Ctrl+B to A",
         [&] {
-            clickKey(QStringLiteral("A"));
-            driver.chooseItem(combo("Assignment type"), QStringLiteral("Multimedia key"));
-            driver.chooseItem(combo("Key"), QStringLiteral("B"));
-            driver.chooseItem(combo("Modifier (keyboard)"), QStringLiteral("Ctrl"));
-            driver.chooseItem(combo("Assignment type"),
-                              QStringLiteral("Keyboard key (+ modifiers)"));
-            driver.takePicture(QStringLiteral("assign-key-dialog"));
-            driver.click(ok);
+            clickKey("A");
+            driver.chooseItem(TourDriver::called("Assignment type"), "Multimedia key");
+            driver.chooseItem(TourDriver::called("Key"), "B");
+            driver.chooseItem(TourDriver::called("Modifier (keyboard)"), "Ctrl");
+            driver.chooseItem(TourDriver::called("Assignment type"), "Keyboard key (+ modifiers)");
+            driver.takePicture("assign-key-dialog");
+            driver.press("OK");
         },
         [] {
-            return savedAction(AppState::instance().layerBase, QStringLiteral("A")) ==
-                   KeyAction{2, 0x01, 0x05, 0};
+            return savedAction(AppState::instance().layerBase, "A") == KeyAction{2, 0x01, 0x05, 0};
         },
-        [] { return actionText(LayerId::Base, QStringLiteral("A")) + QStringLiteral(" so far"); });
+        [] { return actionText(LayerId::Base, "A") + " so far"; });
+
+    write("base", LayerId::Base, "A", {2, 0x01, 0x05, 0});
 
     step(
-        QStringLiteral("write the base layer"),
+        "assign Volume up to U on the Fn layer",
         [&] {
-            driver.click([] {
-                return TourDriver::buttonWithText(QStringLiteral("Write layer to keyboard"));
-            });
+            driver.press("Fn layer");
+            clickKey("U");
+            driver.chooseItem(TourDriver::called("Assignment type"), "Disabled");
+            driver.chooseItem(TourDriver::called("Multimedia key"), "Volume up");
+            driver.chooseItem(TourDriver::called("Assignment type"), "Multimedia key");
+            driver.press("OK");
         },
         [] {
-            return heldAction(LayerId::Base, QStringLiteral("A")) ==
-                       KeyActionBytes{2, 0x01, 0x05, 0} &&
-                   TourDriver::labelWithText(QStringLiteral("Layer base written.")) != nullptr;
+            return savedAction(AppState::instance().layerFn, "U") == KeyAction{3, 0xE9, 0, 0};
         },
-        [] { return actionText(LayerId::Base, QStringLiteral("A")); });
+        [] { return actionText(LayerId::Fn, "U") + " so far"; });
 
-    step(
-        QStringLiteral("assign Volume up to U on the Fn layer"),
-        [&] {
-            driver.click([] { return TourDriver::buttonWithText(QStringLiteral("Fn layer")); });
-            clickKey(QStringLiteral("U"));
-            driver.chooseItem(combo("Assignment type"), QStringLiteral("Disabled"));
-            driver.chooseItem(combo("Multimedia key"), QStringLiteral("Volume up"));
-            driver.chooseItem(combo("Assignment type"), QStringLiteral("Multimedia key"));
-            driver.click(ok);
-        },
-        [] {
-            return savedAction(AppState::instance().layerFn, QStringLiteral("U")) ==
-                   KeyAction{3, 0xE9, 0, 0};
-        },
-        [] { return actionText(LayerId::Fn, QStringLiteral("U")) + QStringLiteral(" so far"); });
-
-    step(
-        QStringLiteral("write the Fn layer"),
-        [&] {
-            driver.click([] {
-                return TourDriver::buttonWithText(QStringLiteral("Write layer to keyboard"));
-            });
-        },
-        [] {
-            return heldAction(LayerId::Fn, QStringLiteral("U")) == KeyActionBytes{3, 0xE9, 0, 0} &&
-                   TourDriver::labelWithText(QStringLiteral("Layer Fn written.")) != nullptr;
-        },
-        [] { return actionText(LayerId::Fn, QStringLiteral("U")); });
+    write("Fn", LayerId::Fn, "U", {3, 0xE9, 0, 0});
 }
 
 void Tour::visitMacros()
 {
-    const auto button = [](const char* text) {
-        return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
-    };
-    const auto labeled = [](const char* text) {
-        return [text] { return TourDriver::widgetLabeled(QLatin1String(text)); };
-    };
     const auto addAction = [&](const char* type, const char* key) {
-        driver.chooseItem(labeled("Type"), QLatin1String(type));
-        driver.chooseItem(labeled("Key / button"), QLatin1String(key));
-        driver.click(button("Add action"));
+        driver.chooseItem(TourDriver::labeled("Type"), type);
+        driver.chooseItem(TourDriver::labeled("Key / button"), key);
+        driver.press("Add action");
     };
 
-    showPage(QStringLiteral("Macros"));
+    showPage("Macros");
     step(
-        QStringLiteral("make a macro"),
+        "make a macro",
         [&] {
-            driver.click(button("New macro"));
-            driver.type(QStringLiteral("Greet"));
-            driver.takePicture(QStringLiteral("new-macro-dialog"));
-            driver.click(button("OK"));
+            driver.press("New macro");
+            driver.type("Greet");
+            driver.takePicture("new-macro-dialog");
+            driver.press("OK");
             addAction("Key press", "H");
-            driver.click(labeled("Delay before"));
+            driver.click(TourDriver::labeled("Delay before"));
             driver.pressKey(KeySymbol::Home); // in front of the 0
             driver.type(QString::number(delayMs / 10));
             addAction("Key release", "H");
@@ -135,20 +109,19 @@ void Tour::visitMacros()
         },
         [] {
             const QList<MacroRecord>& macros = AppState::instance().macros;
-            return macros.size() == 1 && macros.at(0).name == QStringLiteral("Greet") &&
+            return macros.size() == 1 && macros.at(0).name == "Greet" &&
                    macros.at(0).actions.size() == 4;
         },
         [] {
             const QList<MacroRecord>& macros = AppState::instance().macros;
-            return macros.isEmpty() ? QStringLiteral("no macro")
+            return macros.isEmpty() ? "no macro"
                                     : QStringLiteral("\"%1\" with %2 actions")
                                           .arg(macros.at(0).name)
                                           .arg(macros.at(0).actions.size());
         });
 
     step(
-        QStringLiteral("write the macros"),
-        [&] { driver.click(button("Write macros to keyboard")); },
+        "write the macros", [&] { driver.press("Write macros to keyboard"); },
         [] {
             const std::vector<MacroEvent> expected{{0, MacroEventKind::KeyPress, 0x0B},
                                                    {delayMs, MacroEventKind::KeyRelease, 0x0B},
@@ -161,32 +134,27 @@ void Tour::visitMacros()
                 .arg(bus().keyboard().playMacro(0).size());
         });
 
-    showPage(QStringLiteral("Keys"));
+    showPage("Keys");
     step(
-        QStringLiteral("assign the macro by the menu of a key"),
+        "assign the macro by the menu of a key",
         [&] {
-            driver.click(button("Base layer"));
-            clickKey(QStringLiteral("M"), MouseButton::Right);
-            const bool open =
-                driver.waitUntil([] { return QApplication::activePopupWidget() != nullptr; });
-            if (!open)
-                throw std::runtime_error("no menu opens");
-            driver.takePicture(QStringLiteral("key-menu"));
-            driver.chooseMenuEntry(QStringLiteral("Macros"), QStringLiteral("Greet"));
-            driver.click(button("Write layer to keyboard"));
+            driver.press("Base layer");
+            clickKey("M", MouseButton::Right);
+            driver.require([] { return QApplication::activePopupWidget() != nullptr; },
+                           "no menu opens");
+            driver.takePicture("key-menu");
+            driver.chooseMenuEntry("Macros", "Greet");
+            driver.press("Write layer to keyboard");
         },
         [] {
-            return heldAction(LayerId::Base, QStringLiteral("M")) == KeyActionBytes{6, 0, 0, 0};
+            return heldAction(LayerId::Base, "M") == KeyActionBytes{6, 0, 0, 0};
         },
-        [] { return actionText(LayerId::Base, QStringLiteral("M")); });
+        [] { return actionText(LayerId::Base, "M"); });
 
     step(
-        QStringLiteral("press A on the keyboard"), [&] { pressOnKeyboard(QStringLiteral("A")); },
-        [] {
-            return TourDriver::labelWithText(QStringLiteral("The computer gets: Ctrl+B")) !=
-                   nullptr;
-        },
-        [] { return QStringLiteral("the computer gets Ctrl+B"); });
+        "press A on the keyboard", [&] { pressOnKeyboard("A"); },
+        [] { return TourDriver::labelWithText("The computer gets: Ctrl+B") != nullptr; },
+        [] { return "the computer gets Ctrl+B"; });
 }
 
 } // namespace tavik::virtual_keyboard

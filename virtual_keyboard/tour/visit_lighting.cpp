@@ -14,14 +14,13 @@ QString lightingText()
 
 void Tour::visitLighting()
 {
-    showPage(QStringLiteral("Light Effect Mode"));
+    showPage("Light Effect Mode");
     step(
-        QStringLiteral("choose the effect Breath"),
+        "choose the effect Breath",
         [&] {
             driver.clickAt(
                 [] {
-                    auto* list = qobject_cast<QListWidget*>(
-                        TourDriver::widgetNamed(QStringLiteral("effectList")));
+                    auto* list = qobject_cast<QListWidget*>(TourDriver::widgetNamed("effectList"));
                     return list == nullptr ? nullptr : list->viewport();
                 },
                 [](QWidget& viewport) {
@@ -32,11 +31,11 @@ void Tour::visitLighting()
         [] { return held().lighting[0] == 0x07; }, lightingText);
 
     step(
-        QStringLiteral("pick a blue on the color wheel"),
+        "pick a blue on the color wheel",
         [&] {
-            driver.clickAt([] { return TourDriver::widgetCalled(QStringLiteral("Color wheel")); },
+            driver.clickAt(TourDriver::called("Color wheel"),
                            [](QWidget& wheel) { return wheel.rect().center() + QPoint(-48, 83); });
-            driver.click([] { return TourDriver::widgetCalled(QStringLiteral("Random Color")); });
+            driver.click(TourDriver::called("Random Color"));
         },
         [] {
             const Report& lighting = held().lighting;
@@ -45,10 +44,7 @@ void Tour::visitLighting()
         lightingText);
 
     step(
-        QStringLiteral("take the orange swatch"),
-        [&] {
-            driver.click([] { return TourDriver::widgetCalled(QStringLiteral("Color #e94f00")); });
-        },
+        "take the orange swatch", [&] { driver.click(TourDriver::called("Color #e94f00")); },
         [] {
             const Report& lighting = held().lighting;
             return lighting[1] == 0xE9 && lighting[2] == 0x4F && lighting[3] == 0x00;
@@ -56,11 +52,9 @@ void Tour::visitLighting()
         lightingText);
 
     step(
-        QStringLiteral("lower the brightness by two"),
+        "lower the brightness by two",
         [&] {
-            const auto slider = [] {
-                return TourDriver::widgetCalled(QStringLiteral("Brightness"));
-            };
+            const auto slider = TourDriver::called("Brightness");
             // The handle stands at the right end; a press on it only takes the focus.
             driver.clickAt(slider, [](QWidget& widget) {
                 return QPoint(widget.width() - 8, widget.height() / 2);
@@ -71,15 +65,11 @@ void Tour::visitLighting()
         [] { return held().lighting[9] == 3; }, lightingText);
 
     step(
-        QStringLiteral("turn the effect upward"),
-        [&] {
-            driver.click([] { return TourDriver::widgetCalled(QStringLiteral("Direction up")); });
-        },
+        "turn the effect upward", [&] { driver.click(TourDriver::called("Direction up")); },
         [] { return held().lighting[11] == 2; }, lightingText);
 
     step(
-        QStringLiteral("sleep after 30 minutes"),
-        [&] { driver.click([] { return TourDriver::buttonWithText(QStringLiteral("30 min")); }); },
+        "sleep after 30 minutes", [&] { driver.press("30 min"); },
         [] { return held().sleepCode == 3; },
         [] { return QStringLiteral("sleep code %1").arg(held().sleepCode); });
 }

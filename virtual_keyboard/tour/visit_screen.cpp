@@ -24,38 +24,32 @@ bool slotHolds(int slot, std::size_t frames)
 void Tour::visitScreen()
 {
     const QTemporaryDir pictures;
-    const QString gif = pictures.filePath(QStringLiteral("colors.gif"));
-    const QString png = pictures.filePath(QStringLiteral("photo.png"));
+    const QString gif = pictures.filePath("colors.gif");
+    const QString png = pictures.filePath("photo.png");
     tests::writeFile(gif, tests::encodePlainGif(QSize(96, 64),
                                                 {qRgb(218, 82, 0), qRgb(30, 120, 220),
                                                  qRgb(40, 160, 80), qRgb(240, 200, 60)},
                                                 animationHundredths));
     tests::writeFile(png, tests::encodeImage(eveningPicture(QSize(640, 480)), "png"));
 
-    const auto button = [](const char* text) {
-        return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
-    };
-    showPage(QStringLiteral("TFT Screen"));
+    showPage("TFT Screen");
     step(
-        QStringLiteral("import an animation and a photo"),
+        "import an animation and a photo",
         [&] {
-            driver.click([] {
-                return TourDriver::buttonWithText(
-                    QStringLiteral("Import GIF / images (resized to 128×128)…"));
-            });
-            driver.click([] { return TourDriver::widgetNamed(QStringLiteral("fileNameEdit")); });
+            driver.press("Import GIF / images (resized to 128×128)…");
+            driver.click([] { return TourDriver::widgetNamed("fileNameEdit"); });
             driver.type(QStringLiteral("\"%1\" \"%2\"").arg(gif, png));
-            driver.takePicture(QStringLiteral("file-dialog"));
+            driver.takePicture("file-dialog");
             driver.pressKey(KeySymbol::Return);
         },
-        [] { return TourDriver::labelWithText(QStringLiteral("5 frame(s) imported.")) != nullptr; },
-        [] { return QStringLiteral("5 frames"); });
+        [] { return TourDriver::labelWithText("5 frame(s) imported.") != nullptr; },
+        [] { return "5 frames"; });
 
     step(
-        QStringLiteral("send them to slot 1"), [&] { driver.click(button("Send to screen")); },
+        "send them to slot 1", [&] { driver.press("Send to screen"); },
         [] {
-            const QString text = QStringLiteral(
-                "Animation sent (slot 1, 5 frames). Press Fn + Delete to display it.");
+            const QString text =
+                "Animation sent (slot 1, 5 frames). Press Fn + Delete to display it.";
             return slotHolds(1, animationFrames + 1) && TourDriver::labelWithText(text) != nullptr;
         },
         [] {
@@ -64,16 +58,16 @@ void Tour::visitScreen()
         });
 
     step(
-        QStringLiteral("show them with Fn and Delete"),
+        "show them with Fn and Delete",
         [&] {
-            pressOnKeyboard(QStringLiteral("Fn"));
-            pressOnKeyboard(QStringLiteral("Delete"));
+            pressOnKeyboard("Fn");
+            pressOnKeyboard("Delete");
         },
         [] {
-            return TourDriver::labelWithText(QStringLiteral(
-                       "The computer gets: nothing; the screen shows slot 1")) != nullptr;
+            return TourDriver::labelWithText(
+                       "The computer gets: nothing; the screen shows slot 1") != nullptr;
         },
-        [] { return QStringLiteral("the screen shows slot 1"); });
+        [] { return "the screen shows slot 1"; });
 }
 
 } // namespace tavik::virtual_keyboard

@@ -13,47 +13,41 @@ namespace {
 QString autostartPath()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/autostart/tavik-center.desktop");
+           "/autostart/tavik-center.desktop";
 }
 
 } // namespace
 
 void Tour::visitSettings()
 {
-    const auto button = [](const char* text) {
-        return [text] { return TourDriver::buttonWithText(QLatin1String(text)); };
-    };
-    showPage(QStringLiteral("Keyboard Settings"));
+    showPage("Keyboard Settings");
 
     step(
-        QStringLiteral("start at log-in"), [&] { driver.click(button("Run at startup")); },
+        "start at log-in", [&] { driver.press("Run at startup"); },
         [] {
             return QFile::exists(autostartPath()) &&
-                   QProcess::execute(QStringLiteral("desktop-file-validate"), {autostartPath()}) ==
-                       0;
+                   QProcess::execute("desktop-file-validate", {autostartPath()}) == 0;
         },
-        [] { return QStringLiteral("a desktop entry that is valid"); });
+        [] { return "a desktop entry that is valid"; });
 
     step(
-        QStringLiteral("do not start at log-in"), [&] { driver.click(button("Run at startup")); },
-        [] { return !QFile::exists(autostartPath()); },
-        [] { return QStringLiteral("no desktop entry"); });
+        "do not start at log-in", [&] { driver.press("Run at startup"); },
+        [] { return !QFile::exists(autostartPath()); }, [] { return "no desktop entry"; });
 
     step(
-        QStringLiteral("clear the saved data"),
+        "clear the saved data",
         [&] {
-            driver.click(button("Reset Keyboard Data"));
-            driver.click(button("Yes"));
+            driver.press("Reset Keyboard Data");
+            driver.press("Yes");
         },
         [] { return static_cast<const SavedState&>(AppState::instance()) == SavedState{}; },
-        [] { return QStringLiteral("no key, macro or color is saved"); });
+        [] { return "no key, macro or color is saved"; });
 
     for (const char* page : {"Keys", "Macros", "Custom Lighting"}) {
-        showPage(QLatin1String(page));
+        showPage(page);
         step(
-            QStringLiteral("see the page %1 empty").arg(QLatin1String(page)), [] {},
-            [] { return AppState::instance().macros.isEmpty(); },
-            [] { return QStringLiteral("empty"); });
+            QStringLiteral("see the page %1 empty").arg(page), [] {},
+            [] { return AppState::instance().macros.isEmpty(); }, [] { return "empty"; });
     }
 }
 
