@@ -1,6 +1,7 @@
 #include "app/application_style.h"
 
 #include "app/skin/skin_files.h"
+#include "app/skin/skin_icons.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -154,6 +155,11 @@ void applyApplicationStyle(QApplication& application)
     registerFonts();
     QApplication::setFont(QFont(QStringLiteral("Open Sans"), 10));
     application.setStyleSheet(QString::fromLatin1(globalStyleSheet));
+
+    // Where it is not installed, no theme has it.
+    const QIcon icon = QIcon::fromTheme(QStringLiteral("tavik-center"));
+    QApplication::setWindowIcon(
+        icon.isNull() ? loadSkinPixmap(QStringLiteral("icons/tavik-center.png")) : icon);
 }
 
 QString windowStyleSheet()

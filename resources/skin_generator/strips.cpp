@@ -153,6 +153,8 @@ void writeIcons(const QString& skinDirectory)
     savePicture(tintedShape("information", sign, QRectF(QPointF(), sign), selectedColor),
                 skin.filePath("dialog_information.png"));
 
+    savePicture(paintShape("tavik-center", QSize(128, 128)),
+                skin.filePath("icons/tavik-center.png"));
     savePicture(paintShape("logo", QSize(248, 104)), skin.filePath("zerolt-logo.png"));
 }
 

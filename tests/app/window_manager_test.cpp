@@ -34,15 +34,29 @@ public:
     // A window shown before the manager runs would be none of its business.
     [[nodiscard]] bool seesAWindowManager() const
     {
-        const std::string name = "_NET_SUPPORTING_WM_CHECK";
-        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-            connection,
-            xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
-            nullptr));
+        const auto atom = internAtom("_NET_SUPPORTING_WM_CHECK");
         const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(
             connection, xcb_get_property(connection, 0, root(), atom->atom, XCB_ATOM_WINDOW, 0, 1),
             nullptr));
         return property && xcb_get_property_value_length(property.get()) > 0;
+    }
+
+    // What the window manager and its task list show of a window.
+    [[nodiscard]] QImage iconOf(const QWidget& window) const
+    {
+        const auto atom = internAtom("_NET_WM_ICON");
+        const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(
+            connection,
+            xcb_get_property(connection, 0, static_cast<xcb_window_t>(window.winId()), atom->atom,
+                             XCB_ATOM_CARDINAL, 0, 1'000'000),
+            nullptr));
+        if (!property || xcb_get_property_value_length(property.get()) < 8)
+            return {};
+        const auto* values = static_cast<const uchar*>(xcb_get_property_value(property.get()));
+        const auto* size = reinterpret_cast<const quint32*>(values);
+        return QImage(values + 8, static_cast<int>(size[0]), static_cast<int>(size[1]),
+                      QImage::Format_ARGB32)
+            .copy();
     }
 
     void moveTo(QPoint point)
@@ -109,6 +123,13 @@ private:
     template <typename T>
     using Reply = std::unique_ptr<T, Free>;
 
+    [[nodiscard]] Reply<xcb_intern_atom_reply_t> internAtom(std::string_view name) const
+    {
+        return Reply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(
+            connection,
+            xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data()),
+            nullptr));
+    }
     [[nodiscard]] xcb_window_t root() const
     {
         return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
@@ -168,6 +189,15 @@ private slots:
     {
         manager.terminate();
         manager.waitForFinished();
+    }
+
+    void taskListsShowItsIcon()
+    {
+        const QImage icon = pointer.iconOf(*window);
+        QVERIFY(icon.width() >= 16);
+        // The key in the color of the program.
+        QCOMPARE(icon.pixelColor(icon.width() * 44 / 64, icon.height() * 22 / 64),
+                 QColor(0xe77a19));
     }
 
     void edgesAndCornersResize_data()

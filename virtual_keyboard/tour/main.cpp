@@ -31,6 +31,7 @@ int main(int argc, char* argv[])
     // The tour must neither see nor change what the user has saved.
     const QTemporaryDir configuration;
     qputenv("XDG_CONFIG_HOME", configuration.path().toUtf8());
+    qputenv("XDG_RUNTIME_DIR", configuration.path().toUtf8());
     const QString pictures = configuration.filePath("Pictures");
     QFile places(configuration.filePath("user-dirs.dirs"));
     if (!QDir().mkpath(pictures) || !places.open(QIODevice::WriteOnly) ||
