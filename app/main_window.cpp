@@ -260,9 +260,6 @@ void MainWindow::showPage(const SidebarEntry& entry)
 {
     const auto index = static_cast<int>(&entry - sidebarEntries.data());
     sidebarButtons.at(index)->setChecked(true);
-    // An undo shows another page than the one whose button has the focus.
-    if (sidebarButtons.contains(QApplication::focusWidget()))
-        sidebarButtons.at(index)->setFocus();
     pageStack->setCurrentIndex(index);
     titleBar->setTitle(QLatin1String(entry.title));
 }
@@ -285,8 +282,14 @@ void MainWindow::focusPage(Qt::FocusReason reason)
 void MainWindow::showPageOf(StatePart part)
 {
     const QList<std::size_t> entries = entriesOf(part);
-    if (!entries.contains(static_cast<std::size_t>(pageStack->currentIndex())))
-        showPage(sidebarEntries.at(entries.first()));
+    const auto open = static_cast<std::size_t>(pageStack->currentIndex());
+    if (entries.contains(open))
+        return;
+    const bool isInSidebar = sidebarButtons.contains(QApplication::focusWidget());
+    showPage(sidebarEntries.at(entries.first()));
+    if (isInSidebar)
+        sidebarButtons.at(static_cast<qsizetype>(entries.first()))
+            ->setFocus(Qt::ShortcutFocusReason);
 }
 
 void MainWindow::createShortcuts()

@@ -67,6 +67,10 @@ bool isGoneNode(const Descriptor& descriptor)
 std::vector<Holder> holdersOf(dev_t device)
 {
     std::vector<Holder> holders = processesWith([device](const Descriptor& descriptor) {
+        // Looking at a file itself would wait for a file server that is away.
+        std::error_code error;
+        if (!fs::read_symlink(descriptor, error).native().starts_with("/dev/"))
+            return false;
         struct stat status
         {
         };

@@ -165,6 +165,29 @@ QString keyboardLabel(const KeyAction& action)
     return label + keyName(action.p2 == 0 ? action.p1 : action.p2);
 }
 
+QString keyboardWords(const KeyAction& action)
+{
+    QStringList words;
+    for (const KeyModifier& modifier : keyModifiers) {
+        if (action.p1 & modifier.mask)
+            words += modifier.text.toString();
+    }
+    if (action.p2 != 0 || words.isEmpty())
+        words += keyName(action.p2);
+    return words.join(QLatin1Char('+'));
+}
+
+QString mouseWords(const KeyAction& action)
+{
+    for (const MouseChoice& choice : mouseChoices) {
+        if (mouseKeyAction(choice.value) == action)
+            return choice.text.toString();
+    }
+    return QStringLiteral("Mouse 0x%1%2")
+        .arg(int{action.p1}, 2, 16, QLatin1Char('0'))
+        .arg(int{action.p2}, 2, 16, QLatin1Char('0'));
+}
+
 QString macroLabel(std::uint8_t macroIndex, const QList<MacroRecord>& macros)
 {
     if (macroIndex < macros.size())
@@ -199,6 +222,26 @@ QString keyActionLabel(const KeyAction& action, const QList<MacroRecord>& macros
         return QStringLiteral("Extended");
     }
     return QStringLiteral("Page %1").arg(int{action.page});
+}
+
+QString keyActionWords(const KeyAction& action, const QList<MacroRecord>& macros)
+{
+    if (action == disabledKeyAction())
+        return QStringLiteral("Disabled");
+    switch (static_cast<KeyActionPage>(action.page)) {
+    case KeyActionPage::Default:
+        return QStringLiteral("Default key");
+    case KeyActionPage::Keyboard:
+        return keyboardWords(action);
+    case KeyActionPage::Mouse:
+        return mouseWords(action);
+    case KeyActionPage::Macro:
+        return action.p1 < macros.size()
+                   ? QStringLiteral("Macro \"%1\"").arg(macros.at(action.p1).name)
+                   : macroLabel(action.p1, macros);
+    default:
+        return keyActionLabel(action, macros);
+    }
 }
 
 const std::array<std::uint8_t, offeredKeyUsageCount>& offeredKeyUsages()

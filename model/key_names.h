@@ -20,6 +20,11 @@ namespace tavik {
 // points into. An empty text means that the key shows no caption.
 [[nodiscard]] QString keyActionLabel(const KeyAction& action, const QList<MacroRecord>& macros);
 
+// What a key does that carries this action, in the words in which it is offered: "Default key",
+// "Shift+Right Alt+B", "Scroll up", "Macro "Greet"". The caption on a cap is shorter and names left
+// modifiers only.
+[[nodiscard]] QString keyActionWords(const KeyAction& action, const QList<MacroRecord>& macros);
+
 // The keyboard usages a user can choose from, in the order offered: 4 to 115, then the modifier
 // keys 224 to 231.
 inline constexpr std::size_t offeredKeyUsageCount = 120;

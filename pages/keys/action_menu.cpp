@@ -3,6 +3,10 @@
 #include "model/key_names.h"
 #include "pages/parts/shown_text.h"
 
+#include <QKeyEvent>
+#include <QLabel>
+#include <QWidgetAction>
+
 #include <algorithm>
 #include <array>
 
@@ -44,27 +48,105 @@ constexpr qsizetype assignableMacros = 256;
 constexpr qsizetype macrosPerMenu = 20;
 constexpr int macroNameWidth = 320; // pixels
 
-void mark(QAction* item)
+// Stays open while its items are checked, because several belong together.
+class LastingMenu : public QMenu
 {
-    item->setCheckable(true);
-    item->setChecked(true);
-}
+public:
+    using QMenu::QMenu;
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* event) override
+    {
+        if (!toggle(actionAt(event->position().toPoint())))
+            QMenu::mouseReleaseEvent(event);
+    }
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        const bool isPress = event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
+                             event->key() == Qt::Key_Enter;
+        if (!isPress || !toggle(activeAction()))
+            QMenu::keyPressEvent(event);
+    }
+
+private:
+    // False where nothing can be checked.
+    static bool toggle(QAction* item)
+    {
+        if (item == nullptr || !item->isEnabled())
+            return false;
+        item->trigger();
+        return true;
+    }
+};
 
 } // namespace
 
-ActionMenu::ActionMenu(const KeyAction& current, const QList<MacroRecord>& macros, QWidget* parent)
+ActionMenu::ActionMenu(const QString& keyName, const KeyAction& current,
+                       const QList<MacroRecord>& macros, QWidget* parent)
     : QMenu(parent), currentAction(current)
 {
+    addHeading(keyName, macros);
+    addSeparator();
     addAction(tr("Assign…"), this, &ActionMenu::assignRequested);
+    addAction(tr("Press the keys…"), this, &ActionMenu::chordRequested);
+    addModifiers();
     addSeparator();
     addChoice(this, tr("Default key"), {});
     addChoice(this, tr("Disabled"), disabledKeyAction());
+    addMacros(macros);
     addSeparator();
     addKeys();
     addSeparator();
     addMediaKeys();
     addMouseActions();
-    addMacros(macros);
+}
+
+void ActionMenu::addHeading(const QString& keyName, const QList<MacroRecord>& macros)
+{
+    auto* heading = new QLabel(this);
+    heading->setTextFormat(Qt::PlainText);
+    heading->setContentsMargins(14, 4, 14, 4);
+    QFont bold = heading->font();
+    bold.setWeight(QFont::DemiBold);
+    const QString text =
+        keyName + QStringLiteral(": ") +
+        beginningOf(keyActionWords(currentAction, macros), shownNameLimit).simplified();
+    heading->setText(QFontMetrics(bold).elidedText(text, Qt::ElideRight, macroNameWidth));
+    heading->setStyleSheet(QStringLiteral("font-weight:600;"));
+    auto* item = new QWidgetAction(this);
+    item->setDefaultWidget(heading);
+    item->setText(text);
+    item->setEnabled(false); // to be read only
+    addAction(item);
+}
+
+void ActionMenu::addModifiers()
+{
+    modifierMenu = new LastingMenu(tr("With modifiers"), this);
+    addMenu(modifierMenu);
+    for (const KeyModifier& modifier : keyModifiers) {
+        QAction* item = modifierMenu->addAction(modifier.text.toString());
+        item->setData(modifier.mask);
+        item->setCheckable(true);
+        connect(item, &QAction::triggered, this, [this, mask = modifier.mask] {
+            currentAction.p1 ^= mask;
+            showModifiers();
+            emit actionChosen(currentAction);
+        });
+    }
+    showModifiers();
+}
+
+void ActionMenu::showModifiers()
+{
+    const bool isKey = currentAction.page == static_cast<std::uint8_t>(KeyActionPage::Keyboard);
+    modifierMenu->setEnabled(isKey);
+    for (QAction* item : modifierMenu->actions()) {
+        const int mask = item->data().toInt();
+        item->setChecked(isKey && (currentAction.p1 & mask) != 0);
+        // A modifier alone has nothing else to send.
+        item->setEnabled(currentAction.p2 != 0 || currentAction.p1 != mask);
+    }
 }
 
 QMenu* ActionMenu::addGroup(const QString& title)
@@ -130,10 +212,11 @@ QAction* ActionMenu::addChoice(QMenu* menu, const QString& text, const KeyAction
 {
     QAction* item = menu->addAction(menuText(text));
     connect(item, &QAction::triggered, this, [this, choice] { emit actionChosen(choice); });
-    if (choice == currentAction) {
-        mark(item);
-        if (menu != this)
-            mark(menu->menuAction());
+    item->setCheckable(true); // all of them, so that they stand in line
+    item->setChecked(choice == currentAction);
+    if (item->isChecked() && menu != this) {
+        menu->menuAction()->setCheckable(true);
+        menu->menuAction()->setChecked(true);
     }
     return item;
 }

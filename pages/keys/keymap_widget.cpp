@@ -4,14 +4,20 @@
 #include "model/keyboard_layout.h"
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/action_menu.h"
+#include "pages/keys/chord_dialog.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
+#include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
 #include "pages/parts/undo_entries.h"
 
+#include <QAction>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMimeData>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -29,6 +35,22 @@ QString layerName(LayerId id)
     return id == LayerId::Base ? QStringLiteral("base") : QStringLiteral("Fn");
 }
 
+// A key's action on the clipboard, as the four bytes that the keyboard stores.
+QString clipboardFormat()
+{
+    return QStringLiteral("application/x-tavik-key-action");
+}
+
+std::optional<KeyAction> actionOnClipboard()
+{
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    const QByteArray bytes = data == nullptr ? QByteArray() : data->data(clipboardFormat());
+    if (bytes.size() != sizeof(KeyAction))
+        return {};
+    const auto byte = [&](qsizetype index) { return static_cast<std::uint8_t>(bytes.at(index)); };
+    return KeyAction{byte(0), byte(1), byte(2), byte(3)};
+}
+
 } // namespace
 
 KeymapWidget::KeymapWidget(QWidget* parent)
@@ -36,6 +58,7 @@ KeymapWidget::KeymapWidget(QWidget* parent)
 {
     createLayerButtons();
     createView();
+    createShortcuts();
 
     QVBoxLayout* column = createPageColumn(this);
     column->addLayout(createRow({baseButton, fnButton}));
@@ -80,7 +103,44 @@ void KeymapWidget::createView()
     view->setMode(KeyboardViewMode::Captions);
     connect(view, &KeyboardView::slotActivated, this, &KeymapWidget::keyClicked);
     connect(view, &KeyboardView::slotContextMenu, this, &KeymapWidget::showKeyMenu);
-    view->setKeyToolTip([](int) { return tr("Click to assign, right click for a menu"); });
+    view->setKeyToolTip([this](int lightIndex) { return keyToolTip(lightIndex); });
+}
+
+void KeymapWidget::createShortcuts()
+{
+    copyAction = addKeyShortcut(tr("Copy"), Qt::CTRL | Qt::Key_C, &KeymapWidget::copyKey);
+    pasteAction = addKeyShortcut(tr("Paste"), Qt::CTRL | Qt::Key_V, &KeymapWidget::pasteKey);
+    addKeyShortcut(tr("Default key"), Qt::Key_Delete, &KeymapWidget::clearKey);
+}
+
+// It acts on the marked key while the drawn keys have the focus.
+QAction* KeymapWidget::addKeyShortcut(const QString& text, const QKeySequence& keys,
+                                      void (KeymapWidget::*act)(int lightIndex))
+{
+    auto* action = new QAction(text, view);
+    action->setShortcut(keys);
+    action->setShortcutContext(Qt::WidgetShortcut);
+    connect(action, &QAction::triggered, this, [this, act] {
+        if (isKey(view->markedKey()))
+            (this->*act)(view->markedKey());
+    });
+    view->addAction(action);
+    return action;
+}
+
+QString KeymapWidget::keyToolTip(int lightIndex) const
+{
+    const AppState& state = AppState::instance();
+    const auto index = static_cast<std::size_t>(lightIndex);
+    const KeyAction& base = state.layerBase.at(index);
+    const KeyAction& fn = state.layerFn.at(index);
+    if (base == KeyAction() && fn == KeyAction())
+        return tr("Click to assign, right click for a menu");
+    const auto words = [&](const KeyAction& action) {
+        return beginningOf(keyActionWords(action, state.macros), shownNameLimit);
+    };
+    return wrappedToolTip(
+        tr("%1\nBase layer: %2\nFn layer: %3").arg(nameOfKey(lightIndex), words(base), words(fn)));
 }
 
 const KeyLayer& KeymapWidget::layerKeys() const
@@ -115,14 +175,50 @@ void KeymapWidget::showKeyMenu(int lightIndex, QPoint globalPos)
 {
     Q_ASSERT(isKey(lightIndex));
     const KeyAction current = layerKeys().at(static_cast<std::size_t>(lightIndex));
-    auto* menu = new ActionMenu(current, AppState::instance().macros, this);
+    auto* menu = new ActionMenu(nameOfKey(lightIndex), current, AppState::instance().macros, this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     connect(menu, &ActionMenu::assignRequested, this,
             [this, lightIndex] { keyClicked(lightIndex); });
+    connect(menu, &ActionMenu::chordRequested, this,
+            [this, lightIndex] { pressChord(lightIndex); });
     connect(menu, &ActionMenu::actionChosen, this,
             [this, lightIndex](const KeyAction& action) { assignKey(lightIndex, action); });
+    menu->addSeparator();
+    menu->addActions({copyAction, pasteAction});
+    // Asking the clipboard may take long, so only a menu does it.
+    pasteAction->setEnabled(actionOnClipboard().has_value());
+    connect(menu, &QMenu::aboutToHide, pasteAction, [this] { pasteAction->setEnabled(true); });
     addUndoEntries(menu);
     menu->popup(globalPos);
+}
+
+void KeymapWidget::pressChord(int lightIndex)
+{
+    auto* dialog = new ChordDialog(nameOfKey(lightIndex), this);
+    connect(dialog, &ChordDialog::chordTaken, this,
+            [this, lightIndex](const KeyAction& chord) { assignKey(lightIndex, chord); });
+    dialog->openAt(mapToGlobal(rect().center()));
+}
+
+void KeymapWidget::copyKey(int lightIndex)
+{
+    const KeyAction action = layerKeys().at(static_cast<std::size_t>(lightIndex));
+    auto* copied = new QMimeData;
+    copied->setData(clipboardFormat(),
+                    QByteArray(reinterpret_cast<const char*>(&action), sizeof action));
+    copied->setText(keyActionWords(action, AppState::instance().macros));
+    QGuiApplication::clipboard()->setMimeData(copied);
+}
+
+void KeymapWidget::pasteKey(int lightIndex)
+{
+    if (const std::optional<KeyAction> action = actionOnClipboard())
+        assignKey(lightIndex, *action);
+}
+
+void KeymapWidget::clearKey(int lightIndex)
+{
+    assignKey(lightIndex, {});
 }
 
 void KeymapWidget::assignKey(int lightIndex, const KeyAction& action)

@@ -40,6 +40,9 @@ public slots:
 private:
     void createLayerButtons();
     void createView();
+    void createShortcuts();
+    QAction* addKeyShortcut(const QString& text, const QKeySequence& keys,
+                            void (KeymapWidget::*act)(int lightIndex));
 
     [[nodiscard]] const KeyLayer& layerKeys() const;
     [[nodiscard]] StatePart currentPart() const;
@@ -49,6 +52,11 @@ private:
     }
     void editLayer(const QString& name, const std::function<void(KeyLayer&)>& change);
     void assignKey(int lightIndex, const KeyAction& action);
+    void pressChord(int lightIndex);
+    void copyKey(int lightIndex);
+    void pasteKey(int lightIndex);
+    void clearKey(int lightIndex);
+    [[nodiscard]] QString keyToolTip(int lightIndex) const;
     void refreshCaptions();
     void showMark();
     void showRestored(StatePart part);
@@ -60,6 +68,8 @@ private:
     QPushButton* baseButton = nullptr;
     QPushButton* fnButton = nullptr;
     KeyboardView* view = nullptr;
+    QAction* copyAction = nullptr;
+    QAction* pasteAction = nullptr;
     AccentButton* writeButton = nullptr;
     StatusLabel* statusLabel = nullptr;
 };

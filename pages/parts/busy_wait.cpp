@@ -3,6 +3,7 @@
 #include "pages/parts/status_label.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWindow>
 
@@ -17,6 +18,16 @@ bool isInTitleBar(const QWidget* widget)
     while (widget != nullptr && widget->objectName() != QLatin1String("titleBar"))
         widget = widget->parentWidget();
     return widget != nullptr;
+}
+
+// The key or the button of an event; keys and buttons have no number in common.
+int pressedThing(const QEvent* event)
+{
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease)
+        return static_cast<const QKeyEvent*>(event)->key();
+    return event->isSinglePointEvent()
+               ? -static_cast<int>(static_cast<const QSinglePointEvent*>(event)->button())
+               : 0;
 }
 
 // Who gets an event that reaches the native window first.
@@ -95,13 +106,15 @@ bool BusyWait::eventFilter(QObject* watched, QEvent* event)
         if (!isInput(watched, event))
             return false;
         hasSwallowed = true;
+        swallowedPresses.insert(pressedThing(event));
         return true;
     case QEvent::MouseButtonRelease:
     case QEvent::KeyRelease:
         // The native window has to hear of it at once, to know what is pressed.
         if (!watched->isWidgetType() || !isInput(watched, event))
             return false;
-        lateReleases.emplace_back(watched, event->clone());
+        if (!swallowedPresses.contains(pressedThing(event)))
+            lateReleases.emplace_back(watched, event->clone());
         return true;
     default:
         return false;

@@ -4,6 +4,7 @@
 #include <QPointer>
 
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -45,6 +46,8 @@ private:
     QWidget* const window;
     const bool begun;
     bool hasSwallowed = false;
+    // Keys and buttons that were pressed in the wait: their releases mean nothing.
+    std::set<int> swallowedPresses;
     // A release whose press came before the wait is late, but not lost: else a slider would go on
     // believing that it is held.
     std::vector<std::pair<QPointer<QObject>, std::unique_ptr<QEvent>>> lateReleases;

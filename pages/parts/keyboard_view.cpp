@@ -137,16 +137,12 @@ void KeyboardView::setKeyToolTip(std::function<QString(int lightIndex)> textOfKe
 // A cap has room for a few letters only; the tool tip says the rest.
 bool KeyboardView::event(QEvent* event)
 {
-    if (event->type() != QEvent::ToolTip || (mode != KeyboardViewMode::Captions && !toolTipOfKey))
+    if (event->type() != QEvent::ToolTip || !toolTipOfKey)
         return QWidget::event(event);
     const auto* help = static_cast<QHelpEvent*>(event);
     const int key = keyAt(help->pos());
-    QString text;
-    if (mode == KeyboardViewMode::Captions && captions.contains(key))
-        text = wrappedToolTip(captions.value(key));
-    else if (toolTipOfKey && key >= 0)
-        text = toolTipOfKey(key);
-    QToolTip::showText(help->globalPos(), text, this); // an empty one hides what is there
+    // An empty one hides what is there.
+    QToolTip::showText(help->globalPos(), key >= 0 ? toolTipOfKey(key) : QString(), this);
     return true;
 }
 

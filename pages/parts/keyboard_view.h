@@ -39,12 +39,15 @@ public:
     void setCaption(int lightIndex, const QString& caption);
     void setKeyColor(int lightIndex, const QColor& color);
 
-    // What the tool tip of a key without a caption says, by its light index; empty for nothing.
+    // What the tool tip of a key says, by its light index; empty for nothing.
     void setKeyToolTip(std::function<QString(int lightIndex)> textOfKey);
 
     // The light index of the first key in layout order whose drawn rectangle holds the point, in
     // widget coordinates; -1 when there is none.
     [[nodiscard]] int keyAt(QPoint point) const { return geometryNow().keyAt(point); }
+
+    // The light index of the key that the next key stroke acts on; -1 for none.
+    [[nodiscard]] int markedKey() const { return marked; }
 
     // The rectangle in which a key answers to the pointer, in widget coordinates; empty while no
     // board with a size is shown.

@@ -209,6 +209,23 @@ private slots:
         QVERIFY(!page->isAncestorOf(QApplication::focusWidget()));
     }
 
+    void arrowKeysWalkTheSidebarAndShowWhere()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        const auto buttons = sidebarButtons(*window);
+        QTest::mouseClick(buttons.at(1), Qt::LeftButton);
+        for (const int index : {2, 3}) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+            QCOMPARE(stackOf(*window)->currentIndex(), index);
+            QCOMPARE(QApplication::focusWidget(), buttons.at(index));
+            const auto* ring = window->findChild<QWidget*>(QStringLiteral("focusRing"));
+            QVERIFY(ring->isVisible());
+            const QRect place(buttons.at(index)->mapTo(window.get(), QPoint()),
+                              buttons.at(index)->size());
+            QVERIFY(ring->geometry().contains(place.center()));
+        }
+    }
+
     void emptyPageLeavesTheFocusOnTheSidebar()
     {
         QVERIFY(QTest::qWaitForWindowActive(window.get()));

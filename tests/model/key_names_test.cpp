@@ -196,6 +196,43 @@ private slots:
         }
     }
 
+    void wordsTellAllOfAnAction_data()
+    {
+        QTest::addColumn<int>("page");
+        QTest::addColumn<int>("p1");
+        QTest::addColumn<int>("p2");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("factory") << 0 << 0 << 0 << "Default key";
+        QTest::newRow("disabled") << 5 << 0 << 0 << "Disabled";
+        QTest::newRow("special") << 5 << 1 << 0 << "Special";
+        QTest::newRow("key") << 2 << 0 << 0x05 << "B";
+        QTest::newRow("left") << 2 << 0x03 << 0x05 << "Ctrl+Shift+B";
+        QTest::newRow("right") << 2 << 0x50 << 0x05 << "Right Ctrl+Right Alt+B";
+        QTest::newRow("both") << 2 << 0x11 << 0x4C << "Ctrl+Right Ctrl+Delete";
+        QTest::newRow("all") << 2 << 0xFF << 0x04
+                             << "Ctrl+Shift+Alt+Win+Right Ctrl+Right Shift+Right Alt+Right Win+A";
+        QTest::newRow("modifier alone") << 2 << 0x10 << 0 << "Right Ctrl";
+        QTest::newRow("modifiers alone") << 2 << 0x22 << 0 << "Shift+Right Shift";
+        QTest::newRow("unnamed key") << 2 << 0x01 << 0x68 << "Ctrl+0x68";
+        QTest::newRow("no key") << 2 << 0 << 0 << "0x00";
+        QTest::newRow("media") << 3 << 0xE9 << 0 << "Volume Up";
+        QTest::newRow("button") << 1 << 1 << 8 << "Mouse button 4";
+        QTest::newRow("wheel") << 1 << 3 << 0xFF << "Scroll down";
+        QTest::newRow("unknown mouse") << 1 << 2 << 0x0A << "Mouse 0x020a";
+        QTest::newRow("macro") << 6 << 0 << 0 << "Macro \"Greet\"";
+        QTest::newRow("macro that is gone") << 6 << 1 << 0 << "Macro 1";
+        QTest::newRow("unknown") << 9 << 0 << 0 << "Page 9";
+    }
+    void wordsTellAllOfAnAction()
+    {
+        QFETCH(int, page);
+        QFETCH(int, p1);
+        QFETCH(int, p2);
+        QFETCH(QString, words);
+        QCOMPARE(keyActionWords(action(page, p1, p2), {macroNamed(QStringLiteral("Greet"))}),
+                 words);
+    }
+
     void macroCaptionsFollowTheList()
     {
         QList<MacroRecord> macros;

@@ -288,9 +288,9 @@ void KeyboardWindow::preparePainting()
 
 void KeyboardWindow::pressKey(int lightIndex)
 {
-    const QString text = keyboard.press(lightIndex, bus.now());
-    sentLabel->setText(bus.plugged() ? tr("The computer gets: %1").arg(text)
-                                     : tr("The computer gets nothing: the cable is out."));
+    sentLabel->setText(bus.plugged()
+                           ? tr("The computer gets: %1").arg(keyboard.press(lightIndex, bus.now()))
+                           : tr("The computer gets nothing: the cable is out."));
     showState();
 }
 

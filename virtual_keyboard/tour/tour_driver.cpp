@@ -226,7 +226,8 @@ void TourDriver::chooseMenuEntry(const QString& submenu, const QString& text)
         clickMenuEntry(submenu);
     clickMenuEntry(text);
     // Until it is gone, the menu swallows the next click.
-    require([] { return QApplication::activePopupWidget() == nullptr; }, "a menu does not close");
+    require([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()) == nullptr; },
+            "a menu does not close");
 }
 
 void TourDriver::clickMenuEntry(const QString& text)

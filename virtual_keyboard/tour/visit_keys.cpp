@@ -4,6 +4,7 @@
 #include "virtual_keyboard/tour/tour.h"
 
 #include <QApplication>
+#include <QWindow>
 
 namespace tavik::virtual_keyboard {
 
@@ -150,6 +151,26 @@ void Tour::visitMacros()
             return heldAction(LayerId::Base, "M") == KeyActionBytes{6, 0, 0, 0};
         },
         [] { return actionText(LayerId::Base, "M"); });
+
+    step(
+        "give Q a combination by pressing it",
+        [&] {
+            clickKey("Q", MouseButton::Right);
+            driver.chooseMenuEntry(QString(), "Press the keys…");
+            driver.require(
+                [] {
+                    const QWidget* dialog = TourDriver::widgetNamed("chordDialog");
+                    return dialog != nullptr && dialog->windowHandle()->isExposed();
+                },
+                "nothing waits for keys");
+            driver.takePicture("chord-dialog");
+            driver.pressWith(KeySymbol::Control, KeySymbol{'B'});
+            driver.press("Write layer to keyboard");
+        },
+        [] {
+            return heldAction(LayerId::Base, "Q") == KeyActionBytes{2, 0x03, 0x05, 0};
+        },
+        [] { return actionText(LayerId::Base, "Q"); });
 
     step(
         "press A on the keyboard", [&] { pressOnKeyboard("A"); },

@@ -2,12 +2,15 @@
 #include "pages/keys/action_menu.h"
 #include "tests/support/isolated_main.h"
 
+#include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace tavik;
 
 namespace {
+
+const QString withModifiers = QStringLiteral("With modifiers");
 
 QList<MacroRecord> macrosCalled(const QStringList& names)
 {
@@ -74,11 +77,17 @@ class ActionMenuTest : public QObject
 private slots:
     void topLevel()
     {
-        const ActionMenu menu({}, macrosCalled({QStringLiteral("copy")}));
-        QCOMPARE(textsOf(&menu), QStringList({"Assign…",
+        const ActionMenu menu(QStringLiteral("Caps Lock"), {},
+                              macrosCalled({QStringLiteral("copy")}));
+        QCOMPARE(textsOf(&menu), QStringList({"Caps Lock: Default key",
+                                              "-",
+                                              "Assign…",
+                                              "Press the keys…",
+                                              "With modifiers",
                                               "-",
                                               "Default key",
                                               "Disabled",
+                                              "Macros",
                                               "-",
                                               "Letters A to M",
                                               "Letters N to Z",
@@ -93,13 +102,111 @@ private slots:
                                               "Unnamed keys",
                                               "-",
                                               "Multimedia",
-                                              "Mouse",
-                                              "Macros"}));
+                                              "Mouse"}));
+    }
+
+    void headingTellsTheKeyAndWhatItDoes()
+    {
+        const QList<MacroRecord> macros = macrosCalled({QStringLiteral("Greet <b>")});
+        const ActionMenu menu(QStringLiteral("Tab"), macroKeyAction(0), macros);
+        const auto* heading = menu.findChild<QLabel*>();
+        QCOMPARE(heading->text(), QStringLiteral("Tab: Macro \"Greet <b>\""));
+        QCOMPARE(heading->textFormat(), Qt::PlainText);
+        QVERIFY(!menu.actions().first()->isEnabled());
+        const ActionMenu long_(QStringLiteral("Tab"), macroKeyAction(0),
+                               macrosCalled({QString(5000, u'W')}));
+        QVERIFY(long_.sizeHint().width() < 450);
+    }
+
+    void modifiersAreForKeyActionsOnly()
+    {
+        for (const KeyAction& current :
+             {KeyAction(), disabledKeyAction(), consumerKeyAction(0xE2), macroKeyAction(0)})
+            QVERIFY(
+                !group(ActionMenu(QStringLiteral("A"), current, {}), withModifiers)->isEnabled());
+        QVERIFY(group(ActionMenu(QStringLiteral("A"), keyboardKeyAction(4, 0), {}), withModifiers)
+                    ->isEnabled());
+    }
+
+    // Every key with every set of modifiers, one click for each modifier.
+    void everySetOfModifiersCanBeChosen()
+    {
+        int sets = 0;
+        for (const std::uint8_t usage : offeredKeyUsages()) {
+            const KeyAction start = keyboardKeyAction(usage, 0);
+            ActionMenu menu(QStringLiteral("A"), start, {});
+            const QList<QAction*> items = group(menu, withModifiers)->actions();
+            QCOMPARE(items.size(), 8);
+            KeyAction chosen = start;
+            int choices = 0;
+            connect(&menu, &ActionMenu::actionChosen, &menu, [&](const KeyAction& action) {
+                chosen = action;
+                ++choices;
+            });
+            QSet<int> masks;
+            // One item at a time changes, so that all sets come by.
+            for (int step = 0; step < 256; ++step) {
+                const int mask = chosen.p1;
+                masks.insert(mask);
+                QCOMPARE(chosen, (KeyAction{2, static_cast<std::uint8_t>(mask), start.p2, 0}));
+                for (int bit = 0; bit < 8; ++bit)
+                    QCOMPARE(items.at(bit)->isChecked(), (mask >> bit & 1) == 1);
+                QAction* next = items.at(qCountTrailingZeroBits(quint32(step + 1)) % 8);
+                const bool isLast =
+                    start.p2 == 0 && (mask & ~next->data().toInt()) == 0 && mask != 0;
+                QCOMPARE(next->isEnabled(), !isLast);
+                next->trigger();
+                QCOMPARE(choices, isLast ? 0 : 1);
+                choices = 0;
+            }
+            QCOMPARE(masks.size(), start.p2 == 0 ? 255 : 256);
+            sets += static_cast<int>(masks.size());
+        }
+        QCOMPARE(sets, 112 * 256 + 8 * 255);
+    }
+
+    void modifiersStayOpenForTheNext()
+    {
+        QWidget page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        ActionMenu menu(QStringLiteral("A"), keyboardKeyAction(5, 0), {}, &page);
+        QList<int> masks;
+        connect(&menu, &ActionMenu::actionChosen, &menu,
+                [&](const KeyAction& action) { masks += action.p1; });
+        QMenu* modifiers = group(menu, withModifiers);
+        modifiers->popup({10, 10});
+        QTRY_VERIFY(modifiers->isVisible());
+        QTest::mouseClick(modifiers, Qt::LeftButton, {},
+                          modifiers->actionGeometry(modifiers->actions().at(0)).center());
+        QVERIFY(modifiers->isVisible());
+        QTest::keyClick(modifiers, Qt::Key_Down);
+        QTest::keyClick(modifiers, Qt::Key_Space);
+        QCOMPARE(masks, QList<int>({0x01, 0x03}));
+        QVERIFY(modifiers->isVisible());
+        QTest::keyClick(modifiers, Qt::Key_Escape);
+        QVERIFY(!modifiers->isVisible());
+    }
+
+    void chordIsAskedFor()
+    {
+        ActionMenu menu(QStringLiteral("A"), {}, {});
+        QSignalSpy requests(&menu, &ActionMenu::chordRequested);
+        menu.actions().at(3)->trigger();
+        QCOMPARE(requests.count(), 1);
+    }
+
+    // Also where none of them is the current one.
+    void itemsStandInLine()
+    {
+        const ActionMenu menu(QStringLiteral("A"), disabledKeyAction(), numberedMacros(2));
+        for (QAction* item : choicesOf(menu).mid(3))
+            QVERIFY2(item->isCheckable(), qPrintable(item->text()));
     }
 
     void subMenusHaveNoSubMenus()
     {
-        const ActionMenu menu({}, numberedMacros(100));
+        const ActionMenu menu(QStringLiteral("Caps Lock"), {}, numberedMacros(100));
         for (const QAction* item : menu.actions()) {
             if (item->menu() == nullptr)
                 continue;
@@ -110,7 +217,7 @@ private slots:
 
     void groupsHoldTheirKeys()
     {
-        const ActionMenu menu({}, {});
+        const ActionMenu menu(QStringLiteral("Caps Lock"), {}, {});
         QCOMPARE(textsOf(group(menu, QStringLiteral("Editing"))),
                  QStringList({"Enter", "Esc", "Backspace", "Tab", "Space", "Insert", "Delete"}));
         QCOMPARE(textsOf(group(menu, QStringLiteral("Navigation"))),
@@ -127,7 +234,7 @@ private slots:
     // Each action that the dialog can make without a modifier, and each once.
     void everyActionIsThereOnce()
     {
-        ActionMenu menu({}, numberedMacros(3));
+        ActionMenu menu(QStringLiteral("Caps Lock"), {}, numberedMacros(3));
         QList<KeyAction> expected{{}, disabledKeyAction()};
         for (const std::uint8_t usage : offeredKeyUsages())
             expected += keyboardKeyAction(usage, 0);
@@ -139,7 +246,7 @@ private slots:
             expected += macroKeyAction(index);
 
         QList<QAction*> items = choicesOf(menu);
-        items.removeFirst(); // "Assign…"
+        items.remove(0, 11); // the heading, the two dialogs, the modifiers
         const QList<KeyAction> offered = actionsChosenBy(menu, items);
         QCOMPARE(offered.size(), expected.size());
         for (const KeyAction& action : expected)
@@ -150,10 +257,11 @@ private slots:
 
     void itemsAreCalledWhatTheyDo()
     {
-        ActionMenu menu({}, {});
+        ActionMenu menu(QStringLiteral("Caps Lock"), {}, {});
         QList<QAction*> keyItems;
         for (const QString& title : textsOf(&menu)) {
-            if (const QMenu* keys = group(menu, title))
+            const QMenu* keys = group(menu, title);
+            if (keys != nullptr && title != withModifiers)
                 keyItems += keys->actions();
         }
         const QList<KeyAction> actions = actionsChosenBy(menu, keyItems);
@@ -172,26 +280,27 @@ private slots:
 
     void dialogIsAskedFor()
     {
-        ActionMenu menu({}, {});
+        ActionMenu menu(QStringLiteral("Caps Lock"), {}, {});
         QSignalSpy requests(&menu, &ActionMenu::assignRequested);
         QSignalSpy choices(&menu, &ActionMenu::actionChosen);
-        menu.actions().first()->trigger();
+        menu.actions().at(2)->trigger();
         QCOMPARE(requests.count(), 1);
         QCOMPARE(choices.count(), 0);
     }
 
     void withoutMacrosThereIsNoMacroMenu()
     {
-        const ActionMenu menu({}, {});
-        QCOMPARE(textsOf(&menu).last(), QStringLiteral("Mouse"));
+        const ActionMenu menu(QStringLiteral("Caps Lock"), {}, {});
+        QVERIFY(group(menu, QStringLiteral("Macros")) == nullptr);
     }
 
     void macroNamesAreShownAsTheyAre()
     {
         const QString longName(60, u'W');
-        ActionMenu menu({}, macrosCalled({QStringLiteral("cut & paste"), QStringLiteral("a\tb\nc"),
-                                          QString(), QStringLiteral("  "), longName,
-                                          QStringLiteral("نسخ"), QStringLiteral("🎮")}));
+        ActionMenu menu(QStringLiteral("Caps Lock"), {},
+                        macrosCalled({QStringLiteral("cut & paste"), QStringLiteral("a\tb\nc"),
+                                      QString(), QStringLiteral("  "), longName,
+                                      QStringLiteral("نسخ"), QStringLiteral("🎮")}));
         const QMenu* macros = group(menu, QStringLiteral("Macros"));
         QStringList shown = textsOf(macros);
         QVERIFY(shown.at(4).endsWith(u'…'));
@@ -204,7 +313,7 @@ private slots:
 
     void toolTipShowsMarkupOfANameAsText()
     {
-        const ActionMenu menu({},
+        const ActionMenu menu(QStringLiteral("Caps Lock"), {},
                               macrosCalled({QStringLiteral("<b>%1</b>").arg(QString(60, u'W'))}));
         const QMenu* macros = group(menu, QStringLiteral("Macros"));
         QVERIFY(macros->actions().first()->toolTip().contains(QLatin1String("&lt;b&gt;WWW")));
@@ -212,8 +321,8 @@ private slots:
 
     void manyMacrosAreDividedAmongSubMenus()
     {
-        ActionMenu menu({}, numberedMacros(41));
-        QCOMPARE(textsOf(&menu).mid(19),
+        ActionMenu menu(QStringLiteral("Caps Lock"), {}, numberedMacros(41));
+        QCOMPARE(textsOf(&menu).mid(8, 3),
                  QStringList({"Macros 1 to 20", "Macros 21 to 40", "Macros 41 to 41"}));
         QCOMPARE(group(menu, QStringLiteral("Macros 21 to 40"))->actions().size(), 20);
         const QList<KeyAction> chosen =
@@ -223,15 +332,15 @@ private slots:
 
     void twentyMacrosFitOneSubMenu()
     {
-        const ActionMenu menu({}, numberedMacros(20));
+        const ActionMenu menu(QStringLiteral("Caps Lock"), {}, numberedMacros(20));
         QCOMPARE(group(menu, QStringLiteral("Macros"))->actions().size(), 20);
     }
 
     // The 257th would be stored as the first.
     void macrosBeyondEightBitsAreNotOffered()
     {
-        ActionMenu menu({}, numberedMacros(300));
-        QCOMPARE(textsOf(&menu).last(), QStringLiteral("Macros 241 to 256"));
+        ActionMenu menu(QStringLiteral("Caps Lock"), {}, numberedMacros(300));
+        QVERIFY(group(menu, QStringLiteral("Macros 257 to 276")) == nullptr);
         const QList<KeyAction> chosen = actionsChosenBy(
             menu, group(menu, QStringLiteral("Macros 241 to 256"))->actions().mid(15));
         QCOMPARE(chosen, QList<KeyAction>{macroKeyAction(255)});
@@ -246,11 +355,12 @@ private slots:
         QTest::newRow("default") << 0 << 0 << 0 << QStringList{"Default key"};
         QTest::newRow("disabled") << 5 << 0 << 0 << QStringList{"Disabled"};
         QTest::newRow("key") << 2 << 0 << 0x28 << QStringList{"Editing", "Enter"};
-        QTest::newRow("modifier") << 2 << 0x40 << 0 << QStringList{"Modifiers", "R Alt"};
+        QTest::newRow("modifier") << 2 << 0x40 << 0
+                                  << QStringList{"Modifiers", "R Alt", "Right Alt"};
         QTest::newRow("media") << 3 << 0xE2 << 0 << QStringList{"Multimedia", "Mute"};
         QTest::newRow("mouse") << 1 << 3 << 0xFF << QStringList{"Mouse", "Scroll down"};
         QTest::newRow("macro") << 6 << 1 << 0 << QStringList{"Macros", "macro number 1"};
-        QTest::newRow("combination") << 2 << 3 << 0x04 << QStringList();
+        QTest::newRow("combination") << 2 << 3 << 0x04 << QStringList{"Ctrl", "Shift"};
         QTest::newRow("unknown") << 9 << 0 << 0 << QStringList();
     }
     void markLeadsToTheCurrentAction()
@@ -261,7 +371,7 @@ private slots:
         QFETCH(QStringList, marked);
         const KeyAction current{static_cast<std::uint8_t>(page), static_cast<std::uint8_t>(p1),
                                 static_cast<std::uint8_t>(p2), 0};
-        const ActionMenu menu(current, numberedMacros(2));
+        const ActionMenu menu(QStringLiteral("Caps Lock"), current, numberedMacros(2));
         QStringList found;
         for (const QAction* item : menu.findChildren<QAction*>()) {
             if (item->isChecked())

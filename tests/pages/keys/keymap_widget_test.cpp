@@ -1,10 +1,14 @@
 #include "device/device.h"
 #include "model/app_state.h"
+#include "model/edit_history.h"
 #include "model/key_names.h"
 #include "pages/keys/action_menu.h"
+#include "pages/keys/chord_dialog.h"
 #include "pages/keys/keymap_widget.h"
 #include "pages/parts/caption_text.h"
 #include "pages/parts/keyboard_view.h"
+#include "pages/parts/scan_codes.h"
+#include "pages/parts/status_label.h"
 #include "tests/pages/keys/layer_write_steps.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
@@ -14,12 +18,14 @@
 #include "tests/support/pixel_probe.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QComboBox>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QMimeData>
 #include <QTest>
 #include <QToolTip>
 
@@ -71,12 +77,7 @@ void clickKey(const KeymapWidget& page, const QString& key, Qt::MouseButton mous
 
 QLabel* statusLabel(const KeymapWidget& page)
 {
-    // The only label besides the hint.
-    for (QLabel* label : page.findChildren<QLabel*>()) {
-        if (label->objectName() != QLatin1String("hint"))
-            return label;
-    }
-    qFatal("no status label");
+    return page.findChild<StatusLabel*>();
 }
 
 using KeyCaptions = QMap<QString, QString>; // by the names of the keys
@@ -127,6 +128,47 @@ ActionMenu* openMenu()
     return qobject_cast<ActionMenu*>(QApplication::activePopupWidget());
 }
 
+// As the window does when the view has the focus.
+void shortcut(const KeyboardView& view, QKeySequence keys)
+{
+    for (QAction* action : view.actions()) {
+        if (action->shortcuts().contains(keys)) {
+            QCOMPARE(action->shortcutContext(), Qt::WidgetShortcut);
+            action->trigger();
+            return;
+        }
+    }
+    QFAIL("no such shortcut");
+}
+
+void sendKey(QWidget& receiver, bool isPress, quint32 scanCode)
+{
+    QKeyEvent override(QEvent::ShortcutOverride, Qt::Key_unknown, {}, scanCode, 0, 0);
+    override.ignore();
+    if (isPress) {
+        QApplication::sendEvent(&receiver, &override);
+        QVERIFY(override.isAccepted()); // no shortcut takes it
+    }
+    QKeyEvent event(isPress ? QEvent::KeyPress : QEvent::KeyRelease, Qt::Key_unknown, {}, scanCode,
+                    0, 0);
+    QApplication::sendEvent(&receiver, &event);
+}
+
+QLabel* labelWith(const QWidget& parent, const char* text)
+{
+    for (QLabel* label : parent.findChildren<QLabel*>()) {
+        if (label->text() == QLatin1String(text))
+            return label;
+    }
+    return nullptr;
+}
+
+// The largest text of the dialog.
+QString wordsIn(const ChordDialog& dialog)
+{
+    return dialog.findChildren<QLabel*>().at(0)->text();
+}
+
 QAction* item(const QMenu* menu, const QString& text)
 {
     for (QAction* candidate : menu->actions()) {
@@ -139,6 +181,13 @@ QAction* item(const QMenu* menu, const QString& text)
 void clickItem(QMenu* menu, const QString& text)
 {
     QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(item(menu, text)).center());
+}
+
+ChordDialog* askForChord(const KeymapWidget& page, const QString& key)
+{
+    clickKey(page, key, Qt::RightButton);
+    clickItem(openMenu(), QStringLiteral("Press the keys…"));
+    return page.findChild<ChordDialog*>();
 }
 
 void layerRows()
@@ -446,9 +495,8 @@ private slots:
         QApplication::sendEvent(view, &event);
         QMenu* menu = openMenu();
         QVERIFY(menu != nullptr);
-        QTest::keyClick(menu, Qt::Key_Down);
-        QTest::keyClick(menu, Qt::Key_Down);
-        QTest::keyClick(menu, Qt::Key_Down);
+        for (int step = 0; step < 4; ++step) // behind the two dialogs and "Default key"
+            QTest::keyClick(menu, Qt::Key_Down);
         QTest::keyClick(menu, Qt::Key_Return);
         QVERIFY((AppState::instance().layerBase.at(indexOf("A")) == KeyAction{5, 0, 0, 0}));
         QVERIFY(stateOnDisk() == stateInMemory());
@@ -633,24 +681,163 @@ private slots:
                 pictureWith({{"A", digits.mid(1)}}, view->size()));
     }
 
-    void toolTipTellsTheWholeCaption()
+    void toolTipTellsBothLayers()
     {
         AppState& state = AppState::instance();
         const QString name = QStringLiteral("<i>%1</i>").arg(QString(60, u'W'));
         state.macros = {{name, {}}};
         state.layerBase.at(indexOf("A")) = {6, 0, 0, 0};
+        state.layerFn.at(indexOf("S")) = {2, 0x10, 5, 0};
         const auto page = openPage();
         KeyboardView* view = viewOf(*page);
         const auto hover = [view](QPoint position) {
             QHelpEvent event(QEvent::ToolTip, position, view->mapToGlobal(position));
             QApplication::sendEvent(view, &event);
         };
-        hover(centerOf(*view, "S"));
+        hover(centerOf(*view, "D"));
         QCOMPARE(QToolTip::text(), QStringLiteral("Click to assign, right click for a menu"));
         hover({1, 1}); // beside the keys
         QTRY_VERIFY(!QToolTip::isVisible());
         hover(centerOf(*view, "A"));
-        QVERIFY(QToolTip::text().contains(name.toHtmlEscaped()));
+        QCOMPARE(QToolTip::text(), QStringLiteral("<qt>A<br>Base layer: Macro &quot;%1&quot;<br>"
+                                                  "Fn layer: Default key</qt>")
+                                       .arg(name.toHtmlEscaped()));
+        hover(centerOf(*view, "S")); // on both layers, whichever is shown
+        QCOMPARE(QToolTip::text(), QStringLiteral("<qt>S<br>Base layer: Default key<br>"
+                                                  "Fn layer: Right Ctrl+B</qt>"));
+    }
+
+    void keysAreCopiedPastedAndCleared()
+    {
+        AppState& state = AppState::instance();
+        state.layerBase.at(indexOf("A")) = ctrlShiftB;
+        const auto page = openPage();
+        KeyboardView* view = viewOf(*page);
+        QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier); // no key is marked yet
+        clickKey(*page, "A", Qt::MiddleButton);
+        shortcut(*view, Qt::CTRL | Qt::Key_C);
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("Ctrl+Shift+B"));
+        click(*page, "Fn layer");
+        clickKey(*page, "S", Qt::MiddleButton);
+        shortcut(*view, Qt::CTRL | Qt::Key_V);
+        QCOMPARE(state.layerFn.at(indexOf("S")), ctrlShiftB);
+        QVERIFY(shows(*page, {{"S", "Ctrl+Shift+B"}}, "S"));
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Assign S"));
+        shortcut(*view, Qt::Key_Delete);
+        QCOMPARE(state.layerFn.at(indexOf("S")), KeyAction());
+        QCOMPARE(state.layerBase.at(indexOf("A")), ctrlShiftB);
+        QVERIFY(bus().trace().empty());
+    }
+
+    void onlyAnActionIsPasted()
+    {
+        const auto page = openPage();
+        clickKey(*page, "S", Qt::MiddleButton);
+        for (const QByteArray& content : {QByteArray(), QByteArray(3, 2), QByteArray(5, 2)}) {
+            auto* copied = new QMimeData;
+            copied->setData(QStringLiteral("application/x-tavik-key-action"), content);
+            copied->setText(QStringLiteral("B"));
+            QApplication::clipboard()->setMimeData(copied);
+            shortcut(*viewOf(*page), Qt::CTRL | Qt::Key_V);
+            clickKey(*page, "S", Qt::RightButton);
+            QVERIFY(!item(openMenu(), QStringLiteral("Paste"))->isEnabled());
+            openMenu()->close();
+        }
+        QVERIFY(!stateFileExists());
+    }
+
+    void chordIsPressed_data()
+    {
+        QTest::addColumn<QList<int>>("presses"); // usages, negative for a release
+        QTest::addColumn<int>("p1");
+        QTest::addColumn<int>("p2");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("key") << QList{0x05, -0x05} << 0 << 0x05 << "B";
+        QTest::newRow("modifiers and key")
+            << QList{0xE0, 0xE1, 0x05, -0x05} << 0x03 << 0x05 << "Ctrl+Shift+B";
+        QTest::newRow("modifier let go first")
+            << QList{0xE4, 0x05, -0xE4, -0x05} << 0x10 << 0x05 << "Right Ctrl+B";
+        QTest::newRow("left and right")
+            << QList{0xE1, 0xE5, 0x4C, -0x4C} << 0x22 << 0x4C << "Shift+Right Shift+Delete";
+        QTest::newRow("modifier alone") << QList{0xE6, -0xE6} << 0x40 << 0 << "Right Alt";
+        QTest::newRow("modifiers alone") << QList{0xE3, 0xE2, -0xE3} << 0x0C << 0 << "Alt+Win";
+        QTest::newRow("first key counts") << QList{0x05, 0x06, -0x06, -0x05} << 0 << 0x05 << "B";
+        QTest::newRow("Escape") << QList{0x29, -0x29} << 0 << 0x29 << "Esc";
+        QTest::newRow("Tab") << QList{0x2B, -0x2B} << 0 << 0x2B << "Tab";
+        QTest::newRow("Enter") << QList{0x28, -0x28} << 0 << 0x28 << "Enter";
+        QTest::newRow("Ctrl+Z") << QList{0xE0, 0x1D, -0x1D} << 0x01 << 0x1D << "Ctrl+Z";
+        QTest::newRow("a release from before") << QList{-0x28, 0x05, -0x05} << 0 << 0x05 << "B";
+    }
+    void chordIsPressed()
+    {
+        QFETCH(QList<int>, presses);
+        QFETCH(int, p1);
+        QFETCH(int, p2);
+        QFETCH(QString, shown);
+        const auto page = openPage();
+        const QPointer<ChordDialog> dialog = askForChord(*page, "Caps Lock");
+        QString words;
+        for (const int press : presses) {
+            const auto usage = static_cast<std::uint8_t>(std::abs(press));
+            sendKey(*dialog, press > 0, scanCodeOfUsage(usage));
+            if (press > 0)
+                words = wordsIn(*dialog);
+        }
+        QCOMPARE(words, shown);
+        QCOMPARE(AppState::instance().layerBase.at(indexOf("Caps Lock")),
+                 (KeyAction{2, static_cast<std::uint8_t>(p1), static_cast<std::uint8_t>(p2), 0}));
+        QTRY_VERIFY(dialog.isNull());
+        QVERIFY(bus().trace().empty());
+        QVERIFY(stateFileExists());
+        EditHistory::instance().undo();
+        QCOMPARE(AppState::instance().layerBase.at(indexOf("Caps Lock")), KeyAction());
+    }
+
+    void everyOfferedKeyHasAPlace()
+    {
+        QSet<std::uint8_t> found;
+        for (quint32 scanCode = 0; scanCode < 300; ++scanCode) {
+            if (const auto usage = usageOfScanCode(scanCode))
+                found.insert(*usage);
+        }
+        // The two keys beside Enter have one place.
+        QCOMPARE(found.size(), static_cast<qsizetype>(offeredKeyUsageCount) - 1);
+        QVERIFY(!found.contains(0x32));
+        QVERIFY(!usageOfScanCode(0) && !usageOfScanCode(8) && !usageOfScanCode(0xFFFFFFFF));
+    }
+
+    void unknownKeyIsRefusedInWords()
+    {
+        const auto page = openPage();
+        ChordDialog* dialog = askForChord(*page, "Caps Lock");
+        sendKey(*dialog, true, 8 + 113); // mute
+        QVERIFY(labelWith(*dialog, "This key cannot be assigned. Press another one.") != nullptr);
+        sendKey(*dialog, false, 8 + 113);
+        QVERIFY(dialog->isVisible());
+        sendKey(*dialog, true, scanCodeOfUsage(5));
+        QVERIFY(labelWith(*dialog, "This key cannot be assigned. Press another one.") == nullptr);
+        sendKey(*dialog, false, scanCodeOfUsage(5));
+        QVERIFY(!dialog->isVisible());
+    }
+
+    void chordIsCancelled_data()
+    {
+        QTest::addColumn<bool>("byButton");
+        QTest::newRow("button") << true;
+        QTest::newRow("click beside it") << false;
+    }
+    void chordIsCancelled()
+    {
+        QFETCH(bool, byButton);
+        const auto page = openPage();
+        ChordDialog* dialog = askForChord(*page, "Caps Lock");
+        sendKey(*dialog, true, scanCodeOfUsage(0xE0));
+        if (byButton)
+            clickButton(*dialog, QStringLiteral("Cancel"));
+        else
+            QTest::mouseClick(dialog, Qt::LeftButton, {}, QPoint(-20, -20));
+        QVERIFY(!dialog->isVisible());
+        QVERIFY(!stateFileExists());
     }
 
     void captionFontNeverGetsUnreadable()

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "model/key_action.h"
+
+#include <QDialog>
+
+class QLabel;
+
+namespace tavik {
+
+// Takes the next keys that are pressed together: any modifiers, left and right told apart, and one
+// key, or modifiers alone. Keys count by where they lie. Every key may be meant, so only the button
+// and a click beside the dialog cancel it. It deletes itself.
+class ChordDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    // keyName is the key that is to get the chord.
+    ChordDialog(const QString& keyName, QWidget* parent);
+
+    // Shows it there, as far as the screen allows, and returns at once.
+    void openAt(QPoint globalCenter);
+
+signals:
+    // Once, when the keys are let go. The dialog closes.
+    void chordTaken(tavik::KeyAction chord);
+
+protected:
+    bool event(QEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    void press(quint32 scanCode);
+    void release(quint32 scanCode);
+    void showChord();
+    void finish();
+
+    std::uint8_t heldModifiers = 0;
+    KeyAction chord; // default while nothing is pressed
+    QLabel* words = nullptr;
+    QLabel* note = nullptr;
+};
+
+} // namespace tavik
