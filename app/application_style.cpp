@@ -78,6 +78,7 @@ void registerFonts()
 const char* const mainWindowStyleSheet = R"(
 QDialog, QMenu { background: #242426; }
 QMenu { border: 1px solid #484848; padding: 4px 0; }
+QDialog#chordDialog { border: 1px solid #585858; }
 QMenu::item { padding: 5px 26px 5px 14px; }
 QMenu::item:disabled { color: #858585; }
 QMenu::item:selected { background: #c04800; color: #ffffff; }

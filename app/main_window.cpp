@@ -1,6 +1,7 @@
 #include "app/main_window.h"
 
 #include "app/application_style.h"
+#include "app/shortcut_sheet.h"
 #include "app/skin/skin_icons.h"
 #include "app/skin_title_bar.h"
 #include "app/skin_workspace.h"
@@ -27,8 +28,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMimeData>
-#include <QShortcut>
 #include <QStackedWidget>
 #include <QTimer>
 #include <QToolButton>
@@ -165,6 +166,7 @@ MainWindow::MainWindow()
     createShortcuts();
 
     sidebarButtons.at(homeEntry)->setChecked(true);
+    letTabFindTheChosen({sidebarButtons.begin(), sidebarButtons.end()});
     showPage(sidebarEntries.at(startEntry));
     focusPage(Qt::OtherFocusReason);
 }
@@ -303,8 +305,57 @@ void MainWindow::createShortcuts()
     connect(&history, &EditHistory::restored, this, &MainWindow::showPageOf);
     qApp->installEventFilter(this);
 
-    auto* menuKeys = new QShortcut(Qt::SHIFT | Qt::Key_F10, this);
-    connect(menuKeys, &QShortcut::activated, this, &MainWindow::openContextMenu);
+    for (int page = 0; page < sidebarButtons.size(); ++page)
+        addShortcut(QLatin1String(sidebarEntries.at(static_cast<std::size_t>(page)).title),
+                    {Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + page)},
+                    [this, page] { openByKey(page); });
+    const auto openNeighbor = [this](qsizetype distance) {
+        const qsizetype count = sidebarButtons.size();
+        openByKey((pageStack->currentIndex() + distance + count) % count);
+    };
+    addShortcut(tr("Previous page"), {Qt::CTRL | Qt::Key_PageUp}, [=] { openNeighbor(-1); });
+    addShortcut(tr("Next page"), {Qt::CTRL | Qt::Key_PageDown}, [=] { openNeighbor(1); });
+    addShortcut(tr("Orange button of the page"),
+                {Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter}, [this] {
+                    if (auto* button = pageStack->currentWidget()->findChild<AccentButton*>())
+                        button->click();
+                });
+    addShortcut(tr("Menu of what has the focus"), {Qt::SHIFT | Qt::Key_F10},
+                [this] { openContextMenu(); });
+    addShortcut(tr("Close"), {Qt::CTRL | Qt::Key_Q}, [this] { close(); });
+    addShortcut(tr("All shortcuts"), {Qt::Key_F1}, [this] { showShortcuts(); });
+}
+
+void MainWindow::addShortcut(const QString& text, const QList<QKeySequence>& keys,
+                             const std::function<void()>& act)
+{
+    auto* action = new QAction(text, this);
+    action->setShortcuts(keys);
+    connect(action, &QAction::triggered, this, act);
+    addAction(action);
+}
+
+// What a key has opened is gone on with by keys.
+void MainWindow::openByKey(qsizetype page)
+{
+    showPage(sidebarEntries.at(static_cast<std::size_t>(page)));
+    focusPage(Qt::TabFocusReason);
+}
+
+// Those of the window, then those of each page.
+void MainWindow::showShortcuts()
+{
+    QList<ShortcutGroup> groups{{tr("Everywhere"), actions()}};
+    for (int page = 0; page < pageStack->count(); ++page) {
+        ShortcutGroup group{QLatin1String(sidebarEntries.at(static_cast<std::size_t>(page)).title),
+                            {}};
+        for (QWidget* widget : pageStack->widget(page)->findChildren<QWidget*>()) {
+            if (qobject_cast<QMenu*>(widget) == nullptr)
+                group.actions += widget->actions();
+        }
+        groups += group;
+    }
+    showShortcutSheet(groups, this);
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event)
@@ -330,6 +381,12 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::ShortcutOverride)
         return leavesUndoToWindow(watched, static_cast<QKeyEvent*>(event));
+    if (event->type() == QEvent::KeyPress && sidebarButtons.contains(watched) &&
+        (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Return ||
+         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Enter)) {
+        openByKey(sidebarButtons.indexOf(watched));
+        return true;
+    }
     // A page opened with the space key is gone on with by keys.
     if (event->type() == QEvent::KeyRelease && sidebarButtons.contains(watched) &&
         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space)

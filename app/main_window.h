@@ -5,6 +5,8 @@
 #include <QList>
 #include <QMainWindow>
 
+#include <functional>
+
 class QStackedWidget;
 class QToolButton;
 
@@ -34,6 +36,10 @@ private:
     QToolButton* createSidebarButton(const SidebarEntry& entry, QWidget* parent);
     void addPages();
     void createShortcuts();
+    void addShortcut(const QString& text, const QList<QKeySequence>& keys,
+                     const std::function<void()>& act);
+    void showShortcuts();
+    void openByKey(qsizetype page);
     void showPage(const SidebarEntry& entry);
     void focusPage(Qt::FocusReason reason);
     void showPageOf(StatePart part);

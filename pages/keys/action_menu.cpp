@@ -96,7 +96,6 @@ ActionMenu::ActionMenu(const QString& keyName, const KeyAction& current,
     addMacros(macros);
     addSeparator();
     addKeys();
-    addSeparator();
     addMediaKeys();
     addMouseActions();
 }
@@ -149,20 +148,21 @@ void ActionMenu::showModifiers()
     }
 }
 
-QMenu* ActionMenu::addGroup(const QString& title)
+QMenu* ActionMenu::addGroup(const QString& title, QMenu* parent)
 {
-    QMenu* group = addMenu(title);
+    QMenu* group = parent->addMenu(title);
     group->setToolTipsVisible(true);
     return group;
 }
 
 void ActionMenu::addKeys()
 {
+    QMenu* keys = addGroup(tr("Keys"), this);
     QMenu* group = nullptr;
     for (const KeyGroup& row : keyGroups) {
         const QString title = tr(row.title);
         if (group == nullptr || group->title() != title)
-            group = addGroup(title);
+            group = addGroup(title, keys);
         for (int usage = row.first; usage <= row.last; ++usage) {
             const auto code = static_cast<std::uint8_t>(usage);
             addChoice(group, keyName(code), keyboardKeyAction(code, 0));
@@ -172,14 +172,14 @@ void ActionMenu::addKeys()
 
 void ActionMenu::addMediaKeys()
 {
-    QMenu* group = addGroup(tr("Multimedia"));
+    QMenu* group = addGroup(tr("Multimedia"), this);
     for (const MediaChoice& choice : mediaChoices)
         addChoice(group, choice.text.toString(), consumerKeyAction(choice.usage));
 }
 
 void ActionMenu::addMouseActions()
 {
-    QMenu* group = addGroup(tr("Mouse"));
+    QMenu* group = addGroup(tr("Mouse"), this);
     for (const MouseChoice& choice : mouseChoices)
         addChoice(group, choice.text.toString(), mouseKeyAction(choice.value));
 }
@@ -193,7 +193,8 @@ void ActionMenu::addMacros(const QList<MacroRecord>& macros)
             const qsizetype last = std::min(index + macrosPerMenu, count);
             group =
                 addGroup(count <= macrosPerMenu ? tr("Macros")
-                                                : tr("Macros %1 to %2").arg(index + 1).arg(last));
+                                                : tr("Macros %1 to %2").arg(index + 1).arg(last),
+                         this);
         }
         const QString name = beginningOf(macros.at(index).name, shownNameLimit);
         // Line breaks of any kind would break the item, too.
@@ -214,9 +215,10 @@ QAction* ActionMenu::addChoice(QMenu* menu, const QString& text, const KeyAction
     connect(item, &QAction::triggered, this, [this, choice] { emit actionChosen(choice); });
     item->setCheckable(true); // all of them, so that they stand in line
     item->setChecked(choice == currentAction);
-    if (item->isChecked() && menu != this) {
-        menu->menuAction()->setCheckable(true);
-        menu->menuAction()->setChecked(true);
+    for (QMenu* way = menu; item->isChecked() && way != this;
+         way = qobject_cast<QMenu*>(way->parent())) {
+        way->menuAction()->setCheckable(true);
+        way->menuAction()->setChecked(true);
     }
     return item;
 }

@@ -8,9 +8,9 @@
 
 namespace tavik {
 
-// The menu of one key: which one it is and what it does, every single action it can be given, at
-// most one sub-menu away, modifiers for a key action, and the ways to the two dialogs for the rest.
-// The key's current action carries a mark.
+// The menu of one key: which one it is and what it does, every single action it can be given,
+// modifiers for a key action, and the ways to the two dialogs for the rest. The key's current
+// action carries a mark.
 class ActionMenu : public QMenu
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ private:
     void addHeading(const QString& keyName, const QList<MacroRecord>& macros);
     void addModifiers();
     void showModifiers();
-    QMenu* addGroup(const QString& title);
+    QMenu* addGroup(const QString& title, QMenu* parent);
     void addKeys();
     void addMediaKeys();
     void addMouseActions();

@@ -48,8 +48,7 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(18, 16, 18, 14);
     column->setSpacing(10);
-    column->addWidget(
-        createLabel(tr("Press the keys that %1 is to send.").arg(keyName), {}, this));
+    column->addWidget(createLabel(tr("Press the keys that %1 is to send.").arg(keyName), {}, this));
     column->addWidget(words);
     column->addWidget(note);
     column->addWidget(cancel, 0, Qt::AlignHCenter);

@@ -305,6 +305,7 @@ QLayout* LightingWidget::createSleepChoices(QWidget* parent)
     row->addStretch();
     // Clicking the chosen one sends it once more, so toggling would not do.
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseSleep);
+    letTabFindTheChosen(group->buttons());
     return row;
 }
 
@@ -372,6 +373,7 @@ QLayout* LightingWidget::createDirectionPad(QWidget* parent)
     grid->setAlignment(Qt::AlignLeft);
     showDirection();
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseDirection);
+    letTabFindTheChosen(group->buttons());
     return grid;
 }
 

@@ -103,6 +103,11 @@ MacroWidget::MacroWidget(QWidget* parent)
 
     refillMacroList();
     connect(macroList, &QListWidget::currentRowChanged, this, &MacroWidget::macroSelected);
+    // A click below the list would leave the row that everything acts on without a mark.
+    connect(macroList, &QListWidget::itemSelectionChanged, this, [this] {
+        if (macroList->selectedItems().isEmpty() && macroList->currentItem() != nullptr)
+            macroList->currentItem()->setSelected(true);
+    });
     connect(&AppState::instance(), &AppState::macrosChanged, this, &MacroWidget::refillMacroList);
     connect(&EditHistory::instance(), &EditHistory::changed, this, &MacroWidget::showMark);
     connect(&EditHistory::instance(), &EditHistory::restored, this, &MacroWidget::showRestored);

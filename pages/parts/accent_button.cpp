@@ -6,7 +6,7 @@ namespace tavik {
 
 namespace {
 
-// Behind the text a button leaves eight pixels free.
+// In the upper corner behind the text, where it is not taken for a full stop.
 constexpr double dotDiameter = 5.0;
 constexpr double dotFromEdge = 3.5;
 
@@ -35,8 +35,8 @@ void AccentButton::paintEvent(QPaintEvent* event)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::white);
-    painter.drawEllipse(QRectF(width() - dotFromEdge - dotDiameter, (height() - dotDiameter) / 2,
-                               dotDiameter, dotDiameter));
+    painter.drawEllipse(
+        QRectF(width() - dotFromEdge - dotDiameter, dotFromEdge, dotDiameter, dotDiameter));
 }
 
 } // namespace tavik

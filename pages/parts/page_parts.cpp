@@ -1,5 +1,6 @@
 #include "pages/parts/page_parts.h"
 
+#include <QAbstractButton>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -47,6 +48,21 @@ QLabel* createHint(const QString& text, QWidget* parent)
     auto* label = new QLabel(text, parent);
     label->setObjectName(QStringLiteral("hint"));
     return label;
+}
+
+void letTabFindTheChosen(const QList<QAbstractButton*>& buttons)
+{
+    const auto follow = [buttons] {
+        for (QAbstractButton* button : buttons) {
+            const Qt::FocusPolicy policy = button->focusPolicy();
+            button->setFocusPolicy(button->isChecked()
+                                       ? static_cast<Qt::FocusPolicy>(policy | Qt::TabFocus)
+                                       : static_cast<Qt::FocusPolicy>(policy & ~Qt::TabFocus));
+        }
+    };
+    for (QAbstractButton* button : buttons)
+        QObject::connect(button, &QAbstractButton::toggled, button, follow);
+    follow();
 }
 
 } // namespace tavik

@@ -6,6 +6,7 @@
 
 #include <initializer_list>
 
+class QAbstractButton;
 class QHBoxLayout;
 class QLabel;
 class QLayout;
@@ -21,6 +22,10 @@ void cutAtEdges(QLayout* pageLayout);
 
 // Widgets side by side, pushed to the left.
 [[nodiscard]] QHBoxLayout* createRow(std::initializer_list<QWidget*> widgets);
+
+// Tab comes to the chosen one of buttons that exclude each other, whoever has chosen it; the arrow
+// keys go on from there.
+void letTabFindTheChosen(const QList<QAbstractButton*>& buttons);
 
 // A heading over a group of controls.
 [[nodiscard]] QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent);

@@ -8,8 +8,8 @@
 namespace tavik {
 
 // The HID keyboard usage of a key of the computer's keyboard, by the scan code that the display
-// server gives with its events (QKeyEvent::nativeScanCode()). It tells where a key lies, whatever the
-// desktop's layout makes of it. Nothing for a key that has none of offeredKeyUsages().
+// server gives with its events (QKeyEvent::nativeScanCode()). It tells where a key lies, whatever
+// the desktop's layout makes of it. Nothing for a key that has none of offeredKeyUsages().
 [[nodiscard]] std::optional<std::uint8_t> usageOfScanCode(quint32 scanCode);
 
 // The way back, for tests and pictures; 0 for a usage that is not offered.

@@ -4,7 +4,8 @@
 #include "pages/parts/keyboard_advice.h"
 #include "pages/parts/shown_text.h"
 
-#include <QEvent>
+#include <QHelpEvent>
+#include <QToolTip>
 
 namespace tavik {
 
@@ -82,12 +83,19 @@ int StatusLabel::heightForWidth(int width) const
 
 bool StatusLabel::event(QEvent* event)
 {
-    if (event->type() == QEvent::ToolTip && keyboardFailed) {
-        const QString advice = keyboardAdvice();
-        setToolTip(wrappedToolTip(toolTipBeginning.isEmpty() ? advice
-                                                             : toolTipBeginning + u'\n' + advice));
-    }
-    return QLabel::event(event);
+    if (event->type() != QEvent::ToolTip || !(keyboardFailed || !toolTipBeginning.isEmpty()))
+        return QLabel::event(event);
+    QStringList lines;
+    if (!toolTipBeginning.isEmpty())
+        lines += toolTipBeginning;
+    if (keyboardFailed)
+        lines += keyboardAdvice();
+    // Its color would be that of the status.
+    QToolTip::showText(
+        static_cast<QHelpEvent*>(event)->globalPos(),
+        QStringLiteral("<font color=\"#f1f1f1\">%1</font>").arg(wrappedToolTip(lines.join(u'\n'))),
+        this);
+    return true;
 }
 
 } // namespace tavik

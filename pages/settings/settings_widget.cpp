@@ -80,6 +80,8 @@ QWidget* SettingsWidget::createSidePanel()
     auto* panel = new QWidget(this);
     panel->setObjectName(QStringLiteral("settingsSidePanel"));
     panel->setFixedWidth(sidePanelWidth);
+    QWidget* languageSelect = createLanguageSelect(panel); // in the order in which Tab comes by
+    QWidget* autoRunOption = createAutoRunOption(panel);
     auto* resetButton = createAction(tr("Reset Keyboard Data"), panel);
     auto* restoreButton = createAction(tr("Restore Factory Settings"), panel);
     connect(resetButton, &QPushButton::clicked, this, &SettingsWidget::resetLocalData);
@@ -98,9 +100,9 @@ QWidget* SettingsWidget::createSidePanel()
     column->addSpacing(46);
     column->addWidget(createHeading(tr("Language"), 15, panel));
     column->addSpacing(5);
-    column->addWidget(createLanguageSelect(panel));
+    column->addWidget(languageSelect);
     column->addSpacing(198);
-    column->addWidget(createAutoRunOption(panel));
+    column->addWidget(autoRunOption);
     column->addSpacing(13);
     column->addWidget(resetButton);
     column->addSpacing(10);

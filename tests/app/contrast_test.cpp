@@ -345,9 +345,10 @@ private slots:
 
     void menuIsReadable()
     {
-        ActionMenu menu({}, AppState::instance().macros, page<KeymapWidget>());
+        ActionMenu menu(QStringLiteral("Caps Lock"), keyboardKeyAction(4, 0),
+                        AppState::instance().macros, page<KeymapWidget>());
         menu.popup({0, 0});
-        menu.setActiveAction(menu.actions().first());
+        menu.setActiveAction(menu.actions().at(2));
         QCoreApplication::processEvents();
         const QImage picture = enlargedPicture(menu);
         for (QAction* action : menu.actions()) {

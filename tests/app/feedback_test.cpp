@@ -69,7 +69,9 @@ QString toolTipAt(QWidget& widget, QPoint position)
 {
     QHelpEvent event(QEvent::ToolTip, position, widget.mapToGlobal(position));
     QCoreApplication::sendEvent(&widget, &event);
-    return QToolTip::text();
+    QString text = QToolTip::text();
+    return text.remove(QStringLiteral("<font color=\"#f1f1f1\">"))
+        .remove(QStringLiteral("</font>"));
 }
 
 } // namespace
@@ -311,7 +313,7 @@ private slots:
         QVERIFY2(dot.width() >= 4 && dot.width() <= 6 && dot.height() >= 4 && dot.height() <= 6,
                  qPrintable(QStringLiteral("%1 x %2").arg(dot.width()).arg(dot.height())));
         QVERIFY(dot.left() > button->width() - 10 && dot.right() < button->width() - 1);
-        QVERIFY(qAbs(dot.center().y() - button->height() / 2) <= 1);
+        QVERIFY(dot.top() > 1 && dot.bottom() < 10);
         QVERIFY(largestDifference(after.pixelColor(dot.center()), QColor(Qt::white)) < 8);
     }
 

@@ -21,7 +21,7 @@ namespace tavik::virtual_keyboard {
 namespace {
 
 constexpr int repaintEveryMs = 40;
-constexpr int leastWidth = 520;
+constexpr int leastWidth = 450;
 constexpr int mostWidth = 1200;
 constexpr int wireHeight = 150;
 
@@ -33,10 +33,6 @@ constexpr std::uint8_t sessionOpenCode = 0x18;
 constexpr std::uint8_t refusedStatus = 0x05;
 // Those that carry something; refused ones end their sequence.
 constexpr std::array<std::uint8_t, 7> carryingCodes = {0x11, 0x13, 0x17, 0x19, 0x23, 0x27, 0x72};
-
-// Of the kinds of window, a dialog is kept in front of the one it belongs to.
-constexpr Qt::WindowFlags onlooker = Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
-                                     Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint;
 
 const char* const windowSheet = R"(
 QWidget#keyboardWindow { background: #191a1c; }
@@ -170,10 +166,10 @@ QWidget* KeyboardWindow::createButtons()
 
 void KeyboardWindow::showBeside(QWidget& program)
 {
-    setParent(&program, onlooker); // which keeps it in front
     place(program);
     setAttribute(Qt::WA_ShowWithoutActivating);
     show();
+    program.raise();
     program.activateWindow(); // not every window system minds the attribute
     QTimer::singleShot(frameKnownAfterMs, this, [this, &program] { place(program); });
 }
@@ -181,15 +177,22 @@ void KeyboardWindow::showBeside(QWidget& program)
 void KeyboardWindow::place(QWidget& program)
 {
     const QSize frame = frameGeometry().size() - size();
-    const double aspect = BoardPlan::heightFor(KeyboardLayout::instance(), 1);
     const int lines = layout()->heightForWidth(leastWidth) - board->heightForWidth(leastWidth);
-    const QRect programFrame = program.frameGeometry();
-    const Placement placement = placeKeyboard(program.screen()->availableGeometry(), programFrame,
-                                              {.heightByWidth = aspect,
-                                               .fixedHeight = lines + frame.height(),
-                                               .leastWidth = leastWidth,
-                                               .mostWidth = mostWidth});
-    if (placement.program != programFrame.topLeft())
+    const WantedSize wanted{.heightByWidth = BoardPlan::heightFor(KeyboardLayout::instance(), 1),
+                            .fixedHeight = lines + frame.height(),
+                            .leastWidth = leastWidth,
+                            .mostWidth = mostWidth};
+    const QRect room = program.screen()->availableGeometry();
+    QRect programFrame = program.frameGeometry();
+    Placement placement = placeKeyboard(room, programFrame, wanted);
+    if (!placement.isApart) {
+        // The smallest program leaves more room.
+        programFrame.setSize(program.minimumSize());
+        placement = placeKeyboard(room, programFrame, wanted);
+        if (placement.isApart)
+            program.resize(program.minimumSize());
+    }
+    if (placement.program != program.frameGeometry().topLeft())
         program.move(placement.program);
     resize(placement.keyboard.size() - frame);
     move(placement.keyboard.topLeft());

@@ -34,7 +34,9 @@ QString askedToolTip(QWidget& label)
 {
     QHelpEvent event(QEvent::ToolTip, {3, 3}, label.mapToGlobal(QPoint(3, 3)));
     QCoreApplication::sendEvent(&label, &event);
-    return QToolTip::text();
+    QString text = QToolTip::text();
+    return text.remove(QStringLiteral("<font color=\"#f1f1f1\">"))
+        .remove(QStringLiteral("</font>"));
 }
 
 // Opens hidapi, as every page has before.

@@ -1,0 +1,55 @@
+#include "app/shortcut_sheet.h"
+
+#include <QAction>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QLabel>
+
+namespace tavik {
+
+namespace {
+
+QString keysOf(const QAction& action)
+{
+    QStringList texts;
+    for (const QKeySequence& keys : action.shortcuts())
+        texts += keys.toString(QKeySequence::NativeText);
+    return texts.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+void showShortcutSheet(const QList<ShortcutGroup>& groups, QWidget* parent)
+{
+    auto* dialog = new QDialog(parent);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(QDialog::tr("Shortcuts"));
+    auto* grid = new QGridLayout(dialog);
+    grid->setContentsMargins(22, 16, 22, 16);
+    grid->setHorizontalSpacing(28);
+    grid->setVerticalSpacing(5);
+    const auto addLabel = [&](const QString& text, int column, const QString& style) {
+        auto* label = new QLabel(text, dialog);
+        label->setTextFormat(Qt::PlainText);
+        label->setStyleSheet(style);
+        grid->addWidget(label, grid->rowCount() - (column == 1 ? 1 : 0), column);
+    };
+    for (const ShortcutGroup& group : groups) {
+        bool isFirst = true;
+        for (const QAction* action : group.actions) {
+            if (action->shortcut().isEmpty())
+                continue;
+            if (std::exchange(isFirst, false))
+                addLabel(group.title, 0, QStringLiteral("font-weight:600;padding-top:6px;"));
+            addLabel(action->text(), 0, {});
+            addLabel(keysOf(*action), 1, QStringLiteral("color:#b8b8ba;"));
+        }
+    }
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    grid->addWidget(buttons, grid->rowCount(), 0, 1, 2);
+    dialog->open();
+}
+
+} // namespace tavik
