@@ -175,7 +175,7 @@ private slots:
         press("Write macros to keyboard");
         QCOMPARE(status()->styleSheet(), errorStyle);
         QCOMPARE(toolTipAt(*status(), {2, 2}),
-                 QStringLiteral("Remove some actions or macros, then write again."));
+                 QStringLiteral("<qt>Remove some actions or macros, then write again.</qt>"));
         list()->setCurrentRow(0);
         press("Delete");
         QCOMPARE(status()->text(), QString());
@@ -188,7 +188,7 @@ private slots:
         press("Send to screen");
         QLabel* label = labelWith(QStringLiteral("no frames"));
         QCOMPARE(toolTipAt(*label, {2, 2}),
-                 QStringLiteral("Import between 1 and 30 frames first."));
+                 QStringLiteral("<qt>Import between 1 and 30 frames first.</qt>"));
     }
 
     void redTellsWhatToDo_data()

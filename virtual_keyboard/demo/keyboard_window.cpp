@@ -169,9 +169,11 @@ void KeyboardWindow::showBeside(QWidget& program)
     place(program);
     setAttribute(Qt::WA_ShowWithoutActivating);
     show();
-    program.raise();
-    program.activateWindow(); // not every window system minds the attribute
-    QTimer::singleShot(frameKnownAfterMs, this, [this, &program] { place(program); });
+    QTimer::singleShot(frameKnownAfterMs, this, [this, &program] {
+        place(program);
+        program.raise();
+        program.activateWindow(); // not every window system minds the attribute
+    });
 }
 
 void KeyboardWindow::place(QWidget& program)

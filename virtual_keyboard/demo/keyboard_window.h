@@ -29,9 +29,8 @@ public:
     explicit KeyboardWindow(QWidget* parent = nullptr);
     ~KeyboardWindow() override;
 
-    // Shows the window beside or under the program's, which must be shown already and may be moved
-    // a little. The program's window becomes the parent, keeps this one in front of it, and has the
-    // focus.
+    // Shows the window beside or under the program's, which must be shown already, outlives this
+    // one and keeps the focus. It may be moved a little, and shrunk where only so both have room.
     void showBeside(QWidget& program);
 
 protected:

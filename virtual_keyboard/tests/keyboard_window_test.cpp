@@ -14,7 +14,6 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QScopeGuard>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -78,7 +77,7 @@ private slots:
     void theProgramHasTheFocusAtTheStart()
     {
         QWidget program;
-        const auto apart = qScopeGuard([&] { window->setParent(nullptr); });
+        program.setMinimumSize(300, 200);
         program.show();
         QVERIFY(QTest::qWaitForWindowActive(&program));
         window->hide();

@@ -403,8 +403,8 @@ private slots:
         };
         row("default", 0, "", "Default key", {0, 0, 0, 0}, "");
         row("disabled", 1, "", "Disabled", {5, 0, 0, 0}, "Special");
-        row("letter", 0, "Letters A to M", "B", {2, 0, 5, 0}, "B");
-        row("modifier", 1, "Modifiers", "R Ctrl", {2, 0x10, 0, 0}, "M");
+        row("letter", 0, "Keys/Letters A to M", "B", {2, 0, 5, 0}, "B");
+        row("modifier", 1, "Keys/Modifiers", "R Ctrl", {2, 0x10, 0, 0}, "M");
         row("multimedia", 1, "Multimedia", "Next track", {3, 0xB5, 0, 0}, "Next Track");
         row("mouse", 0, "Mouse", "Scroll up", {1, 3, 1, 0}, "Mouse");
         row("second macro", 0, "Macros", "paste", {6, 1, 0, 0}, "paste");
@@ -431,9 +431,9 @@ private slots:
         QMenu* menu = openMenu();
         QVERIFY(menu != nullptr);
         const QPointer<QMenu> guard(menu);
-        if (!group.isEmpty()) {
-            clickItem(menu, group);
-            menu = item(menu, group)->menu();
+        for (const QString& title : group.split(u'/', Qt::SkipEmptyParts)) {
+            clickItem(menu, title);
+            menu = item(menu, title)->menu();
             QTRY_VERIFY(menu->isVisible()); // a sub-menu waits a moment
         }
         clickItem(menu, choice);

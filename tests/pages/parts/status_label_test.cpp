@@ -249,7 +249,7 @@ private slots:
         label->showRefusal(QStringLiteral("no frames"), QStringLiteral("Import some first."));
         QCOMPARE(label->text(), QStringLiteral("no frames"));
         QCOMPARE(label->styleSheet(), errorStyle);
-        QCOMPARE(askedToolTip(*label), QStringLiteral("Import some first."));
+        QCOMPARE(askedToolTip(*label), QStringLiteral("<qt>Import some first.</qt>"));
         QCOMPARE(busTrace(), QStringList());
     }
 
