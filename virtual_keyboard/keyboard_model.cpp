@@ -360,8 +360,9 @@ void KeyboardModel::receiveCommand(const Report& report, Milliseconds now)
 // a bank read are carried out whatever the answer says: nobody looks at it.
 bool KeyboardModel::spoilRefuses(std::uint8_t code) const
 {
-    if (!nextSpoil || nextSpoil->fault == AnswerFault::WrongEcho || code == macroDataCode ||
-        code == bankReadCode)
+    const bool hidesSuccess = nextSpoil && (nextSpoil->fault == AnswerFault::WrongEcho ||
+                                            nextSpoil->fault == AnswerFault::WrongByte);
+    if (!nextSpoil || hidesSuccess || code == macroDataCode || code == bankReadCode)
         return false;
     if (nextSpoil->fault == AnswerFault::Empty)
         return true;
@@ -380,7 +381,7 @@ void KeyboardModel::applySpoilToAnswer()
     const std::optional<Spoil> spoil = std::exchange(nextSpoil, std::nullopt);
     if (!spoil)
         return;
-    // A wrong echo is a failure for the host, except where it does not look at the echo.
+    // A wrong echo is a failure for the host, except where it does not look at the answer.
     const bool hostLooksAt =
         lastKind == Kind::Command && answer[1] != openCode && answer[1] != macroDataCode;
     switch (spoil->fault) {
@@ -398,6 +399,13 @@ void KeyboardModel::applySpoilToAnswer()
         if (hostLooksAt)
             disturbed = true;
         break;
+    case AnswerFault::WrongByte: {
+        std::uint8_t& byte = answer.at(spoil->status);
+        byte = static_cast<std::uint8_t>(~byte);
+        if (hostLooksAt)
+            disturbed = true;
+        break;
+    }
     }
 }
 

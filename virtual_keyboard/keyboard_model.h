@@ -12,6 +12,7 @@ enum class AnswerFault {
     Status,    // the answer carries a chosen status
     Empty,     // the answer is 64 zero bytes, as if none were ready
     WrongEcho, // the answer names another command (05 and the code's complement)
+    WrongByte, // one chosen byte of the answer is its complement
 };
 
 struct CommandRule;
@@ -41,10 +42,10 @@ public:
     [[nodiscard]] std::optional<Report> screenReport(std::span<const std::uint8_t> block);
 
     // The next report is answered with this fault. After a status other than 01 or an empty answer
-    // the command is not carried out; a wrong echo hides a success. Session open stays closed only
-    // after status FF or an empty answer. Data, the announcement of macro data and the bank read
-    // are taken whatever their answer says. `status` is read for AnswerFault::Status, and
-    // for a wrong echo unless it is 0.
+    // the command is not carried out; a wrong echo or byte hides a success. Session open stays
+    // closed only after status FF or an empty answer. Data, the announcement of macro data and the
+    // bank read are taken whatever their answer says. `status` is read for AnswerFault::Status, and
+    // for a wrong echo unless it is 0; for a wrong byte it is that byte's place.
     void spoilNextAnswer(AnswerFault fault, std::uint8_t status = 0)
     {
         nextSpoil = Spoil{fault, status};

@@ -64,6 +64,13 @@ bool startsWithAnyOf(const std::string& line, std::initializer_list<std::string_
                                [&](std::string_view word) { return line.starts_with(word); });
 }
 
+void requireExchangeFault(const Fault& fault)
+{
+    using enum Fault::Kind;
+    if (fault.kind != SendError && fault.kind != ReadError && fault.kind != Answer)
+        throw std::invalid_argument("only a screen block can fail in this way");
+}
+
 std::vector<BusInterface> factoryInterfaces()
 {
     return {{.productId = 0x8009, .usagePage = 0x0001, .path = "/dev/hidraw0"},
@@ -88,9 +95,19 @@ Fault shortWrite()
     return {.kind = Fault::Kind::ShortWrite, .text = {}};
 }
 
+Fault zeroWrite()
+{
+    return {.kind = Fault::Kind::ZeroWrite, .text = {}};
+}
+
 Fault noAcknowledgement()
 {
     return {.kind = Fault::Kind::NoAcknowledgement, .text = {}};
+}
+
+Fault shortAcknowledgement()
+{
+    return {.kind = Fault::Kind::ShortAcknowledgement, .text = {}};
 }
 
 Fault answerStatus(std::uint8_t status)
@@ -115,6 +132,12 @@ Fault wrongEcho(std::uint8_t status)
             .text = {},
             .answer = AnswerFault::WrongEcho,
             .status = status};
+}
+
+Fault wrongByte(std::uint8_t place)
+{
+    return {
+        .kind = Fault::Kind::Answer, .text = {}, .answer = AnswerFault::WrongByte, .status = place};
 }
 
 VirtualBus::VirtualBus() : usbInterfaces(factoryInterfaces()) {}
@@ -206,8 +229,7 @@ void VirtualBus::failAt(int exchange, const Fault& fault, int times)
 {
     if (exchange < 1 || times < 1)
         throw std::invalid_argument("exchanges are counted from 1");
-    if (fault.kind == Fault::Kind::ShortWrite || fault.kind == Fault::Kind::NoAcknowledgement)
-        throw std::invalid_argument("only a screen block can fail in this way");
+    requireExchangeFault(fault);
     for (int repeat = 0; repeat < times; ++repeat)
         exchangeFaults[exchangeCount + exchange + repeat] = fault;
 }
@@ -216,8 +238,7 @@ void VirtualBus::failCommand(std::uint8_t code, const Fault& fault, int nth)
 {
     if (nth < 1)
         throw std::invalid_argument("commands are counted from 1");
-    if (fault.kind == Fault::Kind::ShortWrite || fault.kind == Fault::Kind::NoAcknowledgement)
-        throw std::invalid_argument("only a screen block can fail in this way");
+    requireExchangeFault(fault);
     commandFaults.push_back({code, nth, fault});
 }
 
@@ -490,10 +511,12 @@ int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)
         model.answerLost();
         return fail(*opened, "block failed", planned.mapped().text);
     }
-    if (planned && planned.mapped().kind == Fault::Kind::ShortWrite) {
+    if (planned && (planned.mapped().kind == Fault::Kind::ShortWrite ||
+                    planned.mapped().kind == Fault::Kind::ZeroWrite)) {
         model.answerLost();
         record("block short");
-        return static_cast<int>(buffer.size()) - 1;
+        const bool isShort = planned.mapped().kind == Fault::Kind::ShortWrite;
+        return isShort ? static_cast<int>(buffer.size()) - 1 : 0;
     }
     acknowledgementFault = planned ? std::optional(planned.mapped()) : std::nullopt;
     receiveBlock(*opened, buffer.subspan(1));
@@ -505,9 +528,11 @@ void VirtualBus::receiveBlock(OpenedInterface& opened, std::span<const std::uint
 {
     arrivedBlocks.insert(arrivedBlocks.end(), block.begin(), block.end());
     const std::optional<Report> acknowledgement = model.screenReport(block);
-    if (acknowledgement && !acknowledgementFault)
+    const bool arrives =
+        !acknowledgementFault || acknowledgementFault->kind == Fault::Kind::ShortAcknowledgement;
+    if (acknowledgement && arrives)
         opened.acknowledgements.push_back(*acknowledgement);
-    if (acknowledgementFault)
+    if (!arrives)
         model.answerLost();
 }
 
@@ -530,7 +555,8 @@ int VirtualBus::readTimeout(Handle handle, std::span<std::uint8_t> buffer, Milli
     }
     const Report acknowledgement = opened->acknowledgements.front();
     opened->acknowledgements.erase(opened->acknowledgements.begin());
-    const std::size_t length = std::min(buffer.size(), acknowledgement.size());
+    const bool isShort = fault && fault->kind == Fault::Kind::ShortAcknowledgement;
+    const std::size_t length = std::min(buffer.size(), isShort ? 1 : acknowledgement.size());
     std::copy_n(acknowledgement.begin(), length, buffer.begin());
     record("ack");
     return static_cast<int>(length);

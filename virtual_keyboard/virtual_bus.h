@@ -26,12 +26,20 @@ struct BusInterface
 // What happens to one exchange on the configuration interface, or to one screen block.
 struct Fault
 {
-    enum class Kind { SendError, ReadError, ShortWrite, NoAcknowledgement, Answer };
+    enum class Kind {
+        SendError,
+        ReadError,
+        ShortWrite,
+        ZeroWrite,
+        NoAcknowledgement,
+        ShortAcknowledgement,
+        Answer
+    };
 
     Kind kind = Kind::SendError;
     std::string text; // what hid_error() then says
     AnswerFault answer = AnswerFault::Status;
-    std::uint8_t status = 0;
+    std::uint8_t status = 0; // or the place of the wrong byte
 };
 
 // The report does not reach the keyboard; the send (or the block write) fails with the text.
@@ -40,8 +48,12 @@ struct Fault
 [[nodiscard]] Fault readError(std::string text);
 // A screen block is written one byte short and does not reach the keyboard.
 [[nodiscard]] Fault shortWrite();
+// As a short write, but nothing at all is written.
+[[nodiscard]] Fault zeroWrite();
 // A screen block arrives but its acknowledgement never comes back: the read times out.
 [[nodiscard]] Fault noAcknowledgement();
+// A screen block arrives and is acknowledged by a single byte.
+[[nodiscard]] Fault shortAcknowledgement();
 // The keyboard answers with this status and, unless it is 01, does nothing.
 [[nodiscard]] Fault answerStatus(std::uint8_t status);
 [[nodiscard]] Fault busy(); // status FF
@@ -50,6 +62,9 @@ struct Fault
 // The keyboard does what it was asked, but its answer names another command and, unless it is 0,
 // carries this status.
 [[nodiscard]] Fault wrongEcho(std::uint8_t status = 0);
+// The keyboard does what it was asked, but this byte of its answer (0 to 63) is the complement of
+// what it should be.
+[[nodiscard]] Fault wrongByte(std::uint8_t place);
 
 // The USB bus with one keyboard on it, and the clock. There is one for the process; it is never
 // destroyed, because the device link closes its handle as the very last thing. Not thread-safe.

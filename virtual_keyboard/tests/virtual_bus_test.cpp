@@ -269,6 +269,23 @@ private slots:
         QVERIFY(!bus().keyboard().sessionOpen());
     }
 
+    void oneByteOfAnAnswerIsWrong()
+    {
+        const std::array<std::string, 4> answers{"read fb 18 00 01", "read 04 e7 00 01",
+                                                 "read 04 18 ff 01", "read 04 18 00 fe"};
+        for (std::uint8_t place = 0; place < answers.size(); ++place) {
+            bus().failAt(1, wrongByte(place));
+            QVERIFY(command(config, 0x18, 0, 1));
+            QCOMPARE(bus().trace().back(), answers.at(place));
+            QVERIFY(bus().keyboard().sessionOpen());
+            bus().failAt(1, wrongByte(0));
+            QVERIFY(command(config, 0x11, 0, 9));
+            QCOMPARE(bus().trace().back(), std::string("read fb 11 00 01"));
+            QVERIFY(command(config, 0xF0, 0, 1)); // no complaint: the host could not go on
+            QVERIFY(!bus().keyboard().sessionOpen());
+        }
+    }
+
     void busyLastsAsLongAsItIsTold()
     {
         bus().failAt(1, busy(), 2);
@@ -299,6 +316,8 @@ private slots:
     {
         QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failAt(0, busy()));
         QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failAt(1, shortWrite()));
+        QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failAt(1, zeroWrite()));
+        QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failAt(1, shortAcknowledgement()));
         QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failCommand(2, noAcknowledgement()));
         QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().failBlockAt(1, busy()));
         QVERIFY_THROWS_EXCEPTION(std::invalid_argument, bus().unplugAt(0));
@@ -323,6 +342,36 @@ private slots:
         QCOMPARE(bus().trace(), (Lines{"block 4097 bytes", "no ack 1000", "block short"}));
         bus().close(screen);
         QVERIFY(command(config, 0xF0, 0, 0));
+    }
+
+    void nothingWrittenAndAnAcknowledgementOfOneByte()
+    {
+        QVERIFY(command(config, 0x18, 0, 0));
+        QVERIFY(command(config, 0x72, 1, 9));
+        const VirtualBus::Handle screen = openInterface("/dev/hidraw2");
+        bus().clearTrace();
+        bus().failBlockAt(1, shortAcknowledgement());
+        bus().failBlockAt(2, zeroWrite());
+        QCOMPARE(writeBlock(screen, 0), 4097);
+        QCOMPARE(readAcknowledgement(screen), 1);
+        QCOMPARE(writeBlock(screen, 1), 0);
+        QCOMPARE(bus().keyboard().screenBlocksReceived(), std::size_t{1});
+        QCOMPARE(bus().trace(), (Lines{"block 4097 bytes", "ack", "block short"}));
+        bus().close(screen);
+        QVERIFY(command(config, 0xF0, 0, 0));
+    }
+
+    void anAcknowledgementOfOneByteExcusesNothing()
+    {
+        QVERIFY(command(config, 0x18, 0, 0));
+        QVERIFY(command(config, 0x72, 1, 9));
+        const VirtualBus::Handle screen = openInterface("/dev/hidraw2");
+        bus().failBlockAt(1, shortAcknowledgement());
+        QCOMPARE(writeBlock(screen, 0), 4097);
+        QCOMPARE(readAcknowledgement(screen), 1);
+        bus().close(screen);
+        QVERIFY(command(config, 0xF0, 0, 0));
+        expectedViolations = {"FINISH without COMMIT"};
     }
 
     void blockErrorsCarryTheirText()
