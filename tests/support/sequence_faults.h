@@ -18,6 +18,7 @@ struct SequenceStep
     QString report;    // as the bus writes it down
     QString rejection; // the text of a refused answer; empty when the answer is not checked
     int attempts = 1;  // how often the program tries to get the report through
+    int pauseMs = 0;   // what the keyboard wants to wait for behind it
 };
 
 // One way in which a sequence fails: what goes wrong at which exchange, and what has to come of it.
