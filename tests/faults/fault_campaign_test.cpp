@@ -17,12 +17,12 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
 
 // Every operation of the program on the keyboard, once as it should be and then once for each call
 // into hidapi and each way in which that call can fail. Every run has a process of its own, a copy
@@ -33,6 +33,9 @@ using namespace tavik::tests;
 using virtual_keyboard::Fault;
 
 namespace {
+
+// A run takes milliseconds, but one that waits for its own lock would take for ever.
+constexpr unsigned secondsToStandStill = 60;
 
 constexpr int fromThenOn = 1000; // more often than any operation tries
 
@@ -156,11 +159,12 @@ SequenceStep commitStep(const QString& rejection = QStringLiteral("COMMIT reject
 
 ProtocolSequence payloadSequence(const char* code, int argument, const QString& payload)
 {
-    return {.steps = {headerStep(code, argument, "01",
-                                 QStringLiteral("Command %1 rejected (status %2)")
-                                     .arg(QLatin1String(code))),
-                      {"data", payload, QString()},
-                      commitStep()}};
+    return {
+        .steps = {
+            headerStep(code, argument, "01",
+                       QStringLiteral("Command %1 rejected (status %2)").arg(QLatin1String(code))),
+            {"data", payload, QString()},
+            commitStep()}};
 }
 
 QList<SequenceStep> slices(std::span<const std::uint8_t> image)
@@ -225,11 +229,11 @@ ProtocolSequence macroSequence()
 
 ProtocolSequence screenSequence(const char* blockCount, int blocks)
 {
-    return {.frame = ProtocolSequence::Frame::ScreenBlocks,
-            .flag = 0,
-            .steps = {headerStep("72", 1, blockCount,
-                                 QStringLiteral("04 72 rejected (status %1)"))},
-            .blocks = blocks};
+    return {
+        .frame = ProtocolSequence::Frame::ScreenBlocks,
+        .flag = 0,
+        .steps = {headerStep("72", 1, blockCount, QStringLiteral("04 72 rejected (status %1)"))},
+        .blocks = blocks};
 }
 
 // Without a page: the caller looks at the device itself.
@@ -267,11 +271,10 @@ Operation layerOperation(int layer)
     const auto page = std::make_shared<KeymapWidget>();
     page->switchLayer(layer);
     const AppState& state = AppState::instance();
-    return pageOperation(layer == 0 ? layerSequence("11", state.layerBase)
-                                    : layerSequence("27", state.layerFn),
-                         page, QStringLiteral("Write layer to keyboard"),
-                         layer == 0 ? QStringLiteral("Layer base written.")
-                                    : QStringLiteral("Layer Fn written."));
+    return pageOperation(
+        layer == 0 ? layerSequence("11", state.layerBase) : layerSequence("27", state.layerFn),
+        page, QStringLiteral("Write layer to keyboard"),
+        layer == 0 ? QStringLiteral("Layer base written.") : QStringLiteral("Layer Fn written."));
 }
 
 Operation colorOperation(const ProtocolSequence& protocol, const char* button,
@@ -304,8 +307,7 @@ Operation screenOperation(int frames, const ProtocolSequence& protocol)
 QMap<QString, std::function<Operation()>> operations()
 {
     const QString modePayload = QStringLiteral("0b ff 80 40 00 00 00 00 01 05 03 03 00 00 aa 55");
-    const QString customPayload =
-        QStringLiteral("80 00 00 00 00 00 00 00 00 05 00 00 00 00 aa 55");
+    const QString customPayload = QStringLiteral("80 00 00 00 00 00 00 00 00 05 00 00 00 00 aa 55");
     const QString sleepPayload = QStringLiteral("00 ").repeated(8) + QStringLiteral("03 ") +
                                  QStringLiteral("00 ").repeated(53) + QStringLiteral("aa 55");
     return {
@@ -397,12 +399,12 @@ void addReadFaults(QList<PlannedFault>& faults, const QString& name, int call)
     for (const int place : {0, 1, 2, 3})
         addExchangeFault(faults, name + QStringLiteral(" has a wrong byte %1").arg(place), send,
                          wrongByte(static_cast<std::uint8_t>(place)), onceOrAlways);
-    addWithFailingFinish(
-        faults, name + QStringLiteral(" fails"), send, [lost] { bus().failAt(1, lost, 10); },
-        {readError("FINISH unread"), busy()});
-    addWithFailingFinish(
-        faults, name + QStringLiteral(" is refused"), send,
-        [] { bus().failAt(1, answerStatus(5)); }, {answerStatus(9), emptyAnswer()});
+    addWithFailingFinish(faults, name + QStringLiteral(" fails"), send,
+                         [lost] { bus().failAt(1, lost, 10); },
+                         {readError("FINISH unread"), busy()});
+    addWithFailingFinish(faults, name + QStringLiteral(" is refused"), send,
+                         [] { bus().failAt(1, answerStatus(5)); },
+                         {answerStatus(9), emptyAnswer()});
 }
 
 void addBlockFault(QList<PlannedFault>& faults, const QString& name, int call, const Fault& fault)
@@ -412,9 +414,8 @@ void addBlockFault(QList<PlannedFault>& faults, const QString& name, int call, c
                        for (int block = 1; block <= times; ++block)
                            bus().failBlockAt(block, fault);
                    }};
-    addWithFailingFinish(
-        faults, name, call, [fault] { bus().failBlockAt(1, fault); },
-        {virtual_keyboard::answerStatus(9)});
+    addWithFailingFinish(faults, name, call, [fault] { bus().failBlockAt(1, fault); },
+                         {virtual_keyboard::answerStatus(9)});
 }
 
 void addBlockFaults(QList<PlannedFault>& faults, const QString& name, int call)
@@ -446,8 +447,8 @@ void addSearchFaults(QList<PlannedFault>& faults, const QString& line, const QSt
     }
     if (line.startsWith(QLatin1String("open "))) {
         const char* path = line.endsWith(QLatin1String("config")) ? "/dev/hidraw1" : "/dev/hidraw2";
-        faults += {name + QStringLiteral(" is refused"), call,
-                   [path] { bus().setOpens(path, false); }};
+        faults +=
+            {name + QStringLiteral(" is refused"), call, [path] { bus().setOpens(path, false); }};
     }
 }
 
@@ -544,8 +545,9 @@ private:
         const Outcome due{verdict.succeeds, verdict.succeeds
                                                 ? operation.successText
                                                 : operation.failureText.arg(verdict.text)};
-        require(outcome == due, QStringLiteral("the caller gets \"%1\" instead of \"%2\"")
-                                    .arg(outcome.text, due.text));
+        require(
+            outcome == due,
+            QStringLiteral("the caller gets \"%1\" instead of \"%2\"").arg(outcome.text, due.text));
         checkState(before, fileBefore);
         checkLeftTidy();
     }
@@ -595,6 +597,8 @@ void checkEverythingClosed()
         _exit(3);
 }
 
+const QString standStillText = QStringLiteral("stands still");
+
 // What the function returns in a copy of this process, which then ends as the program does.
 QStringList inOwnProcess(const std::function<QStringList()>& function)
 {
@@ -605,6 +609,7 @@ QStringList inOwnProcess(const std::function<QStringList()>& function)
     const pid_t child = fork();
     if (child == 0) {
         std::atexit(checkEverythingClosed);
+        alarm(secondsToStandStill);
         QFile out;
         if (!out.open(ends[1], QIODevice::WriteOnly | QIODevice::Unbuffered))
             _exit(4);
@@ -620,7 +625,9 @@ QStringList inOwnProcess(const std::function<QStringList()>& function)
     waitpid(child, &status, 0);
     QStringList lines = QString::fromUtf8(text).split(u'\n', Qt::SkipEmptyParts);
     if (WIFSIGNALED(status))
-        lines += QStringLiteral("killed by signal %1").arg(WTERMSIG(status));
+        lines += WTERMSIG(status) == SIGALRM
+                     ? standStillText
+                     : QStringLiteral("killed by signal %1").arg(WTERMSIG(status));
     else if (WEXITSTATUS(status) == 3)
         lines += QStringLiteral("the program's end leaves a handle or the library open");
     else if (WEXITSTATUS(status) != 0)
@@ -680,15 +687,18 @@ private slots:
         QVERIFY(faults.size() > 100);
         QStringList complaints;
         for (const PlannedFault& fault : faults) {
+            if (!complaints.isEmpty() && complaints.last().endsWith(standStillText))
+                break;
             for (const QString& complaint :
                  inOwnProcess([&] { return Run(operation).under(fault); }))
                 complaints += fault.name + QStringLiteral(": ") + complaint;
         }
         faultCount += faults.size();
-        QVERIFY2(complaints.isEmpty(), qPrintable(QStringLiteral("%1 of %2 faults:\n")
-                                                      .arg(complaints.size())
-                                                      .arg(faults.size()) +
-                                                  complaints.mid(0, 40).join(u'\n')));
+        QVERIFY2(
+            complaints.isEmpty(),
+            qPrintable(
+                QStringLiteral("%1 of %2 faults:\n").arg(complaints.size()).arg(faults.size()) +
+                complaints.mid(0, 40).join(u'\n')));
     }
 
     void cleanupTestCase() { qInfo("%lld faults", static_cast<long long>(faultCount)); }

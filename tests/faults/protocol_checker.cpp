@@ -78,7 +78,10 @@ private:
             .arg(found, expected);
     }
 
-    bool nextIs(const QString& line) const { return at < events.size() && events.at(at).line == line; }
+    bool nextIs(const QString& line) const
+    {
+        return at < events.size() && events.at(at).line == line;
+    }
 
     const WireEvent& take(const QString& line, Lock lock)
     {
@@ -181,8 +184,8 @@ private:
 
     bool finish(int flag)
     {
-        return step({"FINISH", controlReport("f0", flag),
-                     QStringLiteral("FINISH rejected (status %1)")});
+        return step(
+            {"FINISH", controlReport("f0", flag), QStringLiteral("FINISH rejected (status %1)")});
     }
 
     bool session(const ProtocolSequence& sequence)
@@ -218,8 +221,8 @@ private:
             static_cast<void>(exchange(controlReport("f0", sequence.flag)));
             return fail(blockError);
         }
-        const bool isDone = step({"COMMIT", QStringLiteral("04 02"),
-                                  QStringLiteral("TFT COMMIT rejected (status %1)")});
+        const bool isDone = step(
+            {"COMMIT", QStringLiteral("04 02"), QStringLiteral("TFT COMMIT rejected (status %1)")});
         return isDone || (finish(sequence.flag) && false);
     }
 

@@ -24,8 +24,8 @@ struct WireEvent
 struct ProtocolSequence
 {
     enum class Frame {
-        Session,    // between session open and FINISH
-        Bare,       // without a session, ended by a COMMIT that nobody looks at
+        Session,     // between session open and FINISH
+        Bare,        // without a session, ended by a COMMIT that nobody looks at
         ScreenBlocks // session 0 round blocks on the other interface, ended by its COMMIT
     };
 

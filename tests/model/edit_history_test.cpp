@@ -1,4 +1,5 @@
 #include "model/edit_history.h"
+#include "model/state_copies.h"
 #include "tests/model/sample_state.h"
 
 #include <QSignalSpy>
@@ -110,6 +111,27 @@ private slots:
         QCOMPARE(told.size(), 2);
         QVERIFY((told.at(0) == std::pair(StatePart::FnLayer, edited)));
         QVERIFY((told.at(1) == std::pair(StatePart::FnLayer, SavedState{})));
+    }
+
+    void takingOverKeepsWhatWasAndTellsIt()
+    {
+        fields() = stateWith(1);
+        const SavedState left = fields();
+        QList<std::pair<StatePart, SavedState>> told;
+        const auto connection = connect(&history(), &EditHistory::restored, this,
+                                        [&](StatePart part, const SavedState& before) {
+                                            told.append({part, before});
+                                        });
+        history().takeOver(QStringLiteral("Import"), stateWith(2));
+        disconnect(connection);
+        QVERIFY(isPresentAndSaved(stateWith(2)));
+        QCOMPARE(history().undoText(), QStringLiteral("Import"));
+        QCOMPARE(told.size(), 1);
+        QVERIFY((told.constFirst() == std::pair(StatePart::Everything, left)));
+        QCOMPARE(earlierStates().size(), 1);
+        QCOMPARE(readFile(earlierStates().constFirst().path), stateToJson(left));
+        history().undo();
+        QVERIFY(isPresentAndSaved(left));
     }
 
     void theSignalsOfTheStateAreLeftAlone()

@@ -208,6 +208,27 @@ private slots:
         QVERIFY(!accepted);
     }
 
+    void rejectionSaysWhy_data()
+    {
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("broken") << QByteArray("<Keyboard>\n<key/>\n<broken")
+                                << QStringLiteral("line 3: Premature end of document.");
+        QTest::newRow("without keys")
+            << QByteArray("<Keyboard/>") << QStringLiteral("it has no key");
+    }
+    void rejectionSaysWhy()
+    {
+        QFETCH(QByteArray, document);
+        QFETCH(const QString, why);
+        QBuffer buffer(&document);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        KeyboardLayout layout;
+        QString reason;
+        QVERIFY(!layout.read(buffer, &reason));
+        QCOMPARE(reason, why);
+    }
+
     void entityBombEndsInARejection()
     {
         bool accepted = true;

@@ -254,7 +254,8 @@ private slots:
     void fileThatCannotBeRead_data()
     {
         QTest::addColumn<QString>("kind");
-        for (const char* kind : {"missing", "directory", "pipe", "endless device", "1 GB"})
+        for (const char* kind :
+             {"missing", "directory", "pipe", "endless device", "1 GB", "700,000 lists"})
             QTest::newRow(kind) << kind;
     }
     void fileThatCannotBeRead()
@@ -270,6 +271,9 @@ private slots:
             writeFile(chosen(), "{}");
             QVERIFY(QFile::resize(chosen(), 1'000'000'000));
         }
+        // Two megabytes that would take hundreds once they are read.
+        if (kind == "700,000 lists")
+            writeFile(chosen(), "{\"macros\":[" + QByteArray("[],").repeated(700'000) + "[]]}");
         verifyRefused("The file cannot be read, or it is larger than 64 MB.");
     }
 
