@@ -1,13 +1,34 @@
 # Every target of the project goes through one of these, so that language level, warnings and
 # include root are stated once and never leak into global flags.
 
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# People let these programs write to firmware. What a compiler can do against a hole is done in every
+# build, not only where a distribution asks for it.
+set(TAVIK_HARDENING -fstack-protector-strong)
+foreach(flag -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
+  string(MAKE_C_IDENTIFIER "TAVIK_HAS${flag}" has)
+  check_cxx_compiler_flag(${flag} ${has})
+  if(${has})
+    list(APPEND TAVIK_HARDENING ${flag})
+  endif()
+endforeach()
+# The checked functions of the C library need an optimizing compiler.
+set(optimized $<CONFIG:None,Release,RelWithDebInfo,MinSizeRel>)
+list(APPEND TAVIK_HARDENING
+  $<${optimized}:-U_FORTIFY_SOURCE> $<${optimized}:-D_FORTIFY_SOURCE=2>)
+
 function(tavik_target_defaults target)
   target_compile_features(${target} PRIVATE cxx_std_20)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_BYTEARRAY)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    ${TAVIK_HARDENING} -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<BOOL:${TAVIK_WERROR}>:-Werror>)
+  target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now,-z,noexecstack)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
 endfunction()
 

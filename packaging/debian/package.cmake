@@ -28,7 +28,7 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS fonts-open-sans)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
   "default-logind | logind, qt6-wayland, fonts-droid-fallback | fonts-noto-cjk")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
-  ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
+  ${CMAKE_CURRENT_BINARY_DIR}/debian/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 include(CPack)
