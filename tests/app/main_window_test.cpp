@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QMenu>
 #include <QTest>
 #include <QToolButton>
 #include <QtEndian>
@@ -224,6 +225,94 @@ private slots:
                               buttons.at(index)->size());
             QVERIFY(ring->geometry().contains(place.center()));
         }
+    }
+
+    void shortcutsOpenThePages()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        const auto open = [this] { return stackOf(*window)->currentIndex(); };
+        for (int page = 0; page < 9; ++page) {
+            QTest::keyClick(window.get(), static_cast<Qt::Key>(Qt::Key_1 + page),
+                            Qt::ControlModifier);
+            QCOMPARE(open(), page);
+            QVERIFY(sidebarButtons(*window).at(page)->isChecked());
+        }
+        QTest::keyClick(window.get(), Qt::Key_PageDown, Qt::ControlModifier);
+        QCOMPARE(open(), 0);
+        QTest::keyClick(window.get(), Qt::Key_PageUp, Qt::ControlModifier);
+        QCOMPARE(open(), 8);
+        QTest::keyClick(window.get(), Qt::Key_PageUp, Qt::ControlModifier);
+        QCOMPARE(open(), 7);
+        QTest::keyClick(window.get(), Qt::Key_2, Qt::ControlModifier);
+        QVERIFY(stackOf(*window)->currentWidget()->isAncestorOf(QApplication::focusWidget()));
+    }
+
+    void enterOnTheSidebarGoesIntoThePage()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QToolButton* button = sidebarButtons(*window).at(2);
+        button->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(button, Qt::Key_Return);
+        QCOMPARE(stackOf(*window)->currentIndex(), 2);
+        QVERIFY(stackOf(*window)->currentWidget()->isAncestorOf(QApplication::focusWidget()));
+    }
+
+    void shortcutPressesTheOrangeButton()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        bus().clearTrace();
+        QTest::keyClick(window.get(), Qt::Key_Return, Qt::ControlModifier);
+        QVERIFY(bus().sends().empty()); // the Lighting page has none
+        QTest::keyClick(window.get(), Qt::Key_2, Qt::ControlModifier);
+        QTest::keyClick(window.get(), Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(bus().sends().size(), std::size_t{13}); // the base layer
+        QVERIFY(bus().sends().at(1).starts_with("04 11"));
+    }
+
+    void shortcutClosesTheWindow()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), Qt::Key_Q, Qt::ControlModifier);
+        QVERIFY(!window->isVisible());
+    }
+
+    // Made from the actions, so that none is forgotten.
+    void sheetListsEveryShortcut()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), Qt::Key_F1);
+        QWidget* sheet = QApplication::activeModalWidget();
+        QVERIFY(sheet != nullptr);
+        QStringList texts;
+        for (const QLabel* label : sheet->findChildren<QLabel*>())
+            texts += label->text();
+        for (const char* text : {"Everywhere",
+                                 "Ctrl+Z",
+                                 "Ctrl+Shift+Z, Ctrl+Y",
+                                 "Home",
+                                 "Ctrl+1",
+                                 "Keyboard Settings",
+                                 "Ctrl+9",
+                                 "Ctrl+PgUp",
+                                 "Ctrl+PgDown",
+                                 "Ctrl+Return, Ctrl+Enter",
+                                 "Shift+F10",
+                                 "Ctrl+Q",
+                                 "F1",
+                                 "Keys",
+                                 "Copy",
+                                 "Ctrl+C",
+                                 "Paste",
+                                 "Ctrl+V",
+                                 "Default key",
+                                 "Del"})
+            QVERIFY2(texts.contains(QLatin1String(text)), text);
+        for (const QAction* action : window->findChildren<QAction*>()) {
+            if (!action->shortcut().isEmpty() && qobject_cast<QMenu*>(action->parent()) == nullptr)
+                QVERIFY2(texts.contains(action->text()), qPrintable(action->text()));
+        }
+        QTest::keyClick(sheet, Qt::Key_Escape);
+        QVERIFY(!sheet->isVisible());
     }
 
     void emptyPageLeavesTheFocusOnTheSidebar()
