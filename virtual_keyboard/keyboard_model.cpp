@@ -126,8 +126,9 @@ bool hasMarkerAt(std::span<const std::uint8_t> bytes, std::size_t offset)
     return bytes[offset] == 0xAA && bytes[offset + 1] == 0x55;
 }
 
-// While data is due, a report is a command only if it is one of these to the last byte. A slice
-// of 64 data bytes does not look like that, and a host that gave up must still be able to close.
+// While data is due, a report is a command only if it is one of these to the last byte. A slice of
+// 64 data bytes does not look like that, but for a lone offset of 0x0204 in the table of macros;
+// and a host that gave up must still be able to close.
 bool isControlReport(const Report& report)
 {
     if (report[0] != commandMarker)
@@ -192,7 +193,7 @@ void KeyboardModel::receive(const Report& report, Milliseconds now)
         violation("the answer of the report before was not fetched");
     if (bankReadAnswers && report[0] != commandMarker)
         return receiveBankRead(report);
-    if (expectsData() && !isControlReport(report))
+    if (expectsData() && (!isControlReport(report) || isMacroOffset(report)))
         return receiveData(report, now);
     if (report[0] == commandMarker)
         return receiveCommand(report, now);
@@ -307,6 +308,12 @@ bool KeyboardModel::expectsData() const
 {
     return transfer && transfer->code != screenCode &&
            transfer->reportsReceived < transfer->reportsWanted;
+}
+
+bool KeyboardModel::isMacroOffset(const Report& report) const
+{
+    return report[1] == commitCode && transfer->code == macroDataCode &&
+           transfer->reportsReceived + 1 < leastMacroPieces;
 }
 
 void KeyboardModel::receiveData(const Report& report, Milliseconds now)

@@ -126,6 +126,7 @@ private:
     void receiveData(const Report& report, Milliseconds now);
     void receiveBankRead(const Report& report);
     [[nodiscard]] bool expectsData() const;
+    [[nodiscard]] bool isMacroOffset(const Report& report) const;
     void leaveBankRead(std::uint8_t code);
 
     [[nodiscard]] bool spoilRefuses(std::uint8_t code) const;

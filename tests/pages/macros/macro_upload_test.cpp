@@ -124,6 +124,21 @@ private slots:
         QVERIFY(deviceLockIsFree());
     }
 
+    // The seventeenth macro begins at 0x0204, and its offset is the only one in its report: 04 02.
+    void offsetThatReadsLikeACommitIsData()
+    {
+        QList<MacroRecord> macros = QList<MacroRecord>(13, {QString(), {{1, 0x04, 0xB0}}});
+        macros += {QString(), {{1, 0x04, 0xB0}, {1, 0x04, 0x30}}};
+        macros += QList<MacroRecord>(2);
+        macros += {QString(), {{7, 0x05, 0xB0}}};
+        const std::optional<QByteArray> image = encodeMacroSpace(macros);
+        QVERIFY(image && image->sliced(64).startsWith(QByteArray::fromHex("04020000")));
+        QVERIFY(writeMacroSpace(*image));
+        const auto& space = bus().keyboard().state().macroSpace;
+        const virtual_keyboard::MacroEvent press{7, virtual_keyboard::MacroEventKind::KeyPress, 5};
+        QVERIFY(virtual_keyboard::playMacro(space, 16) == std::vector{press});
+    }
+
     void lockIsHeldDuringAllTraffic()
     {
         int free = 0;
