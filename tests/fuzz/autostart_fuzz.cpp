@@ -43,7 +43,8 @@ bool isPlain(char character)
 QByteArrayList seeds()
 {
     return {"/usr/bin/tavik-center", "/home/a b/tavik center", "/opt/the \"new\" one/tavik-center",
-            "/home/\xE9\x94\xAE\xE7\x9B\x98/Gr\xC3\xB6\xC3\x9F" "e/%1/\\\"$HOME`\n%f"};
+            "/home/\xE9\x94\xAE\xE7\x9B\x98/Gr\xC3\xB6\xC3\x9F"
+            "e/%1/\\\"$HOME`\n%f"};
 }
 
 void check(const QByteArray& input)

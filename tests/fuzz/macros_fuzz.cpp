@@ -62,7 +62,8 @@ void check(const QByteArray& input)
         return;
     TAVIK_HOLDS(image->size() == needed);
     const QByteArray buffer = macroTransferBuffer(*image);
-    TAVIK_HOLDS(buffer.startsWith(*image) && buffer.endsWith("\xAA\x55") && buffer.size() % 64 == 2);
+    TAVIK_HOLDS(buffer.startsWith(*image) && buffer.endsWith("\xAA\x55") &&
+                buffer.size() % 64 == 2);
     TAVIK_HOLDS(buffer.size() - 2 - needed < 64);
     TAVIK_HOLDS(buffer.sliced(needed).count('\0') == buffer.size() - 2 - needed);
 

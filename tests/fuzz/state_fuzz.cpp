@@ -33,7 +33,9 @@ void check(const QByteArray& input)
     if (!state)
         return;
     const QJsonObject object = QJsonDocument::fromJson(input).object();
-    const auto has = [&](const char* member) { return object.value(QLatin1String(member)).isArray(); };
+    const auto has = [&](const char* member) {
+        return object.value(QLatin1String(member)).isArray();
+    };
     TAVIK_HOLDS(has("layerBase") || state->layerBase == present.layerBase);
     TAVIK_HOLDS(has("layerFn") || state->layerFn == present.layerFn);
     TAVIK_HOLDS(has("macros") ? state->macros.size() == object.value("macros").toArray().size()
