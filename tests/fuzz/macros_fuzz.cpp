@@ -36,13 +36,21 @@ void checkPlayed(const QList<MacroRecord>& macros, std::span<const std::uint8_t>
     }
 }
 
+// One macro, as macrosFrom() reads it.
+QByteArray macroOf(int actions)
+{
+    return QByteArray(1, static_cast<char>(actions)) + QByteArray(4 * actions, '\x50');
+}
+
 } // namespace
 
 QByteArrayList seeds()
 {
+    const QByteArray twoLargest = '\3' + macroOf(255) + macroOf(255);
     return {QByteArray("\1\2\x10\0\4\xB0\x20\0\4\x30", 10), QByteArray(300, '\1'),
             QByteArray("\x64", 1) + QByteArray("\2\1\0\4\xB0\2\0\4\x30", 9).repeated(50),
-            QByteArray("\3\xFF", 2) + QByteArray(1020, '\x50') + QByteArray("\xFF", 1)};
+            // 3072 bytes on the keyboard, and one action more.
+            twoLargest + macroOf(155), twoLargest + macroOf(156)};
 }
 
 void check(const QByteArray& input)

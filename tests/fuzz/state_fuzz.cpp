@@ -11,10 +11,11 @@ namespace tavik::tests {
 QByteArrayList seeds()
 {
     QRandomGenerator random(1);
-    return {stateToJson({}), stateToJson(randomState(random)),
-            R"({"macros":[{"name":"\ud83d\ude00 \"\\\/\b\f\n\r\t","actions":[{"delay":70000,)"
-            R"("key":1.5,"flags":-1},7]}],"layerBase":[{"page":"2"}],"layerFn":null})",
-            R"({"customRgb":[255,256,-1,true,1e10]})"};
+    return {
+        stateToJson({}), stateToJson(randomState(random)),
+        R"({"macros":[{"name":"\ud83d\ude00 \"\\\/\b\f\n\r\t","actions":[{"delay":65535},{"delay":70000,)"
+        R"("key":1.5,"flags":-1},7]}],"layerBase":[{"page":"2"}],"layerFn":null})",
+        R"({"customRgb":[255,256,-1,true,1e10]})"};
 }
 
 void check(const QByteArray& input)
