@@ -85,8 +85,6 @@ bool DescriptorReader::take(const Item& item)
     case ItemTag::Input:
     case ItemTag::Output:
     case ItemTag::Feature:
-        pageOfFirstUsage.reset();
-        usageSeen = false;
         return depth > 0 && isVendorPage(currentPage);
     }
     return true;
@@ -114,8 +112,6 @@ bool DescriptorReader::addUsage(const Item& item)
 bool DescriptorReader::openCollection()
 {
     const std::uint32_t page = pageOfFirstUsage.value_or(static_cast<std::uint16_t>(currentPage));
-    pageOfFirstUsage.reset();
-    usageSeen = false;
     if (depth++ > 0)
         return true;
     if (page == configurationUsagePage)
@@ -126,6 +122,7 @@ bool DescriptorReader::openCollection()
     return isVendorPage(page);
 }
 
+// What counts are the usages in front of an outermost collection, so they begin anew only here.
 bool DescriptorReader::closeCollection()
 {
     pageOfFirstUsage.reset();
