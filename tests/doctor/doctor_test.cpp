@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <unistd.h>
+
 using namespace tavik::tests;
 
 namespace {
@@ -21,9 +23,10 @@ struct Outcome
 };
 
 // The command as an ordinary user runs it: root may open everything.
-Outcome runDoctor(const QStringList& arguments = {}, const QString& program = {})
+Outcome runDoctor(const QStringList& arguments = {}, const QString& program = {},
+                  AsUser user = AsUser::Ordinary)
 {
-    TestbedProcess process(AsUser::Ordinary);
+    TestbedProcess process(user);
     const QString doctor = program.isEmpty() ? QStringLiteral(TAVIK_DOCTOR_ON_TEST_RULES) : program;
     return process.run(doctor, arguments) ? Outcome{process.exitCode(), process.output()}
                                           : Outcome{};
@@ -67,6 +70,7 @@ private slots:
     {
         rules = std::make_unique<QTemporaryDir>();
         QFile::setPermissions(rules->path(), QFile::Permissions(0x7755));
+        QVERIFY(QDir(rules->path()).mkdir("empty")); // searched first
         qputenv("TAVIK_TEST_RULES", rules->path().toLocal8Bit());
     }
 
@@ -142,6 +146,36 @@ private slots:
             EmulatedDevice{0x8009, {{joined(featureDescriptor(0xFF13), typingDescriptor())}}});
         keyboard.setPermitted(0, false);
         checkVerdict(runDoctor(), 8, "also carries the keys");
+    }
+
+    // What the page of another collection begins, and not what an ordinary one does, is the
+    // maker's own.
+    void keysBeginBelowTheVendorPages_data()
+    {
+        QTest::addColumn<quint16>("page");
+        QTest::addColumn<int>("exitCode");
+        QTest::newRow("first vendor page") << quint16(0xFF00) << 6;
+        QTest::newRow("last other page") << quint16(0xFEFF) << 8;
+    }
+    void keysBeginBelowTheVendorPages()
+    {
+        QFETCH(const quint16, page);
+        QFETCH(const int, exitCode);
+        installRule();
+        EmulatedKeyboard keyboard(
+            EmulatedDevice{0x8009, {{joined(featureDescriptor(0xFF13), featureDescriptor(page))}}});
+        keyboard.setPermitted(0, false);
+        QCOMPARE(runDoctor().exitCode, exitCode);
+    }
+
+    void rootIsToldToAskAsTheUser()
+    {
+        if (geteuid() != 0)
+            QSKIP("Only root can run it as root.");
+        EmulatedKeyboard keyboard;
+        permitBoth(keyboard);
+        checkVerdict(runDoctor({}, {}, AsUser::Same), 0,
+                     "(Seen by root, who may open everything: run this as yourself.)");
     }
 
     void inUse()

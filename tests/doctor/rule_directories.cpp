@@ -8,8 +8,10 @@ namespace tavik::doctor {
 std::vector<std::filesystem::path> udevRuleDirectories()
 {
     const char* directory = std::getenv("TAVIK_TEST_RULES");
-    return directory == nullptr ? std::vector<std::filesystem::path>{}
-                                : std::vector<std::filesystem::path>{directory};
+    if (directory == nullptr)
+        return {};
+    const std::filesystem::path last(directory);
+    return {last / "missing", last / "empty", last};
 }
 
 } // namespace tavik::doctor
