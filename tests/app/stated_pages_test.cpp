@@ -1,0 +1,327 @@
+#include "app/main_window.h"
+#include "pages/keys/action_dialog.h"
+#include "tests/app/window_pages.h"
+#include "tests/support/files.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTest>
+
+using namespace tavik;
+using namespace tavik::tests;
+
+namespace {
+
+QString quoted(const QString& text)
+{
+    return u'"' + text + u'"';
+}
+
+// "W" or "H" with what limits it, or nothing.
+QString limitText(char dimension, int minimum, int maximum)
+{
+    const QChar letter = QLatin1Char(dimension);
+    if (minimum == maximum)
+        return QStringLiteral(" %1=%2").arg(letter).arg(minimum);
+    QString text;
+    if (minimum > 0)
+        text += QStringLiteral(" %1>=%2").arg(letter).arg(minimum);
+    if (maximum < QWIDGETSIZE_MAX)
+        text += QStringLiteral(" %1<=%2").arg(letter).arg(maximum);
+    return text;
+}
+
+QString sizeText(const QWidget& widget)
+{
+    return limitText('W', widget.minimumWidth(), widget.maximumWidth()) +
+           limitText('H', widget.minimumHeight(), widget.maximumHeight());
+}
+
+QString alignmentText(Qt::Alignment alignment)
+{
+    QString text;
+    if (alignment == (Qt::AlignLeft | Qt::AlignVCenter))
+        return text; // where nothing is said
+    for (const auto& [flag, word] :
+         {std::pair{Qt::AlignLeft, " left"}, std::pair{Qt::AlignRight, " right"},
+          std::pair{Qt::AlignHCenter, " centered"}, std::pair{Qt::AlignTop, " top"},
+          std::pair{Qt::AlignBottom, " bottom"}, std::pair{Qt::AlignVCenter, " middle"}}) {
+        if (alignment.testFlag(flag))
+            text += QLatin1String(word);
+    }
+    return text;
+}
+
+// What the control shows and offers.
+QString contentText(const QWidget& widget)
+{
+    QString text;
+    if (const auto* label = qobject_cast<const QLabel*>(&widget)) {
+        text = u' ' + quoted(label->text()) + alignmentText(label->alignment());
+        if (label->wordWrap())
+            text += QLatin1String(" wrapped");
+        if (label->textFormat() == Qt::PlainText)
+            text += QLatin1String(" plain");
+    } else if (const auto* button = qobject_cast<const QAbstractButton*>(&widget)) {
+        if (!button->text().isEmpty())
+            text = u' ' + quoted(button->text());
+        else if (!button->icon().isNull())
+            text = QStringLiteral(" %1x%2")
+                       .arg(button->iconSize().width())
+                       .arg(button->iconSize().height());
+        if (button->isCheckable())
+            text += button->isChecked() ? QLatin1String(" checked") : QLatin1String(" unchecked");
+    } else if (const auto* number = qobject_cast<const QSpinBox*>(&widget)) {
+        text = QStringLiteral(" %1..%2 %3").arg(number->minimum()).arg(number->maximum()).arg(
+            quoted(number->text()));
+        text += alignmentText(number->alignment());
+    } else if (const auto* slider = qobject_cast<const QSlider*>(&widget)) {
+        text = QStringLiteral(" %1..%2 %3").arg(slider->minimum()).arg(slider->maximum()).arg(
+            slider->value());
+    } else if (const auto* combo = qobject_cast<const QComboBox*>(&widget)) {
+        text = QStringLiteral(" of %1:").arg(combo->count());
+        for (int index = 0; index < std::min(combo->count(), 6); ++index)
+            text += u' ' + quoted(combo->itemText(index));
+    } else if (const auto* group = qobject_cast<const QGroupBox*>(&widget)) {
+        text = u' ' + quoted(group->title());
+    }
+    if (!widget.isEnabled())
+        text += QLatin1String(" disabled");
+    return text;
+}
+
+// What is the same as in a widget of that name before is not written again.
+QString sheetText(const QWidget& widget, QHash<QString, QString>& sheetsBefore)
+{
+    QString sheet = widget.styleSheet();
+    const QColor own = widget.property("swatchColor").value<QColor>();
+    if (own.isValid())
+        sheet.replace(own.name(), QLatin1String("%1"));
+    if (sheet.isEmpty())
+        return {};
+    QString& before = sheetsBefore[QLatin1String(widget.metaObject()->className())];
+    const bool isSame = sheet == std::exchange(before, sheet);
+    return isSame ? QStringLiteral(" {as before}") : QStringLiteral(" {%1}").arg(sheet);
+}
+
+QString widgetText(const QWidget& widget)
+{
+    QString text = QLatin1String(widget.metaObject()->className());
+    text.remove(QLatin1String("tavik::"));
+    if (!widget.objectName().isEmpty() && !widget.objectName().startsWith(QLatin1String("qt_")))
+        text += u'#' + widget.objectName();
+    text += contentText(widget) + sizeText(widget);
+    if (!widget.accessibleName().isEmpty())
+        text += QLatin1String(" named ") + quoted(widget.accessibleName());
+    if (!widget.toolTip().isEmpty())
+        text += QLatin1String(" tip ") + quoted(widget.toolTip());
+    return text;
+}
+
+// Only what is not left to the style.
+QString marginsText(const QLayout& layout)
+{
+    const QMargins margins = layout.contentsMargins();
+    const auto metric = [&](QStyle::PixelMetric which) {
+        return layout.parentWidget()->style()->pixelMetric(which, nullptr, layout.parentWidget());
+    };
+    if (margins == QMargins(metric(QStyle::PM_LayoutLeftMargin),
+                            metric(QStyle::PM_LayoutTopMargin),
+                            metric(QStyle::PM_LayoutRightMargin),
+                            metric(QStyle::PM_LayoutBottomMargin)))
+        return {};
+    return QStringLiteral(" %1 %2 %3 %4")
+        .arg(margins.left())
+        .arg(margins.top())
+        .arg(margins.right())
+        .arg(margins.bottom());
+}
+
+QString gapText(const QLayout& layout)
+{
+    const int usual = layout.parentWidget()->style()->pixelMetric(
+        QStyle::PM_LayoutHorizontalSpacing, nullptr, layout.parentWidget());
+    return layout.spacing() == usual ? QString() : QStringLiteral(" gap %1").arg(layout.spacing());
+}
+
+QString layoutText(const QLayout& layout)
+{
+    QString text = QLatin1String(layout.metaObject()->className()) + marginsText(layout);
+    if (const auto* grid = qobject_cast<const QGridLayout*>(&layout)) {
+        text +=
+            QStringLiteral(" gaps %1 %2").arg(grid->horizontalSpacing()).arg(
+                grid->verticalSpacing());
+        for (int column = 0; column < grid->columnCount(); ++column) {
+            if (grid->columnMinimumWidth(column) > 0)
+                text += QStringLiteral(" column %1>=%2").arg(column).arg(
+                    grid->columnMinimumWidth(column));
+            if (grid->columnStretch(column) > 0)
+                text += QStringLiteral(" column %1 stretches").arg(column);
+        }
+        for (int row = 0; row < grid->rowCount(); ++row) {
+            if (grid->rowStretch(row) > 0)
+                text += QStringLiteral(" row %1 stretches").arg(row);
+        }
+        return text;
+    }
+    if (const auto* form = qobject_cast<const QFormLayout*>(&layout))
+        return text + QStringLiteral(" gaps %1 %2").arg(form->horizontalSpacing()).arg(
+                          form->verticalSpacing());
+    return text + gapText(layout);
+}
+
+QString spacerText(const QSpacerItem& spacer)
+{
+    const QSize gap = spacer.sizeHint();
+    return spacer.expandingDirections() != 0 ? QStringLiteral("stretch")
+                                             : QStringLiteral("gap %1").arg(
+                                                   std::max(gap.width(), gap.height()));
+}
+
+// Where the item stands in its layout, as far as that says more than its turn.
+QString placeText(const QLayout& layout, int index)
+{
+    QString text = alignmentText(layout.itemAt(index)->alignment()).trimmed();
+    if (const auto* box = qobject_cast<const QBoxLayout*>(&layout); box && box->stretch(index) > 0)
+        text += QStringLiteral(" stretch %1").arg(box->stretch(index));
+    if (const auto* grid = qobject_cast<const QGridLayout*>(&layout)) {
+        int row = 0;
+        int column = 0;
+        int rows = 0;
+        int columns = 0;
+        grid->getItemPosition(index, &row, &column, &rows, &columns);
+        text += QStringLiteral(" %1,%2").arg(row).arg(column);
+    }
+    return text.isEmpty() ? text : u'(' + text.trimmed() + QLatin1String(") ");
+}
+
+// The parts of these arrange themselves.
+bool isCompound(const QWidget& widget)
+{
+    for (const char* name : {"QAbstractItemView", "QComboBox", "QAbstractSpinBox",
+                             "QDialogButtonBox", "QStackedWidget"}) {
+        if (widget.inherits(name))
+            return true;
+    }
+    return false;
+}
+
+// The widget or layout and, further to the right, everything in it.
+class Description
+{
+public:
+    void add(const QWidget& widget, const QString& place = {})
+    {
+        addLine(place + widgetText(widget) + sheetText(widget, sheetsBefore));
+        if (isCompound(widget))
+            return;
+        ++depth;
+        if (widget.layout() != nullptr)
+            add(*widget.layout());
+        for (const QWidget* child :
+             widget.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+            if (!laidOut.contains(child) && !child->isWindow())
+                add(*child, QStringLiteral("(in no layout) "));
+        }
+        --depth;
+    }
+
+    [[nodiscard]] QStringList lines() const { return allLines; }
+
+private:
+    void add(const QLayout& layout, const QString& place = {})
+    {
+        addLine(place + layoutText(layout));
+        ++depth;
+        for (int index = 0; index < layout.count(); ++index) {
+            QLayoutItem* item = layout.itemAt(index);
+            const QString itemPlace = placeText(layout, index);
+            if (const QWidget* widget = item->widget()) {
+                laidOut += widget;
+                add(*widget, itemPlace);
+            } else if (const QLayout* inner = item->layout()) {
+                add(*inner, itemPlace);
+            } else {
+                addLine(itemPlace + spacerText(*item->spacerItem()));
+            }
+        }
+        --depth;
+    }
+
+    void addLine(const QString& text) { allLines += QString(depth, u' ') + text; }
+
+    int depth = 0;
+    QStringList allLines;
+    QList<const QWidget*> laidOut;
+    QHash<QString, QString> sheetsBefore;
+};
+
+QStringList descriptionOf(const QWidget& widget)
+{
+    Description description;
+    description.add(widget);
+    return description.lines();
+}
+
+} // namespace
+
+// Margins, gaps, stretches, sizes, texts, names, tool tips and sheets of each page: what is built is
+// compared, line by line, with what stated_pages.txt says it should be.
+class StatedPagesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        window = std::make_unique<MainWindow>();
+        dialog = std::make_unique<ActionDialog>(KeyAction{}, 0);
+    }
+
+    void cleanupTestCase()
+    {
+        dialog.reset();
+        window.reset();
+    }
+
+    void pageIsBuiltAsStated_data()
+    {
+        QTest::addColumn<QWidget*>("part");
+        QTest::addColumn<QStringList>("stated");
+        QList<QWidget*> parts{window->centralWidget()};
+        for (int page = 0; page < stackOf(*window)->count(); ++page)
+            parts += stackOf(*window)->widget(page);
+        parts += dialog.get();
+        const QString table = QString::fromUtf8(
+            readFile(qEnvironmentVariable("TAVIK_SOURCE_DIR") + "/tests/app/stated_pages.txt"));
+        const QStringList sections = table.split(QStringLiteral("\n\n"));
+        QCOMPARE(sections.size(), parts.size());
+        for (qsizetype index = 0; index < parts.size(); ++index) {
+            const QStringList lines = sections.at(index).trimmed().split(u'\n');
+            QTest::newRow(qPrintable(lines.first())) << parts.at(index) << lines.sliced(1);
+        }
+    }
+    void pageIsBuiltAsStated()
+    {
+        QFETCH(QWidget*, part);
+        QFETCH(QStringList, stated);
+        const QStringList built = descriptionOf(*part);
+        for (qsizetype index = 0; index < std::max(built.size(), stated.size()); ++index)
+            QCOMPARE(built.value(index), stated.value(index));
+    }
+
+private:
+    std::unique_ptr<MainWindow> window;
+    std::unique_ptr<ActionDialog> dialog;
+};
+
+QTEST_MAIN(StatedPagesTest)
+#include "stated_pages_test.moc"
