@@ -110,6 +110,11 @@ Fault shortAcknowledgement()
     return {.kind = Fault::Kind::ShortAcknowledgement, .text = {}};
 }
 
+Fault countsNothing()
+{
+    return {.kind = Fault::Kind::CountsNothing, .text = {}};
+}
+
 Fault answerStatus(std::uint8_t status)
 {
     return {
@@ -460,7 +465,8 @@ int VirtualBus::sendFeature(Handle handle, std::span<const std::uint8_t> buffer)
     arrivedReports.emplace_back(payload.begin(), payload.end());
     model.setFeature(payload, now());
     record("send " + hexBytes(payload));
-    return static_cast<int>(buffer.size());
+    readCountsNothing = fault && fault->kind == Fault::Kind::CountsNothing;
+    return readCountsNothing ? 0 : static_cast<int>(buffer.size());
 }
 
 int VirtualBus::getFeature(Handle handle, std::span<std::uint8_t> buffer)
@@ -488,7 +494,7 @@ int VirtualBus::getFeature(Handle handle, std::span<std::uint8_t> buffer)
     const std::size_t length = std::min(buffer.size() - 1, answer.size());
     std::copy_n(answer.begin(), length, buffer.begin() + 1);
     record("read " + hexBytes(answer));
-    return static_cast<int>(length) + 1;
+    return std::exchange(readCountsNothing, false) ? 0 : static_cast<int>(length) + 1;
 }
 
 int VirtualBus::write(Handle handle, std::span<const std::uint8_t> buffer)

@@ -33,6 +33,7 @@ struct Fault
         ZeroWrite,
         NoAcknowledgement,
         ShortAcknowledgement,
+        CountsNothing,
         Answer
     };
 
@@ -54,6 +55,8 @@ struct Fault
 [[nodiscard]] Fault noAcknowledgement();
 // A screen block arrives and is acknowledged by a single byte.
 [[nodiscard]] Fault shortAcknowledgement();
+// All goes well, but both calls of the exchange return 0 instead of a number of bytes.
+[[nodiscard]] Fault countsNothing();
 // The keyboard answers with this status and, unless it is 01, does nothing.
 [[nodiscard]] Fault answerStatus(std::uint8_t status);
 [[nodiscard]] Fault busy(); // status FF
@@ -230,6 +233,7 @@ private:
     std::map<int, Fault> blockFaults;
     std::optional<int> unplugCall;
     std::optional<std::string> failingRead;
+    bool readCountsNothing = false;
     std::optional<Fault> acknowledgementFault;
 
     Milliseconds virtualNow{0};

@@ -40,10 +40,34 @@ TransferImage countingImage()
     return image;
 }
 
-void exitUnlessTraceIs(const std::vector<std::string>& expected)
+int connectionsTold = 0;
+bool lastToldConnected = true;
+
+// Counts from here on. Without a receiver, which would be gone at the end of the process.
+void listenToTheEnd()
 {
-    if (bus().trace() != expected)
+    QObject::connect(&device(), &Device::connectedChanged, [](bool connected) {
+        ++connectionsTold;
+        lastToldConnected = connected;
+    });
+}
+
+void exitUnless(bool asExpected)
+{
+    if (!asExpected)
         std::_Exit(3);
+}
+
+void checkEndOfConnection()
+{
+    exitUnless(bus().trace() == std::vector<std::string>{"close config", "exit"});
+    exitUnless(connectionsTold == 1 && !lastToldConnected);
+}
+
+void checkEndWithoutConnection()
+{
+    exitUnless(bus().trace() == std::vector<std::string>{"exit"});
+    exitUnless(connectionsTold == 0);
 }
 
 } // namespace
@@ -152,6 +176,8 @@ private slots:
         bus().clearTrace();
         QVERIFY(device().refresh());
         QCOMPARE(connected.size(), 3);
+        for (const QList<QVariant>& arguments : connected)
+            QCOMPARE(arguments.at(0).toBool(), true);
         QCOMPARE(busTrace(), QStringList());
         QVERIFY(deviceLockIsFree());
     }
@@ -178,12 +204,12 @@ private slots:
     {
         QFETCH(bool, connected);
         std::ignore = bus();
-        std::atexit(connected ? +[] { exitUnlessTraceIs({"close config", "exit"}); }
-                              : +[] { exitUnlessTraceIs({"exit"}); });
+        std::atexit(connected ? checkEndOfConnection : checkEndWithoutConnection);
         if (connected)
             QVERIFY(device().ensureOpen());
         else
             QVERIFY(!device().isOpen());
+        listenToTheEnd();
         bus().clearTrace();
     }
 
@@ -225,6 +251,17 @@ private slots:
             QCOMPARE(report, before);
             QCOMPARE(busTrace(), trace);
         }
+    }
+
+    // A number of bytes says nothing: only what is negative is a failure.
+    void transportThatCountsNothingHasNotFailed()
+    {
+        QVERIFY(device().ensureOpen());
+        bus().failAt(1, countsNothing());
+        Report report = commandReport(CommandCode::OpenSession, 0, 1);
+        QVERIFY(device().exchange(report));
+        QVERIFY(isAccepted(report, CommandCode::OpenSession));
+        QCOMPARE(device().lastError, QString());
     }
 
     void staleHandleIsKeptAfterUnplugging()

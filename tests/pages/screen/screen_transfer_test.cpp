@@ -107,6 +107,16 @@ private:
         }
     }
 
+    // An interface of the keyboard on each page beside those of its screens.
+    static void useOtherPages()
+    {
+        bus().removeScreen();
+        for (const std::uint16_t page : {std::uint16_t{0xFF66}, std::uint16_t{0xFF69}}) {
+            bus().interfaces().push_back(
+                {.productId = 0x8009, .usagePage = page, .path = "/dev/hidraw9"});
+        }
+    }
+
     // What holds after every transfer, however it ended.
     static void checkLeftTidy()
     {
@@ -152,6 +162,28 @@ private slots:
         QCOMPARE(freeReports, 0);
         QCOMPARE(lockedBlocks, 0);
         QCOMPARE(busWire().size(), 2 * 3 + 2 * blockCount);
+    }
+
+    void lockIsHeldAgainWhenAFailedTransferIsClosed()
+    {
+        bus().failBlockAt(2, noAcknowledgement());
+        bool isFree = true;
+        bus().setListener([&] {
+            if (busTrace().constLast().startsWith("send " + finishReport))
+                isFree = deviceLockIsFree();
+        });
+        QVERIFY(!attempt().result.ok);
+        bus().setListener({});
+        QVERIFY(!isFree);
+        checkLeftTidy();
+    }
+
+    // That an answer comes is all that counts.
+    void acknowledgementOfOneByteIsOne()
+    {
+        bus().failBlockAt(2, shortAcknowledgement());
+        QVERIFY(attempt().result.ok);
+        checkLeftTidy();
     }
 
     void wholeTraceOfATransfer()
@@ -333,7 +365,7 @@ private slots:
     void withoutAScreenInterfaceNothingIsSent_data()
     {
         QTest::addColumn<QString>("lacking");
-        for (const char* lacking : {"the interface", "permission", "the keyboard"})
+        for (const char* lacking : {"the interface", "permission", "the keyboard", "its page"})
             QTest::newRow(lacking) << lacking;
     }
     void withoutAScreenInterfaceNothingIsSent()
@@ -343,6 +375,8 @@ private slots:
             bus().removeScreen();
         else if (lacking == QLatin1String("permission"))
             bus().setOpens("/dev/hidraw2", false);
+        else if (lacking == QLatin1String("its page"))
+            useOtherPages();
         else
             bus().unplug();
         const Attempt made = attempt();
