@@ -1,5 +1,6 @@
 #include "pages/parts/keyboard_geometry.h"
 #include "tests/support/made_board.h"
+#include "tests/support/named_keys.h"
 
 #include <QTest>
 
@@ -188,6 +189,45 @@ private slots:
             QCOMPARE(geometry.neighbor(&key, {1, 0}), &next);
             QCOMPARE(geometry.neighbor(&next, {-1, 0}), &key);
         }
+    }
+
+    // Up and down lead to the key that lies nearest in the next row.
+    void arrowsGoUpAndDownOverTheRealBoard_data()
+    {
+        QTest::addColumn<int>("down");
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QString>("reached");
+        const QString functions("Esc|F1|F2|F3|F4|F5|F6|F7|F8|F9|F10|F11|F12|Delete");
+        const QString digits("`|1|2|3|4|5|6|7|8|9|0|-|=|Backspace");
+        const QString upper("Tab|Q|W|E|R|T|Y|U|I|O|P|[|]|\\|Home|PgUp");
+        const QString middle("Caps Lock|A|S|D|F|G|H|J|K|L|;|'|Enter|End|PgDn");
+        const QString lower("L Shift|Z|X|C|V|B|N|M|,|.|/|R Shift|↑");
+        const QString bottom("L Ctrl|L Win|L Alt|Space|R Alt|Fn|R Ctrl|←|↓|→");
+        const auto row = [](const char* name, int down, const QString& from, const char* to) {
+            QTest::newRow(name) << down << from << QString::fromUtf8(to);
+        };
+        row("functions down", 1, functions, "`|1|2|3|4|5|6|7|8|0|-|=|=|Backspace");
+        row("digits down", 1, digits, "Tab|Q|Q|W|E|R|T|Y|U|I|O|P|[|\\");
+        row("upper down", 1, upper, "Caps Lock|A|S|D|F|G|H|J|K|L|;|'|'|Enter|End|PgDn");
+        row("middle down", 1, middle, "L Shift|Z|Z|X|C|V|B|N|M|,|.|/|R Shift|↑|→");
+        row("lower down", 1, lower,
+            "L Ctrl|L Alt|L Alt|Space|Space|Space|Space|Space|R Alt|R Alt|Fn|R Ctrl|↓");
+        row("digits up", -1, digits, "Esc|F1|F2|F3|F4|F5|F5|F6|F7|F8|F9|F10|F11|Delete");
+        row("upper up", -1, upper, "`|1|2|3|4|5|6|7|8|9|0|-|=|Backspace|Backspace|Backspace");
+        row("middle up", -1, middle, "Tab|Q|W|E|R|T|Y|U|I|O|P|[|\\|Home|PgUp");
+        row("lower up", -1, lower, "Caps Lock|A|S|D|F|G|H|J|K|L|;|Enter|End");
+        row("bottom up", -1, bottom, "L Shift|L Shift|Z|B|.|/|R Shift|R Shift|↑|PgDn");
+    }
+    void arrowsGoUpAndDownOverTheRealBoard()
+    {
+        QFETCH(int, down);
+        QFETCH(QString, row);
+        QFETCH(QString, reached);
+        const KeyboardGeometry geometry(&KeyboardLayout::instance(), {800, 300});
+        QStringList names;
+        for (const QString& name : row.split(u'|'))
+            names += geometry.neighbor(&keyNamed(name), {0, down})->desc;
+        QCOMPARE(names.join(u'|'), reached);
     }
 };
 
