@@ -154,6 +154,31 @@ private slots:
         QCOMPARE(sidebar->width(), 58);
     }
 
+    void sidebarShowsTheIconsOfTheSkin()
+    {
+        const auto showsFrame = [](const QIcon& icon, QIcon::State state, const QImage& frame) {
+            const QImage shown = icon.pixmap(frame.size(), QIcon::Normal, state).toImage();
+            return largestDifference(shown, frame) <= 2; // colors under a soft edge are rounded
+        };
+        for (const auto& [index, name] :
+             {std::pair{0, "tab_home"}, std::pair{1, "tab_customkey"}, std::pair{2, "tab_macro"},
+              std::pair{3, "tab_light"}, std::pair{4, "tab_lcd"}, std::pair{6, "tab_customlight"},
+              std::pair{8, "tab_config"}}) {
+            const QImage strip(resolveSkinFile(QStringLiteral("icons/%1.png").arg(name)));
+            const QSize frame = index == 4 ? QSize(32, 22) : QSize(36, 36);
+            const QIcon icon = sidebarButtons(*window).at(index)->icon();
+            QVERIFY(showsFrame(icon, QIcon::Off, strip.copy({{0, 0}, frame})));
+            QVERIFY(showsFrame(icon, QIcon::On, strip.copy({{2 * frame.width(), 0}, frame})));
+        }
+        for (const auto& [index, name] : {std::pair{5, "favorites"}, std::pair{7, "music"}}) {
+            const QImage whole(resolveSkinFile(QStringLiteral("icons/icon_%1.png").arg(name)));
+            const QIcon icon = sidebarButtons(*window).at(index)->icon();
+            QVERIFY(
+                showsFrame(icon, QIcon::Off,
+                           whole.scaled(24, 24, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+        }
+    }
+
     void startsOnTheLightingPage()
     {
         for (const QToolButton* button : sidebarButtons(*window))

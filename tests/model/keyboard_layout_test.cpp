@@ -322,6 +322,17 @@ private slots:
         QCOMPARE(layout.keys.constFirst().desc, QStringLiteral("second"));
     }
 
+    void fileOfTheLargestSizeIsRead()
+    {
+        const QTemporaryDir directory;
+        const QByteArray layoutText = layoutNamed("largest");
+        writeFile(directory.filePath("keyboard-layout.xml"),
+                  layoutText + QByteArray(4 * 1024 * 1024 - layoutText.size(), ' '));
+        KeyboardLayout layout;
+        layout.search({directory.path()});
+        QCOMPARE(layout.keys.size(), 1);
+    }
+
     void directoriesAreSearchedInTheirOrder()
     {
         const QString own = QCoreApplication::applicationDirPath();

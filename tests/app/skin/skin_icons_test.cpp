@@ -112,6 +112,16 @@ private slots:
         QVERIFY(frameIcon("prefixed.png", 0, size).isNull());
     }
 
+    void pictureOfTheLargestSizeIsRead()
+    {
+        const QString path = skinPath("strip.png");
+        saveStrip(path);
+        QVERIFY(QFile::resize(path, 32 * 1024 * 1024));
+        QVERIFY(!frameIcon("strip.png", 0, {8, 6}).isNull());
+        QVERIFY(QFile::resize(path, 32 * 1024 * 1024 + 1));
+        QVERIFY(frameIcon("strip.png", 0, {8, 6}).isNull());
+    }
+
     void missingAndBrokenPicturesGiveEmptyIcons()
     {
         QVERIFY(QDir().mkpath(skinPath("icons")));

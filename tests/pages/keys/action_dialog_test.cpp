@@ -309,6 +309,23 @@ private slots:
         QCOMPARE(preset({6, 2, 0, 0}, macros), nothing);
     }
 
+    // What the action says nothing of keeps its first choice.
+    void otherListsStandOnTheirFirstChoice()
+    {
+        giveMacros({QStringLiteral("copy"), QStringLiteral("paste")});
+        for (const KeyAction& current : {KeyAction{},
+                                         {1, 1, 1, 0},
+                                         {2, 1, 4, 0},
+                                         {3, 0xB5, 0, 0},
+                                         {5, 0, 0, 0},
+                                         {6, 0, 0, 0}}) {
+            QCOMPARE(preset(current, macros), QStringLiteral("copy"));
+            QCOMPARE(preset(current, media), QStringLiteral("Next track"));
+            QCOMPARE(preset(current, mouse), QStringLiteral("Left click"));
+            QCOMPARE(preset(current, keys), QStringLiteral("A"));
+        }
+    }
+
     void acceptedUnchanged_data()
     {
         QTest::addColumn<KeyAction>("current");

@@ -1,4 +1,5 @@
 #include "app/application_style.h"
+#include "app/skin/skin_files.h"
 #include "device/device.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/lighting/palette_wheel.h"
@@ -31,6 +32,8 @@ QImage wheelShowing(const QList<QColor>& colors)
         reference.setColor(color);
     return pictureOf(reference);
 }
+
+constexpr int rounding = 2; // of colors under a soft edge
 
 const tavik::Report startPayload{0x0B, 0xFF, 0, 0, 0, 0, 0, 0, 1, 5, 3, 3, 0, 0, 0xAA, 0x55};
 
@@ -308,12 +311,41 @@ private slots:
         QCOMPARE(iconOf("Direction up"), plain);
     }
 
+    // From left to right a picture holds the plain arrow and, in the fifth place, the chosen one.
+    void eachDirectionShowsItsPicture()
+    {
+        const std::array<std::pair<QString, QString>, 4> pictures{
+            {{"Direction right", "img_direction_right.png"},
+             {"Direction down", "img_direction_bottom.png"},
+             {"Direction up", "img_direction_top.png"},
+             {"Direction left", "img_direction_left.png"}}};
+        for (const auto& [chosen, chosenPicture] : pictures) {
+            direction(chosen)->click();
+            for (const auto& [name, picture] : pictures) {
+                const QImage strip(resolveSkinFile(picture));
+                const QImage frame = strip.copy(name == chosen ? 120 : 0, 0, 30, 30);
+                QVERIFY(largestDifference(iconOf(name), frame) <= rounding);
+            }
+        }
+    }
+
+    void effectsAreDrawnAsRowsOfTheirOwn()
+    {
+        const QRect chosen = list()->visualItemRect(list()->currentItem());
+        const QImage picture = pictureOf(*list());
+        QCOMPARE(picture.pixelColor(chosen.left() + 2, chosen.center().y()), QColor("#d85300"));
+        QCOMPARE(picture.pixelColor(chosen.left() + 18, chosen.center().y()), QColor(Qt::white));
+    }
+
     void switchShowsItsState()
     {
         const QImage on = randomSwitch()->icon().pixmap(44, 26).toImage();
         randomSwitch()->click();
         const QImage off = randomSwitch()->icon().pixmap(44, 26).toImage();
-        QVERIFY(!on.isNull() && !off.isNull() && on != off);
+        const QImage onPicture(resolveSkinFile("img_switch_on.png"));
+        const QImage offPicture(resolveSkinFile("img_switch_off.png"));
+        QVERIFY(largestDifference(on, onPicture.copy(0, 0, 44, 26)) <= rounding);
+        QVERIFY(largestDifference(off, offPicture.copy(0, 0, 44, 26)) <= rounding);
     }
 
     void sliderValuesAreShownBeside()

@@ -302,6 +302,24 @@ private slots:
         QCOMPARE(list()->currentRow(), 1);
     }
 
+    // "Remove action" takes one, so one is all that can be marked.
+    void oneActionIsSelectedAtATime()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        const auto clickRow = [this](int row, Qt::KeyboardModifiers keys) {
+            const QRect cell = table()->visualItemRect(table()->item(row, 1));
+            QTest::mouseClick(table()->viewport(), Qt::LeftButton, keys, cell.center());
+        };
+        clickRow(0, {});
+        for (const Qt::KeyboardModifier keys : {Qt::ControlModifier, Qt::ShiftModifier}) {
+            clickRow(2, keys);
+            QCOMPARE(table()->selectionModel()->selectedRows().size(), 1);
+            QCOMPARE(table()->selectionModel()->selectedRows().first().row(), 2);
+            clickRow(1, {});
+        }
+    }
+
     void removingSelectsTheNextAction()
     {
         showPage(threeMacros());

@@ -79,23 +79,42 @@ void chooseNext(const QStringList& paths)
     });
 }
 
-// Notes the text of a label whenever it is painted.
-class PaintedTexts : public QObject
+// Calls the function whenever the label is painted.
+class Watcher : public QObject
 {
 public:
-    explicit PaintedTexts(QLabel* label) : watched(label) { label->installEventFilter(this); }
+    Watcher(QLabel* label, std::function<void()> function) : onPaint(std::move(function))
+    {
+        label->installEventFilter(this);
+    }
 
     bool eventFilter(QObject* object, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint && (texts.isEmpty() || texts.last() != watched->text()))
-            texts += watched->text();
+        if (event->type() == QEvent::Paint)
+            onPaint();
         return QObject::eventFilter(object, event);
+    }
+
+private:
+    std::function<void()> onPaint;
+};
+
+// Notes the text of a label whenever it is painted.
+class PaintedTexts
+{
+public:
+    explicit PaintedTexts(QLabel* label)
+        : watcher(label, [this, label] {
+              if (texts.isEmpty() || texts.last() != label->text())
+                  texts += label->text();
+          })
+    {
     }
 
     QStringList texts;
 
 private:
-    QLabel* watched;
+    Watcher watcher;
 };
 
 } // namespace
@@ -300,6 +319,23 @@ private slots:
         importInto(page, {writeStill("blue.png", Qt::blue), writeAnimation("a.gif", 4)});
         QCOMPARE(statusOf(page)->text(), QStringLiteral("5 frame(s) imported."));
         QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(128, 128), QColor(Qt::blue));
+    }
+
+    void waitingShowsWhileFilesAreReadAndNotAfterwards()
+    {
+        ScreenWidget page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QList<Qt::CursorShape> cursors;
+        const Watcher watcher(statusOf(page), [&] {
+            if (const QCursor* cursor = QApplication::overrideCursor())
+                cursors += cursor->shape();
+        });
+        click(page, sendText); // a text that the import takes away first
+        cursors.clear();
+        importInto(page, {writeStill()});
+        QVERIFY(cursors.contains(Qt::WaitCursor));
+        QCOMPARE(QApplication::overrideCursor(), nullptr);
     }
 
     void importOfNothingUsableEmptiesTheList()

@@ -128,6 +128,14 @@ private slots:
         QVERIFY(!QFile::exists(QFileInfo(autostartFilePath()).path()));
     }
 
+    // The bytes are taken at first, and refused when they have to be written.
+    void fullDiskIsAFailure()
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(autostartFilePath()).path()));
+        QVERIFY(QFile::link(QStringLiteral("/dev/full"), autostartFilePath()));
+        QVERIFY(!enableAutostart());
+    }
+
     void unwritableFolderIsAFailure()
     {
         // A file stands where the folder would have to be.
