@@ -57,9 +57,8 @@ private slots:
         view.resize(960, 360);
         const QImage painted = grabbed(view);
         QCOMPARE(painted.size(), QSize(960, 360) * ratio());
-        const auto picture =
-            SkinPicture("img_keyboard_brix9.png", SkinPicture::Scaling::Averaged)
-                .scaled(painted.size());
+        const auto picture = SkinPicture("img_keyboard_brix9.png", SkinPicture::Scaling::Averaged)
+                                 .scaled(painted.size());
         QVERIFY(picture != nullptr);
         QVERIFY(largestDifference(painted, picture->toImage()) <= 1);
     }

@@ -80,12 +80,16 @@ QString contentText(const QWidget& widget)
         if (button->isCheckable())
             text += button->isChecked() ? QLatin1String(" checked") : QLatin1String(" unchecked");
     } else if (const auto* number = qobject_cast<const QSpinBox*>(&widget)) {
-        text = QStringLiteral(" %1..%2 %3").arg(number->minimum()).arg(number->maximum()).arg(
-            quoted(number->text()));
+        text = QStringLiteral(" %1..%2 %3")
+                   .arg(number->minimum())
+                   .arg(number->maximum())
+                   .arg(quoted(number->text()));
         text += alignmentText(number->alignment());
     } else if (const auto* slider = qobject_cast<const QSlider*>(&widget)) {
-        text = QStringLiteral(" %1..%2 %3").arg(slider->minimum()).arg(slider->maximum()).arg(
-            slider->value());
+        text = QStringLiteral(" %1..%2 %3")
+                   .arg(slider->minimum())
+                   .arg(slider->maximum())
+                   .arg(slider->value());
     } else if (const auto* combo = qobject_cast<const QComboBox*>(&widget)) {
         text = QStringLiteral(" of %1:").arg(combo->count());
         for (int index = 0; index < std::min(combo->count(), 6); ++index)
@@ -133,8 +137,7 @@ QString marginsText(const QLayout& layout)
     const auto metric = [&](QStyle::PixelMetric which) {
         return layout.parentWidget()->style()->pixelMetric(which, nullptr, layout.parentWidget());
     };
-    if (margins == QMargins(metric(QStyle::PM_LayoutLeftMargin),
-                            metric(QStyle::PM_LayoutTopMargin),
+    if (margins == QMargins(metric(QStyle::PM_LayoutLeftMargin), metric(QStyle::PM_LayoutTopMargin),
                             metric(QStyle::PM_LayoutRightMargin),
                             metric(QStyle::PM_LayoutBottomMargin)))
         return {};
@@ -156,13 +159,14 @@ QString layoutText(const QLayout& layout)
 {
     QString text = QLatin1String(layout.metaObject()->className()) + marginsText(layout);
     if (const auto* grid = qobject_cast<const QGridLayout*>(&layout)) {
-        text +=
-            QStringLiteral(" gaps %1 %2").arg(grid->horizontalSpacing()).arg(
-                grid->verticalSpacing());
+        text += QStringLiteral(" gaps %1 %2")
+                    .arg(grid->horizontalSpacing())
+                    .arg(grid->verticalSpacing());
         for (int column = 0; column < grid->columnCount(); ++column) {
             if (grid->columnMinimumWidth(column) > 0)
-                text += QStringLiteral(" column %1>=%2").arg(column).arg(
-                    grid->columnMinimumWidth(column));
+                text += QStringLiteral(" column %1>=%2")
+                            .arg(column)
+                            .arg(grid->columnMinimumWidth(column));
             if (grid->columnStretch(column) > 0)
                 text += QStringLiteral(" column %1 stretches").arg(column);
         }
@@ -173,17 +177,18 @@ QString layoutText(const QLayout& layout)
         return text;
     }
     if (const auto* form = qobject_cast<const QFormLayout*>(&layout))
-        return text + QStringLiteral(" gaps %1 %2").arg(form->horizontalSpacing()).arg(
-                          form->verticalSpacing());
+        return text + QStringLiteral(" gaps %1 %2")
+                          .arg(form->horizontalSpacing())
+                          .arg(form->verticalSpacing());
     return text + gapText(layout);
 }
 
 QString spacerText(const QSpacerItem& spacer)
 {
     const QSize gap = spacer.sizeHint();
-    return spacer.expandingDirections() != 0 ? QStringLiteral("stretch")
-                                             : QStringLiteral("gap %1").arg(
-                                                   std::max(gap.width(), gap.height()));
+    return spacer.expandingDirections() != 0
+               ? QStringLiteral("stretch")
+               : QStringLiteral("gap %1").arg(std::max(gap.width(), gap.height()));
 }
 
 // Where the item stands in its layout, as far as that says more than its turn.
@@ -273,8 +278,8 @@ QStringList descriptionOf(const QWidget& widget)
 
 } // namespace
 
-// Margins, gaps, stretches, sizes, texts, names, tool tips and sheets of each page: what is built is
-// compared, line by line, with what stated_pages.txt says it should be.
+// Margins, gaps, stretches, sizes, texts, names, tool tips and sheets of each page: what is built
+// is compared, line by line, with what stated_pages.txt says it should be.
 class StatedPagesTest : public QObject
 {
     Q_OBJECT
