@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -31,6 +32,23 @@ private slots:
         first.release();
         QCOMPARE(second.attempt(), Attempt::Taken);
         QCOMPARE(first.attempt(), Attempt::HeldByAnother);
+    }
+
+    // A program may be started with its standard input closed, which then is the first free number.
+    void descriptorZeroIsOneAsAnyOther()
+    {
+        const int input = dup(0);
+        QCOMPARE(close(0), 0);
+        const auto back = qScopeGuard([input] {
+            dup2(input, 0);
+            close(input);
+        });
+        ProcessLock first(path());
+        ProcessLock second(path());
+        QCOMPARE(first.attempt(), Attempt::Taken);
+        QCOMPARE(first.attempt(), Attempt::Taken);
+        first.release();
+        QCOMPARE(second.attempt(), Attempt::Taken);
     }
 
     void endsWithItsObject()
