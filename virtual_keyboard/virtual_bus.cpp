@@ -67,7 +67,8 @@ bool startsWithAnyOf(const std::string& line, std::initializer_list<std::string_
 void requireExchangeFault(const Fault& fault)
 {
     using enum Fault::Kind;
-    if (fault.kind != SendError && fault.kind != ReadError && fault.kind != Answer)
+    if (fault.kind != SendError && fault.kind != ReadError && fault.kind != CountsNothing &&
+        fault.kind != Answer)
         throw std::invalid_argument("only a screen block can fail in this way");
 }
 
