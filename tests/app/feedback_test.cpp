@@ -22,6 +22,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QRadioButton>
+#include <QScreen>
 #include <QShortcutEvent>
 #include <QSlider>
 #include <QTableWidget>
@@ -63,6 +64,19 @@ void postKey(QWidget* widget, Qt::Key key)
 {
     for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
         QCoreApplication::postEvent(widget, new QKeyEvent(type, key, Qt::NoModifier));
+}
+
+// Of the green of a success.
+int coloredPixels(const QImage& picture)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QColor color = picture.pixelColor(x, y);
+            count += color.green() > color.red() + 40 ? 1 : 0;
+        }
+    }
+    return count;
 }
 
 QString toolTipAt(QWidget& widget, QPoint position)
@@ -407,6 +421,32 @@ private slots:
         QTRY_COMPARE(int{bus().keyboard().state().lighting.at(0)}, int{chosen});
         QVERIFY(QApplication::overrideCursor() == nullptr);
         bus().setListener({});
+    }
+
+    // Not only forgotten: what the screen shows while the keyboard is written is without it.
+    void theOldTextIsOffTheScreenFirst()
+    {
+        openPage(keysPage);
+        press("Write layer to keyboard");
+        QCoreApplication::processEvents();
+        const QRect place(status()->mapTo(window.get(), QPoint()), status()->sizeHint());
+        const auto shownOnScreen = [this, place] {
+            return window->screen()
+                ->grabWindow(window->winId(), place.x(), place.y(), place.width(), place.height())
+                .toImage();
+        };
+        const QImage withText = shownOnScreen();
+        QVERIFY(!withText.isNull());
+        QImage meanwhile;
+        bus().setListener([&] {
+            if (meanwhile.isNull())
+                meanwhile = shownOnScreen();
+        });
+        press("Write layer to keyboard");
+        bus().setListener({});
+        QVERIFY(meanwhile != withText);
+        QCOMPARE(coloredPixels(meanwhile), 0);
+        QVERIFY(coloredPixels(withText) > 20);
     }
 
     void closingMeanwhileClosesAfterwards()

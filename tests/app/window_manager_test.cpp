@@ -84,6 +84,14 @@ public:
         fake(XCB_BUTTON_PRESS, 1);
         fake(XCB_BUTTON_RELEASE, 1);
     }
+    // Alt+F4, by the numbers that these keys have on every X server for PCs.
+    void closeByKeys()
+    {
+        fake(XCB_KEY_PRESS, 64);
+        fake(XCB_KEY_PRESS, 70);
+        fake(XCB_KEY_RELEASE, 70);
+        fake(XCB_KEY_RELEASE, 64);
+    }
     void drag(QPoint from, QPoint to, int button = 1)
     {
         moveTo(from);
@@ -198,6 +206,12 @@ private slots:
         // The key in the color of the program.
         QCOMPARE(icon.pixelColor(icon.width() * 44 / 64, icon.height() * 22 / 64),
                  QColor(0xe77a19));
+    }
+
+    void keysOfTheWindowManagerKeepWorking()
+    {
+        pointer.closeByKeys();
+        QTRY_VERIFY(!window->isVisible());
     }
 
     void edgesAndCornersResize_data()
