@@ -188,11 +188,11 @@ void KeyboardWindow::place(QWidget& program)
     QRect programFrame = program.frameGeometry();
     Placement placement = placeKeyboard(room, programFrame, wanted);
     if (!placement.isApart) {
-        // The smallest program leaves more room.
-        programFrame.setSize(program.minimumSize());
+        // The narrowest program leaves more room.
+        programFrame.setWidth(program.minimumWidth());
         placement = placeKeyboard(room, programFrame, wanted);
         if (placement.isApart)
-            program.resize(program.minimumSize());
+            program.resize(programFrame.size());
     }
     if (placement.program != program.frameGeometry().topLeft())
         program.move(placement.program);
