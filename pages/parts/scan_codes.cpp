@@ -39,13 +39,4 @@ std::optional<std::uint8_t> usageOfScanCode(quint32 scanCode)
     return offeredKeyUsages().at(static_cast<std::size_t>(code - kernelCodes.begin()));
 }
 
-quint32 scanCodeOfUsage(std::uint8_t usage)
-{
-    const auto& usages = offeredKeyUsages();
-    const auto offered = std::find(usages.begin(), usages.end(), usage);
-    return offered == usages.end()
-               ? 0
-               : firstScanCode + kernelCodes.at(static_cast<std::size_t>(offered - usages.begin()));
-}
-
 } // namespace tavik

@@ -12,7 +12,4 @@ namespace tavik {
 // the desktop's layout makes of it. Nothing for a key that has none of offeredKeyUsages().
 [[nodiscard]] std::optional<std::uint8_t> usageOfScanCode(quint32 scanCode);
 
-// The way back, for tests and pictures; 0 for a usage that is not offered.
-[[nodiscard]] quint32 scanCodeOfUsage(std::uint8_t usage);
-
 } // namespace tavik

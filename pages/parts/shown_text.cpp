@@ -30,10 +30,12 @@ QString menuText(QString text)
     return text.replace(u'&', QStringLiteral("&&"));
 }
 
-QString wrappedToolTip(const QString& text)
+QString wrappedToolTip(const QString& text, const QColor& color)
 {
-    return QStringLiteral("<qt>%1</qt>")
-        .arg(text.toHtmlEscaped().replace(u'\n', QLatin1String("<br>")));
+    const QString lines = text.toHtmlEscaped().replace(u'\n', QLatin1String("<br>"));
+    return color.isValid()
+               ? QStringLiteral("<qt><font color=\"%1\">%2</font></qt>").arg(color.name(), lines)
+               : QStringLiteral("<qt>%1</qt>").arg(lines);
 }
 
 QString nameOfKey(int lightIndex)

@@ -16,8 +16,9 @@ inline constexpr qsizetype shownNameLimit = 1000;
 // second column.
 [[nodiscard]] QString menuText(QString text);
 
-// The text as a tool tip that is wrapped where it is long; nothing in it counts as markup.
-[[nodiscard]] QString wrappedToolTip(const QString& text);
+// The text as a tool tip that is wrapped where it is long; nothing in it counts as markup. The
+// color is for a widget whose own would become that of its tool tip.
+[[nodiscard]] QString wrappedToolTip(const QString& text, const QColor& color = {});
 
 // The key (0 to 143) as the layout file calls it, of 40 characters at most; "key %1" for one that
 // has no name there.

@@ -11,6 +11,8 @@ namespace tavik {
 
 namespace {
 
+constexpr QColor toolTipColor(0xf1, 0xf1, 0xf1); // as in the sheet of the window
+
 QString styleSheetFor(StatusLook look)
 {
     switch (look) {
@@ -90,11 +92,8 @@ bool StatusLabel::event(QEvent* event)
         lines += toolTipBeginning;
     if (keyboardFailed)
         lines += keyboardAdvice();
-    // Its color would be that of the status.
-    QToolTip::showText(
-        static_cast<QHelpEvent*>(event)->globalPos(),
-        QStringLiteral("<font color=\"#f1f1f1\">%1</font>").arg(wrappedToolTip(lines.join(u'\n'))),
-        this);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                       wrappedToolTip(lines.join(u'\n'), toolTipColor), this);
     return true;
 }
 

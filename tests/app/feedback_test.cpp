@@ -240,18 +240,7 @@ private slots:
 
     // Marks
 
-    void whatIsNotWrittenIsMarked_data()
-    {
-        QTest::addColumn<int>("page");
-        QTest::addColumn<QString>("send");
-        QTest::addColumn<QString>("edit");
-        QTest::newRow("layer") << keysPage << "Write layer to keyboard"
-                               << "Reset all to default";
-        QTest::newRow("macros") << macrosPage << "Write macros to keyboard"
-                                << "Delete";
-        QTest::newRow("painting") << colorsPage << "Send painting to keyboard"
-                                  << "Fill all keys";
-    }
+    void whatIsNotWrittenIsMarked_data() { addWritingRows(); }
     void whatIsNotWrittenIsMarked()
     {
         QFETCH(int, page);
@@ -555,6 +544,19 @@ private slots:
     }
 
 private:
+    // What writes something to the keyboard, and what edits it afterwards.
+    static void addWritingRows()
+    {
+        QTest::addColumn<int>("page");
+        QTest::addColumn<QString>("send");
+        QTest::addColumn<QString>("edit");
+        QTest::newRow("layer") << keysPage << "Write layer to keyboard"
+                               << "Reset all to default";
+        QTest::newRow("macros") << macrosPage << "Write macros to keyboard"
+                                << "Delete";
+        QTest::newRow("painting") << colorsPage << "Send painting to keyboard"
+                                  << "Fill all keys";
+    }
     QWidget* page() const { return stackOf(*window)->currentWidget(); }
     void openPage(int number) { QTest::mouseClick(sidebarButton(number), Qt::LeftButton); }
     QToolButton* sidebarButton(int number) const

@@ -10,6 +10,7 @@
 #include "tests/support/named_keys.h"
 #include "tests/support/pixel_probe.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QLabel>
 #include <QMenu>
@@ -209,16 +210,7 @@ private slots:
         QCOMPARE(names.count("windowMinimize"), 1);
     }
 
-    void spaceOnTheSidebarGoesIntoThePage_data()
-    {
-        QTest::addColumn<int>("index");
-        QTest::newRow("Keys") << 1;
-        QTest::newRow("Macros") << 2;
-        QTest::newRow("Light Effect Mode") << 3;
-        QTest::newRow("TFT Screen") << 4;
-        QTest::newRow("Custom Lighting") << 6;
-        QTest::newRow("Keyboard Settings") << 8;
-    }
+    void spaceOnTheSidebarGoesIntoThePage_data() { everyPageWithControls(); }
     void spaceOnTheSidebarGoesIntoThePage()
     {
         QFETCH(int, index);
@@ -250,6 +242,38 @@ private slots:
                               buttons.at(index)->size());
             QVERIFY(ring->geometry().contains(place.center()));
         }
+    }
+
+    void tabComesToTheChosenOneOfAGroup_data() { everyPageWithControls(); }
+    void tabComesToTheChosenOneOfAGroup()
+    {
+        QFETCH(int, index);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), static_cast<Qt::Key>(Qt::Key_1 + index), Qt::ControlModifier);
+        int groups = 0;
+        for (QWidget* stop : tabStops()) {
+            const auto* button = qobject_cast<QAbstractButton*>(stop);
+            if (button == nullptr || !(button->autoExclusive() || button->group() != nullptr))
+                continue;
+            QVERIFY2(button->isChecked(), qPrintable(button->accessibleName() + button->text()));
+            ++groups;
+        }
+        QCOMPARE(groups, index == 3 ? 3 : 1); // sleep time and direction besides the sidebar
+    }
+
+    void settingsAreWalkedFromTopToBottom()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), Qt::Key_9, Qt::ControlModifier);
+        const QWidget* page = stackOf(*window)->currentWidget();
+        QStringList names{QApplication::focusWidget()->objectName()};
+        for (int step = 0; step < 3; ++step) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            names += QApplication::focusWidget()->objectName();
+        }
+        QVERIFY(page->isAncestorOf(QApplication::focusWidget()));
+        QCOMPARE(names, QStringList({"languageSelect", "autoRunOption", "settingsAction",
+                                     "settingsAction"}));
     }
 
     void shortcutsOpenThePages()
@@ -523,6 +547,28 @@ private slots:
     }
 
 private:
+    static void everyPageWithControls()
+    {
+        QTest::addColumn<int>("index");
+        QTest::newRow("Keys") << 1;
+        QTest::newRow("Macros") << 2;
+        QTest::newRow("Light Effect Mode") << 3;
+        QTest::newRow("TFT Screen") << 4;
+        QTest::newRow("Custom Lighting") << 6;
+        QTest::newRow("Keyboard Settings") << 8;
+    }
+    // Every stop of Tab in the window, once round.
+    static QList<QWidget*> tabStops()
+    {
+        QList<QWidget*> stops;
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        while (!stops.contains(QApplication::focusWidget()) && stops.size() < 100) {
+            stops += QApplication::focusWidget();
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        }
+        return stops;
+    }
+
     std::unique_ptr<MainWindow> window;
 };
 

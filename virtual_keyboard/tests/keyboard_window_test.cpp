@@ -84,6 +84,11 @@ private slots:
         window->showBeside(program);
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
         QTRY_COMPARE(QApplication::activeWindow(), &program);
+        // The screen has room for both only beside a narrow program.
+        QCOMPARE(program.width(), 300);
+        QVERIFY(!window->frameGeometry().intersects(program.frameGeometry()));
+        // A click on the program brings it in front, as with any two windows.
+        QVERIFY(window->parentWidget() == nullptr);
     }
 
     void onlyKeysAreClicked()

@@ -141,6 +141,14 @@ void shortcut(const KeyboardView& view, QKeySequence keys)
     QFAIL("no such shortcut");
 }
 
+quint32 scanCodeOfUsage(int usage)
+{
+    quint32 scanCode = 0;
+    while (usageOfScanCode(scanCode) != usage)
+        ++scanCode;
+    return scanCode;
+}
+
 void sendKey(QWidget& receiver, bool isPress, quint32 scanCode)
 {
     QKeyEvent override(QEvent::ShortcutOverride, Qt::Key_unknown, {}, scanCode, 0, 0);
@@ -778,8 +786,7 @@ private slots:
         const QPointer<ChordDialog> dialog = askForChord(*page, "Caps Lock");
         QString words;
         for (const int press : presses) {
-            const auto usage = static_cast<std::uint8_t>(std::abs(press));
-            sendKey(*dialog, press > 0, scanCodeOfUsage(usage));
+            sendKey(*dialog, press > 0, scanCodeOfUsage(std::abs(press)));
             if (press > 0)
                 words = wordsIn(*dialog);
         }

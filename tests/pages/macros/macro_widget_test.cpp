@@ -502,6 +502,17 @@ private slots:
         QCOMPARE(busSends().constLast(), QStringLiteral("04 f0 00 00 00 00 00 00 01"));
     }
 
+    void clickBelowTheListLeavesTheMacroMarked()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        const QPoint below(20, list()->viewport()->height() - 5);
+        QVERIFY(list()->itemAt(below) == nullptr);
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, below);
+        QCOMPARE(list()->currentRow(), 1);
+        QVERIFY(list()->currentItem()->isSelected());
+    }
+
     void absentKeyboardIsShownInRed()
     {
         showPage(threeMacros());

@@ -244,6 +244,26 @@ private slots:
         }
     }
 
+    // Small type in the red of the status would be hard to read.
+    void adviceIsWrittenInTheColorOfToolTips()
+    {
+        label->showRefusal(QStringLiteral("no frames"), QStringLiteral("Import some first."));
+        QVERIFY(!askedToolTip(*label).isEmpty());
+        const QWidgetList shown = QApplication::topLevelWidgets();
+        const auto tip = std::ranges::find_if(shown, [](const QWidget* widget) {
+            return widget->objectName() == QLatin1String("qtooltip_label");
+        });
+        QVERIFY(tip != shown.end());
+        // Without its frame.
+        const QImage picture = (*tip)->grab((*tip)->rect().adjusted(2, 2, -2, -2)).toImage();
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                const QColor color = picture.pixelColor(x, y);
+                QVERIFY2(color.red() - color.green() < 40, qPrintable(color.name()));
+            }
+        }
+    }
+
     void aRefusalBringsItsOwnAdvice()
     {
         label->showRefusal(QStringLiteral("no frames"), QStringLiteral("Import some first."));
