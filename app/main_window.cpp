@@ -350,8 +350,12 @@ void MainWindow::showShortcuts()
         ShortcutGroup group{QLatin1String(sidebarEntries.at(static_cast<std::size_t>(page)).title),
                             {}};
         for (QWidget* widget : pageStack->widget(page)->findChildren<QWidget*>()) {
-            if (qobject_cast<QMenu*>(widget) == nullptr)
-                group.actions += widget->actions();
+            if (qobject_cast<QMenu*>(widget) != nullptr)
+                continue;
+            for (QAction* action : widget->actions()) {
+                if (!group.actions.contains(action)) // two lists may share one
+                    group.actions += action;
+            }
         }
         groups += group;
     }

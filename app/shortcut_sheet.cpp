@@ -4,7 +4,9 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QVBoxLayout>
 
 namespace tavik {
 
@@ -25,10 +27,11 @@ void showShortcutSheet(const QList<ShortcutGroup>& groups, QWidget* parent)
     auto* dialog = new QDialog(parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowTitle(QDialog::tr("Shortcuts"));
-    auto* grid = new QGridLayout(dialog);
-    grid->setContentsMargins(22, 16, 22, 16);
-    grid->setHorizontalSpacing(28);
-    grid->setVerticalSpacing(5);
+    // The first group beside all the others: one below the other they are too high for many
+    // screens.
+    auto* columns = new QHBoxLayout;
+    columns->setSpacing(44);
+    QGridLayout* grid = nullptr;
     const auto addLabel = [&](const QString& text, int column, const QString& style) {
         auto* label = new QLabel(text, dialog);
         label->setTextFormat(Qt::PlainText);
@@ -36,19 +39,30 @@ void showShortcutSheet(const QList<ShortcutGroup>& groups, QWidget* parent)
         grid->addWidget(label, grid->rowCount() - (column == 1 ? 1 : 0), column);
     };
     for (const ShortcutGroup& group : groups) {
+        if (columns->count() < 2) {
+            grid = new QGridLayout;
+            grid->setHorizontalSpacing(28);
+            grid->setVerticalSpacing(5);
+            columns->addLayout(grid);
+            columns->setAlignment(grid, Qt::AlignTop);
+        }
         bool isFirst = true;
         for (const QAction* action : group.actions) {
             if (action->shortcut().isEmpty())
                 continue;
             if (std::exchange(isFirst, false))
-                addLabel(group.title, 0, QStringLiteral("font-weight:600;padding-top:6px;"));
+                addLabel(group.title, 0, QStringLiteral("font-weight:600;margin-top:6px;"));
             addLabel(action->text(), 0, {});
             addLabel(keysOf(*action), 1, QStringLiteral("color:#b8b8ba;"));
         }
     }
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
     QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
-    grid->addWidget(buttons, grid->rowCount(), 0, 1, 2);
+    auto* rows = new QVBoxLayout(dialog);
+    rows->setContentsMargins(22, 16, 22, 16);
+    rows->setSpacing(16);
+    rows->addLayout(columns);
+    rows->addWidget(buttons);
     dialog->open();
 }
 

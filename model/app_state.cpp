@@ -217,6 +217,25 @@ bool isOnlyWholeState(const QString& path)
 
 } // namespace
 
+void moveMacro(SavedState& state, qsizetype from, qsizetype to)
+{
+    state.macros.move(from, to);
+    const auto placeAfter = [=](qsizetype place) {
+        if (place == from)
+            return to;
+        if (place > from && place <= to)
+            return place - 1;
+        return place < from && place >= to ? place + 1 : place;
+    };
+    for (KeyLayer* layer : {&state.layerBase, &state.layerFn}) {
+        for (KeyAction& key : *layer) {
+            const qsizetype place = placeAfter(key.p1);
+            if (key.page == static_cast<std::uint8_t>(KeyActionPage::Macro) && place <= UINT8_MAX)
+                key.p1 = static_cast<std::uint8_t>(place);
+        }
+    }
+}
+
 QByteArray stateToJson(const SavedState& state)
 {
     JsonText json;

@@ -24,6 +24,11 @@ struct SavedState
     friend bool operator==(const SavedState&, const SavedState&) = default;
 };
 
+// Moves the macro to another place of the list, and with it the keys that play it or one that makes
+// room, on both layers. Both places exist. A key tells the first 256 macros apart; one beyond them
+// cannot be followed there.
+void moveMacro(SavedState& state, qsizetype from, qsizetype to);
+
 // The state as the state file holds it: one JSON object, indented, its members sorted.
 [[nodiscard]] QByteArray stateToJson(const SavedState& state);
 

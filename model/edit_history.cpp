@@ -59,7 +59,7 @@ void EditHistory::edit(StatePart part, const QString& name,
     if (static_cast<const SavedState&>(state) == before)
         return;
     push(new Step(part, name, before));
-    emit changed(part);
+    tellOfChange(part, before);
 }
 
 void EditHistory::takeOver(const QString& name, const SavedState& state)
@@ -75,8 +75,19 @@ void EditHistory::exchange(StatePart part, SavedState& other)
     AppState& state = AppState::instance();
     std::swap(static_cast<SavedState&>(state), other);
     state.save();
-    emit changed(part);
+    tellOfChange(part, other);
     emit restored(part, other);
+}
+
+// Keys follow the macros that they play.
+void EditHistory::tellOfChange(StatePart part, const SavedState& before)
+{
+    const AppState& state = AppState::instance();
+    emit changed(part);
+    if (part == StatePart::Macros && state.layerBase != before.layerBase)
+        emit changed(StatePart::BaseLayer);
+    if (part == StatePart::Macros && state.layerFn != before.layerFn)
+        emit changed(StatePart::FnLayer);
 }
 
 } // namespace tavik

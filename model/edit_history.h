@@ -23,7 +23,8 @@ public:
 
     // Calls the function, which changes the state, and saves. An edit that made a difference is a
     // step under this name, which stands behind "Undo" in menus: a single line, its ampersands
-    // doubled. It emits changed and the signals of the stack; one that made none emits nothing.
+    // doubled. It emits changed, also for a layer that has followed, and the signals of the stack;
+    // one that made none emits nothing.
     void edit(StatePart part, const QString& name, const std::function<void(SavedState&)>& change);
 
     // Keeps the present state among the earlier ones, takes over another by an edit of this name
@@ -41,6 +42,7 @@ private:
 
     EditHistory();
     void exchange(StatePart part, SavedState& other);
+    void tellOfChange(StatePart part, const SavedState& before);
 };
 
 } // namespace tavik

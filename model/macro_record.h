@@ -53,6 +53,16 @@ inline constexpr std::array macroActionTypes{
 // "press" or "release", from the top bit of the flags.
 [[nodiscard]] QString macroPressText(const MacroAction& action);
 
+// What the action does, as a user would say it: "press H", "release left button", "pause 40 ms".
+[[nodiscard]] QString macroActionWords(const MacroAction& action);
+
+// The keyboard's macro memory.
+inline constexpr qsizetype macroSpaceSize = 3072; // bytes
+inline constexpr qsizetype macroLimit = 100;
+
+// The bytes that this list takes of it, 400 or more; also more than there are.
+[[nodiscard]] qsizetype macroSpaceUsed(const QList<MacroRecord>& macros);
+
 // What to tell the user when encodeMacroSpace returns nothing.
 inline constexpr QStringView macroSpaceExceededText = u"Macro space exceeded (3072 bytes).";
 

@@ -83,7 +83,7 @@ void RgbWidget::createView()
     view->setMode(KeyboardViewMode::KeyColors);
     connect(view, &KeyboardView::slotActivated, this, &RgbWidget::keyClicked);
     connect(view, &KeyboardView::slotContextMenu, this,
-            [this](int, QPoint globalPos) { showUndoMenu(this, globalPos); });
+            [this](int, QPoint globalPos) { showMenu({}, this, globalPos); });
     view->setKeyToolTip([](int lightIndex) {
         return colorToolTip(nameOfKey(lightIndex),
                             shownColor(static_cast<std::size_t>(lightIndex)));

@@ -117,15 +117,10 @@ void KeymapWidget::createShortcuts()
 QAction* KeymapWidget::addKeyShortcut(const QString& text, const QKeySequence& keys,
                                       void (KeymapWidget::*act)(int lightIndex))
 {
-    auto* action = new QAction(text, view);
-    action->setShortcut(keys);
-    action->setShortcutContext(Qt::WidgetShortcut);
-    connect(action, &QAction::triggered, this, [this, act] {
+    return addMenuEntry(view, text, keys, [this, act] {
         if (isKey(view->markedKey()))
             (this->*act)(view->markedKey());
     });
-    view->addAction(action);
-    return action;
 }
 
 QString KeymapWidget::keyToolTip(int lightIndex) const

@@ -1,13 +1,16 @@
 #include "pages/macros/macro_widget.h"
 
 #include "model/key_names.h"
+#include "pages/macros/action_picture.h"
 #include "pages/macros/macro_upload.h"
+#include "pages/macros/record_dialog.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 #include "pages/parts/status_label.h"
 #include "pages/parts/undo_entries.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -101,6 +104,8 @@ MacroWidget::MacroWidget(QWidget* parent)
     column->addLayout(sendRow);
     column->addWidget(statusLabel);
 
+    createMacroEntries();
+    createActionEntries();
     refillMacroList();
     connect(macroList, &QListWidget::currentRowChanged, this, &MacroWidget::macroSelected);
     // A click below the list would leave the row that everything acts on without a mark.
@@ -115,9 +120,11 @@ MacroWidget::MacroWidget(QWidget* parent)
          std::initializer_list<QAbstractScrollArea*>{macroList, actionTable}) {
         area->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(area, &QWidget::customContextMenuRequested, this, [this, area](QPoint position) {
-            showUndoMenu(this, area->viewport()->mapToGlobal(position));
+            showMenu(area->actions(), this, area->viewport()->mapToGlobal(position));
         });
     }
+    connect(actionTable, &QTableWidget::itemSelectionChanged, this, &MacroWidget::enableEntries);
+    showMark();
 }
 
 QWidget* MacroWidget::createMacroGroup()
@@ -174,7 +181,58 @@ void MacroWidget::createActionTable(QWidget* parent)
     actionTable->verticalHeader()->setDefaultSectionSize(rowHeight);
     actionTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
     actionTable->setSelectionBehavior(QAbstractItemView::SelectRows);
-    actionTable->setSelectionMode(QAbstractItemView::SingleSelection);
+    actionTable->setIconSize(actionPictureSize);
+}
+
+void MacroWidget::createMacroEntries()
+{
+    recordEntry =
+        addMenuEntry(macroList, tr("Record…"), Qt::CTRL | Qt::Key_R, [this] { recordActions(); });
+    const auto add = [this](const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& act) {
+        macroEntries += addMenuEntry(macroList, text, keys, act);
+        return macroEntries.constLast();
+    };
+    add(tr("Rename macro…"), Qt::Key_F2, [this] { renameMacro(); });
+    add(tr("Duplicate macro"), Qt::CTRL | Qt::Key_D, [this] { duplicateMacro(); });
+    macroUpEntry =
+        add(tr("Move macro up"), Qt::CTRL | Qt::Key_Up, [this] { moveCurrentMacro(-1); });
+    macroDownEntry =
+        add(tr("Move macro down"), Qt::CTRL | Qt::Key_Down, [this] { moveCurrentMacro(1); });
+    add(tr("Delete macro"), Qt::Key_Delete, [this] { deleteMacro(); });
+}
+
+void MacroWidget::createActionEntries()
+{
+    actionTable->addAction(recordEntry);
+    const auto add = [this](const QString& text, const QKeySequence& keys,
+                            const std::function<void()>& act) {
+        actionEntries += addMenuEntry(actionTable, text, keys, act);
+        return actionEntries.constLast();
+    };
+    add(tr("Insert action above"), Qt::Key_Insert, [this] { insertAction(); });
+    add(tr("Duplicate actions"), Qt::CTRL | Qt::Key_D, [this] { duplicateActions(); });
+    add(tr("Change delay…"), Qt::Key_F2, [this] { changeDelay(); });
+    actionsUpEntry =
+        add(tr("Move actions up"), Qt::CTRL | Qt::Key_Up, [this] { moveSelectedActions(-1); });
+    actionsDownEntry =
+        add(tr("Move actions down"), Qt::CTRL | Qt::Key_Down, [this] { moveSelectedActions(1); });
+    add(tr("Remove actions"), Qt::Key_Delete, [this] { deleteAction(); });
+}
+
+void MacroWidget::enableEntries()
+{
+    const int row = macroList->currentRow();
+    for (QAction* entry : macroEntries)
+        entry->setEnabled(currentMacro() != nullptr);
+    macroUpEntry->setEnabled(row > 0);
+    macroDownEntry->setEnabled(row >= 0 && row + 1 < macroList->count());
+
+    const QList<int> rows = selectedActions();
+    for (QAction* entry : actionEntries)
+        entry->setEnabled(!rows.isEmpty());
+    actionsUpEntry->setEnabled(!rows.isEmpty() && rows.first() > 0);
+    actionsDownEntry->setEnabled(!rows.isEmpty() && rows.last() + 1 < actionTable->rowCount());
 }
 
 void MacroWidget::createActionForm(QWidget* parent)
@@ -206,6 +264,23 @@ void MacroWidget::editMacros(const QString& name,
 {
     EditHistory::instance().edit(StatePart::Macros, name,
                                  [&](SavedState& state) { change(state.macros); });
+    warnOfFullSpace();
+}
+
+// The keyboard would not take them; better said now than when everything is written.
+void MacroWidget::warnOfFullSpace()
+{
+    const QList<MacroRecord>& macros = AppState::instance().macros;
+    const qsizetype used = macroSpaceUsed(macros);
+    if (used > macroSpaceSize)
+        statusLabel->showStatus(
+            StatusLook::Warning,
+            tr("The macros take %1 of %2 bytes: too many to write.").arg(used).arg(macroSpaceSize),
+            StatePart::Macros);
+    else if (macros.size() > macroLimit)
+        statusLabel->showStatus(StatusLook::Warning,
+                                tr("Only the first %1 macros are written.").arg(macroLimit),
+                                StatePart::Macros);
 }
 
 // Of the current macro, which has to exist.
@@ -216,18 +291,81 @@ void MacroWidget::editActions(const QString& name,
     refillActionTable(macroList->currentRow());
 }
 
+QString MacroWidget::nextMacroName() const
+{
+    return tr("Macro %1").arg(AppState::instance().macros.size() + 1);
+}
+
+// Empty when nothing is to be done.
+QString MacroWidget::askForName(const QString& title, const QString& proposal)
+{
+    return QInputDialog::getText(this, title, tr("Name:"), QLineEdit::Normal, proposal);
+}
+
 void MacroWidget::newMacro()
 {
-    const qsizetype count = AppState::instance().macros.size();
-    bool accepted = false;
-    const QString name =
-        QInputDialog::getText(this, tr("New macro"), tr("Name:"), QLineEdit::Normal,
-                              tr("Macro %1").arg(count + 1), &accepted);
-    if (!accepted || name.isEmpty())
+    const QString name = askForName(tr("New macro"), nextMacroName());
+    if (name.isEmpty())
         return;
     editMacros(tr("New macro"), [&](auto& macros) { macros.append({name, {}}); });
-    refillMacroList();
-    macroList->setCurrentRow(macroList->count() - 1);
+    showMacro(macroList->count());
+}
+
+void MacroWidget::renameMacro()
+{
+    const MacroRecord* macro = currentMacro();
+    const QString name = macro == nullptr ? QString() : askForName(tr("Rename macro"), macro->name);
+    if (name.isEmpty())
+        return;
+    const int row = macroList->currentRow();
+    editMacros(tr("Rename macro"), [&](auto& macros) { macros[row].name = name; });
+    showMacro(row);
+}
+
+// At the end, so that no key has to follow another macro.
+void MacroWidget::duplicateMacro()
+{
+    if (const MacroRecord* macro = currentMacro()) {
+        const MacroRecord copy{tr("%1 copy").arg(macro->name), macro->actions};
+        editMacros(tr("Duplicate macro"), [&](auto& macros) { macros.append(copy); });
+        showMacro(macroList->count());
+    }
+}
+
+void MacroWidget::moveCurrentMacro(int distance)
+{
+    const int row = macroList->currentRow();
+    const int place = row + distance;
+    const qsizetype count = AppState::instance().macros.size();
+    if (currentMacro() == nullptr || place < 0 || place >= count)
+        return;
+    EditHistory::instance().edit(StatePart::Macros, tr("Move macro"),
+                                 [=](SavedState& state) { moveMacro(state, row, place); });
+    showMacro(place);
+}
+
+// Without a macro to add to, a new one.
+void MacroWidget::recordActions()
+{
+    const MacroRecord* macro = currentMacro();
+    const QString name = macro == nullptr ? nextMacroName() : beginningOf(macro->name, 40);
+    auto* dialog = new RecordDialog(name, this);
+    connect(dialog, &RecordDialog::recorded, this, &MacroWidget::appendRecorded);
+    dialog->open();
+}
+
+void MacroWidget::appendRecorded(const QList<MacroAction>& recorded)
+{
+    qsizetype row = macroList->currentRow();
+    if (currentMacro() == nullptr)
+        row = AppState::instance().macros.size();
+    editMacros(tr("Record actions"), [&](auto& macros) {
+        if (row == macros.size())
+            macros.append({nextMacroName(), {}});
+        macros[row].actions += recorded;
+    });
+    showMacro(row);
+    actionTable->scrollToBottom();
 }
 
 void MacroWidget::deleteMacro()
@@ -256,24 +394,118 @@ void MacroWidget::addAction()
         statusLabel->clearOn(macroList, &QListWidget::currentRowChanged);
         return;
     }
-    const MacroAction action{static_cast<std::uint16_t>(delayInput->value()),
-                             static_cast<std::uint8_t>(keySelect->currentData().toUInt()),
-                             static_cast<std::uint8_t>(typeSelect->currentData().toUInt())};
-    editActions(tr("Add action"), [&](auto& actions) { actions.append(action); });
+    editActions(tr("Add action"), [&](auto& actions) { actions.append(actionOfForm()); });
     actionTable->scrollToBottom();
+}
+
+MacroAction MacroWidget::actionOfForm() const
+{
+    return {static_cast<std::uint16_t>(delayInput->value()),
+            static_cast<std::uint8_t>(keySelect->currentData().toUInt()),
+            static_cast<std::uint8_t>(typeSelect->currentData().toUInt())};
 }
 
 void MacroWidget::deleteAction()
 {
-    const MacroRecord* macro = currentMacro();
-    const QModelIndexList rows = actionTable->selectionModel()->selectedRows();
-    if (macro == nullptr || rows.isEmpty() || rows.first().row() >= macro->actions.size())
+    const QList<int> rows = selectedActions();
+    if (rows.isEmpty())
         return;
-    const int row = rows.first().row();
-    editActions(tr("Remove action"), [&](auto& actions) { actions.removeAt(row); });
+    editActions(tr("Remove action"), [&](auto& actions) {
+        for (qsizetype index = rows.size() - 1; index >= 0; --index)
+            actions.removeAt(rows.at(index));
+    });
     // The one that has moved up is selected, or the last one left, so that several can be removed
     // one after the other.
-    actionTable->selectRow(std::min(row, actionTable->rowCount() - 1));
+    selectActions({std::min(rows.first(), actionTable->rowCount() - 1)});
+}
+
+void MacroWidget::insertAction()
+{
+    const QList<int> rows = selectedActions();
+    if (rows.isEmpty())
+        return;
+    editActions(tr("Insert action"),
+                [&](auto& actions) { actions.insert(rows.first(), actionOfForm()); });
+    selectActions({rows.first()});
+}
+
+void MacroWidget::duplicateActions()
+{
+    const QList<int> rows = selectedActions();
+    if (rows.isEmpty())
+        return;
+    QList<int> copies;
+    editActions(tr("Duplicate actions"), [&](auto& actions) {
+        QList<MacroAction> copied;
+        for (const int row : rows) {
+            copied += actions.at(row);
+            copies += rows.last() + static_cast<int>(copied.size());
+        }
+        for (qsizetype index = 0; index < copied.size(); ++index)
+            actions.insert(copies.at(index), copied.at(index));
+    });
+    selectActions(copies);
+}
+
+void MacroWidget::changeDelay()
+{
+    const QList<int> rows = selectedActions();
+    if (rows.isEmpty())
+        return;
+    bool accepted = false;
+    const int delay = QInputDialog::getInt(this, tr("Change delay"), tr("Delay before (ms):"),
+                                           currentMacro()->actions.at(rows.first()).delay, 0,
+                                           longestDelayMs, 1, &accepted);
+    if (!accepted)
+        return;
+    editActions(tr("Change delay"), [&](auto& actions) {
+        for (const int row : rows)
+            actions[row].delay = static_cast<std::uint16_t>(delay);
+    });
+    selectActions(rows);
+}
+
+// Each by one place; none when the first of them has no place to go to.
+void MacroWidget::moveSelectedActions(int distance)
+{
+    QList<int> rows = selectedActions();
+    if (rows.isEmpty() || rows.first() + distance < 0 ||
+        rows.last() + distance >= currentMacro()->actions.size())
+        return;
+    editActions(tr("Move actions"), [&](auto& actions) {
+        if (distance > 0)
+            std::ranges::reverse(rows);
+        for (int& row : rows) {
+            actions.swapItemsAt(row, row + distance);
+            row += distance;
+        }
+    });
+    selectActions(rows);
+}
+
+// In their order. None when the table is behind the model.
+QList<int> MacroWidget::selectedActions() const
+{
+    QList<int> rows;
+    for (const QModelIndex& row : actionTable->selectionModel()->selectedRows())
+        rows += row.row();
+    std::ranges::sort(rows);
+    const MacroRecord* macro = currentMacro();
+    if (macro == nullptr || rows.isEmpty() || rows.last() >= macro->actions.size())
+        return {};
+    return rows;
+}
+
+void MacroWidget::selectActions(const QList<int>& rows)
+{
+    QItemSelection selection;
+    for (const int row : rows)
+        selection.select(actionTable->model()->index(row, 0),
+                         actionTable->model()->index(row, ActionColumnCount - 1));
+    const QModelIndex current = actionTable->model()->index(rows.first(), 0);
+    actionTable->selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+    actionTable->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    actionTable->scrollTo(current);
 }
 
 void MacroWidget::sendMacros()
@@ -300,7 +532,15 @@ void MacroWidget::sendMacros()
 // What the keyboard held before the program started is unknown; then nothing is marked.
 void MacroWidget::showMark()
 {
-    writeButton->setMarked(AppState::instance().macros != writtenMacros);
+    const QList<MacroRecord>& macros = AppState::instance().macros;
+    writeButton->setMarked(macros != writtenMacros);
+    writeButton->setNote(tr("%1 of %2 bytes").arg(macroSpaceUsed(macros)).arg(macroSpaceSize));
+}
+
+void MacroWidget::showMacro(qsizetype row)
+{
+    refillMacroList();
+    macroList->setCurrentRow(static_cast<int>(row));
 }
 
 void MacroWidget::refillMacroList()
@@ -333,11 +573,17 @@ void MacroWidget::refillActionTable(int macroIndex)
         const MacroAction& action = actions.at(row);
         const std::array<QString, ActionColumnCount> texts{
             QString::number(action.delay), macroActionText(action), macroPressText(action)};
-        for (int column = 0; column < ActionColumnCount; ++column)
-            actionTable->setItem(row, column,
-                                 createCell(column, texts.at(static_cast<std::size_t>(column))));
+        const QString words = macroActionWords(action);
+        for (int column = 0; column < ActionColumnCount; ++column) {
+            QTableWidgetItem* cell = createCell(column, texts.at(static_cast<std::size_t>(column)));
+            cell->setToolTip(words);
+            if (column == ActionTextColumn)
+                cell->setIcon(actionPicture(words));
+            actionTable->setItem(row, column, cell);
+        }
     }
     actionTable->clearSelection();
+    enableEntries();
 }
 
 // What has come back is selected. Where something has gone nothing is, so that the next click
@@ -347,6 +593,7 @@ void MacroWidget::showRestored(StatePart part, const SavedState& left)
     if (part != StatePart::Macros && part != StatePart::Everything)
         return;
     refillMacroList();
+    warnOfFullSpace();
     const QList<MacroRecord>& macros = AppState::instance().macros;
     const qsizetype row = firstDifference(left.macros, macros);
     if (part == StatePart::Everything || macros.size() < left.macros.size() || row == macros.size())

@@ -4,6 +4,7 @@
 
 #include <QWidget>
 
+class QAction;
 class QComboBox;
 class QListWidget;
 class QSpinBox;
@@ -32,7 +33,7 @@ public slots:
     void macroSelected(int row);
     // Appends the action set in the form to the current macro.
     void addAction();
-    // Removes the selected action of the current macro.
+    // Removes the selected actions of the current macro.
     void deleteAction();
     // Writes all macros to the keyboard, which blocks, and shows the outcome.
     void sendMacros();
@@ -42,8 +43,28 @@ private:
     QWidget* createActionGroup();
     void createActionTable(QWidget* parent);
     void createActionForm(QWidget* parent);
+    void createMacroEntries();
+    void createActionEntries();
+    void enableEntries();
+
+    void renameMacro();
+    void duplicateMacro();
+    void moveCurrentMacro(int distance);
+    void recordActions();
+    void appendRecorded(const QList<MacroAction>& recorded);
+    void insertAction();
+    void duplicateActions();
+    void changeDelay();
+    void moveSelectedActions(int distance);
 
     [[nodiscard]] const MacroRecord* currentMacro() const;
+    [[nodiscard]] QString nextMacroName() const;
+    [[nodiscard]] QString askForName(const QString& title, const QString& proposal);
+    [[nodiscard]] MacroAction actionOfForm() const;
+    [[nodiscard]] QList<int> selectedActions() const;
+    void selectActions(const QList<int>& rows);
+    void showMacro(qsizetype row);
+    void warnOfFullSpace();
     void editMacros(const QString& name, const std::function<void(QList<MacroRecord>&)>& change);
     void editActions(const QString& name, const std::function<void(QList<MacroAction>&)>& change);
     void refillMacroList();
@@ -53,6 +74,15 @@ private:
     void showRestored(StatePart part, const SavedState& left);
 
     QList<MacroRecord> writtenMacros; // as they were last written, or at the start
+
+    // Entries of both menus, and those that need a macro, selected actions, or room to move.
+    QAction* recordEntry = nullptr;
+    QList<QAction*> macroEntries;
+    QList<QAction*> actionEntries;
+    QAction* macroUpEntry = nullptr;
+    QAction* macroDownEntry = nullptr;
+    QAction* actionsUpEntry = nullptr;
+    QAction* actionsDownEntry = nullptr;
 
     QListWidget* macroList = nullptr;
     QTableWidget* actionTable = nullptr;

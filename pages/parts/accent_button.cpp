@@ -22,8 +22,24 @@ void AccentButton::setMarked(bool marked)
     if (isMarked == marked)
         return;
     isMarked = marked;
-    setToolTip(marked ? tr("Changed since it was last written") : QString());
+    showToolTip();
     update();
+}
+
+void AccentButton::setNote(const QString& text)
+{
+    note = text;
+    showToolTip();
+}
+
+void AccentButton::showToolTip()
+{
+    QStringList lines;
+    if (isMarked)
+        lines += tr("Changed since it was last written");
+    if (!note.isEmpty())
+        lines += note;
+    setToolTip(lines.join(u'\n'));
 }
 
 void AccentButton::paintEvent(QPaintEvent* event)

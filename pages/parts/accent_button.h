@@ -17,11 +17,17 @@ public:
     // keeps its text and its size.
     void setMarked(bool marked);
 
+    // A line of the tool tip, below what the dot means.
+    void setNote(const QString& text);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void showToolTip();
+
     bool isMarked = false;
+    QString note;
 };
 
 } // namespace tavik

@@ -1,6 +1,7 @@
 #include "pages/parts/page_parts.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -34,6 +35,17 @@ QHBoxLayout* createRow(std::initializer_list<QWidget*> widgets)
         row->addWidget(widget);
     row->addStretch();
     return row;
+}
+
+QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& keys,
+                      const std::function<void()>& act)
+{
+    auto* entry = new QAction(text, widget);
+    entry->setShortcut(keys);
+    entry->setShortcutContext(Qt::WidgetShortcut);
+    QObject::connect(entry, &QAction::triggered, widget, act);
+    widget->addAction(entry);
+    return entry;
 }
 
 QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent)

@@ -4,9 +4,11 @@
 
 #include <QPushButton>
 
+#include <functional>
 #include <initializer_list>
 
 class QAbstractButton;
+class QAction;
 class QHBoxLayout;
 class QLabel;
 class QLayout;
@@ -26,6 +28,10 @@ void cutAtEdges(QLayout* pageLayout);
 // Tab comes to the chosen one of buttons that exclude each other, whoever has chosen it; the arrow
 // keys go on from there.
 void letTabFindTheChosen(const QList<QAbstractButton*>& buttons);
+
+// An entry for the menu of a widget, whose keys work while that widget has the focus.
+QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& keys,
+                      const std::function<void()>& act);
 
 // A heading over a group of controls.
 [[nodiscard]] QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent);

@@ -21,10 +21,11 @@ void addUndoEntries(QMenu* menu)
     menu->addActions({undo, redo});
 }
 
-void showUndoMenu(QWidget* parent, QPoint globalPos)
+void showMenu(const QList<QAction*>& entries, QWidget* parent, QPoint globalPos)
 {
     auto* menu = new QMenu(parent);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addActions(entries);
     addUndoEntries(menu);
     menu->popup(globalPos);
 }

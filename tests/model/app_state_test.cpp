@@ -856,6 +856,56 @@ private slots:
         QCOMPARE(filesLeft(), (QStringList{"state.json", "state.json.bak", "state.json.damaged"}));
     }
 
+    void movedMacroTakesItsKeysAlong_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<QList<int>>("places"); // of what was the first, the second and so on
+        using Places = QList<int>;
+        QTest::newRow("down") << 1 << 2 << Places{0, 2, 1, 3};
+        QTest::newRow("up") << 2 << 1 << Places{0, 2, 1, 3};
+        QTest::newRow("to the end") << 0 << 3 << Places{3, 0, 1, 2};
+        QTest::newRow("to the beginning") << 3 << 0 << Places{1, 2, 3, 0};
+        QTest::newRow("nowhere") << 2 << 2 << Places{0, 1, 2, 3};
+    }
+    void movedMacroTakesItsKeysAlong()
+    {
+        QFETCH(int, from);
+        QFETCH(int, to);
+        QFETCH(QList<int>, places);
+        SavedState moved;
+        for (int macro = 0; macro < 4; ++macro) {
+            moved.macros.append({QString::number(macro), {}});
+            moved.layerBase.at(static_cast<std::size_t>(macro)) = macroKeyAction(macro);
+            moved.layerFn.at(static_cast<std::size_t>(10 + macro)) = macroKeyAction(macro);
+            moved.layerFn.at(static_cast<std::size_t>(20 + macro)) = mouseKeyAction(0x0101);
+        }
+        const SavedState before = moved;
+        moveMacro(moved, from, to);
+        for (int macro = 0; macro < 4; ++macro) {
+            const int place = places.at(macro);
+            QCOMPARE(moved.macros.at(place).name, QString::number(macro));
+            QCOMPARE(moved.layerBase.at(static_cast<std::size_t>(macro)), macroKeyAction(place));
+            QCOMPARE(moved.layerFn.at(static_cast<std::size_t>(10 + macro)), macroKeyAction(place));
+            QCOMPARE(moved.layerFn.at(static_cast<std::size_t>(20 + macro)),
+                     mouseKeyAction(0x0101));
+        }
+        moveMacro(moved, to, from);
+        QVERIFY(moved == before);
+    }
+
+    // A key tells 256 macros apart.
+    void keysOfTheLastMacroTheyTellApartStay()
+    {
+        SavedState moved;
+        moved.macros = QList<MacroRecord>(258, {QStringLiteral("macro"), {}});
+        moved.layerBase[0] = macroKeyAction(255);
+        moved.layerBase[1] = macroKeyAction(0);
+        moveMacro(moved, 255, 256);
+        QCOMPARE(moved.layerBase[0], macroKeyAction(255));
+        QCOMPARE(moved.layerBase[1], macroKeyAction(0));
+    }
+
 private:
     OwnConfiguration configuration;
 

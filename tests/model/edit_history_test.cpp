@@ -74,6 +74,37 @@ private slots:
         QVERIFY(!history().canRedo());
     }
 
+    void layersThatFollowAreToldOf_data()
+    {
+        using Parts = QList<StatePart>;
+        QTest::addColumn<int>("base");
+        QTest::addColumn<int>("fn");
+        QTest::addColumn<Parts>("parts");
+        const StatePart macros = StatePart::Macros;
+        QTest::newRow("none") << 0 << 0 << Parts{macros};
+        QTest::newRow("base") << 1 << 0 << Parts{macros, StatePart::BaseLayer};
+        QTest::newRow("Fn") << 0 << 1 << Parts{macros, StatePart::FnLayer};
+        QTest::newRow("both") << 1 << 1 << Parts{macros, StatePart::BaseLayer, StatePart::FnLayer};
+    }
+    void layersThatFollowAreToldOf()
+    {
+        QFETCH(int, base);
+        QFETCH(int, fn);
+        QFETCH(QList<StatePart>, parts);
+        QList<StatePart> told;
+        const auto connection =
+            connect(&history(), &EditHistory::changed, this, [&](StatePart part) { told += part; });
+        history().edit(StatePart::Macros, QStringLiteral("Move"), [&](SavedState& state) {
+            state.macros.append({QStringLiteral("new"), {}});
+            state.layerBase[3].p1 = static_cast<std::uint8_t>(base);
+            state.layerFn[3].p1 = static_cast<std::uint8_t>(fn);
+        });
+        QCOMPARE(told, parts);
+        history().undo();
+        QCOMPARE(told, parts + parts);
+        disconnect(connection);
+    }
+
     void aThousandStepsAreKept()
     {
         for (int step = 1; step <= 1002; ++step)

@@ -78,6 +78,53 @@ private slots:
         QCOMPARE(macroPressText(action(0, code, flags)), pressText);
     }
 
+    void actionWords_data()
+    {
+        QTest::addColumn<MacroAction>("macroAction");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("press") << action(9, 0x0B, 0xB0) << "press H";
+        QTest::newRow("release") << action(0, 0xE1, 0x30) << "release L Shift";
+        QTest::newRow("left") << action(0, 0x01, 0x90) << "press left button";
+        QTest::newRow("right") << action(0, 0x02, 0x10) << "release right button";
+        QTest::newRow("middle") << action(0, 0x04, 0x90) << "press middle button";
+        QTest::newRow("fourth") << action(0, 0x08, 0x90) << "press button 4";
+        QTest::newRow("fifth") << action(0, 0x10, 0x10) << "release button 5";
+        QTest::newRow("no button") << action(0, 0x03, 0x90) << "press mouse 0x03";
+        QTest::newRow("pause") << action(40, 0x04, 0x50) << "pause 40 ms";
+        QTest::newRow("long pause") << action(65535, 0x04, 0xD0) << "pause 65535 ms";
+        QTest::newRow("key by hand") << action(0, 0x04, 0x80) << "press A";
+        QTest::newRow("unnamed key") << action(0, 0x65, 0x00) << "release 0x65";
+    }
+    void actionWords()
+    {
+        QFETCH(MacroAction, macroAction);
+        QFETCH(QString, words);
+        QCOMPARE(macroActionWords(macroAction), words);
+    }
+
+    void spaceUsed_data()
+    {
+        QTest::addColumn<QList<MacroRecord>>("macros");
+        QTest::addColumn<int>("bytes");
+        QTest::newRow("none") << QList<MacroRecord>() << 400;
+        QTest::newRow("empty ones") << QList<MacroRecord>(5, macroOf(0)) << 400;
+        QTest::newRow("one action") << QList<MacroRecord>{macroOf(1)} << 408;
+        QTest::newRow("two macros") << QList<MacroRecord>{macroOf(1), macroOf(2)} << 420;
+        QTest::newRow("full") << QList<MacroRecord>{macroOf(667)} << 3072;
+        QTest::newRow("too many") << QList<MacroRecord>{macroOf(668)} << 3076;
+        QTest::newRow("beyond the table") << QList<MacroRecord>(102, macroOf(1)) << 1200;
+    }
+    void spaceUsed()
+    {
+        QFETCH(QList<MacroRecord>, macros);
+        QFETCH(int, bytes);
+        QCOMPARE(macroSpaceUsed(macros), qsizetype{bytes});
+        const std::optional<QByteArray> image = encodeMacroSpace(macros);
+        QCOMPARE(image.has_value(), bytes <= 3072);
+        if (image)
+            QCOMPARE(image->size(), qsizetype{bytes});
+    }
+
     void everyFlagsByte()
     {
         for (int flags = 0; flags < 256; ++flags) {

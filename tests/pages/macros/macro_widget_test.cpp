@@ -1,12 +1,18 @@
 #include "device/device.h"
 #include "model/app_state.h"
+#include "model/edit_history.h"
 #include "model/key_names.h"
+#include "pages/macros/action_picture.h"
 #include "pages/macros/macro_widget.h"
+#include "pages/parts/accent_button.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/page_view.h"
+#include "tests/support/pixel_probe.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QFile>
 #include <QGroupBox>
@@ -15,7 +21,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
+#include <QPainter>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
@@ -302,22 +311,307 @@ private slots:
         QCOMPARE(list()->currentRow(), 1);
     }
 
-    // "Remove action" takes one, so one is all that can be marked.
-    void oneActionIsSelectedAtATime()
+    void severalActionsAreSelectedByTheUsualKeys()
     {
         showPage(threeMacros());
         list()->setCurrentRow(1);
-        const auto clickRow = [this](int row, Qt::KeyboardModifiers keys) {
-            const QRect cell = table()->visualItemRect(table()->item(row, 1));
-            QTest::mouseClick(table()->viewport(), Qt::LeftButton, keys, cell.center());
-        };
-        clickRow(0, {});
-        for (const Qt::KeyboardModifier keys : {Qt::ControlModifier, Qt::ShiftModifier}) {
-            clickRow(2, keys);
-            QCOMPARE(table()->selectionModel()->selectedRows().size(), 1);
-            QCOMPARE(table()->selectionModel()->selectedRows().first().row(), 2);
-            clickRow(1, {});
+        clickRow(0);
+        clickRow(2, Qt::ControlModifier);
+        QCOMPARE(selected(), QList<int>({0, 2}));
+        button("Remove action")->click();
+        QCOMPARE(macros().at(1).actions, (QList<MacroAction>{{7, 0, 0x50}}));
+        QCOMPARE(stateOnDisk().macros, macros());
+        QCOMPARE(selected(), QList<int>({0}));
+        EditHistory::instance().undo();
+        QCOMPARE(macros(), threeMacros());
+    }
+
+    void rowSaysWhatItsActionDoes()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        const QStringList words{"press left button", "pause 7 ms", "release Space"};
+        for (int row = 0; row < words.size(); ++row) {
+            for (int column = 0; column < 3; ++column)
+                QCOMPARE(table()->item(row, column)->toolTip(), words.at(row));
+            // In the row itself, before the text of the cell.
+            const QIcon picture = table()->item(row, 1)->icon();
+            QImage shown(actionPictureSize, QImage::Format_RGB32);
+            QImage expected(actionPictureSize, QImage::Format_RGB32);
+            for (QImage* image : {&shown, &expected}) {
+                image->fill(Qt::black);
+                QPainter painter(image);
+                painter.setFont(table()->font());
+                const QIcon& icon = image == &shown ? picture : actionPicture(words.at(row));
+                icon.paint(&painter, image->rect());
+            }
+            QCOMPARE(shown, expected);
+            const QRect written =
+                areaWhere(shown, [](const QColor& pixel) { return pixel.value() > 0xA0; });
+            QVERIFY(written.width() > 40);
         }
+    }
+
+    void listEntryMakesTheStatedEdit_data()
+    {
+        QTest::addColumn<int>("current");
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QList<int>>("order"); // of the macros that there were; -1 for the copy
+        QTest::addColumn<int>("currentAfter");
+        QTest::newRow("duplicate") << 1 << "Duplicate macro" << QList<int>{0, 1, 2, -1} << 3;
+        QTest::newRow("up") << 1 << "Move macro up" << QList<int>{1, 0, 2} << 0;
+        QTest::newRow("down") << 1 << "Move macro down" << QList<int>{0, 2, 1} << 2;
+        QTest::newRow("delete") << 1 << "Delete macro" << QList<int>{0, 2} << -1;
+    }
+    void listEntryMakesTheStatedEdit()
+    {
+        QFETCH(int, current);
+        QFETCH(QString, entry);
+        QFETCH(QList<int>, order);
+        QFETCH(int, currentAfter);
+        showPage(threeMacros());
+        list()->setCurrentRow(current);
+        chooseEntry(*list(), entry);
+        QList<MacroRecord> expected;
+        for (const int index : order) {
+            expected += threeMacros().at(index < 0 ? current : index);
+            if (index < 0)
+                expected.last().name += QStringLiteral(" copy");
+        }
+        QCOMPARE(macros(), expected);
+        QCOMPARE(stateOnDisk().macros, expected);
+        QCOMPARE(list()->currentRow(), currentAfter);
+        QCOMPARE(EditHistory::instance().count(), 1);
+        QCOMPARE(busTrace(), QStringList());
+        EditHistory::instance().undo();
+        QCOMPARE(macros(), threeMacros());
+        QCOMPARE(listed(), QStringList({"First", "Second", "Third"}));
+    }
+
+    void keysFollowAMovedMacro()
+    {
+        SavedState& state = AppState::instance();
+        const KeyAction special{5, 1, 0, 0}; // no macro, whatever its byte
+        state.layerBase[5] = macroKeyAction(1);
+        state.layerBase[6] = macroKeyAction(0);
+        state.layerBase[7] = special;
+        state.layerFn[8] = macroKeyAction(1);
+        state.layerFn[9] = macroKeyAction(2);
+        showPage(threeMacros());
+        const SavedState before = state;
+        const QSignalSpy changed(&EditHistory::instance(), &EditHistory::changed);
+        list()->setCurrentRow(1);
+        chooseEntry(*list(), QStringLiteral("Move macro up"));
+        QCOMPARE(stateOnDisk().layerBase[5], macroKeyAction(0));
+        QCOMPARE(stateOnDisk().layerBase[6], macroKeyAction(1));
+        QCOMPARE(stateOnDisk().layerBase[7], special);
+        QCOMPARE(stateOnDisk().layerFn[8], macroKeyAction(0));
+        QCOMPARE(stateOnDisk().layerFn[9], macroKeyAction(2));
+        QCOMPARE(changed.size(), 3); // macros and both layers
+        EditHistory::instance().undo();
+        QVERIFY(stateInMemory() == before);
+        QCOMPARE(changed.size(), 6);
+    }
+
+    void entriesAreOfferedWhereTheyDoSomething_data()
+    {
+        QTest::addColumn<int>("current");
+        QTest::addColumn<QStringList>("disabled");
+        QTest::newRow("none") << -1
+                              << QStringList{"Rename macro…", "Duplicate macro", "Move macro up",
+                                             "Move macro down", "Delete macro"};
+        QTest::newRow("first") << 0 << QStringList{"Move macro up"};
+        QTest::newRow("middle") << 1 << QStringList();
+        QTest::newRow("last") << 2 << QStringList{"Move macro down"};
+    }
+    void entriesAreOfferedWhereTheyDoSomething()
+    {
+        QFETCH(int, current);
+        QFETCH(QStringList, disabled);
+        showPage(threeMacros());
+        list()->setCurrentRow(current);
+        QStringList found;
+        for (const QAction* entry : list()->actions()) {
+            if (!entry->isEnabled())
+                found += entry->text();
+        }
+        QCOMPARE(found, disabled);
+        for (const QAction* entry : table()->actions())
+            QCOMPARE(entry->isEnabled(), entry->text() == QStringLiteral("Record…"));
+    }
+
+    void macroIsRenamed_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("other") << "Greeting" << true;
+        QTest::newRow("empty") << "" << false;
+    }
+    void macroIsRenamed()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, taken);
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        onNextDialog([name](QWidget& dialog) {
+            auto* input = qobject_cast<QInputDialog*>(&dialog);
+            QCOMPARE(input->textValue(), QStringLiteral("Second"));
+            input->setTextValue(name);
+            clickButton(dialog, QStringLiteral("OK"));
+        });
+        chooseEntry(*list(), QStringLiteral("Rename macro…"));
+        QCOMPARE(dialogsStillExpected(), 0);
+        QList<MacroRecord> expected = threeMacros();
+        if (taken)
+            expected[1].name = name;
+        QCOMPARE(macros(), expected);
+        QCOMPARE(list()->item(1)->text(), expected.at(1).name);
+        QCOMPARE(list()->currentRow(), 1);
+        QCOMPARE(QFile::exists(stateFilePath()), taken);
+    }
+
+    void tableEntryMakesTheStatedEdit_data()
+    {
+        QTest::addColumn<QList<int>>("rows");
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QList<int>>("order"); // of the actions that there were; -1 for the form's
+        QTest::addColumn<QList<int>>("rowsAfter");
+        using Rows = QList<int>;
+        QTest::newRow("insert") << Rows{1} << "Insert action above" << Rows{0, -1, 1, 2} << Rows{1};
+        QTest::newRow("duplicate one")
+            << Rows{1} << "Duplicate actions" << Rows{0, 1, 1, 2} << Rows{2};
+        QTest::newRow("duplicate several")
+            << Rows{0, 1} << "Duplicate actions" << Rows{0, 1, 0, 1, 2} << Rows{2, 3};
+        QTest::newRow("duplicate apart")
+            << Rows{0, 2} << "Duplicate actions" << Rows{0, 1, 2, 0, 2} << Rows{3, 4};
+        QTest::newRow("up") << Rows{1} << "Move actions up" << Rows{1, 0, 2} << Rows{0};
+        QTest::newRow("several up")
+            << Rows{1, 2} << "Move actions up" << Rows{1, 2, 0} << Rows{0, 1};
+        QTest::newRow("several down")
+            << Rows{0, 1} << "Move actions down" << Rows{2, 0, 1} << Rows{1, 2};
+        QTest::newRow("remove several") << Rows{0, 1} << "Remove actions" << Rows{2} << Rows{0};
+    }
+    void tableEntryMakesTheStatedEdit()
+    {
+        QFETCH(QList<int>, rows);
+        QFETCH(QString, entry);
+        QFETCH(QList<int>, order);
+        QFETCH(QList<int>, rowsAfter);
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        typeSelect()->setCurrentIndex(4);
+        delay()->setValue(77);
+        for (const int row : rows)
+            clickRow(row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
+        chooseEntry(*table(), entry);
+        QList<MacroRecord> expected = threeMacros();
+        expected[1].actions.clear();
+        for (const int index : order)
+            expected[1].actions +=
+                index < 0 ? MacroAction{77, 4, 0x50} : threeMacros().at(1).actions.at(index);
+        QCOMPARE(macros(), expected);
+        QCOMPARE(stateOnDisk().macros, expected);
+        QCOMPARE(selected(), rowsAfter);
+        QCOMPARE(EditHistory::instance().count(), 1);
+        EditHistory::instance().undo();
+        QCOMPARE(macros(), threeMacros());
+    }
+
+    void actionsThatHaveNoPlaceToGoStay()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        clickRow(0);
+        clickRow(1, Qt::ControlModifier);
+        chooseEntry(*table(), QStringLiteral("Move actions up"));
+        clickRow(2);
+        chooseEntry(*table(), QStringLiteral("Move actions down"));
+        list()->setCurrentRow(2);
+        chooseEntry(*list(), QStringLiteral("Move macro down"));
+        list()->setCurrentRow(0);
+        chooseEntry(*list(), QStringLiteral("Move macro up"));
+        QCOMPARE(macros(), threeMacros());
+        QVERIFY(!QFile::exists(stateFilePath()));
+    }
+
+    void delayOfSeveralActionsIsChanged()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        clickRow(0);
+        clickRow(2, Qt::ControlModifier);
+        onNextDialog([](QWidget& dialog) {
+            auto* input = qobject_cast<QInputDialog*>(&dialog);
+            QCOMPARE(input->intValue(), 65535);
+            QCOMPARE(input->intMinimum(), 0);
+            QCOMPARE(input->intMaximum(), 65535);
+            input->setIntValue(250);
+            clickButton(dialog, QStringLiteral("OK"));
+        });
+        chooseEntry(*table(), QStringLiteral("Change delay…"));
+        QCOMPARE(dialogsStillExpected(), 0);
+        QList<MacroRecord> expected = threeMacros();
+        expected[1].actions[0].delay = 250;
+        expected[1].actions[2].delay = 250;
+        QCOMPARE(macros(), expected);
+        QCOMPARE(selected(), QList<int>({0, 2}));
+    }
+
+    void menusOpenWithTheirEntriesAndUndo()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        for (QAbstractScrollArea* area : {static_cast<QAbstractScrollArea*>(list()),
+                                          static_cast<QAbstractScrollArea*>(table())}) {
+            emit area->customContextMenuRequested({5, 5});
+            QTRY_VERIFY(QApplication::activePopupWidget() != nullptr);
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            QCOMPARE(menu->actions().first(area->actions().size()), area->actions());
+            QVERIFY(menu->actions().constLast()->text().startsWith(QStringLiteral("Redo")));
+            menu->close();
+            QVERIFY(!area->actions().isEmpty()); // they outlive their menu
+        }
+    }
+
+    void spaceUsedIsToldByTheWriteButton()
+    {
+        showPage(threeMacros());
+        AccentButton* write = page->findChild<AccentButton*>();
+        QCOMPARE(write->toolTip(), QStringLiteral("428 of 3072 bytes"));
+        list()->setCurrentRow(2);
+        button("Add action")->click();
+        QCOMPARE(write->toolTip(),
+                 QStringLiteral("Changed since it was last written\n436 of 3072 bytes"));
+    }
+
+    void editThatWouldNotFitSaysSo()
+    {
+        showPage({macroWithActions(667)});
+        list()->setCurrentRow(0);
+        button("Add action")->click();
+        const QString warning =
+            QStringLiteral("The macros take 3076 of 3072 bytes: too many to write.");
+        QCOMPARE(status()->text(), warning);
+        QCOMPARE(status()->styleSheet(), warningStyle);
+        QCOMPARE(macros().at(0).actions.size(), 668);
+        EditHistory::instance().undo();
+        QCOMPARE(status()->text(), QString());
+        EditHistory::instance().redo();
+        QCOMPARE(status()->text(), warning);
+        table()->selectRow(3);
+        button("Remove action")->click();
+        QCOMPARE(status()->text(), QString());
+        button("Write macros to keyboard")->click();
+        QCOMPARE(status()->text(), QStringLiteral("Macros written (3072 bytes)."));
+    }
+
+    void macroBeyondTheTableSaysSo()
+    {
+        showPage(QList<MacroRecord>(100, {QStringLiteral("Empty"), {}}));
+        list()->setCurrentRow(0);
+        chooseEntry(*list(), QStringLiteral("Duplicate macro"));
+        QCOMPARE(status()->text(), QStringLiteral("Only the first 100 macros are written."));
+        QCOMPARE(status()->styleSheet(), warningStyle);
     }
 
     void removingSelectsTheNextAction()
@@ -571,6 +865,35 @@ private:
         for (int index = 0; index < box->count(); ++index)
             result += box->itemText(index);
         return result;
+    }
+
+    void clickRow(int row, Qt::KeyboardModifiers keys = {}) const
+    {
+        const QRect cell = table()->visualItemRect(table()->item(row, 1));
+        QTest::mouseClick(table()->viewport(), Qt::LeftButton, keys, cell.center());
+    }
+
+    QList<int> selected() const
+    {
+        QList<int> result;
+        for (const QModelIndex& row : table()->selectionModel()->selectedRows())
+            result += row.row();
+        std::ranges::sort(result);
+        return result;
+    }
+
+    // By its keys, as the window does when the widget has the focus.
+    static void chooseEntry(QWidget& widget, const QString& text)
+    {
+        for (const QAction* entry : widget.actions()) {
+            if (entry->text() != text)
+                continue;
+            const QKeyCombination keys = entry->shortcut()[0];
+            widget.setFocus();
+            QTest::keyClick(&widget, keys.key(), keys.keyboardModifiers());
+            return;
+        }
+        QFAIL(qPrintable(text));
     }
 
     QPushButton* button(const QString& text) const { return buttonOf(*page, text); }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "model/macro_record.h"
+
+#include <optional>
+
+namespace tavik {
+
+// Keys and mouse buttons as they are pressed and let go, to be made into actions of a macro.
+class MacroRecording
+{
+public:
+    enum class Input { Key, Button };
+
+    // The code is a keyboard usage or a button code, the time in milliseconds of any clock. What is
+    // held already cannot be pressed, and what is not held cannot be let go: false, and nothing is
+    // recorded. Nor is it what is pressed again at the moment it is let go, since only the repeat of
+    // a held key is that quick: false, and it counts as held all the time.
+    bool press(Input input, std::uint8_t code, quint64 timeMs);
+    bool release(Input input, std::uint8_t code, quint64 timeMs);
+
+    [[nodiscard]] bool isHeld(Input input, std::uint8_t code) const;
+
+    // Takes the last press back, with all that came behind it.
+    void dropLastPress(Input input, std::uint8_t code);
+
+    // Lets go of what is still held, so that no key stays pressed when the macro is played.
+    void finish(quint64 timeMs);
+
+    // The first action has no delay. The others have this one, or else the time since the one
+    // before, 65535 ms at most.
+    [[nodiscard]] QList<MacroAction> actions(std::optional<int> fixedDelayMs) const;
+
+private:
+    struct Event
+    {
+        quint64 timeMs = 0;
+        Input input = Input::Key;
+        std::uint8_t code = 0;
+        bool isPress = false;
+
+        friend bool operator==(const Event&, const Event&) = default;
+    };
+
+    QList<Event> events;
+};
+
+} // namespace tavik

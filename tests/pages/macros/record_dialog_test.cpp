@@ -1,0 +1,299 @@
+#include "pages/macros/record_dialog.h"
+#include "tests/support/isolated_main.h"
+
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QListWidget>
+#include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTest>
+
+using namespace tavik;
+using namespace tavik::tests;
+
+namespace {
+
+using Actions = QList<MacroAction>;
+
+// By where they lie: the scan codes of X11.
+constexpr quint32 scanA = 38;
+constexpr quint32 scanShift = 50;
+constexpr quint32 scanTab = 23;
+constexpr quint32 scanEscape = 9;
+constexpr quint32 scanMute = 121; // no usage of a keyboard
+
+} // namespace
+
+class RecordDialogTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { delete dialog; }
+
+    void keysAndButtonsBecomeActions()
+    {
+        open();
+        key(scanShift, true, 1000);
+        key(scanA, true, 1040);
+        key(scanA, false, 1100);
+        key(scanShift, false, 1100);
+        key(scanTab, true, 1200); // moves no focus
+        key(scanTab, false, 1201);
+        mouse(Qt::LeftButton, true, 1300);
+        mouse(Qt::LeftButton, false, 1350);
+        QCOMPARE(shown(), QStringList({"press L Shift", "40 ms, press A", "60 ms, release A",
+                                       "release L Shift", "100 ms, press Tab", "1 ms, release Tab",
+                                       "99 ms, press left button", "50 ms, release left button"}));
+        press("Stop");
+        QCOMPARE(take(), (Actions{{0, 0xE1, 0xB0},
+                                  {40, 0x04, 0xB0},
+                                  {60, 0x04, 0x30},
+                                  {0, 0xE1, 0x30},
+                                  {100, 0x2B, 0xB0},
+                                  {1, 0x2B, 0x30},
+                                  {99, 0x01, 0x90},
+                                  {50, 0x01, 0x10}}));
+    }
+
+    void buttonsHaveTheCodesOfMouseKeys_data()
+    {
+        QTest::addColumn<Qt::MouseButton>("button");
+        QTest::addColumn<int>("code"); // 0: not recorded
+        QTest::newRow("left") << Qt::LeftButton << 0x01;
+        QTest::newRow("right") << Qt::RightButton << 0x02;
+        QTest::newRow("middle") << Qt::MiddleButton << 0x04;
+        QTest::newRow("back") << Qt::BackButton << 0x08;
+        QTest::newRow("forward") << Qt::ForwardButton << 0x10;
+        QTest::newRow("task") << Qt::TaskButton << 0;
+    }
+    void buttonsHaveTheCodesOfMouseKeys()
+    {
+        QFETCH(Qt::MouseButton, button);
+        QFETCH(int, code);
+        open();
+        mouse(button, true, 10);
+        mouse(button, false, 15);
+        press("Stop");
+        if (code == 0) {
+            QVERIFY(!buttonWith("Add to macro")->isEnabled());
+            return;
+        }
+        const auto byte = static_cast<std::uint8_t>(code);
+        QCOMPARE(take(), (Actions{{0, byte, 0x90}, {5, byte, 0x10}}));
+    }
+
+    void delaysAreThoseOfTheKeysOrOneForAll()
+    {
+        open();
+        key(scanA, true, 1000);
+        key(scanA, false, 1000 + 70000); // more than an action can say
+        key(scanShift, true, 71010);
+        key(scanShift, false, 71005); // a clock that has been set back
+        press("Stop");
+        auto* fixed = dialog->findChild<QCheckBox*>();
+        auto* delay = dialog->findChild<QSpinBox*>();
+        QCOMPARE(delay->minimum(), 0);
+        QCOMPARE(delay->maximum(), 65535);
+        QCOMPARE(shown(), QStringList({"press A", "65535 ms, release A", "10 ms, press L Shift",
+                                       "release L Shift"}));
+        delay->setValue(25);
+        QVERIFY(fixed->isChecked()); // who gives one wants it
+        QCOMPARE(shown(), QStringList({"press A", "25 ms, release A", "25 ms, press L Shift",
+                                       "25 ms, release L Shift"}));
+        fixed->setChecked(false);
+        QCOMPARE(shown().at(1), QStringLiteral("65535 ms, release A"));
+        fixed->setChecked(true);
+        const Actions expected{
+            {0, 0x04, 0xB0}, {25, 0x04, 0x30}, {25, 0xE1, 0xB0}, {25, 0xE1, 0x30}};
+        QCOMPARE(take(), expected);
+    }
+
+    void whatIsHeldAtTheEndIsLetGo()
+    {
+        open();
+        key(scanShift, true, 10);
+        key(scanA, true, 30);
+        press("Stop");
+        QCOMPARE(take(), (Actions{{0, 0xE1, 0xB0},
+                                  {20, 0x04, 0xB0},
+                                  {0, 0xE1, 0x30},
+                                  {0, 0x04, 0x30}}));
+    }
+
+    void whatWasHeldBeforeAndWhatRepeatsIsLeftOut()
+    {
+        open();
+        key(scanTab, false, 5); // the end of what has opened the dialog
+        key(scanA, true, 10);
+        key(scanA, true, 510, true);
+        key(scanA, false, 540); // a repeat that is not known as one
+        key(scanA, true, 540);
+        key(scanA, false, 600);
+        key(scanA, true, 600 + 1); // pressed quickly once more
+        key(scanA, false, 610);
+        press("Stop");
+        QCOMPARE(take(), (Actions{{0, 0x04, 0xB0},
+                                  {590, 0x04, 0x30},
+                                  {1, 0x04, 0xB0},
+                                  {9, 0x04, 0x30}}));
+    }
+
+    void keysThatTheKeyboardDoesNotHaveAreRefusedInWords()
+    {
+        open();
+        key(scanMute, true, 10);
+        QVERIFY(label(QStringLiteral("This key cannot be recorded.")));
+        key(scanMute, false, 20);
+        QCOMPARE(shown(), QStringList());
+        key(scanA, true, 30);
+        QVERIFY(!label(QStringLiteral("This key cannot be recorded.")));
+        QCOMPARE(shown(), QStringList({"press A"}));
+    }
+
+    void heldEscapeStopsAndIsNoPartOfIt()
+    {
+        open();
+        key(scanEscape, true, 10, false, Qt::Key_Escape);
+        key(scanEscape, false, 60, false, Qt::Key_Escape);
+        key(scanEscape, true, 100, false, Qt::Key_Escape);
+        QTRY_VERIFY(buttonWith("Add to macro")->isVisible());
+        // Still held, whether a repeat is known as one or not.
+        key(scanEscape, true, 1200, true, Qt::Key_Escape);
+        key(scanEscape, false, 1300, false, Qt::Key_Escape);
+        key(scanEscape, true, 1300, false, Qt::Key_Escape);
+        key(scanEscape, false, 1400, false, Qt::Key_Escape);
+        QVERIFY(dialog->isVisible());
+        QCOMPARE(take(), (Actions{{0, 0x29, 0xB0}, {50, 0x29, 0x30}}));
+    }
+
+    void stoppedDialogIsOneLikeAllOthers()
+    {
+        open();
+        key(scanA, true, 10);
+        press("Stop");
+        key(scanA, true, 20);
+        QCOMPARE(shown().size(), 2);
+        QSignalSpy recorded(dialog, &RecordDialog::recorded);
+        key(scanEscape, true, 1000, false, Qt::Key_Escape);
+        QTRY_VERIFY(dialog == nullptr || !dialog->isVisible());
+        QCOMPARE(recorded.size(), 0);
+    }
+
+    void recordingStartsAgain()
+    {
+        open();
+        key(scanA, true, 10);
+        press("Stop");
+        press("Record again");
+        QCOMPARE(shown(), QStringList());
+        QVERIFY(!buttonWith("Add to macro")->isVisible());
+        key(scanTab, true, 20);
+        key(scanTab, false, 30);
+        press("Stop");
+        QCOMPARE(take(), (Actions{{0, 0x2B, 0xB0}, {10, 0x2B, 0x30}}));
+    }
+
+    void nothingIsAddedWithoutARecording()
+    {
+        open();
+        press("Stop");
+        QVERIFY(!buttonWith("Add to macro")->isEnabled());
+        QSignalSpy recorded(dialog, &RecordDialog::recorded);
+        press("Cancel");
+        QCOMPARE(recorded.size(), 0);
+    }
+
+    // What is pressed in another window is not meant, and what is let go there is not heard of.
+    void anotherWindowStopsIt()
+    {
+        open();
+        key(scanA, true, 10);
+        QEvent leaving(QEvent::WindowDeactivate);
+        QCoreApplication::sendEvent(dialog, &leaving);
+        QCOMPARE(shown(), QStringList({"press A", "release A"}));
+        QVERIFY(buttonWith("Record again")->isVisible());
+    }
+
+private:
+    void open()
+    {
+        dialog = new RecordDialog(QStringLiteral("Greet <b>"), nullptr);
+        dialog->open();
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        QVERIFY(label(QStringLiteral("What you press is added to \"Greet <b>\".")));
+    }
+
+    void key(quint32 scanCode, bool isPress, quint64 timeMs, bool isRepeat = false,
+             int symbol = Qt::Key_unknown)
+    {
+        QKeyEvent event(isPress ? QEvent::KeyPress : QEvent::KeyRelease, symbol, Qt::NoModifier,
+                        scanCode, 0, 0, {}, isRepeat);
+        event.setTimestamp(timeMs);
+        QCoreApplication::sendEvent(dialog, &event);
+    }
+
+    void mouse(Qt::MouseButton button, bool isPress, quint64 timeMs)
+    {
+        for (QLabel* field : dialog->findChildren<QLabel*>()) {
+            if (!field->text().contains(QStringLiteral("Mouse buttons")))
+                continue;
+            const QPointF center = field->rect().center();
+            QMouseEvent event(isPress ? QEvent::MouseButtonPress : QEvent::MouseButtonRelease,
+                              center, field->mapToGlobal(center), button,
+                              isPress ? button : Qt::NoButton, Qt::NoModifier);
+            event.setTimestamp(timeMs);
+            QCoreApplication::sendEvent(field, &event);
+            return;
+        }
+        QFAIL("no field");
+    }
+
+    QPushButton* buttonWith(const char* text) const
+    {
+        for (QPushButton* button : dialog->findChildren<QPushButton*>()) {
+            if (button->text() == QLatin1String(text))
+                return button;
+        }
+        qFatal("no button \"%s\"", text);
+    }
+    void press(const char* text) const
+    {
+        QVERIFY(buttonWith(text)->isVisible());
+        QTest::mouseClick(buttonWith(text), Qt::LeftButton);
+    }
+
+    Actions take()
+    {
+        const QSignalSpy recorded(dialog, &RecordDialog::recorded);
+        press("Add to macro");
+        return recorded.size() == 1 ? recorded.first().first().value<Actions>() : Actions();
+    }
+
+    QStringList shown() const
+    {
+        const auto* list = dialog->findChild<QListWidget*>();
+        QStringList texts;
+        for (int row = 0; row < list->count(); ++row)
+            texts += list->item(row)->text();
+        return texts;
+    }
+
+    bool label(const QString& text) const
+    {
+        for (const QLabel* label : dialog->findChildren<QLabel*>()) {
+            if (label->text() == text && label->isVisible())
+                return true;
+        }
+        return false;
+    }
+
+    QPointer<RecordDialog> dialog;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(RecordDialogTest)
+
+#include "record_dialog_test.moc"
