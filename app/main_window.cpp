@@ -349,7 +349,8 @@ void MainWindow::showShortcuts()
     for (int page = 0; page < pageStack->count(); ++page) {
         ShortcutGroup group{QLatin1String(sidebarEntries.at(static_cast<std::size_t>(page)).title),
                             {}};
-        for (QWidget* widget : pageStack->widget(page)->findChildren<QWidget*>()) {
+        QWidget* const root = pageStack->widget(page);
+        for (QWidget* widget : QWidgetList{root} + root->findChildren<QWidget*>()) {
             if (qobject_cast<QMenu*>(widget) != nullptr)
                 continue;
             for (QAction* action : widget->actions()) {

@@ -13,8 +13,13 @@
 #include <QColorDialog>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
+#include <QPainter>
 #include <QSlider>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
 
 namespace tavik {
 
@@ -23,11 +28,25 @@ namespace {
 constexpr QSize previewSize(56, 26);
 constexpr int brightnessSliderWidth = 160;
 constexpr int highestBrightness = 5;
+constexpr qsizetype keptBrushColors = 8;
+constexpr QSize swatchSize(16, 16);
+constexpr QColor swatchFrame(0x80, 0x80, 0x88);
 
 QColor shownColor(std::size_t lightIndex)
 {
     const KeyColor color = colorOf(AppState::instance().customRgb, lightIndex);
     return {color.red, color.green, color.blue};
+}
+
+QIcon swatch(const QColor& color, const QWidget* widget)
+{
+    QPixmap picture(swatchSize * widget->devicePixelRatioF());
+    picture.setDevicePixelRatio(widget->devicePixelRatioF());
+    picture.fill(color);
+    QPainter painter(&picture);
+    painter.setPen(swatchFrame);
+    painter.drawRect(QRect({}, swatchSize).adjusted(0, 0, -1, -1));
+    return picture;
 }
 
 } // namespace
@@ -82,8 +101,11 @@ void RgbWidget::createView()
     view->setKeyboardLayout(&KeyboardLayout::instance());
     view->setMode(KeyboardViewMode::KeyColors);
     connect(view, &KeyboardView::slotActivated, this, &RgbWidget::keyClicked);
-    connect(view, &KeyboardView::slotContextMenu, this,
-            [this](int, QPoint globalPos) { showMenu({}, this, globalPos); });
+    connect(view, &KeyboardView::slotContextMenu, this, &RgbWidget::showKeyMenu);
+    addMenuEntry(view, tr("Clear key"), Qt::Key_Delete, [this] {
+        if (view->markedKey() >= 0) // the one whose menu it is, too
+            clearKey(view->markedKey());
+    });
     view->setKeyToolTip([](int lightIndex) {
         return colorToolTip(nameOfKey(lightIndex),
                             shownColor(static_cast<std::size_t>(lightIndex)));
@@ -93,10 +115,41 @@ void RgbWidget::createView()
 void RgbWidget::chooseBrushColor()
 {
     const QColor chosen = QColorDialog::getColor(brushColor, this, tr("Brush color"));
-    if (!chosen.isValid())
+    if (chosen.isValid())
+        takeBrushColor(chosen);
+}
+
+void RgbWidget::takeBrushColor(const QColor& color)
+{
+    if (color == brushColor)
         return;
-    brushColor = chosen;
+    earlierBrushColors.removeOne(color);
+    earlierBrushColors.prepend(std::exchange(brushColor, color));
+    earlierBrushColors.resize(std::min(earlierBrushColors.size(), keptBrushColors));
     showBrushColor();
+}
+
+void RgbWidget::showKeyMenu(int lightIndex, QPoint globalPos)
+{
+    const KeyColor color =
+        colorOf(AppState::instance().customRgb, static_cast<std::size_t>(lightIndex));
+    const QColor shown = shownColor(static_cast<std::size_t>(lightIndex));
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(swatch(shown, this), tr("Take this color"), this,
+                    [=, this] { takeBrushColor(shown); });
+    menu->addAction(swatch(brushColor, this), tr("Fill keys of this color"), this,
+                    [=, this] { paintKeysOf(tr("Fill keys of a color"), color); });
+    menu->addAction(swatch(brushColor, this), tr("Fill unpainted keys"), this,
+                    [this] { paintKeysOf(tr("Fill unpainted keys"), {}); });
+    menu->addActions(view->actions());
+    if (!earlierBrushColors.isEmpty())
+        menu->addSeparator();
+    for (const QColor& earlier : earlierBrushColors)
+        menu->addAction(swatch(earlier, this), tr("Brush %1").arg(earlier.name()), this,
+                        [=, this] { takeBrushColor(earlier); });
+    addUndoEntries(menu);
+    menu->popup(globalPos);
 }
 
 void RgbWidget::showBrushColor()
@@ -117,6 +170,22 @@ void RgbWidget::keyClicked(int lightIndex)
 {
     editColors(tr("Paint %1").arg(keyInStepName(lightIndex)),
                [&](ColorBank& bank) { paintKey(bank, static_cast<std::size_t>(lightIndex)); });
+}
+
+void RgbWidget::clearKey(int lightIndex)
+{
+    editColors(tr("Clear %1").arg(keyInStepName(lightIndex)),
+               [&](ColorBank& bank) { setColor(bank, static_cast<std::size_t>(lightIndex), {}); });
+}
+
+void RgbWidget::paintKeysOf(const QString& name, const KeyColor& color)
+{
+    editColors(name, [&](ColorBank& bank) {
+        for (std::size_t lightIndex = 0; lightIndex < layerSize; ++lightIndex) {
+            if (colorOf(bank, lightIndex) == color)
+                paintKey(bank, lightIndex);
+        }
+    });
 }
 
 void RgbWidget::paintAll()

@@ -43,6 +43,10 @@ private:
     void createView();
 
     void chooseBrushColor();
+    void takeBrushColor(const QColor& color);
+    void showKeyMenu(int lightIndex, QPoint globalPos);
+    void clearKey(int lightIndex);
+    void paintKeysOf(const QString& name, const KeyColor& color);
     void paintKey(ColorBank& bank, std::size_t lightIndex) const;
     void editColors(const QString& name, const std::function<void(ColorBank&)>& change);
     void refreshColors();
@@ -50,7 +54,8 @@ private:
     void showMark();
 
     QColor brushColor{255, 60, 60};
-    ColorBank writtenColors; // as they were last written or read, or at the start
+    QList<QColor> earlierBrushColors; // of this run, the latest first
+    ColorBank writtenColors;          // as they were last written or read, or at the start
 
     ColorPreview* preview = nullptr;
     QSlider* brightnessSlider = nullptr;

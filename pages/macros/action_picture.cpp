@@ -19,9 +19,8 @@ public:
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override
     {
         painter->setPen(wordsColor);
-        painter->drawText(
-            rect, Qt::AlignVCenter | Qt::AlignLeft,
-            painter->fontMetrics().elidedText(words, Qt::ElideRight, rect.width()));
+        painter->drawText(rect, Qt::AlignVCenter | Qt::AlignLeft,
+                          painter->fontMetrics().elidedText(words, Qt::ElideRight, rect.width()));
     }
 
     QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override { return size; }

@@ -14,8 +14,8 @@ public:
 
     // The code is a keyboard usage or a button code, the time in milliseconds of any clock. What is
     // held already cannot be pressed, and what is not held cannot be let go: false, and nothing is
-    // recorded. Nor is it what is pressed again at the moment it is let go, since only the repeat of
-    // a held key is that quick: false, and it counts as held all the time.
+    // recorded. Nor is it what is pressed again at the moment it is let go, since only the repeat
+    // of a held key is that quick: false, and it counts as held all the time.
     bool press(Input input, std::uint8_t code, quint64 timeMs);
     bool release(Input input, std::uint8_t code, quint64 timeMs);
 

@@ -13,9 +13,9 @@ class QTimer;
 
 namespace tavik {
 
-// Records keys, by where they lie, and mouse buttons pressed in a field of it, from the moment it is
-// shown until it is stopped. Every key may be meant, so a click stops it, or Esc held for a second.
-// Then the user chooses the delays and takes the recording or drops it. It deletes itself.
+// Records keys, by where they lie, and mouse buttons pressed in a field of it, from the moment it
+// is shown until it is stopped. Every key may be meant, so a click stops it, or Esc held for a
+// second. Then the user chooses the delays and takes the recording or drops it. It deletes itself.
 class RecordDialog : public QDialog
 {
     Q_OBJECT

@@ -104,7 +104,13 @@ ScreenFrame createFrame(QImage picture, int delayMs)
     return {picture.scaled(screenSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), delayMs};
 }
 
-QList<ScreenFrame> readAnimation(QImageReader& reader)
+struct FileImport
+{
+    QList<ScreenFrame> frames;
+    qsizetype frameCount = 0; // in the file, as far as it was looked at
+};
+
+FileImport readAnimation(QImageReader& reader)
 {
     QList<ScreenFrame> frames;
     QImage picture;
@@ -112,10 +118,12 @@ QList<ScreenFrame> readAnimation(QImageReader& reader)
         const int delayMs = std::clamp(reader.nextImageDelay(), shortestDelayMs, longestDelayMs);
         frames += createFrame(picture, delayMs);
     }
-    return frames;
+    // Counting them means reading the whole file.
+    const qsizetype count = frames.size() < screenFrameLimit ? 0 : reader.imageCount();
+    return {frames, std::max(count, frames.size())};
 }
 
-QList<ScreenFrame> readStill(QImageReader& reader)
+FileImport readStill(QImageReader& reader)
 {
     const QSize size = reader.size();
     if (reader.format() == "jpeg" && pixelCount(size) > photographPixelLimit / 3)
@@ -123,7 +131,7 @@ QList<ScreenFrame> readStill(QImageReader& reader)
     QImage picture;
     if (!reader.read(&picture))
         return {};
-    return {createFrame(std::move(picture), stillDelayMs)};
+    return {{createFrame(std::move(picture), stillDelayMs)}, 1};
 }
 
 bool isAffordable(const QImageReader& reader, bool isAnimation)
@@ -137,7 +145,7 @@ bool isAffordable(const QImageReader& reader, bool isAnimation)
     return pixels <= (isDeep ? deepPixelLimit : stillPixelLimit);
 }
 
-QList<ScreenFrame> importFile(const QString& path)
+FileImport importFile(const QString& path)
 {
     const std::clock_t deadline = std::clock() + readingLimit;
     QFile file(path);
@@ -170,20 +178,46 @@ QList<ScreenFrame> importFile(const QString& path)
     return isAnimation ? readAnimation(reader) : readStill(reader);
 }
 
+QString outcomeOf(const QString& name, const FileImport& file)
+{
+    const qsizetype taken = file.frames.size();
+    if (taken == 0)
+        return QStringLiteral("%1: cannot be read").arg(name);
+    if (file.frameCount > taken)
+        return QStringLiteral("%1: %2 of %3 frames").arg(name).arg(taken).arg(file.frameCount);
+    return taken == 1 ? QStringLiteral("%1: 1 frame").arg(name)
+                      : QStringLiteral("%1: %2 frames").arg(name).arg(taken);
+}
+
 } // namespace
 
-QList<ScreenFrame> importImages(const QStringList& paths)
+QList<ScreenFrame> importImages(const QStringList& paths, QStringList* outcomes)
 {
     // The JPEG library keeps a picture that comes in several passes, up to so many bytes.
     if (!qEnvironmentVariableIsSet("JPEGMEM"))
         qputenv("JPEGMEM", "152M");
     QList<ScreenFrame> frames;
+    QStringList lines;
     for (const QString& path : paths) {
-        if (frames.size() >= screenFrameLimit)
-            break;
-        frames += importFile(path);
+        const QString name = QFileInfo(path).fileName();
+        if (frames.size() >= screenFrameLimit) {
+            lines += QStringLiteral("%1: not read, there are %2 frames already")
+                         .arg(name)
+                         .arg(frames.size());
+            continue;
+        }
+        const FileImport file = importFile(path);
+        frames += file.frames;
+        lines += outcomeOf(name, file);
     }
+    if (outcomes != nullptr)
+        *outcomes = lines;
     return frames;
+}
+
+ScreenFrame importPicture(const QImage& picture)
+{
+    return createFrame(picture, stillDelayMs);
 }
 
 } // namespace tavik

@@ -23,7 +23,12 @@ struct ScreenFrame
 // A file gives at most 30 frames, and once 30 are there no further file is read: the list may thus
 // hold up to 59. A file that cannot be read, or not within some seconds and 300 MB, gives no
 // frames, an animation those before its fault. Takes no lock.
-// Sets how much memory the JPEG library may use, through its environment variable.
-[[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths);
+// Sets how much memory the JPEG library may use, through its environment variable. The outcomes are
+// a line for each path that says what became of it.
+[[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths,
+                                              QStringList* outcomes = nullptr);
+
+// A picture that is there already, as a file of it would be imported.
+[[nodiscard]] ScreenFrame importPicture(const QImage& picture);
 
 } // namespace tavik

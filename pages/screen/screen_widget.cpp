@@ -4,17 +4,28 @@
 #include "pages/parts/file_dialog.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
+#include "pages/screen/frame_player.h"
 #include "pages/screen/screen_transfer.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QCoreApplication>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
+#include <QMimeData>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStandardPaths>
 #include <QStyleOptionButton>
+#include <QTimer>
+#include <QUrl>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace tavik {
 
@@ -22,12 +33,31 @@ namespace {
 
 constexpr int slotCount = 3;
 constexpr QSize previewSize(256, 256);
+constexpr qsizetype shownOutcomes = 20; // lines of a tool tip
 
 // Where people keep what they may want to see on the keyboard.
 QString firstPictureFolder()
 {
     const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
     return QDir(pictures).exists() ? pictures : QDir::homePath();
+}
+
+// The local files of what is dragged or pasted.
+QStringList filesIn(const QMimeData* data)
+{
+    QStringList paths;
+    for (const QUrl& url : data->urls()) {
+        if (url.isLocalFile())
+            paths += url.toLocalFile();
+    }
+    return paths;
+}
+
+// As in the dialog.
+bool isPictureName(const QString& path)
+{
+    static const QStringList suffixes{"gif", "png", "jpg", "jpeg", "bmp"};
+    return suffixes.contains(QFileInfo(path).suffix(), Qt::CaseInsensitive);
 }
 
 // A button whose text is shown as it stands: an ampersand in it is an ampersand and marks no
@@ -75,6 +105,8 @@ ScreenWidget::ScreenWidget(QWidget* parent) : QWidget(parent), pictureFolder(fir
     hint->setWordWrap(true);
     column->addWidget(hint);
     column->addStretch();
+    createEntries();
+    setAcceptDrops(true);
 }
 
 QLayout* ScreenWidget::createButtonRow()
@@ -107,17 +139,90 @@ void ScreenWidget::createPreview()
         QStringLiteral("background:#0d0d10; border:1px solid #3a3d47; border-radius:8px;"));
 }
 
+// They work while the page is open, wherever the focus is.
+void ScreenWidget::createEntries()
+{
+    playEntry = addMenuEntry(this, tr("Play"), Qt::CTRL | Qt::Key_P, [this] { play(); });
+    playEntry->setEnabled(false);
+    QAction* paste =
+        addMenuEntry(this, tr("Paste pictures"), Qt::CTRL | Qt::Key_V, [this] { pastePictures(); });
+    for (QAction* entry : {playEntry, paste})
+        entry->setShortcutContext(Qt::WindowShortcut);
+}
+
+void ScreenWidget::contextMenuEvent(QContextMenuEvent* event)
+{
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addActions(actions());
+    menu->popup(event->globalPos());
+}
+
+void ScreenWidget::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (std::ranges::any_of(filesIn(event->mimeData()), isPictureName) &&
+        QApplication::activeModalWidget() == nullptr) {
+        // Whoever offers to move a file would delete it.
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    } else {
+        event->ignore(); // the window may know what to do with it
+    }
+}
+
+void ScreenWidget::dropEvent(QDropEvent* event)
+{
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    // The program that the files come from waits until this returns.
+    const QStringList paths = filesIn(event->mimeData());
+    QTimer::singleShot(0, this, [this, paths] { importFrom(paths); });
+}
+
+void ScreenWidget::pastePictures()
+{
+    const QMimeData* pasted = QApplication::clipboard()->mimeData();
+    const QStringList paths = pasted == nullptr ? QStringList() : filesIn(pasted);
+    if (!paths.isEmpty()) {
+        importFrom(paths);
+        return;
+    }
+    const QImage picture = QApplication::clipboard()->image();
+    if (!picture.isNull() && !BusyWait::isRunning())
+        takeFrames({importPicture(picture)}, {});
+}
+
 void ScreenWidget::importFiles()
 {
-    if (BusyWait::isRunning())
-        return;
-    const QStringList paths = askForPictures();
-    if (paths.isEmpty())
+    if (!BusyWait::isRunning())
+        importFrom(askForPictures());
+}
+
+void ScreenWidget::importFrom(const QStringList& paths)
+{
+    if (paths.isEmpty() || BusyWait::isRunning())
         return;
     const BusyWait wait(this, statusLabel);
-    frames = importImages(paths);
+    QStringList outcomes;
+    const QList<ScreenFrame> imported = importImages(paths, &outcomes);
+    takeFrames(imported, outcomes);
+}
+
+void ScreenWidget::takeFrames(const QList<ScreenFrame>& taken, const QStringList& outcomes)
+{
+    frames = taken;
+    playEntry->setEnabled(!frames.isEmpty());
     statusLabel->showStatus(StatusLook::Plain, tr("%1 frame(s) imported.").arg(frames.size()));
+    QStringList shown = outcomes.first(std::min(outcomes.size(), shownOutcomes));
+    if (outcomes.size() > shownOutcomes)
+        shown += tr("and %1 more").arg(outcomes.size() - shownOutcomes);
+    statusLabel->setKeyboardFailed(false, shown.join(u'\n'));
     preview();
+}
+
+void ScreenWidget::play()
+{
+    (new FramePlayer(frames, this))->open();
 }
 
 QStringList ScreenWidget::askForPictures()

@@ -4,6 +4,7 @@
 
 #include <QWidget>
 
+class QAction;
 class QLabel;
 class QLayout;
 class QSpinBox;
@@ -30,17 +31,29 @@ public slots:
     // neither this nor importFiles() does anything.
     void upload();
 
+protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
 private:
     QLayout* createButtonRow();
     QLayout* createSlotRow();
     void createPreview();
 
+    void createEntries();
+
     void sendFrames();
     QStringList askForPictures();
+    void importFrom(const QStringList& paths);
+    void pastePictures();
+    void play();
+    void takeFrames(const QList<ScreenFrame>& taken, const QStringList& outcomes);
 
     QList<ScreenFrame> frames;
     QString pictureFolder; // where the dialog opens
 
+    QAction* playEntry = nullptr;
     QSpinBox* slotInput = nullptr;
     QLabel* previewLabel = nullptr;
     StatusLabel* statusLabel = nullptr;

@@ -391,7 +391,7 @@ private slots:
         QCOMPARE(lastTwo(menu), QStringList({"Undo Fill all keys", "Redo"}));
         QVERIFY(menu->actions().at(menu->actions().size() - 2)->isEnabled());
         QVERIFY(!menu->actions().constLast()->isEnabled());
-        QCOMPARE(menu->actions().size() > 2, page == keysPage);
+        QVERIFY(menu->actions().size() > 2);
         clickEntry(menu, QStringLiteral("Undo Fill all keys"));
         QVERIFY(stateInMemory() != edited);
         QCOMPARE(shownPage(), colorsPage);
@@ -412,7 +412,7 @@ private slots:
         auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
         QVERIFY(menu != nullptr);
         QCOMPARE(lastTwo(menu), QStringList({"Undo", "Redo"}));
-        for (const QAction* entry : menu->actions())
+        for (const QAction* entry : menu->actions().last(2))
             QVERIFY(!entry->isEnabled());
     }
 

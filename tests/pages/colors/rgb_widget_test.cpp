@@ -1,5 +1,6 @@
 #include "device/device.h"
 #include "model/app_state.h"
+#include "model/edit_history.h"
 #include "model/keyboard_layout.h"
 #include "pages/colors/color_preview.h"
 #include "pages/colors/rgb_widget.h"
@@ -10,9 +11,11 @@
 #include "tests/support/named_keys.h"
 #include "tests/support/page_view.h"
 
+#include <QApplication>
 #include <QColorDialog>
 #include <QFile>
 #include <QLabel>
+#include <QMenu>
 #include <QSlider>
 #include <QTest>
 #include <QVBoxLayout>
@@ -127,6 +130,105 @@ private slots:
         QCOMPARE(slider()->maximum(), 5);
         QCOMPARE(slider()->value(), 5);
         QCOMPARE(button("Send painting to keyboard")->objectName(), QStringLiteral("accent"));
+    }
+
+    void menuOfAKeyPaints_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QString>("painted"); // in the brush color
+        QTest::addColumn<bool>("isCleared");
+        QTest::addColumn<QString>("step");
+        QTest::newRow("same color") << "Fill keys of this color"
+                                    << "like W" << false << "Fill keys of a color";
+        QTest::newRow("unpainted") << "Fill unpainted keys"
+                                   << "black" << false << "Fill unpainted keys";
+        QTest::newRow("clear") << "Clear key"
+                               << "none" << true << "Clear W";
+        QTest::newRow("take") << "Take this color"
+                              << "none" << false << "";
+    }
+    void menuOfAKeyPaints()
+    {
+        QFETCH(QString, entry);
+        QFETCH(QString, painted);
+        QFETCH(bool, isCleared);
+        QFETCH(QString, step);
+        const auto w = static_cast<std::size_t>(keyNamed("W").lightIndex);
+        const auto a = static_cast<std::size_t>(keyNamed("A").lightIndex);
+        const auto s = static_cast<std::size_t>(keyNamed("S").lightIndex);
+        const auto d = static_cast<std::size_t>(keyNamed("D").lightIndex);
+        bank() = filledBank(1, 2, 3);
+        setColor(bank(), w, {7, 8, 9});
+        setColor(bank(), a, {7, 8, 9});
+        setColor(bank(), s, {});
+        setColor(bank(), d, {0, 0, 1});
+        const tavik::ColorBank before = bank();
+        tavik::ColorBank expected = before;
+        const tavik::KeyColor brush{255, 60, 60};
+        if (painted == QStringLiteral("like W")) {
+            setColor(expected, w, brush);
+            setColor(expected, a, brush);
+        } else if (painted == QStringLiteral("black")) {
+            setColor(expected, s, brush);
+        }
+        if (isCleared)
+            setColor(expected, w, {});
+
+        chooseInMenu("W", entry);
+        QVERIFY(bank() == expected);
+        QVERIFY((stateOnDisk().customRgb == expected) == !step.isEmpty());
+        QCOMPARE(EditHistory::instance().undoText(), step);
+        const bool isTaken = entry.startsWith(QStringLiteral("Take"));
+        QCOMPARE(brushShown(), isTaken ? QColor(7, 8, 9) : QColor(255, 60, 60));
+        QCOMPARE(busTrace(), QStringList());
+        EditHistory::instance().undo();
+        QVERIFY(bank() == before);
+    }
+
+    void deleteClearsTheMarkedKey()
+    {
+        bank() = filledBank(1, 2, 3);
+        QTest::mouseClick(view(), Qt::MiddleButton, {},
+                          view()->hitRectangle(keyNamed("D")).center());
+        view()->setFocus();
+        QTest::keyClick(view(), Qt::Key_Delete);
+        tavik::ColorBank expected = filledBank(1, 2, 3);
+        setColor(expected, static_cast<std::size_t>(keyNamed("D").lightIndex), {});
+        QVERIFY(bank() == expected);
+    }
+
+    void lastEightBrushColorsAreOffered()
+    {
+        QCOMPARE(earlierBrushes(), QStringList());
+        // Ten brushes, one of them twice.
+        for (const int red : {10, 20, 30, 40, 20, 50, 60, 70, 80, 90, 100}) {
+            setColor(bank(), 0, {});
+            setColor(bank(), static_cast<std::size_t>(keyNamed("W").lightIndex),
+                     {static_cast<unsigned char>(red), 0, 0});
+            chooseInMenu("W", QStringLiteral("Take this color"));
+            QCOMPARE(brushShown(), QColor(red, 0, 0));
+        }
+        const auto brushes = [](const QList<int>& reds) {
+            QStringList texts;
+            for (const int red : reds)
+                texts += QStringLiteral("Brush ") + QColor(red, 0, 0).name();
+            return texts;
+        };
+        QCOMPARE(earlierBrushes(), brushes({90, 80, 70, 60, 50, 20, 40, 30}));
+        chooseInMenu("W", brushes({50}).first());
+        QCOMPARE(brushShown(), QColor(50, 0, 0));
+        QCOMPARE(earlierBrushes(), brushes({100, 90, 80, 70, 60, 20, 40, 30}));
+        QCOMPARE(EditHistory::instance().count(), 0);
+    }
+
+    void entriesShowTheirColors()
+    {
+        setColor(bank(), static_cast<std::size_t>(keyNamed("W").lightIndex), {7, 8, 9});
+        QMenu* menu = openMenu("W");
+        QCOMPARE(colorOfEntry(*menu, 0), QColor(7, 8, 9));
+        QCOMPARE(colorOfEntry(*menu, 1), QColor(255, 60, 60));
+        QCOMPARE(colorOfEntry(*menu, 2), QColor(255, 60, 60));
+        menu->close();
     }
 
     void brushIsRedAtTheStart()
@@ -344,6 +446,48 @@ private:
         page->show();
         QVERIFY(QTest::qWaitForWindowExposed(page.get()));
     }
+
+    QMenu* openMenu(const QString& key) const
+    {
+        QTest::mouseClick(view(), Qt::RightButton, {},
+                          view()->hitRectangle(keyNamed(key)).center());
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    }
+
+    // By keys, as every style takes them.
+    void chooseInMenu(const QString& key, const QString& entry) const
+    {
+        QMenu* menu = openMenu(key);
+        QVERIFY(menu != nullptr);
+        for (QAction* action : menu->actions()) {
+            if (action->text() != entry)
+                continue;
+            menu->setActiveAction(action);
+            QTest::keyClick(menu, Qt::Key_Return);
+            return;
+        }
+        QFAIL(qPrintable(entry));
+    }
+
+    QStringList earlierBrushes() const
+    {
+        QMenu* menu = openMenu(QStringLiteral("W"));
+        QStringList texts;
+        for (const QAction* action : menu->actions()) {
+            if (action->text().startsWith(QStringLiteral("Brush ")))
+                texts += action->text();
+        }
+        menu->close();
+        return texts;
+    }
+
+    static QColor colorOfEntry(const QMenu& menu, int index)
+    {
+        const QIcon icon = menu.actions().at(index)->icon();
+        return icon.pixmap(16, 16).toImage().pixelColor(8, 8);
+    }
+
+    QColor brushShown() const { return preview()->grab().toImage().pixelColor(28, 13); }
 
     // The drawn keys, without the frame round the selected one.
     QImage shownColors() { return keysOf(*view()); }

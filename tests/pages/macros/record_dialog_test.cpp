@@ -118,10 +118,8 @@ private slots:
         key(scanShift, true, 10);
         key(scanA, true, 30);
         press("Stop");
-        QCOMPARE(take(), (Actions{{0, 0xE1, 0xB0},
-                                  {20, 0x04, 0xB0},
-                                  {0, 0xE1, 0x30},
-                                  {0, 0x04, 0x30}}));
+        QCOMPARE(take(),
+                 (Actions{{0, 0xE1, 0xB0}, {20, 0x04, 0xB0}, {0, 0xE1, 0x30}, {0, 0x04, 0x30}}));
     }
 
     void whatWasHeldBeforeAndWhatRepeatsIsLeftOut()
@@ -136,10 +134,8 @@ private slots:
         key(scanA, true, 600 + 1); // pressed quickly once more
         key(scanA, false, 610);
         press("Stop");
-        QCOMPARE(take(), (Actions{{0, 0x04, 0xB0},
-                                  {590, 0x04, 0x30},
-                                  {1, 0x04, 0xB0},
-                                  {9, 0x04, 0x30}}));
+        QCOMPARE(take(),
+                 (Actions{{0, 0x04, 0xB0}, {590, 0x04, 0x30}, {1, 0x04, 0xB0}, {9, 0x04, 0x30}}));
     }
 
     void keysThatTheKeyboardDoesNotHaveAreRefusedInWords()

@@ -1,4 +1,5 @@
 #include "device/device.h"
+#include "pages/screen/frame_player.h"
 #include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_widget.h"
 #include "tests/support/bus_view.h"
@@ -7,17 +8,26 @@
 #include "tests/support/made_images.h"
 #include "tests/support/page_view.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QCompleter>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
 #include <QScopeGuard>
 #include <QSpinBox>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocumentFragment>
+#include <QTimer>
+#include <QToolTip>
 #include <QTreeView>
+#include <QUrl>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -151,9 +161,193 @@ private:
         QCOMPARE(dialogsStillExpected(), 0);
     }
 
+    // Whether the page takes the files; it imports them later.
+    static bool drop(ScreenWidget& page, const QStringList& paths)
+    {
+        QMimeData data;
+        data.setUrls(QUrl::fromStringList(paths));
+        QDragEnterEvent enter({20, 20}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(&page, &enter);
+        if (!enter.isAccepted())
+            return false;
+        QDropEvent event({20, 20}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(&page, &event);
+        // Whoever offers to move a file would delete it.
+        return event.isAccepted() && event.dropAction() == Qt::CopyAction;
+    }
+
+    static QAction* entry(const ScreenWidget& page, const char* text)
+    {
+        for (QAction* action : page.actions()) {
+            if (action->text() == QLatin1String(text))
+                return action;
+        }
+        qFatal("no entry %s", text);
+    }
+
+    static void paste(const ScreenWidget& page, QMimeData* pasted)
+    {
+        QApplication::clipboard()->setMimeData(pasted);
+        entry(page, "Paste pictures")->trigger();
+    }
+
+    // What the tool tip of the status label says, as it is shown.
+    static QString outcomesOf(const ScreenWidget& page)
+    {
+        QHelpEvent help(QEvent::ToolTip, {1, 1}, QPoint(1, 1));
+        QToolTip::hideText();
+        QApplication::sendEvent(statusOf(page), &help);
+        return QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText();
+    }
+
     QTemporaryDir directory;
 
 private slots:
+    void droppedPicturesAreImported()
+    {
+        ScreenWidget page;
+        page.show();
+        const QStringList files{writeAnimation("clip.GIF", 45), write("notes.txt", "no picture"),
+                                writeStill("late.png")};
+        QStringList urls;
+        for (const QString& file : files)
+            urls += QUrl::fromLocalFile(file).toString();
+        QVERIFY(drop(page, urls));
+        QCOMPARE(statusOf(page)->text(), QString()); // whoever they come from does not wait
+        QTRY_COMPARE(statusOf(page)->text(), QStringLiteral("30 frame(s) imported."));
+        QCOMPARE(statusOf(page)->styleSheet(), plainStyle);
+        QVERIFY(!previewOf(page)->pixmap().isNull());
+        QCOMPARE(outcomesOf(page),
+                 QStringLiteral("clip.GIF: 30 of 45 frames\n"
+                                "notes.txt: not read, there are 30 frames already\n"
+                                "late.png: not read, there are 30 frames already"));
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void whatIsNoPictureIsLeftToTheWindow_data()
+    {
+        QTest::addColumn<QStringList>("urls");
+        QTest::newRow("nothing") << QStringList();
+        QTest::newRow("settings") << QStringList{"file:///tmp/a.json"};
+        QTest::newRow("from elsewhere") << QStringList{"https://example.org/a.png"};
+    }
+    void whatIsNoPictureIsLeftToTheWindow()
+    {
+        QFETCH(QStringList, urls);
+        ScreenWidget page;
+        page.show();
+        QVERIFY(!drop(page, urls));
+    }
+
+    void eachFileHasItsOutcome()
+    {
+        ScreenWidget page;
+        page.show();
+        const QString broken = write("broken.png", "no picture");
+        importInto(page, {broken, writeStill("<b>still.png"), writeAnimation("two.gif", 2)});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("3 frame(s) imported."));
+        QCOMPARE(outcomesOf(page), QStringLiteral("broken.png: cannot be read\n"
+                                                  "<b>still.png: 1 frame\n"
+                                                  "two.gif: 2 frames"));
+        QStringList many;
+        for (int index = 0; index < 23; ++index)
+            many += write(QStringLiteral("%1.png").arg(index), "no picture");
+        importInto(page, many);
+        const QString outcomes = outcomesOf(page);
+        QCOMPARE(outcomes.count(QStringLiteral("cannot be read")), 20);
+        QVERIFY(outcomes.endsWith(QStringLiteral("\nand 3 more")));
+        click(page, sendText); // the next text has a tool tip of its own
+        QCOMPARE(outcomesOf(page), QStringLiteral("Import between 1 and 30 frames first."));
+    }
+
+    void pastedFilesAndPicturesAreImported()
+    {
+        ScreenWidget page;
+        page.show();
+        auto* files = new QMimeData;
+        files->setUrls({QUrl::fromLocalFile(writeStill("blue.png", Qt::blue)),
+                        QUrl::fromLocalFile(writeStill("red.png"))});
+        paste(page, files);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("2 frame(s) imported."));
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(128, 128), QColor(Qt::blue));
+
+        auto* picture = new QMimeData;
+        QImage green(30, 200, QImage::Format_RGB32);
+        green.fill(Qt::green);
+        picture->setImageData(green);
+        paste(page, picture);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(5, 250), QColor(Qt::green));
+        QCOMPARE(outcomesOf(page), QString());
+
+        auto* text = new QMimeData;
+        text->setText(QStringLiteral("nothing to see"));
+        paste(page, text);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
+    }
+
+    void pastedPictureIsSentLikeAFileOfIt()
+    {
+        QImage painted(300, 200, QImage::Format_RGB32);
+        painted.fill(QColor(10, 200, 77));
+        ScreenWidget page;
+        page.show();
+        auto* pasted = new QMimeData;
+        pasted->setImageData(painted);
+        paste(page, pasted);
+        click(page, sendText);
+        const auto stored = bus().keyboard().state().screenSlots.at(0);
+        importInto(page, {write("same.png", encodeImage(painted, "png"))});
+        bus().keyboard().setState({});
+        click(page, sendText);
+        QVERIFY(bus().keyboard().state().screenSlots.at(0) == stored);
+    }
+
+    void framesPlayInTheirTime()
+    {
+        ScreenWidget page;
+        page.show();
+        QVERIFY(!entry(page, "Play")->isEnabled());
+        importInto(page,
+                   {write("clip.gif", encodePlainGif({30, 30}, {0xFFFF0000, 0xFF0000FF}, 5))});
+        entry(page, "Play")->trigger();
+        auto* player = page.findChild<FramePlayer*>();
+        QVERIFY(player != nullptr && player->isVisible());
+        QLabel* screen = player->findChildren<QLabel*>().at(0);
+        QLabel* words = player->findChildren<QLabel*>().at(1);
+        const auto isShown = [&](int frame, QRgb color) {
+            return words->text() == QStringLiteral("Frame %1 of 2, 50 ms").arg(frame) &&
+                   screen->pixmap().toImage().pixel(9, 9) == color;
+        };
+        QTRY_VERIFY(isShown(2, 0xFF0000FF));
+        QTRY_VERIFY(isShown(1, 0xFFFF0000)); // it begins again
+        QPushButton* pause = buttonOf(*player, QStringLiteral("Pause"));
+        pause->click();
+        const QTimer* timer = player->findChild<QTimer*>();
+        QVERIFY(!timer->isActive());
+        for (const int scale : {1, 2, 4}) {
+            buttonOf(*player, QStringLiteral("%1 ×").arg(scale))->click();
+            QCOMPARE(screen->size(), QSize(128, 128) * scale);
+            QCOMPARE(screen->pixmap().deviceIndependentSize().toSize(), screen->size());
+            QVERIFY(!timer->isActive());
+        }
+        pause->click();
+        QCOMPARE(timer->interval(), 50);
+        QVERIFY(timer->isActive());
+    }
+
+    void menuOffersPlayingAndPasting()
+    {
+        ScreenWidget page;
+        page.show();
+        QContextMenuEvent request(QContextMenuEvent::Mouse, {5, 5}, page.mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(previewOf(page), &request);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu != nullptr);
+        QCOMPARE(menu->actions(), page.actions());
+        menu->close();
+    }
+
     void pageHasItsControls()
     {
         const ScreenWidget page;
