@@ -1,12 +1,12 @@
 #include "pages/keys/chord_dialog.h"
 
 #include "model/key_names.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/scan_codes.h"
 
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QScreen>
 #include <QVBoxLayout>
 
 namespace tavik {
@@ -58,11 +58,7 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
 void ChordDialog::openAt(QPoint globalCenter)
 {
     adjustSize();
-    QRect place(QPoint(), size());
-    place.moveCenter(globalCenter);
-    const QRect room = parentWidget()->screen()->availableGeometry();
-    move(std::clamp(place.left(), room.left(), std::max(room.left(), room.right() - width())),
-         std::clamp(place.top(), room.top(), std::max(room.top(), room.bottom() - height())));
+    centerAt(this, globalCenter);
     show();
 }
 

@@ -37,6 +37,7 @@ constexpr int macroGroupWidth = 280; // at most
 constexpr int formSpacing = 8;
 constexpr int longestDelayMs = 65535;
 constexpr int rowHeight = 30; // of the list and of the table
+constexpr QColor codeColor(0xb8, 0xb8, 0xba);
 
 // A list of 120 keys would otherwise open over the whole screen, and the scroll bars would show the
 // ends of unstyled ones.
@@ -577,8 +578,10 @@ void MacroWidget::refillActionTable(int macroIndex)
         for (int column = 0; column < ActionColumnCount; ++column) {
             QTableWidgetItem* cell = createCell(column, texts.at(static_cast<std::size_t>(column)));
             cell->setToolTip(words);
-            if (column == ActionTextColumn)
+            if (column == ActionTextColumn) {
                 cell->setIcon(actionPicture(words));
+                cell->setForeground(codeColor);
+            }
             actionTable->setItem(row, column, cell);
         }
     }

@@ -49,7 +49,6 @@ std::optional<std::uint8_t> buttonCode(Qt::MouseButton button)
 RecordDialog::RecordDialog(const QString& macroName, QWidget* parent) : QDialog(parent)
 {
     setAttribute(Qt::WA_DeleteOnClose);
-    setObjectName(QStringLiteral("recordDialog"));
     setWindowTitle(tr("Record"));
     setMinimumWidth(420);
 

@@ -4,7 +4,10 @@
 #include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QScreen>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace tavik {
 
@@ -46,6 +49,16 @@ QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& 
     QObject::connect(entry, &QAction::triggered, widget, act);
     widget->addAction(entry);
     return entry;
+}
+
+void centerAt(QWidget* window, QPoint globalCenter)
+{
+    QRect place(QPoint(), window->size());
+    place.moveCenter(globalCenter);
+    const QRect room = window->parentWidget()->screen()->availableGeometry();
+    window->move(
+        std::clamp(place.left(), room.left(), std::max(room.left(), room.right() - place.width())),
+        std::clamp(place.top(), room.top(), std::max(room.top(), room.bottom() - place.height())));
 }
 
 QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent)

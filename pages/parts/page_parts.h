@@ -33,6 +33,9 @@ void letTabFindTheChosen(const QList<QAbstractButton*>& buttons);
 QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& keys,
                       const std::function<void()>& act);
 
+// Moves a window of the page so that it has this center, as far as the screen allows.
+void centerAt(QWidget* window, QPoint globalCenter);
+
 // A heading over a group of controls.
 [[nodiscard]] QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent);
 

@@ -1,5 +1,7 @@
 #include "pages/screen/frame_player.h"
 
+#include "pages/parts/page_parts.h"
+
 #include <QButtonGroup>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -71,6 +73,11 @@ void FramePlayer::setScale(int chosenScale)
     scale = chosenScale;
     screen->setFixedSize(screenSize * scale);
     showFrame();
+    if (!isVisible())
+        return;
+    const QPoint center = geometry().center();
+    layout()->activate(); // takes the new size
+    centerAt(this, center);
 }
 
 void FramePlayer::showFrame()
@@ -78,8 +85,8 @@ void FramePlayer::showFrame()
     const ScreenFrame& frame = frames.at(current);
     // In the pixels of the display, so that those of the picture stay sharp on every one.
     const qreal ratio = devicePixelRatioF();
-    QPixmap picture = QPixmap::fromImage(frame.image.scaled(
-        screen->size() * ratio, Qt::KeepAspectRatio, Qt::FastTransformation));
+    QPixmap picture = QPixmap::fromImage(
+        frame.image.scaled(screen->size() * ratio, Qt::KeepAspectRatio, Qt::FastTransformation));
     picture.setDevicePixelRatio(ratio);
     screen->setPixmap(picture);
     words->setText(

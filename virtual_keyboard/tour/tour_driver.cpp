@@ -186,6 +186,21 @@ void TourDriver::clickAt(const Finder& finder, const std::function<QPoint(QWidge
     clickScreen(screenPoint(finder, where), button);
 }
 
+void TourDriver::drag(const Finder& from, const Finder& to)
+{
+    const auto center = [](QWidget& widget) { return widget.rect().center(); };
+    const QPoint start = screenPoint(from, center);
+    const QPoint end = screenPoint(to, center);
+    fakeInput(XCB_MOTION_NOTIFY, 0, start);
+    fakeInput(XCB_BUTTON_PRESS, static_cast<unsigned>(MouseButton::Left));
+    // The window below learns step by step what comes.
+    for (int step = 1; step <= 10; ++step) {
+        fakeInput(XCB_MOTION_NOTIFY, 0, start + (end - start) * step / 10);
+        onGui([] {});
+    }
+    fakeInput(XCB_BUTTON_RELEASE, static_cast<unsigned>(MouseButton::Left));
+}
+
 void TourDriver::press(const QString& text, MouseButton button)
 {
     click([text] { return buttonWithText(text); }, button);

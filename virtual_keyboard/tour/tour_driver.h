@@ -91,6 +91,8 @@ public:
     void pressKey(KeySymbol key);
     // Holds the modifier meanwhile. Latin letters are their own symbols; capital ones add Shift.
     void pressWith(KeySymbol modifier, KeySymbol key);
+    // Takes what is there to the other place and lets it go.
+    void drag(const Finder& from, const Finder& to);
     // Latin text, into the text field that has the focus or gets it soon.
     void type(const QString& text);
 

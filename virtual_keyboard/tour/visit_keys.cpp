@@ -6,6 +6,8 @@
 #include <QApplication>
 #include <QWindow>
 
+#include <algorithm>
+
 namespace tavik::virtual_keyboard {
 
 namespace {
@@ -129,6 +131,39 @@ void Tour::visitMacros()
                                                    {delayMs, MacroEventKind::Pause, 0x04},
                                                    {delayMs, MacroEventKind::MousePress, 0x04}};
             return bus().keyboard().playMacro(0) == expected;
+        },
+        [] {
+            return QStringLiteral("macro 0 plays %1 events")
+                .arg(bus().keyboard().playMacro(0).size());
+        });
+
+    step(
+        "record Ctrl+C behind it",
+        [&] {
+            driver.click(TourDriver::visible<QListWidget>, MouseButton::Right);
+            driver.chooseMenuEntry(QString(), "Record…");
+            driver.require(
+                [] {
+                    const QWidget* dialog = QApplication::activeModalWidget();
+                    return dialog != nullptr && dialog->windowHandle()->isExposed() &&
+                           dialog->isActiveWindow();
+                },
+                "nothing records");
+            driver.pressWith(KeySymbol::Control, KeySymbol{'c'});
+            driver.press("Stop");
+            driver.press("The same delay before each action:");
+            driver.takePicture("recorded");
+            driver.press("Add to macro");
+            driver.press("Write macros to keyboard");
+        },
+        [] {
+            const std::vector<MacroEvent> expected{{0, MacroEventKind::KeyPress, 0xE0},
+                                                   {20, MacroEventKind::KeyPress, 0x06},
+                                                   {20, MacroEventKind::KeyRelease, 0x06},
+                                                   {20, MacroEventKind::KeyRelease, 0xE0}};
+            const std::vector<MacroEvent> played = bus().keyboard().playMacro(0);
+            return played.size() == 8 &&
+                   std::equal(expected.begin(), expected.end(), played.begin() + 4);
         },
         [] {
             return QStringLiteral("macro 0 plays %1 events")

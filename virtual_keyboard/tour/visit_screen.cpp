@@ -4,8 +4,15 @@
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour.h"
 
+#include <QApplication>
+#include <QDrag>
+#include <QFileInfo>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMimeData>
+#include <QScreen>
 #include <QTemporaryDir>
+#include <QUrl>
 
 namespace tavik::virtual_keyboard {
 
@@ -13,6 +20,33 @@ namespace {
 
 constexpr int animationFrames = 4;
 constexpr int animationHundredths = 20;
+
+// As a file manager shows a file.
+class FileIcon : public QLabel
+{
+public:
+    explicit FileIcon(const QString& file)
+        : QLabel(QFileInfo(file).fileName(), nullptr, Qt::ToolTip), path(file)
+    {
+        setFixedSize(90, 40);
+        setAlignment(Qt::AlignCenter);
+        move(QApplication::primaryScreen()->size().width() - width(), 0);
+        show();
+    }
+
+protected:
+    void mousePressEvent(QMouseEvent*) override
+    {
+        auto* dragged = new QMimeData;
+        dragged->setUrls({QUrl::fromLocalFile(path)});
+        auto* drag = new QDrag(this);
+        drag->setMimeData(dragged);
+        drag->exec(Qt::CopyAction | Qt::MoveAction);
+    }
+
+private:
+    QString path;
+};
 
 bool slotHolds(int slot, std::size_t frames)
 {
@@ -56,6 +90,25 @@ void Tour::visitScreen()
             return QStringLiteral("slot 1 plays %1 frames")
                 .arg(bus().keyboard().screenSlot(1).size());
         });
+
+    FileIcon* icon = driver.onGui([&] { return new FileIcon(gif); });
+    step(
+        "drop the animation on the page",
+        [&] { driver.drag([&] { return icon; }, [] { return TourDriver::called("Preview")(); }); },
+        [] { return TourDriver::labelWithText("4 frame(s) imported.") != nullptr; },
+        [] { return "4 frames"; });
+    driver.onGui([&] { delete icon; });
+
+    step(
+        "play it",
+        [&] {
+            driver.click(TourDriver::called("Preview"), MouseButton::Right);
+            driver.chooseMenuEntry(QString(), "Play");
+            driver.press("4 ×");
+        },
+        [] { return TourDriver::labelWithText("Frame 3 of 4, 200 ms") != nullptr; },
+        [] { return "the third frame is shown"; });
+    driver.onGui([] { QApplication::activeModalWidget()->close(); });
 
     step(
         "show them with Fn and Delete",
