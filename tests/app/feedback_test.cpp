@@ -589,7 +589,10 @@ private:
         auto* view = page()->findChild<KeyboardView*>();
         return toolTipAt(*view, view->hitRectangle(keyNamed(key)).center());
     }
-    static bool isMarked(const QPushButton& button) { return button.toolTip() == markText; }
+    static bool isMarked(const QPushButton& button)
+    {
+        return button.toolTip().split(u'\n').contains(markText);
+    }
 
     // What starts the operation.
     QWidget* sender(const QString& send) const
