@@ -1,15 +1,20 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
+#include "tests/support/files.h"
 #include "tests/support/isolated_main.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFontDatabase>
 #include <QLabel>
 #include <QRegularExpression>
+#include <QStringEncoder>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
@@ -57,6 +62,11 @@ QScrollBar::handle:vertical { background: #777777; min-height: 24px; }
 )";
 
 // A rule each; line breaks and indentation carry no meaning.
+QByteArray bigEndian(const QString& text)
+{
+    return QStringEncoder(QStringConverter::Utf16BE)(text);
+}
+
 QStringList rulesOf(const QString& sheet)
 {
     return sheet.simplified().split(QStringLiteral("} "), Qt::SkipEmptyParts);
@@ -87,6 +97,32 @@ private slots:
         QVERIFY(qApp->styleSheet().contains("QPushButton#accent"));
         QCOMPARE(QApplication::font().family(), QStringLiteral("Open Sans"));
         QCOMPARE(QApplication::font().pointSize(), 10);
+    }
+
+    void largestFontIsTaken_data()
+    {
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("32 MB") << qint64{32} * 1024 * 1024 << true;
+        QTest::newRow("a byte more") << qint64{32} * 1024 * 1024 + 1 << false;
+    }
+    void largestFontIsTaken()
+    {
+        QFETCH(qint64, size);
+        QFETCH(bool, isTaken);
+        // The font of the skin under a name that no system has.
+        const QString name = QStringLiteral("Tavik One");
+        QByteArray bytes = readFile(QStringLiteral(TAVIK_FONT));
+        QVERIFY(bytes.size() > 1000);
+        bytes.replace(bigEndian(QStringLiteral("Open Sans")), bigEndian(name));
+        bytes.resize(size, '\0');
+        const QTemporaryDir directory;
+        writeFile(directory.filePath("resources/official-skin/fonts/OpenSans-Regular.ttf"), bytes);
+        QDir::setCurrent(directory.path());
+        QVERIFY(!QFontDatabase::families().contains(name));
+        applyApplicationStyle(*qApp);
+        QCOMPARE(QFontDatabase::families().contains(name), isTaken);
+        QDir::setCurrent(QDir::rootPath());
     }
 
     void iconsStayEmptyAndTheWorkspaceIsFilled()
