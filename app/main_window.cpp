@@ -235,7 +235,10 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
     button->setFocusPolicy(Qt::StrongFocus); // after a click, the focus stays here
     button->setToolTip(title);
     button->setAccessibleName(title);
-    connect(button, &QToolButton::clicked, this, [this, &entry] { showPage(entry); });
+    connect(button, &QToolButton::toggled, this, [this, &entry](bool isChosen) {
+        if (isChosen)
+            showPage(entry);
+    });
     sidebarButtons.append(button);
     return button;
 }
@@ -301,6 +304,8 @@ void MainWindow::createShortcuts()
     undoAction->setShortcut(Qt::CTRL | Qt::Key_Z);
     redoAction = history.createRedoAction(this);
     redoAction->setShortcuts({Qt::CTRL | Qt::SHIFT | Qt::Key_Z, Qt::CTRL | Qt::Key_Y});
+    undoAction->setWhatsThis(tr("Undo")); // whatever it would undo now
+    redoAction->setWhatsThis(tr("Redo"));
     addActions({undoAction, redoAction});
     connect(&history, &EditHistory::restored, this, &MainWindow::showPageOf);
     qApp->installEventFilter(this);
@@ -331,6 +336,7 @@ void MainWindow::addShortcut(const QString& text, const QList<QKeySequence>& key
 {
     auto* action = new QAction(text, this);
     action->setShortcuts(keys);
+    action->setAutoRepeat(false); // a held key must not write the keyboard again and again
     connect(action, &QAction::triggered, this, act);
     addAction(action);
 }

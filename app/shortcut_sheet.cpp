@@ -8,6 +8,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace tavik {
 
 namespace {
@@ -36,6 +38,7 @@ void showShortcutSheet(const QList<ShortcutGroup>& groups, QWidget* parent)
         auto* label = new QLabel(text, dialog);
         label->setTextFormat(Qt::PlainText);
         label->setStyleSheet(style);
+        label->setIndent(0); // with and without a style of its own
         grid->addWidget(label, grid->rowCount() - (column == 1 ? 1 : 0), column);
     };
     for (const ShortcutGroup& group : groups) {
@@ -52,7 +55,7 @@ void showShortcutSheet(const QList<ShortcutGroup>& groups, QWidget* parent)
                 continue;
             if (std::exchange(isFirst, false))
                 addLabel(group.title, 0, QStringLiteral("font-weight:600;margin-top:6px;"));
-            addLabel(action->text(), 0, {});
+            addLabel(action->whatsThis().isEmpty() ? action->text() : action->whatsThis(), 0, {});
             addLabel(keysOf(*action), 1, QStringLiteral("color:#b8b8ba;"));
         }
     }

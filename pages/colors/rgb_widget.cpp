@@ -30,6 +30,7 @@ constexpr int brightnessSliderWidth = 160;
 constexpr int highestBrightness = 5;
 constexpr qsizetype keptBrushColors = 8;
 constexpr QSize swatchSize(16, 16);
+constexpr int swatchMargin = 8;
 constexpr QColor swatchFrame(0x80, 0x80, 0x88);
 
 QColor shownColor(std::size_t lightIndex)
@@ -38,14 +39,17 @@ QColor shownColor(std::size_t lightIndex)
     return {color.red, color.green, color.blue};
 }
 
+// Off the edge of the menu.
 QIcon swatch(const QColor& color, const QWidget* widget)
 {
-    QPixmap picture(swatchSize * widget->devicePixelRatioF());
+    const QSize size = swatchSize + QSize(swatchMargin, 0);
+    QPixmap picture(size * widget->devicePixelRatioF());
     picture.setDevicePixelRatio(widget->devicePixelRatioF());
-    picture.fill(color);
+    picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setPen(swatchFrame);
-    painter.drawRect(QRect({}, swatchSize).adjusted(0, 0, -1, -1));
+    painter.setBrush(color);
+    painter.drawRect(QRect({swatchMargin, 0}, swatchSize).adjusted(0, 0, -1, -1));
     return picture;
 }
 
@@ -133,7 +137,7 @@ void RgbWidget::showKeyMenu(int lightIndex, QPoint globalPos)
 {
     const KeyColor color =
         colorOf(AppState::instance().customRgb, static_cast<std::size_t>(lightIndex));
-    const QColor shown = shownColor(static_cast<std::size_t>(lightIndex));
+    const QColor shown(color.red, color.green, color.blue);
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addAction(swatch(shown, this), tr("Take this color"), this,

@@ -2,6 +2,7 @@
 
 #include "model/app_state.h"
 #include "model/key_names.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 
 #include <QComboBox>
@@ -71,6 +72,8 @@ QWidget* createPage(QWidget* control)
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(control);
     column->addStretch();
+    if (qobject_cast<QComboBox*>(control) != nullptr)
+        labelUnseen(control);
     return page;
 }
 

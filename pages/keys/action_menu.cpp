@@ -81,42 +81,61 @@ private:
 
 } // namespace
 
-ActionMenu::ActionMenu(const QString& keyName, const KeyAction& current,
-                       const QList<MacroRecord>& macros, QWidget* parent)
-    : QMenu(parent), currentAction(current)
+ActionMenu::ActionMenu(const QString& nameOfKey, const KeyAction& current,
+                       const QList<MacroRecord>& macroList, QWidget* parent)
+    : QMenu(parent), keyName(nameOfKey), currentAction(current), macros(macroList)
 {
-    addHeading(keyName, macros);
+    addHeading();
     addSeparator();
     addAction(tr("Assign…"), this, &ActionMenu::assignRequested);
     addAction(tr("Press the keys…"), this, &ActionMenu::chordRequested);
     addModifiers();
     addSeparator();
-    addChoice(this, tr("Default key"), {});
+    // For the user to read: the drawn keys answer to it, not the menu.
+    addChoice(this, tr("Default key"), {})->setShortcut(Qt::Key_Delete);
     addChoice(this, tr("Disabled"), disabledKeyAction());
-    addMacros(macros);
+    addMacros();
     addSeparator();
     addKeys();
     addMediaKeys();
     addMouseActions();
+    showCurrent();
 }
 
-void ActionMenu::addHeading(const QString& keyName, const QList<MacroRecord>& macros)
+void ActionMenu::addHeading()
 {
-    auto* heading = new QLabel(this);
+    heading = new QLabel(this);
     heading->setTextFormat(Qt::PlainText);
     heading->setContentsMargins(14, 4, 14, 4);
+    heading->setStyleSheet(QStringLiteral("font-weight:600;"));
+    auto* item = new QWidgetAction(this);
+    item->setDefaultWidget(heading);
+    item->setEnabled(false); // to be read only
+    addAction(item);
+}
+
+// The menu stays open while modifiers are added.
+void ActionMenu::showCurrent()
+{
     QFont bold = heading->font();
     bold.setWeight(QFont::DemiBold);
     const QString text =
         keyName + QStringLiteral(": ") +
         beginningOf(keyActionWords(currentAction, macros), shownNameLimit).simplified();
     heading->setText(QFontMetrics(bold).elidedText(text, Qt::ElideRight, macroNameWidth));
-    heading->setStyleSheet(QStringLiteral("font-weight:600;"));
-    auto* item = new QWidgetAction(this);
-    item->setDefaultWidget(heading);
-    item->setText(text);
-    item->setEnabled(false); // to be read only
-    addAction(item);
+    actions().constFirst()->setText(text);
+
+    for (QMenu* group : groups)
+        group->menuAction()->setCheckable(false);
+    for (const auto& [item, choice] : choices) {
+        item->setChecked(choice == currentAction);
+        for (QObject* way = item->parent(); item->isChecked() && way != this; way = way->parent()) {
+            QAction* entry = static_cast<QMenu*>(way)->menuAction();
+            entry->setCheckable(true);
+            entry->setChecked(true);
+        }
+    }
+    showModifiers();
 }
 
 void ActionMenu::addModifiers()
@@ -129,11 +148,10 @@ void ActionMenu::addModifiers()
         item->setCheckable(true);
         connect(item, &QAction::triggered, this, [this, mask = modifier.mask] {
             currentAction.p1 ^= mask;
-            showModifiers();
+            showCurrent();
             emit actionChosen(currentAction);
         });
     }
-    showModifiers();
 }
 
 void ActionMenu::showModifiers()
@@ -152,6 +170,7 @@ QMenu* ActionMenu::addGroup(const QString& title, QMenu* parent)
 {
     QMenu* group = parent->addMenu(title);
     group->setToolTipsVisible(true);
+    groups += group;
     return group;
 }
 
@@ -165,7 +184,7 @@ void ActionMenu::addKeys()
             group = addGroup(title, keys);
         for (int usage = row.first; usage <= row.last; ++usage) {
             const auto code = static_cast<std::uint8_t>(usage);
-            addChoice(group, keyName(code), keyboardKeyAction(code, 0));
+            addChoice(group, tavik::keyName(code), keyboardKeyAction(code, 0));
         }
     }
 }
@@ -184,7 +203,7 @@ void ActionMenu::addMouseActions()
         addChoice(group, choice.text.toString(), mouseKeyAction(choice.value));
 }
 
-void ActionMenu::addMacros(const QList<MacroRecord>& macros)
+void ActionMenu::addMacros()
 {
     const qsizetype count = std::min(macros.size(), assignableMacros);
     QMenu* group = nullptr;
@@ -214,12 +233,7 @@ QAction* ActionMenu::addChoice(QMenu* menu, const QString& text, const KeyAction
     QAction* item = menu->addAction(menuText(text));
     connect(item, &QAction::triggered, this, [this, choice] { emit actionChosen(choice); });
     item->setCheckable(true); // all of them, so that they stand in line
-    item->setChecked(choice == currentAction);
-    for (QMenu* way = menu; item->isChecked() && way != this;
-         way = qobject_cast<QMenu*>(way->parent())) {
-        way->menuAction()->setCheckable(true);
-        way->menuAction()->setChecked(true);
-    }
+    choices.append({item, choice});
     return item;
 }
 

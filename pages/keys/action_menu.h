@@ -6,6 +6,8 @@
 #include <QList>
 #include <QMenu>
 
+class QLabel;
+
 namespace tavik {
 
 // The menu of one key: which one it is and what it does, every single action it can be given,
@@ -16,10 +18,10 @@ class ActionMenu : public QMenu
     Q_OBJECT
 
 public:
-    // current is what the key of that name does now; macros is the list its macro actions point
+    // current is what the key of that name does now; macroList is the list its macro actions point
     // into.
-    ActionMenu(const QString& keyName, const KeyAction& current, const QList<MacroRecord>& macros,
-               QWidget* parent = nullptr);
+    ActionMenu(const QString& nameOfKey, const KeyAction& current,
+               const QList<MacroRecord>& macroList, QWidget* parent = nullptr);
 
 signals:
     void assignRequested();
@@ -28,17 +30,29 @@ signals:
     void actionChosen(tavik::KeyAction action);
 
 private:
-    void addHeading(const QString& keyName, const QList<MacroRecord>& macros);
+    void addHeading();
+    void showCurrent();
     void addModifiers();
     void showModifiers();
     QMenu* addGroup(const QString& title, QMenu* parent);
     void addKeys();
     void addMediaKeys();
     void addMouseActions();
-    void addMacros(const QList<MacroRecord>& macros);
+    void addMacros();
     QAction* addChoice(QMenu* menu, const QString& text, const KeyAction& choice);
 
+    struct Choice
+    {
+        QAction* item;
+        KeyAction action;
+    };
+
+    QString keyName;
     KeyAction currentAction;
+    QList<MacroRecord> macros;
+    QLabel* heading = nullptr;
+    QList<QMenu*> groups;
+    QList<Choice> choices;
     QMenu* modifierMenu = nullptr;
 };
 

@@ -13,6 +13,9 @@ namespace tavik {
 
 namespace {
 
+const QString noteStyle = QStringLiteral("color:#b8b8ba;");
+const QString refusalStyle = QStringLiteral("color:#e0a050;");
+
 // 0 for a key that is no modifier.
 std::uint8_t modifierMask(std::uint8_t usage)
 {
@@ -40,7 +43,7 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     setFocusPolicy(Qt::StrongFocus);
 
     words = createLabel({}, QStringLiteral("font-size:20px;font-weight:600;"), this);
-    note = createLabel({}, QStringLiteral("color:#b8b8ba;"), this);
+    note = createLabel({}, noteStyle, this);
     auto* cancel = new QPushButton(tr("Cancel"), this);
     cancel->setFocusPolicy(Qt::NoFocus); // Space and Enter may be meant
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
@@ -48,7 +51,8 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(18, 16, 18, 14);
     column->setSpacing(10);
-    column->addWidget(createLabel(tr("Press the keys that %1 is to send.").arg(keyName), {}, this));
+    column->addWidget(
+        createLabel(tr("Press the keys that \"%1\" is to send.").arg(keyName), {}, this));
     column->addWidget(words);
     column->addWidget(note);
     column->addWidget(cancel, 0, Qt::AlignHCenter);
@@ -97,6 +101,7 @@ void ChordDialog::press(quint32 scanCode)
 {
     const std::optional<std::uint8_t> usage = usageOfScanCode(scanCode);
     if (!usage) {
+        note->setStyleSheet(refusalStyle);
         note->setText(tr("This key cannot be assigned. Press another one."));
         return;
     }
@@ -124,6 +129,7 @@ void ChordDialog::release(quint32 scanCode)
 void ChordDialog::showChord()
 {
     words->setText(chord == KeyAction() ? tr("…") : keyActionWords(chord, {}));
+    note->setStyleSheet(noteStyle);
     note->setText(tr("Modifiers alone count when you let them go."));
 }
 

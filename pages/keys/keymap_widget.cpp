@@ -90,10 +90,15 @@ void KeymapWidget::createLayerButtons()
     fnButton = new QPushButton(tr("Fn layer"), this);
     for (QPushButton* button : {baseButton, fnButton})
         button->setCheckable(true);
-    connect(baseButton, &QPushButton::clicked, this,
-            [this] { switchLayer(static_cast<int>(LayerId::Base)); });
-    connect(fnButton, &QPushButton::clicked, this,
-            [this] { switchLayer(static_cast<int>(LayerId::Fn)); });
+    const auto follow = [this](QPushButton* button, LayerId id) {
+        connect(button, &QPushButton::toggled, this, [this, button, id](bool isChecked) {
+            if (isChecked && currentLayer != id)
+                switchLayer(static_cast<int>(id));
+            button->setChecked(currentLayer == id); // the chosen one stays so
+        });
+    };
+    follow(baseButton, LayerId::Base);
+    follow(fnButton, LayerId::Fn);
 }
 
 void KeymapWidget::createView()
@@ -132,7 +137,7 @@ QString KeymapWidget::keyToolTip(int lightIndex) const
     if (base == KeyAction() && fn == KeyAction())
         return tr("Click to assign, right click for a menu");
     const auto words = [&](const KeyAction& action) {
-        return beginningOf(keyActionWords(action, state.macros), shownNameLimit);
+        return beginningOf(keyActionWords(action, state.macros), toolTipNameLimit);
     };
     return wrappedToolTip(
         tr("%1\nBase layer: %2\nFn layer: %3").arg(nameOfKey(lightIndex), words(base), words(fn)));
@@ -226,7 +231,6 @@ void KeymapWidget::switchLayer(int layer)
 {
     Q_ASSERT(layer == 0 || layer == 1);
     currentLayer = static_cast<LayerId>(layer);
-    // Set by hand: a click on the checked button has just unchecked it.
     baseButton->setChecked(currentLayer == LayerId::Base);
     fnButton->setChecked(currentLayer == LayerId::Fn);
     refreshCaptions();

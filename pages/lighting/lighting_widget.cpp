@@ -142,6 +142,7 @@ void LightingWidget::createEffectList(QLayout* row)
     }
     effectList->setCurrentRow(startRow);
     connect(effectList, &QListWidget::currentRowChanged, this, &LightingWidget::chooseEffect);
+    keepCurrentSelected(effectList);
     row->addWidget(effectList);
 }
 
@@ -303,8 +304,21 @@ QLayout* LightingWidget::createSleepChoices(QWidget* parent)
         row->addWidget(button);
     }
     row->addStretch();
-    // Clicking the chosen one sends it once more, so toggling would not do.
-    connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseSleep);
+    // Clicking the chosen one sends it once more, so toggling alone would not do. What toggles
+    // without a click is an assistive tool.
+    connect(group, &QButtonGroup::idToggled, this, [this](int code, bool isChosen) {
+        if (!isChosen)
+            return;
+        toggledSleep = code;
+        QTimer::singleShot(0, this, [this] {
+            if (toggledSleep)
+                chooseSleep(*std::exchange(toggledSleep, {}));
+        });
+    });
+    connect(group, &QButtonGroup::idClicked, this, [this](int code) {
+        toggledSleep.reset();
+        chooseSleep(code);
+    });
     letTabFindTheChosen(group->buttons());
     return row;
 }
@@ -373,6 +387,10 @@ QLayout* LightingWidget::createDirectionPad(QWidget* parent)
     grid->setAlignment(Qt::AlignLeft);
     showDirection();
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseDirection);
+    connect(group, &QButtonGroup::idToggled, this, [this](int index, bool isChosen) {
+        if (isChosen)
+            chooseDirection(index);
+    });
     letTabFindTheChosen(group->buttons());
     return grid;
 }
@@ -410,7 +428,7 @@ void LightingWidget::apply()
     const bool sent = sendLightingMode(settings);
     const QString error = sent ? QString() : Device::instance().lastError;
     statusLabel->setText(error);
-    statusLabel->setKeyboardFailed(!sent, error);
+    statusLabel->setAdvice(error, !sent);
     statusLabel->setVisible(!sent);
 }
 

@@ -7,6 +7,7 @@
 #include <QWidget>
 
 #include <array>
+#include <optional>
 
 class QLayout;
 class QListWidget;
@@ -68,6 +69,7 @@ private:
     QColor color;
     int direction;
     int sleep;
+    std::optional<int> toggledSleep; // by something else than a click, to be sent
     QTimer sendTimer{this};
 
     QListWidget* effectList = nullptr;

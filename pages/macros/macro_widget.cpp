@@ -109,11 +109,7 @@ MacroWidget::MacroWidget(QWidget* parent)
     createActionEntries();
     refillMacroList();
     connect(macroList, &QListWidget::currentRowChanged, this, &MacroWidget::macroSelected);
-    // A click below the list would leave the row that everything acts on without a mark.
-    connect(macroList, &QListWidget::itemSelectionChanged, this, [this] {
-        if (macroList->selectedItems().isEmpty() && macroList->currentItem() != nullptr)
-            macroList->currentItem()->setSelected(true);
-    });
+    keepCurrentSelected(macroList);
     connect(&AppState::instance(), &AppState::macrosChanged, this, &MacroWidget::refillMacroList);
     connect(&EditHistory::instance(), &EditHistory::changed, this, &MacroWidget::showMark);
     connect(&EditHistory::instance(), &EditHistory::restored, this, &MacroWidget::showRestored);
@@ -134,6 +130,7 @@ QWidget* MacroWidget::createMacroGroup()
     group->setMaximumWidth(macroGroupWidth);
     macroList = new MacroList(group);
     macroList->setAccessibleName(tr("Macros"));
+    macroList->setToolTip(tr("A right click opens a menu; Ctrl+R records."));
 
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(createButton(tr("New macro"), this, &MacroWidget::newMacro));
@@ -173,6 +170,7 @@ void MacroWidget::createActionTable(QWidget* parent)
 {
     actionTable = new QTableWidget(0, ActionColumnCount, parent);
     actionTable->setAccessibleName(tr("Actions"));
+    actionTable->setToolTip(macroList->toolTip());
     actionTable->setHorizontalHeaderLabels({tr("Delay (ms)"), tr("Action"), tr("Type")});
     for (int column = 0; column < ActionColumnCount; ++column)
         actionTable->horizontalHeaderItem(column)->setTextAlignment(alignmentOf(column));
@@ -183,6 +181,7 @@ void MacroWidget::createActionTable(QWidget* parent)
     actionTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
     actionTable->setSelectionBehavior(QAbstractItemView::SelectRows);
     actionTable->setIconSize(actionPictureSize);
+    actionTable->setTabKeyNavigation(false); // the arrow keys walk in it, and Tab leaves it
 }
 
 void MacroWidget::createMacroEntries()
@@ -191,8 +190,7 @@ void MacroWidget::createMacroEntries()
         addMenuEntry(macroList, tr("Record…"), Qt::CTRL | Qt::Key_R, [this] { recordActions(); });
     const auto add = [this](const QString& text, const QKeySequence& keys,
                             const std::function<void()>& act) {
-        macroEntries += addMenuEntry(macroList, text, keys, act);
-        return macroEntries.constLast();
+        return macroEntries.emplaceBack(addMenuEntry(macroList, text, keys, act));
     };
     add(tr("Rename macro…"), Qt::Key_F2, [this] { renameMacro(); });
     add(tr("Duplicate macro"), Qt::CTRL | Qt::Key_D, [this] { duplicateMacro(); });
@@ -208,8 +206,7 @@ void MacroWidget::createActionEntries()
     actionTable->addAction(recordEntry);
     const auto add = [this](const QString& text, const QKeySequence& keys,
                             const std::function<void()>& act) {
-        actionEntries += addMenuEntry(actionTable, text, keys, act);
-        return actionEntries.constLast();
+        return actionEntries.emplaceBack(addMenuEntry(actionTable, text, keys, act));
     };
     add(tr("Insert action above"), Qt::Key_Insert, [this] { insertAction(); });
     add(tr("Duplicate actions"), Qt::CTRL | Qt::Key_D, [this] { duplicateActions(); });
@@ -316,7 +313,8 @@ void MacroWidget::renameMacro()
 {
     const MacroRecord* macro = currentMacro();
     const QString name = macro == nullptr ? QString() : askForName(tr("Rename macro"), macro->name);
-    if (name.isEmpty())
+    // Files can be dropped on the window until the question stands.
+    if (name.isEmpty() || currentMacro() == nullptr)
         return;
     const int row = macroList->currentRow();
     editMacros(tr("Rename macro"), [&](auto& macros) { macros[row].name = name; });
@@ -342,6 +340,7 @@ void MacroWidget::moveCurrentMacro(int distance)
         return;
     EditHistory::instance().edit(StatePart::Macros, tr("Move macro"),
                                  [=](SavedState& state) { moveMacro(state, row, place); });
+    warnOfFullSpace();
     showMacro(place);
 }
 
@@ -450,14 +449,15 @@ void MacroWidget::duplicateActions()
 
 void MacroWidget::changeDelay()
 {
-    const QList<int> rows = selectedActions();
+    QList<int> rows = selectedActions();
     if (rows.isEmpty())
         return;
     bool accepted = false;
     const int delay = QInputDialog::getInt(this, tr("Change delay"), tr("Delay before (ms):"),
                                            currentMacro()->actions.at(rows.first()).delay, 0,
                                            longestDelayMs, 1, &accepted);
-    if (!accepted)
+    rows = selectedActions();
+    if (!accepted || rows.isEmpty())
         return;
     editActions(tr("Change delay"), [&](auto& actions) {
         for (const int row : rows)
@@ -595,14 +595,19 @@ void MacroWidget::showRestored(StatePart part, const SavedState& left)
 {
     if (part != StatePart::Macros && part != StatePart::Everything)
         return;
+    const int rowBefore = macroList->currentRow();
     refillMacroList();
     warnOfFullSpace();
     const QList<MacroRecord>& macros = AppState::instance().macros;
     const qsizetype row = firstDifference(left.macros, macros);
     if (part == StatePart::Everything || macros.size() < left.macros.size() || row == macros.size())
         return;
-    macroList->setCurrentRow(static_cast<int>(row));
-    if (macros.size() > left.macros.size())
+    const bool isMove = macros.size() == left.macros.size() &&
+                        macros.sliced(row + 1) != left.macros.sliced(row + 1);
+    // The one that has moved is still the current one, above or below the other.
+    const bool goesDown = isMove && rowBefore == row;
+    macroList->setCurrentRow(static_cast<int>(goesDown ? row + 1 : row));
+    if (isMove || macros.size() > left.macros.size())
         return;
     const QList<MacroAction>& actions = macros.at(row).actions;
     const QList<MacroAction>& leftActions = left.macros.at(row).actions;

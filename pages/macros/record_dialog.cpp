@@ -3,6 +3,7 @@
 #include "pages/parts/scan_codes.h"
 
 #include <QCheckBox>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -22,7 +23,7 @@ namespace {
 using Input = MacroRecording::Input;
 
 constexpr std::uint8_t escapeUsage = 0x29;
-constexpr auto escapeHold = std::chrono::seconds(1);
+constexpr std::chrono::milliseconds escapeHold(1000);
 constexpr int usualDelayMs = 20;
 
 // Qt counts the buttons by the same bits, but for those in the middle.
@@ -73,12 +74,16 @@ RecordDialog::RecordDialog(const QString& macroName, QWidget* parent) : QDialog(
     escapeTimer->setSingleShot(true);
     escapeTimer->setInterval(escapeHold);
     connect(escapeTimer, &QTimer::timeout, this, [this] {
-        if (!recording.isHeld(Input::Key, escapeUsage))
-            return;
-        recording.dropLastPress(Input::Key, escapeUsage);
-        stop();
+        if (recording.isHeld(Input::Key, escapeUsage))
+            stopAtEscape();
     });
-    start();
+}
+
+void RecordDialog::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (!event->spontaneous())
+        start();
 }
 
 void RecordDialog::createField()
@@ -92,13 +97,13 @@ void RecordDialog::createField()
 
 QLayout* RecordDialog::createDelayRow()
 {
-    fixedDelay = new QCheckBox(tr("The same delay before each action:"), this);
+    fixedDelay = new QCheckBox(tr("The same delay between actions:"), this);
     fixedInput = new QSpinBox(this);
     fixedInput->setButtonSymbols(QAbstractSpinBox::NoButtons);
     fixedInput->setRange(0, 65535);
     fixedInput->setValue(usualDelayMs);
     fixedInput->setSuffix(tr(" ms"));
-    fixedInput->setAccessibleName(tr("Delay before each action"));
+    fixedInput->setAccessibleName(tr("Delay between actions"));
     connect(fixedDelay, &QCheckBox::toggled, this, &RecordDialog::showActions);
     connect(fixedInput, &QSpinBox::valueChanged, this, [this] {
         fixedDelay->setChecked(true);
@@ -116,11 +121,10 @@ QLayout* RecordDialog::createButtonRow()
 {
     const auto create = [this](const QString& text, void (RecordDialog::*act)()) {
         auto* button = new QPushButton(text, this);
-        button->setAutoDefault(false);
         connect(button, &QPushButton::clicked, this, act);
         return button;
     };
-    stopButton = create(tr("Stop"), &RecordDialog::stop);
+    stopButton = create(tr("Stop"), &RecordDialog::stopAtClick);
     againButton = create(tr("Record again"), &RecordDialog::start);
     addButton = create(tr("Add to macro"), &RecordDialog::take);
     addButton->setObjectName(QStringLiteral("accent"));
@@ -140,7 +144,9 @@ void RecordDialog::start()
 {
     recording = {};
     isRecording = true;
-    grabKeyboard(); // also from the desktop, which has keys of its own
+    // Also from the desktop, which has keys of its own. Elsewhere no program gets them.
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        grabKeyboard();
     showRequest();
     field->setStyleSheet(QStringLiteral("border:1px solid #da5200;border-radius:8px;"));
     showActions();
@@ -152,7 +158,7 @@ void RecordDialog::showRequest()
                       "Hold Esc for a second to stop."));
 }
 
-void RecordDialog::stop()
+void RecordDialog::stop(const QString& words)
 {
     if (!isRecording)
         return;
@@ -160,10 +166,15 @@ void RecordDialog::stop()
     escapeTimer->stop();
     releaseKeyboard();
     recording.finish(latestMs);
-    field->setText(tr("Stopped."));
+    field->setText(words);
     field->setStyleSheet(QStringLiteral("border:1px solid #3a3d47;border-radius:8px;"));
     showActions();
-    (addButton->isEnabled() ? addButton : againButton)->setFocus();
+    (addButton->isVisible() ? addButton : againButton)->setFocus();
+}
+
+void RecordDialog::stopAtClick()
+{
+    stop(tr("Stopped."));
 }
 
 void RecordDialog::take()
@@ -174,36 +185,38 @@ void RecordDialog::take()
 
 bool RecordDialog::event(QEvent* event)
 {
-    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
-    const auto* key = isKey ? static_cast<QKeyEvent*>(event) : nullptr;
-    if (isKey && isRepeat(*key))
-        return true;
-    if (!isRecording)
-        return QDialog::event(event);
-    if (isKey) {
-        takeKey(key->nativeScanCode(), event->type() == QEvent::KeyPress, key->timestamp());
-        return true;
-    }
-    if (event->type() == QEvent::ShortcutOverride) {
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
+        if (takesKey(*static_cast<QKeyEvent*>(event)))
+            return true;
+    } else if (isRecording && event->type() == QEvent::ShortcutOverride) {
         event->accept();
         return true;
+    } else if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::Hide) {
+        // What is let go elsewhere is not heard of.
+        stop(tr("Stopped, because another window was chosen."));
     }
-    // What is let go elsewhere is not heard of.
-    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::Hide)
-        stop();
     return QDialog::event(event);
 }
 
-// Esc that has stopped the recording is still held, and must not close the dialog. Not every repeat
-// is known as one: some begin with a release at the same moment.
-bool RecordDialog::isRepeat(const QKeyEvent& key)
+// Esc stops a recording, and who holds or presses it once more does not mean to lose it.
+bool RecordDialog::takesKey(const QKeyEvent& key)
 {
-    if (key.key() != Qt::Key_Escape)
-        return isRecording && key.isAutoRepeat();
-    const bool isSameMoment = key.timestamp() == escapeReleasedMs;
-    if (key.type() == QEvent::KeyRelease)
-        escapeReleasedMs = key.timestamp();
-    return key.isAutoRepeat() || (!isRecording && isSameMoment);
+    if (!isRecording)
+        return key.key() == Qt::Key_Escape && list->count() > 0;
+    const bool isPress = key.type() == QEvent::KeyPress;
+    if (!key.isAutoRepeat())
+        takeKey(key.nativeScanCode(), isPress, key.timestamp());
+    // The timer may find it let go, since a held key is let go and pressed again all the time.
+    if (isPress && recording.isHeld(Input::Key, escapeUsage) &&
+        key.timestamp() >= escapePressedMs + quint64{escapeHold.count()})
+        stopAtEscape();
+    return true;
+}
+
+void RecordDialog::stopAtEscape()
+{
+    recording.dropLastPress(Input::Key, escapeUsage);
+    stop(tr("Stopped."));
 }
 
 bool RecordDialog::eventFilter(QObject* watched, QEvent* event)
@@ -229,8 +242,10 @@ void RecordDialog::takeKey(quint32 scanCode, bool isPress, quint64 timeMs)
     showRequest();
     const bool counts = isPress ? recording.press(Input::Key, *usage, timeMs)
                                 : recording.release(Input::Key, *usage, timeMs);
-    if (counts && isPress && *usage == escapeUsage)
+    if (counts && isPress && *usage == escapeUsage) {
+        escapePressedMs = timeMs;
         escapeTimer->start();
+    }
     showActions();
 }
 
@@ -263,8 +278,7 @@ void RecordDialog::showActions()
     list->scrollToBottom();
     stopButton->setVisible(isRecording);
     againButton->setVisible(!isRecording);
-    addButton->setVisible(!isRecording);
-    addButton->setEnabled(list->count() > 0);
+    addButton->setVisible(!isRecording && list->count() > 0);
 }
 
 } // namespace tavik

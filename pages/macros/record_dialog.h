@@ -28,6 +28,7 @@ signals:
     void recorded(const QList<tavik::MacroAction>& actions);
 
 protected:
+    void showEvent(QShowEvent* event) override;
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -38,9 +39,11 @@ private:
 
     void start();
     void showRequest();
-    void stop();
+    void stop(const QString& words);
+    void stopAtClick();
+    void stopAtEscape();
     void take();
-    bool isRepeat(const QKeyEvent& key);
+    bool takesKey(const QKeyEvent& key);
     void takeKey(quint32 scanCode, bool isPress, quint64 timeMs);
     void takeButton(Qt::MouseButton button, bool isPress, quint64 timeMs);
     [[nodiscard]] QList<MacroAction> actions() const;
@@ -48,7 +51,7 @@ private:
 
     bool isRecording = false;
     quint64 latestMs = 0; // the time of what came last
-    quint64 escapeReleasedMs = 0;
+    quint64 escapePressedMs = 0;
     MacroRecording recording;
     QTimer* escapeTimer = nullptr;
 

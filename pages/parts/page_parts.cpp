@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QListWidget>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -45,6 +46,7 @@ QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& 
 {
     auto* entry = new QAction(text, widget);
     entry->setShortcut(keys);
+    entry->setAutoRepeat(false); // one press, one step
     entry->setShortcutContext(Qt::WidgetShortcut);
     QObject::connect(entry, &QAction::triggered, widget, act);
     widget->addAction(entry);
@@ -56,9 +58,28 @@ void centerAt(QWidget* window, QPoint globalCenter)
     QRect place(QPoint(), window->size());
     place.moveCenter(globalCenter);
     const QRect room = window->parentWidget()->screen()->availableGeometry();
-    window->move(
+    place.moveTo(
         std::clamp(place.left(), room.left(), std::max(room.left(), room.right() - place.width())),
         std::clamp(place.top(), room.top(), std::max(room.top(), room.bottom() - place.height())));
+    window->setGeometry(place); // without the frame, as its center was told
+}
+
+void labelUnseen(QWidget* control)
+{
+    auto* label = new QLabel(control->accessibleName(), control->parentWidget());
+    label->setBuddy(control);
+    label->hide();
+}
+
+void keepCurrentSelected(QListWidget* list)
+{
+    QObject::connect(list, &QListWidget::itemSelectionChanged, list, [list] {
+        const QList<QListWidgetItem*> selected = list->selectedItems();
+        if (!selected.isEmpty() && !selected.contains(list->currentItem()))
+            list->setCurrentItem(selected.first());
+        else if (selected.isEmpty() && list->currentItem() != nullptr)
+            list->currentItem()->setSelected(true);
+    });
 }
 
 QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent)

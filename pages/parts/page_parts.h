@@ -12,6 +12,7 @@ class QAction;
 class QHBoxLayout;
 class QLabel;
 class QLayout;
+class QListWidget;
 class QVBoxLayout;
 
 namespace tavik {
@@ -35,6 +36,14 @@ QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& 
 
 // Moves a window of the page so that it has this center, as far as the screen allows.
 void centerAt(QWidget* window, QPoint globalCenter);
+
+// Combo boxes have no name of their own for a screen reader on Linux: they are called as their
+// label is. Gives one its accessible name by a label that nobody sees.
+void labelUnseen(QWidget* control);
+
+// The selected row becomes the current one, however it was selected, and a list without a selected
+// row selects the current one: everything acts on the row that is marked.
+void keepCurrentSelected(QListWidget* list);
 
 // A heading over a group of controls.
 [[nodiscard]] QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent);

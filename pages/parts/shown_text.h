@@ -8,6 +8,9 @@ namespace tavik {
 // Characters of a macro's name that lists, captions and tool tips deal with.
 inline constexpr qsizetype shownNameLimit = 1000;
 
+// Those that a tool tip tells, where other lines stand beside them.
+inline constexpr qsizetype toolTipNameLimit = 80;
+
 // The text, cut behind that many characters (1 or more) and marked by an ellipsis when it is
 // longer. A saved macro name may have any length, and laying out megabytes of it takes seconds.
 [[nodiscard]] QString beginningOf(const QString& text, qsizetype characters);

@@ -45,7 +45,7 @@ void StatusLabel::showStatus(StatusLook look, const QString& text, std::optional
         setText(text);
     shownSubject = subject;
     disconnect(clearing);
-    setKeyboardFailed(look == StatusLook::Error);
+    setAdvice({}, look == StatusLook::Error);
 }
 
 void StatusLabel::showOutcome(bool succeeded, const QString& successText,
@@ -58,18 +58,18 @@ void StatusLabel::showOutcome(bool succeeded, const QString& successText,
                    subject);
 }
 
-void StatusLabel::showRefusal(const QString& text, const QString& advice,
+void StatusLabel::showRefusal(const QString& text, const QString& whatToDo,
                               std::optional<StatePart> subject)
 {
     showStatus(StatusLook::Error, text, subject);
-    setKeyboardFailed(false, advice);
+    setAdvice(whatToDo);
 }
 
-void StatusLabel::setKeyboardFailed(bool failed, const QString& beginning)
+void StatusLabel::setAdvice(const QString& text, bool keyboardFailed)
 {
-    keyboardFailed = failed;
-    toolTipBeginning = beginning;
-    setToolTip(beginning);
+    hasKeyboardFailed = keyboardFailed;
+    advice = text;
+    setToolTip(text);
 }
 
 void StatusLabel::clearAfterEdit(StatePart part)
@@ -85,12 +85,12 @@ int StatusLabel::heightForWidth(int width) const
 
 bool StatusLabel::event(QEvent* event)
 {
-    if (event->type() != QEvent::ToolTip || !(keyboardFailed || !toolTipBeginning.isEmpty()))
+    if (event->type() != QEvent::ToolTip || !(hasKeyboardFailed || !advice.isEmpty()))
         return QLabel::event(event);
     QStringList lines;
-    if (!toolTipBeginning.isEmpty())
-        lines += toolTipBeginning;
-    if (keyboardFailed)
+    if (!advice.isEmpty())
+        lines += advice;
+    if (hasKeyboardFailed)
         lines += keyboardAdvice();
     QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
                        wrappedToolTip(lines.join(u'\n'), toolTipColor), this);

@@ -32,7 +32,7 @@ public:
                      std::optional<StatePart> subject = {});
 
     // Shows the text in red, and what to do about it as its tool tip.
-    void showRefusal(const QString& text, const QString& advice,
+    void showRefusal(const QString& text, const QString& whatToDo,
                      std::optional<StatePart> subject = {});
 
     // The shown text is cleared when the sender emits the signal, unless another one came before.
@@ -42,9 +42,9 @@ public:
         clearing = connect(sender, signal, this, [this] { showStatus(StatusLook::Plain, {}); });
     }
 
-    // From now on the tool tip has this beginning, and behind it what to do about a keyboard that
-    // has failed, if one has.
-    void setKeyboardFailed(bool failed, const QString& beginning = {});
+    // What the tool tip tells from now on, or how it begins where a keyboard has failed: behind it
+    // stands what to do about that.
+    void setAdvice(const QString& text, bool keyboardFailed = false);
 
     // A line, also without a text: the page does not jump when one comes or goes.
     int heightForWidth(int width) const override;
@@ -57,8 +57,8 @@ private:
 
     std::optional<StatePart> shownSubject;
     QMetaObject::Connection clearing;
-    bool keyboardFailed = false;
-    QString toolTipBeginning;
+    bool hasKeyboardFailed = false;
+    QString advice;
 };
 
 } // namespace tavik

@@ -49,6 +49,8 @@ QLayout* FramePlayer::createControls()
         scales->addButton(button, choice);
         row->addWidget(button);
     }
+    letTabFindTheChosen(scales->buttons());
+    scales->button(scale)->setFocus();
     connect(scales, &QButtonGroup::idToggled, this, [this](int choice, bool isChosen) {
         if (isChosen)
             setScale(choice);

@@ -18,6 +18,7 @@ namespace {
 constexpr int shortestDelayMs = 20;
 constexpr int longestDelayMs = 1275;
 constexpr int stillDelayMs = 100;
+constexpr qsizetype fileNameLimit = 60; // characters of it that are told
 
 // A few bytes can stand for gigabytes or for minutes of work. All limits together keep each file
 // within 5 seconds of the processor and 300 MB.
@@ -118,9 +119,7 @@ FileImport readAnimation(QImageReader& reader)
         const int delayMs = std::clamp(reader.nextImageDelay(), shortestDelayMs, longestDelayMs);
         frames += createFrame(picture, delayMs);
     }
-    // Counting them means reading the whole file.
-    const qsizetype count = frames.size() < screenFrameLimit ? 0 : reader.imageCount();
-    return {frames, std::max(count, frames.size())};
+    return {frames, std::max<qsizetype>(reader.imageCount(), frames.size())};
 }
 
 FileImport readStill(QImageReader& reader)
@@ -184,9 +183,10 @@ QString outcomeOf(const QString& name, const FileImport& file)
     if (taken == 0)
         return QStringLiteral("%1: cannot be read").arg(name);
     if (file.frameCount > taken)
-        return QStringLiteral("%1: %2 of %3 frames").arg(name).arg(taken).arg(file.frameCount);
+        return QStringLiteral("%1: %2 of %3 frames")
+            .arg(name, QString::number(taken), QString::number(file.frameCount));
     return taken == 1 ? QStringLiteral("%1: 1 frame").arg(name)
-                      : QStringLiteral("%1: %2 frames").arg(name).arg(taken);
+                      : QStringLiteral("%1: %2 frames").arg(name, QString::number(taken));
 }
 
 } // namespace
@@ -199,16 +199,17 @@ QList<ScreenFrame> importImages(const QStringList& paths, QStringList* outcomes)
     QList<ScreenFrame> frames;
     QStringList lines;
     for (const QString& path : paths) {
-        const QString name = QFileInfo(path).fileName();
         if (frames.size() >= screenFrameLimit) {
-            lines += QStringLiteral("%1: not read, there are %2 frames already")
-                         .arg(name)
-                         .arg(frames.size());
-            continue;
+            lines +=
+                QStringLiteral("The last %1 of %2 files: not read, there are %3 frames already")
+                    .arg(paths.size() - lines.size())
+                    .arg(paths.size())
+                    .arg(frames.size());
+            break;
         }
         const FileImport file = importFile(path);
         frames += file.frames;
-        lines += outcomeOf(name, file);
+        lines += outcomeOf(QFileInfo(path).fileName().left(fileNameLimit), file);
     }
     if (outcomes != nullptr)
         *outcomes = lines;

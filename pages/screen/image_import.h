@@ -24,7 +24,7 @@ struct ScreenFrame
 // hold up to 59. A file that cannot be read, or not within some seconds and 300 MB, gives no
 // frames, an animation those before its fault. Takes no lock.
 // Sets how much memory the JPEG library may use, through its environment variable. The outcomes are
-// a line for each path that says what became of it.
+// a line for each path that says what became of it, and one for all that were not read any more.
 [[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths,
                                               QStringList* outcomes = nullptr);
 

@@ -11,8 +11,10 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
+#include <QDir>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -26,6 +28,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <chrono>
 
 namespace tavik {
 
@@ -33,7 +36,8 @@ namespace {
 
 constexpr int slotCount = 3;
 constexpr QSize previewSize(256, 256);
-constexpr qsizetype shownOutcomes = 20; // lines of a tool tip
+constexpr qsizetype shownOutcomes = 32; // lines of a tool tip
+constexpr std::chrono::milliseconds retryDelay(100);
 
 // Where people keep what they may want to see on the keyboard.
 QString firstPictureFolder()
@@ -135,6 +139,7 @@ void ScreenWidget::createPreview()
     previewLabel->setFixedSize(previewSize);
     previewLabel->setAlignment(Qt::AlignCenter);
     previewLabel->setAccessibleName(tr("Preview"));
+    previewLabel->setToolTip(tr("Drop pictures here or paste them. A right click opens a menu."));
     previewLabel->setStyleSheet(
         QStringLiteral("background:#0d0d10; border:1px solid #3a3d47; border-radius:8px;"));
 }
@@ -176,19 +181,31 @@ void ScreenWidget::dropEvent(QDropEvent* event)
     event->accept();
     // The program that the files come from waits until this returns.
     const QStringList paths = filesIn(event->mimeData());
-    QTimer::singleShot(0, this, [this, paths] { importFrom(paths); });
+    QTimer::singleShot(0, this, [this, paths] { importDropped(paths); });
+}
+
+// The keyboard may just be written.
+void ScreenWidget::importDropped(const QStringList& paths)
+{
+    if (BusyWait::isRunning())
+        QTimer::singleShot(retryDelay, this, [this, paths] { importDropped(paths); });
+    else
+        importFrom(paths);
 }
 
 void ScreenWidget::pastePictures()
 {
     const QMimeData* pasted = QApplication::clipboard()->mimeData();
     const QStringList paths = pasted == nullptr ? QStringList() : filesIn(pasted);
-    if (!paths.isEmpty()) {
+    if (std::ranges::any_of(paths, isPictureName)) {
         importFrom(paths);
         return;
     }
+    if (pasted == nullptr || !pasted->hasImage() || BusyWait::isRunning())
+        return;
+    const BusyWait wait(this, statusLabel); // who holds the picture may take its time
     const QImage picture = QApplication::clipboard()->image();
-    if (!picture.isNull() && !BusyWait::isRunning())
+    if (!picture.isNull())
         takeFrames({importPicture(picture)}, {});
 }
 
@@ -216,7 +233,7 @@ void ScreenWidget::takeFrames(const QList<ScreenFrame>& taken, const QStringList
     QStringList shown = outcomes.first(std::min(outcomes.size(), shownOutcomes));
     if (outcomes.size() > shownOutcomes)
         shown += tr("and %1 more").arg(outcomes.size() - shownOutcomes);
-    statusLabel->setKeyboardFailed(false, shown.join(u'\n'));
+    statusLabel->setAdvice(shown.join(u'\n'));
     preview();
 }
 

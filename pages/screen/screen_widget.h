@@ -40,12 +40,12 @@ private:
     QLayout* createButtonRow();
     QLayout* createSlotRow();
     void createPreview();
-
     void createEntries();
 
     void sendFrames();
     QStringList askForPictures();
     void importFrom(const QStringList& paths);
+    void importDropped(const QStringList& paths);
     void pastePictures();
     void play();
     void takeFrames(const QList<ScreenFrame>& taken, const QStringList& outcomes);

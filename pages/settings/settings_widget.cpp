@@ -98,7 +98,9 @@ QWidget* SettingsWidget::createSidePanel()
     column->setContentsMargins(10, 0, 10, 10);
     column->setSpacing(0); // every gap is given
     column->addSpacing(46);
-    column->addWidget(createHeading(tr("Language"), 15, panel));
+    QLabel* languageHeading = createHeading(tr("Language"), 15, panel);
+    languageHeading->setBuddy(languageSelect);
+    column->addWidget(languageHeading);
     column->addSpacing(5);
     column->addWidget(languageSelect);
     column->addSpacing(198);

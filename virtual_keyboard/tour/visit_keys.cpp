@@ -151,7 +151,7 @@ void Tour::visitMacros()
                 "nothing records");
             driver.pressWith(KeySymbol::Control, KeySymbol{'c'});
             driver.press("Stop");
-            driver.press("The same delay before each action:");
+            driver.press("The same delay between actions:");
             driver.takePicture("recorded");
             driver.press("Add to macro");
             driver.press("Write macros to keyboard");

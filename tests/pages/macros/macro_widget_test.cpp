@@ -4,6 +4,7 @@
 #include "model/key_names.h"
 #include "pages/macros/action_picture.h"
 #include "pages/macros/macro_widget.h"
+#include "pages/macros/record_dialog.h"
 #include "pages/parts/accent_button.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
@@ -352,7 +353,7 @@ private slots:
         }
     }
 
-    void listEntryMakesTheStatedEdit_data()
+    void listEntryMakesItsEdit_data()
     {
         QTest::addColumn<int>("current");
         QTest::addColumn<QString>("entry");
@@ -363,7 +364,7 @@ private slots:
         QTest::newRow("down") << 1 << "Move macro down" << QList<int>{0, 2, 1} << 2;
         QTest::newRow("delete") << 1 << "Delete macro" << QList<int>{0, 2} << -1;
     }
-    void listEntryMakesTheStatedEdit()
+    void listEntryMakesItsEdit()
     {
         QFETCH(int, current);
         QFETCH(QString, entry);
@@ -386,6 +387,83 @@ private slots:
         EditHistory::instance().undo();
         QCOMPARE(macros(), threeMacros());
         QCOMPARE(listed(), QStringList({"First", "Second", "Third"}));
+    }
+
+    void moveThatNoLongerFitsSaysSo()
+    {
+        QList<MacroRecord> many(100, {QStringLiteral("Empty"), {}});
+        many.append(macroWithActions(700));
+        showPage(many);
+        list()->setCurrentRow(100);
+        chooseEntry(*list(), QStringLiteral("Move macro up"));
+        QCOMPARE(status()->text(),
+                 QStringLiteral("The macros take 3204 of 3072 bytes: too many to write."));
+    }
+
+    void undoneMoveLeavesTheMovedMacroCurrent_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::newRow("up") << "Move macro up";
+        QTest::newRow("down") << "Move macro down";
+    }
+    void undoneMoveLeavesTheMovedMacroCurrent()
+    {
+        QFETCH(QString, entry);
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        chooseEntry(*list(), entry);
+        EditHistory::instance().undo();
+        QCOMPARE(list()->currentItem()->text(), QStringLiteral("Second"));
+        QCOMPARE(selected(), QList<int>());
+        EditHistory::instance().redo();
+        QCOMPARE(list()->currentItem()->text(), QStringLiteral("Second"));
+    }
+
+    void recordingIsAddedToTheCurrentMacro_data()
+    {
+        QTest::addColumn<int>("current");
+        QTest::addColumn<QString>("words");
+        QTest::addColumn<int>("row");
+        QTest::newRow("current") << 1 << "What you press is added to \"Second\"." << 1;
+        QTest::newRow("none") << -1 << "What you press is added to \"Macro 4\"." << 3;
+    }
+    void recordingIsAddedToTheCurrentMacro()
+    {
+        QFETCH(int, current);
+        QFETCH(QString, words);
+        QFETCH(int, row);
+        showPage(threeMacros());
+        list()->setCurrentRow(current);
+        chooseEntry(*list(), QStringLiteral("Record…"));
+        auto* dialog = page->findChild<RecordDialog*>();
+        QVERIFY(dialog != nullptr && dialog->isVisible());
+        QCOMPARE(dialog->findChild<QLabel*>()->text(), words);
+        const QList<MacroAction> recorded(40, {3, 4, 0xB0});
+        emit dialog->recorded(recorded);
+        dialog->close();
+        QList<MacroRecord> expected = threeMacros();
+        if (row == expected.size())
+            expected.append({QStringLiteral("Macro 4"), {}});
+        expected[row].actions += recorded;
+        QCOMPARE(macros(), expected);
+        QCOMPARE(stateOnDisk().macros, expected);
+        QCOMPARE(list()->currentRow(), row);
+        const QScrollBar* bar = table()->verticalScrollBar();
+        QCOMPARE(bar->value(), bar->maximum());
+        QCOMPARE(EditHistory::instance().count(), 1);
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Record actions"));
+        EditHistory::instance().undo();
+        QCOMPARE(macros(), threeMacros());
+    }
+
+    void recordingThatDoesNotFitSaysSo()
+    {
+        showPage({macroWithActions(660)});
+        list()->setCurrentRow(0);
+        chooseEntry(*list(), QStringLiteral("Record…"));
+        emit page->findChild<RecordDialog*>()->recorded(QList<MacroAction>(10, {3, 4, 0xB0}));
+        QCOMPARE(status()->text(),
+                 QStringLiteral("The macros take 3084 of 3072 bytes: too many to write."));
     }
 
     void keysFollowAMovedMacro()
@@ -470,7 +548,7 @@ private slots:
         QCOMPARE(QFile::exists(stateFilePath()), taken);
     }
 
-    void tableEntryMakesTheStatedEdit_data()
+    void tableEntryMakesItsEdit_data()
     {
         QTest::addColumn<QList<int>>("rows");
         QTest::addColumn<QString>("entry");
@@ -491,7 +569,7 @@ private slots:
             << Rows{0, 1} << "Move actions down" << Rows{2, 0, 1} << Rows{1, 2};
         QTest::newRow("remove several") << Rows{0, 1} << "Remove actions" << Rows{2} << Rows{0};
     }
-    void tableEntryMakesTheStatedEdit()
+    void tableEntryMakesItsEdit()
     {
         QFETCH(QList<int>, rows);
         QFETCH(QString, entry);

@@ -217,10 +217,9 @@ private slots:
         QTRY_COMPARE(statusOf(page)->text(), QStringLiteral("30 frame(s) imported."));
         QCOMPARE(statusOf(page)->styleSheet(), plainStyle);
         QVERIFY(!previewOf(page)->pixmap().isNull());
-        QCOMPARE(outcomesOf(page),
-                 QStringLiteral("clip.GIF: 30 of 45 frames\n"
-                                "notes.txt: not read, there are 30 frames already\n"
-                                "late.png: not read, there are 30 frames already"));
+        QCOMPARE(outcomesOf(page), QStringLiteral("clip.GIF: 30 of 45 frames\n"
+                                                  "The last 2 of 3 files: not read, there are 30 "
+                                                  "frames already"));
         QCOMPARE(busTrace(), QStringList());
     }
 
@@ -244,17 +243,21 @@ private slots:
         ScreenWidget page;
         page.show();
         const QString broken = write("broken.png", "no picture");
-        importInto(page, {broken, writeStill("<b>still.png"), writeAnimation("two.gif", 2)});
-        QCOMPARE(statusOf(page)->text(), QStringLiteral("3 frame(s) imported."));
+        QByteArray cut = encodePlainGif({30, 30}, manyColors(5), 10);
+        cut.chop(60); // in the last frame
+        importInto(page, {broken, writeStill("<b>still.png"), writeAnimation("t%1%2.gif", 2),
+                          write("cut.gif", cut)});
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("7 frame(s) imported."));
         QCOMPARE(outcomesOf(page), QStringLiteral("broken.png: cannot be read\n"
                                                   "<b>still.png: 1 frame\n"
-                                                  "two.gif: 2 frames"));
+                                                  "t%1%2.gif: 2 frames\n"
+                                                  "cut.gif: 4 frames"));
         QStringList many;
-        for (int index = 0; index < 23; ++index)
+        for (int index = 0; index < 35; ++index)
             many += write(QStringLiteral("%1.png").arg(index), "no picture");
         importInto(page, many);
         const QString outcomes = outcomesOf(page);
-        QCOMPARE(outcomes.count(QStringLiteral("cannot be read")), 20);
+        QCOMPARE(outcomes.count(QStringLiteral("cannot be read")), 32);
         QVERIFY(outcomes.endsWith(QStringLiteral("\nand 3 more")));
         click(page, sendText); // the next text has a tool tip of its own
         QCOMPARE(outcomesOf(page), QStringLiteral("Import between 1 and 30 frames first."));
@@ -279,6 +282,11 @@ private slots:
         QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
         QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(5, 250), QColor(Qt::green));
         QCOMPARE(outcomesOf(page), QString());
+
+        auto* other = new QMimeData; // nothing that the dialog would offer
+        other->setUrls({QUrl::fromLocalFile(write("notes.txt", "no picture"))});
+        paste(page, other);
+        QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
 
         auto* text = new QMimeData;
         text->setText(QStringLiteral("nothing to see"));
