@@ -151,13 +151,14 @@ public:
     // A rainbow, or a long wave, rolls over all keys.
     Tone rolling() const { return crests(along(spot) - beats / 2, {.dimmest = 0.35}); }
 
-    // Two beams turn about the middle: to the right and down as a clock does.
+    // Two beams turn about a place near the edge where the direction begins; what is turned to the
+    // opposite edge turns the other way about.
     Tone rotating() const
     {
-        const double angle = std::atan2(spot.y - middle.y, (spot.x - middle.x) * scene.aspect) / 2 /
-                             std::numbers::pi;
-        const bool clockwise = direction < 2;
-        return crests((clockwise ? angle : -angle) - beats / 3, {.count = 2, .sharpness = 2});
+        const double forward = (along(spot) - 0.3) * (isSideways ? scene.aspect : 1);
+        const double aside = (across(spot) - 0.5) * (isSideways ? 1 : scene.aspect);
+        const double angle = std::atan2(aside, forward) / 2 / std::numbers::pi;
+        return crests(angle - beats / 3, {.count = 2, .sharpness = 2});
     }
 
     // A disk bursts from a key and burns out.

@@ -1,5 +1,6 @@
 #include "virtual_keyboard/keyboard_effects.h"
 
+#include <QRect>
 #include <QTest>
 
 #include <algorithm>
@@ -67,12 +68,15 @@ KeyPress pressOf(std::size_t index, std::chrono::milliseconds time)
     return {.spot = gridOfSpots().at(index), .time = time};
 }
 
-// Pictures of two minutes, so that everything an effect does is in it.
+// Pictures of two minutes, so that everything an effect does is in it; another key has just been
+// pressed in each.
 std::vector<Picture> filmOf(const KeyboardState& held)
 {
     std::vector<Picture> film;
-    for (int frame = 0; frame < 100; ++frame)
-        film.push_back(pictureAt(held, 1000000ms + frame * 1193ms));
+    for (std::size_t frame = 0; frame < columns * rows; ++frame) {
+        const auto now = 1000000ms + frame * 1193ms;
+        film.push_back(pictureAt(held, now, {pressOf(frame, now - 20ms)}));
+    }
     return film;
 }
 
@@ -86,7 +90,7 @@ int brightness(const Picture& picture)
 double pace(const KeyboardState& held)
 {
     double changes = 0;
-    for (int frame = 0; frame < 600; ++frame) {
+    for (int frame = 0; frame < 300; ++frame) {
         const Picture before = pictureAt(held, 1000000ms + frame * 97ms);
         const Picture after = pictureAt(held, 1000020ms + frame * 97ms);
         for (std::size_t key = 0; key < before.size(); ++key)
@@ -95,10 +99,40 @@ double pace(const KeyboardState& held)
     return changes;
 }
 
-// Without a pressed key.
-const std::set<int> restingEffects{code("LED Off"), code("Static"), code("SingleOn"),
-                                   code("SingleOff")};
-const std::set<int> darkEffects{code("LED Off"), code("SingleOn")};
+// What one of these keys shows, the next one on the way shows a moment later, and the one before it
+// does not.
+bool lightRuns(const KeyboardState& held, QPoint way, const QRect& keys)
+{
+    int forward = 0;
+    int backward = 0;
+    for (int frame = 0; frame < 50; ++frame) {
+        const auto now = 1000000ms + frame * 331ms;
+        const Picture before = pictureAt(held, now);
+        const Picture after = pictureAt(held, now + 120ms);
+        const auto red = [](const Picture& picture, QPoint key) {
+            return int{picture.at(static_cast<std::size_t>(key.y() * columns + key.x()))[0]};
+        };
+        for (int row = keys.top(); row <= keys.bottom(); ++row) {
+            for (int column = keys.left(); column <= keys.right(); ++column) {
+                const QPoint key(column, row);
+                forward += std::abs(red(after, key + way) - red(before, key));
+                backward += std::abs(red(after, key - way) - red(before, key));
+            }
+        }
+    }
+    return forward < backward * 0.95;
+}
+
+const std::set<int> stillEffects{code("LED Off"), code("Static")};
+const std::set<int> pressedEffects{code("SingleOn"), code("SingleOff")};
+const std::set<int> directedEffects{code("Falling"),  code("Scrolling"), code("Rolling"),
+                                    code("Rotating"), code("Launch"),    code("Flowing"),
+                                    code("Tilt"),     code("Shuttle")};
+
+bool movesByItself(int effect)
+{
+    return !stillEffects.contains(effect) && !pressedEffects.contains(effect);
+}
 
 } // namespace
 
@@ -126,9 +160,14 @@ private slots:
     {
         QFETCH(const int, effect);
         const KeyboardState held = heldBy(effect);
-        const bool rests = restingEffects.contains(effect);
-        QCOMPARE(movesAt(held, 1000000ms), !rests);
-        QCOMPARE(pictureAt(held, 1000000ms) != pictureAt(held, 1000300ms), !rests);
+        QCOMPARE(movesAt(held, 1000000ms), movesByItself(effect));
+        QCOMPARE(pictureAt(held, 1000000ms) != pictureAt(held, 1000300ms), movesByItself(effect));
+
+        const std::vector<KeyPress> presses{pressOf(40, 999900ms)};
+        const bool rests = stillEffects.contains(effect);
+        QCOMPARE(movesAt(held, 1000000ms, presses), !rests);
+        QCOMPARE(pictureAt(held, 1000000ms, presses) != pictureAt(held, 1000300ms, presses),
+                 !rests);
     }
 
     void everyEffectLightsInTheChosenColorOnly_data() { everyEffect(); }
@@ -144,7 +183,7 @@ private slots:
                 strongest = std::max<int>(strongest, color[0]);
             }
         }
-        QVERIFY2(darkEffects.contains(effect) ? strongest == 0 : strongest > 170,
+        QVERIFY2(effect == code("LED Off") ? strongest == 0 : strongest > 170,
                  qPrintable(QString::number(strongest)));
     }
 
@@ -162,7 +201,7 @@ private slots:
                     mostly.at(static_cast<std::size_t>(strongest - color.begin())) = true;
             }
         }
-        QCOMPARE(mostly == (std::array{true, true, true}), !darkEffects.contains(effect));
+        QCOMPARE(mostly == (std::array{true, true, true}), effect != code("LED Off"));
     }
 
     void brightnessDimsEvenly_data() { everyEffect(); }
@@ -170,16 +209,17 @@ private slots:
     {
         QFETCH(const int, effect);
         KeyboardState held = heldBy(effect);
-        const std::vector<KeyPress> presses{pressOf(40, 999900ms)};
-        const int full = brightness(pictureAt(held, 1000000ms, presses));
+        const std::vector<KeyPress> presses{pressOf(40, 1000400ms)};
+        const int full = brightness(pictureAt(held, 1000500ms, presses));
+        QCOMPARE(full > 0, effect != code("LED Off"));
         for (std::uint8_t step = 0; step <= 5; ++step) {
             held.lighting[9] = step;
-            const Picture picture = pictureAt(held, 1000000ms, presses);
+            const Picture picture = pictureAt(held, 1000500ms, presses);
             QVERIFY(std::abs(brightness(picture) * 5 - full * step) <= 5 * columns * rows);
         }
         held.lighting[9] = 0;
-        QCOMPARE(brightness(pictureAt(held, 1000000ms, presses)), 0);
-        QVERIFY(!movesAt(held, 1000000ms, presses));
+        QCOMPARE(brightness(pictureAt(held, 1000500ms, presses)), 0);
+        QVERIFY(!movesAt(held, 1000500ms, presses));
     }
 
     void everyStepOfSpeedIsFaster_data() { everyEffect(); }
@@ -191,7 +231,7 @@ private slots:
         for (std::uint8_t speed = 0; speed <= 5; ++speed) {
             held.lighting[10] = speed;
             const double now = pace(held);
-            if (movesAt(held, 1000000ms))
+            if (movesByItself(effect))
                 QVERIFY2(now > slower * 1.05, qPrintable(QString::number(speed)));
             else
                 QCOMPARE(now, 0.0);
@@ -199,8 +239,27 @@ private slots:
         }
     }
 
+    void everyStepOfSpeedEndsAPressSooner_data() { effectsNamed({"SingleOn", "SingleOff"}); }
+    void everyStepOfSpeedEndsAPressSooner()
+    {
+        QFETCH(const int, effect);
+        KeyboardState held = heldBy(effect);
+        const int whole = effect == code("SingleOn") ? 0 : 200;
+        int slower = 256;
+        for (std::uint8_t speed = 0; speed <= 5; ++speed) {
+            held.lighting[10] = speed;
+            const Picture picture = pictureAt(held, 1000500ms, {pressOf(40, 1000000ms)});
+            const int left = std::abs(picture[40][0] - whole);
+            QVERIFY2(left < slower - 5, qPrintable(QString::number(speed)));
+            slower = left;
+        }
+    }
+
     // A picture turned about shows what the opposite direction shows.
-    void directionsAreMirrored_data() { effectsNamed({"Scrolling", "Rolling", "Tilt", "Shuttle"}); }
+    void directionsAreMirrored_data()
+    {
+        effectsNamed({"Scrolling", "Rolling", "Rotating", "Tilt", "Shuttle"});
+    }
     void directionsAreMirrored()
     {
         QFETCH(const int, effect);
@@ -224,10 +283,8 @@ private slots:
         QVERIFY(pictures[1] != pictures[2]);
     }
 
-    void allFourDirectionsDiffer_data()
-    {
-        effectsNamed({"Falling", "Scrolling", "Rolling", "Launch", "Flowing", "Tilt", "Shuttle"});
-    }
+    // Some effects have no direction, and show the same in all of them.
+    void allFourDirectionsDiffer_data() { everyEffect(); }
     void allFourDirectionsDiffer()
     {
         QFETCH(const int, effect);
@@ -237,12 +294,58 @@ private slots:
             held.lighting[11] = direction;
             pictures.push_back(pictureAt(held, 1000300ms, {pressOf(40, 1000000ms)}));
             for (std::size_t other = 0; other + 1 < pictures.size(); ++other)
-                QVERIFY(pictures[other] != pictures.back());
+                QCOMPARE(pictures[other] != pictures.back(), directedEffects.contains(effect));
         }
     }
 
-    // The bright bar of the shuttle leaves the edge where the direction begins.
     void lightRunsInItsDirection_data()
+    {
+        QTest::addColumn<int>("effect");
+        QTest::addColumn<int>("direction");
+        QTest::addColumn<QPoint>("way");
+        for (const int effect : directedEffects) {
+            if (effect == code("Rotating") || effect == code("Shuttle"))
+                continue; // turns; goes there and back
+            const auto row = [effect](const char* name, int direction, QPoint way) {
+                QTest::addRow("%s, %s", effectNames.at(static_cast<std::size_t>(effect)).data(),
+                              name)
+                    << effect << direction << way;
+            };
+            row("right", 0, {1, 0});
+            row("down", 1, {0, 1});
+            row("up", 2, {0, -1});
+            row("left", 3, {-1, 0});
+        }
+    }
+    void lightRunsInItsDirection()
+    {
+        QFETCH(const int, effect);
+        QFETCH(const int, direction);
+        QFETCH(const QPoint, way);
+        KeyboardState held = heldBy(effect);
+        held.lighting[11] = static_cast<std::uint8_t>(direction);
+        QVERIFY(lightRuns(held, way, {1, 1, columns - 2, rows - 2}));
+    }
+
+    void lightTurnsAndLeavesTheMiddle_data()
+    {
+        QTest::addColumn<int>("effect");
+        QTest::addColumn<QPoint>("wayAtTheLeft");
+        QTest::addColumn<QPoint>("wayAtTheRight");
+        QTest::newRow("Rotating") << code("Rotating") << QPoint(0, -1) << QPoint(0, 1);
+        QTest::newRow("Outward") << code("Outward") << QPoint(-1, 0) << QPoint(1, 0);
+    }
+    void lightTurnsAndLeavesTheMiddle()
+    {
+        QFETCH(const int, effect);
+        QFETCH(const QPoint, wayAtTheLeft);
+        QFETCH(const QPoint, wayAtTheRight);
+        QVERIFY(lightRuns(heldBy(effect), wayAtTheLeft, {1, 1, 2, rows - 2}));
+        QVERIFY(lightRuns(heldBy(effect), wayAtTheRight, {columns / 2 + 1, 1, 5, rows - 2}));
+    }
+
+    // The bright bar of the shuttle leaves the edge where the direction begins.
+    void theShuttleStartsInItsDirection_data()
     {
         QTest::addColumn<int>("direction");
         QTest::addColumn<QPointF>("way");
@@ -251,7 +354,7 @@ private slots:
         QTest::newRow("up") << 2 << QPointF(0, -1);
         QTest::newRow("left") << 3 << QPointF(-1, 0);
     }
-    void lightRunsInItsDirection()
+    void theShuttleStartsInItsDirection()
     {
         QFETCH(const int, direction);
         QFETCH(const QPointF, way);
