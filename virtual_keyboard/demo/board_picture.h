@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QMap>
 #include <QSet>
+#include <QTransform>
 
 class QPainter;
 
@@ -41,43 +42,24 @@ struct BoardColors
     QColor captionFrame = QColor(231, 122, 25);
     QColor captionText = QColor(0xff, 0xe2, 0xc6);
     QColor glass = QColor(0x07, 0x07, 0x08);
+    QColor lifeless = QColor(0, 0, 0, 120); // lies over a board without power
 };
 
 // How much of the light each part lets through, from black for nothing to white for all of it.
 [[nodiscard]] BoardColors boardTransparency();
 
-// Where the parts of a board lie in a view: the program's own layout, drawn with some desk around.
-class BoardPlan
-{
-public:
-    BoardPlan(const KeyboardLayout& keyboardLayout, QSizeF viewSize);
+// The layout with a desk around the board, so that whatever fits a layout into a view leaves room
+// for it.
+[[nodiscard]] KeyboardLayout onDesk(KeyboardLayout layout);
 
-    [[nodiscard]] double scale() const { return factor; } // pixels per layout unit
-    [[nodiscard]] QRectF place(const QRectF& rect) const;
-    [[nodiscard]] QPointF toLayout(QPointF point) const { return (point - origin) / factor; }
-    // The square in which the screen shows its pictures.
-    [[nodiscard]] QRectF glass() const;
-    // The light index of the key at the point, or -1.
-    [[nodiscard]] int keyAt(QPointF point) const;
+// From layout units to the pixels of a view that this layout is fitted into.
+[[nodiscard]] QTransform toView(const KeyboardLayout& layout, QSize view);
 
-    void paint(QPainter& painter, const BoardContent& content, const BoardColors& colors) const;
+// The square in which the screen of a layout shows its pictures.
+[[nodiscard]] QRectF glassOf(const KeyboardLayout& layout);
 
-    // The height that belongs to a width.
-    [[nodiscard]] static double heightFor(const KeyboardLayout& keyboardLayout, double width);
-
-private:
-    void paintDesk(QPainter& painter, const BoardContent& content, const BoardColors& colors) const;
-    void paintKey(QPainter& painter, const KeyRecord& key, const BoardContent& content,
-                  const BoardColors& colors) const;
-    void paintCaption(QPainter& painter, const QRectF& area, const QString& caption,
-                      const BoardColors& colors) const;
-    void paintLegend(QPainter& painter, const KeyRecord& key, const QRectF& face,
-                     const BoardColors& colors) const;
-
-    const KeyboardLayout& layout;
-    QSizeF view;
-    double factor = 1;
-    QPointF origin; // of the layout
-};
+// Fills a view of this size with the board, in the painter's font.
+void paintBoard(QPainter& painter, QSize view, const KeyboardLayout& layout,
+                const BoardContent& content, const BoardColors& colors);
 
 } // namespace tavik::virtual_keyboard

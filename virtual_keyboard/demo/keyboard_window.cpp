@@ -180,7 +180,7 @@ void KeyboardWindow::place(QWidget& program)
 {
     const QSize frame = frameGeometry().size() - size();
     const int lines = layout()->heightForWidth(leastWidth) - board->heightForWidth(leastWidth);
-    const WantedSize wanted{.heightByWidth = BoardPlan::heightFor(KeyboardLayout::instance(), 1),
+    const WantedSize wanted{.heightByWidth = 1.0 * board->heightForWidth(mostWidth) / mostWidth,
                             .fixedHeight = lines + frame.height(),
                             .leastWidth = leastWidth,
                             .mostWidth = mostWidth};
@@ -232,7 +232,7 @@ QString KeyboardWindow::stateText() const
 {
     if (!bus.plugged())
         return tr("unplugged");
-    static const QStringList sleepTexts{tr("never sleeps"), tr("sleeps after 1 min"),
+    static const QStringList sleepTexts{tr("no sleep time set"), tr("sleeps after 1 min"),
                                         tr("sleeps after 5 min"), tr("sleeps after 30 min")};
     const KeyboardModel& model = bus.keyboard();
     QStringList texts{QString::fromStdString(model.lightingSummary()),

@@ -50,18 +50,19 @@ void addLight(const uchar* first, const uchar* second, std::uint16_t part,
 
 } // namespace
 
-LightField::LightField(const KeyboardLayout& layout, const BoardPlan& plan, QSize view,
-                       qreal pixelRatio)
-    : cellPixels(cellSize * plan.scale() * pixelRatio)
+LightField::LightField(const KeyboardLayout& layout, QSize view, qreal pixelRatio)
 {
-    const double cell = cellSize * plan.scale();
+    const QTransform units = toView(layout, view);
+    const double cell = cellSize * units.m11();
+    cellPixels = cell * pixelRatio;
     const QSize size(static_cast<int>(std::ceil(view.width() / cell)),
                      static_cast<int>(std::ceil(view.height() / cell)));
+    const QTransform toUnits = units.inverted();
     cells = QImage(size.expandedTo({1, 1}), QImage::Format_RGB32);
     for (int row = 0; row < cells.height(); ++row) {
         for (int column = 0; column < cells.width(); ++column)
             addShares(layout, static_cast<std::size_t>(row * cells.width() + column),
-                      plan.toLayout({(column + 0.5) * cell, (row + 0.5) * cell}));
+                      toUnits.map(QPointF((column + 0.5) * cell, (row + 0.5) * cell)));
     }
 }
 

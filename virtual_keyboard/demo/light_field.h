@@ -10,16 +10,14 @@ class KeyboardLayout;
 
 namespace tavik::virtual_keyboard {
 
-class BoardPlan;
-
 // How the lights of a board spread: between the caps, through the legends, and onto the desk. Light
 // is soft, so it is reckoned for coarse cells and smoothed between them.
 class LightField
 {
 public:
     LightField() = default;
-    // The plan's view, in a picture of this many pixels for each of its own.
-    LightField(const KeyboardLayout& layout, const BoardPlan& plan, QSize view, qreal pixelRatio);
+    // Of a layout that is fitted into a view, in a picture of this many pixels for each of its own.
+    LightField(const KeyboardLayout& layout, QSize view, qreal pixelRatio);
 
     // The unlit picture with the light of the lights added, as much as the transparency has it: all
     // of it at white. Both pictures are RGB32, of one size, and a multiple of 4 pixels wide.

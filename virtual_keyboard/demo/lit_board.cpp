@@ -1,8 +1,10 @@
 #include "virtual_keyboard/demo/lit_board.h"
 
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QTime>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -47,7 +49,7 @@ void drawClock(QPainter& painter, const QRectF& area, QTime time)
 } // namespace
 
 LitBoard::LitBoard(const KeyboardLayout& keyboardLayout, QWidget* parent)
-    : QWidget(parent), layout(keyboardLayout), lights(keyCount)
+    : QWidget(parent), layout(onDesk(keyboardLayout)), lights(keyCount)
 {
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     policy.setHeightForWidth(true);
@@ -58,7 +60,19 @@ LitBoard::LitBoard(const KeyboardLayout& keyboardLayout, QWidget* parent)
 
 int LitBoard::heightForWidth(int width) const
 {
-    return qRound(BoardPlan::heightFor(layout, width));
+    return qRound(1.0 * width * layout.height / layout.width);
+}
+
+QRect LitBoard::keyRectangle(int lightIndex) const
+{
+    const KeyRecord* key = geometry().find(lightIndex);
+    return key == nullptr ? QRect()
+                          : toView(layout, size()).mapRect(QRectF(key->rect)).toAlignedRect();
+}
+
+QRectF LitBoard::glass() const
+{
+    return toView(layout, size()).mapRect(glassOf(layout));
 }
 
 void LitBoard::setContent(const BoardContent& newContent)
@@ -85,6 +99,18 @@ void LitBoard::setScreen(Screen kind, const ScreenFrame* picture)
                             .copy();
 }
 
+// A cap has room for a few letters only; the tool tip says the rest.
+bool LitBoard::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QWidget::event(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const QString caption = content.captions.value(geometry().keyAt(help->pos()));
+    // An empty one hides what is there.
+    QToolTip::showText(help->globalPos(), caption, this);
+    return true;
+}
+
 // Nothing has to be painted behind the board. A style sheet has taken this away by now.
 void LitBoard::showEvent(QShowEvent*)
 {
@@ -93,7 +119,7 @@ void LitBoard::showEvent(QShowEvent*)
 
 void LitBoard::mousePressEvent(QMouseEvent* event)
 {
-    const int lightIndex = plan().keyAt(event->position());
+    const int lightIndex = geometry().keyAt(event->position().toPoint());
     if (event->button() == Qt::LeftButton && lightIndex >= 0)
         emit keyPressed(lightIndex);
 }
@@ -112,16 +138,15 @@ void LitBoard::preparePictures()
     const QSize padded((pixels.width() + 3) / 4 * 4, pixels.height()); // as LightField wants it
     if (unlit.size() == padded)
         return;
-    const BoardPlan board = plan();
     if (transparency.size() != padded)
-        field = LightField(layout, board, size(), ratio);
+        field = LightField(layout, size(), ratio);
     const auto paintIn = [&](QImage& picture, const BoardColors& colors) {
         picture = QImage(padded, QImage::Format_RGB32);
         picture.setDevicePixelRatio(ratio);
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setFont(font());
-        board.paint(painter, content, colors);
+        paintBoard(painter, size(), layout, content, colors);
     };
     paintIn(unlit, BoardColors());
     paintIn(transparency, boardTransparency());
@@ -136,16 +161,16 @@ void LitBoard::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.drawImage(0, 0, isDark ? unlit : field.shine(lights, unlit, transparency));
     if (!layout.screenRect.isEmpty())
-        paintScreen(painter, plan().glass());
+        paintScreen(painter);
 }
 
-void LitBoard::paintScreen(QPainter& painter, const QRectF& glass) const
+void LitBoard::paintScreen(QPainter& painter) const
 {
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     if (screen == Screen::Clock)
-        drawClock(painter, glass, QTime::currentTime());
+        drawClock(painter, glass(), QTime::currentTime());
     else if (screen == Screen::Picture)
-        painter.drawImage(glass, screenPicture);
+        painter.drawImage(glass(), screenPicture);
 }
 
 } // namespace tavik::virtual_keyboard

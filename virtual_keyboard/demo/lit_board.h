@@ -1,5 +1,6 @@
 #pragma once
 
+#include "pages/parts/keyboard_geometry.h"
 #include "virtual_keyboard/demo/board_picture.h"
 #include "virtual_keyboard/demo/light_field.h"
 
@@ -7,8 +8,7 @@
 
 namespace tavik::virtual_keyboard {
 
-// A keyboard on a desk, with its light. Shows what it is told and tells which key is clicked. The
-// layout is not owned.
+// A keyboard on a desk, with its light. Shows what it is told and tells which key is clicked.
 class LitBoard : public QWidget
 {
     Q_OBJECT
@@ -24,7 +24,10 @@ public:
     void setLights(const std::vector<KeyColor>& newLights);
     void setScreen(Screen kind, const ScreenFrame* picture = nullptr);
 
-    [[nodiscard]] BoardPlan plan() const { return {layout, size()}; }
+    // Where the key with this light index is seen; empty when there is none.
+    [[nodiscard]] QRect keyRectangle(int lightIndex) const;
+    // The square in which the screen shows its pictures.
+    [[nodiscard]] QRectF glass() const;
     [[nodiscard]] bool hasHeightForWidth() const override { return true; }
     [[nodiscard]] int heightForWidth(int width) const override;
 
@@ -35,6 +38,7 @@ signals:
     void aboutToPaint();
 
 protected:
+    bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -42,9 +46,10 @@ protected:
 
 private:
     void preparePictures();
-    void paintScreen(QPainter& painter, const QRectF& glass) const;
+    void paintScreen(QPainter& painter) const;
+    [[nodiscard]] KeyboardGeometry geometry() const { return {&layout, size()}; }
 
-    const KeyboardLayout& layout;
+    const KeyboardLayout layout; // with its desk
     BoardContent content;
     std::vector<KeyColor> lights;
     Screen screen = Screen::Clock;

@@ -11,12 +11,14 @@
 #include "virtual_keyboard/demo/lit_board.h"
 
 #include <QApplication>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+#include <QToolTip>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -153,14 +155,17 @@ private slots:
         QVERIFY(!bus().plugged());
         QCOMPARE(plug->text(), QString("Plug in"));
         QCOMPARE(text("state"), QString("unplugged"));
-        QVERIFY(brightness(picture()) < brightness(lit) / 2);
+        const double unplugged = brightness(picture());
         QVERIFY(!timer().isActive());
         click("A");
         QCOMPARE(text("sent"), QString("The computer gets nothing: the cable is out."));
         plug->click();
         QVERIFY(bus().plugged());
-        QVERIFY(brightness(picture()) > brightness(lit) / 2);
+        QCOMPARE(picture(), lit);
         QVERIFY(timer().isActive());
+        change([](KeyboardState& state) { state.lighting[0] = 0; });
+        QVERIFY(brightness(picture()) < brightness(lit) / 2);
+        QVERIFY(unplugged < brightness(picture()) * 0.8);
     }
 
     void aCablePulledByOthersIsSeen()
@@ -190,7 +195,7 @@ private slots:
                 {std::vector<std::uint16_t>(screenWidth * screenHeight, 0x07E0), 100ms}};
             state.latestSlot = 3;
         });
-        const QPoint corner = board()->plan().glass().topLeft().toPoint() + QPoint(4, 4);
+        const QPoint corner = board()->glass().topLeft().toPoint() + QPoint(4, 4);
         QVERIFY(picture().pixelColor(corner).green() < 20);
         click("Fn");
         click("Delete");
@@ -242,14 +247,30 @@ private slots:
     {
         setLight({.effect = 0});
         const QImage before = picture();
-        change([](KeyboardState& state) {
-            state.baseLayer.at(indexOf("G")) = {3, 0xB6, 0, 0}; // Previous Track
-        });
-        bus().wait(1ms); // is heard of
-        QTRY_VERIFY(picture() != before);
-        const QRect changed = changedArea(before, picture());
-        QVERIFY(!changed.isEmpty());
-        QVERIFY(capOf("G").contains(changed));
+        assign("G", {2, 0x0F, 0x04, 0});
+        QTRY_COMPARE(toolTip("G"), QString("Ctrl+Shift+Alt+Win+A"));
+        const QImage after = picture();
+        QVERIFY(capOf("G").contains(changedArea(before, after)));
+        QVERIFY(!changedArea(before, after).isEmpty());
+        // Nobody sees in what it ends,
+        assign("G", {2, 0x0F, 0x05, 0});
+        QTRY_COMPARE(toolTip("G"), QString("Ctrl+Shift+Alt+Win+B"));
+        QCOMPARE(picture(), after);
+        // since the dots of an ellipsis stand there.
+        const auto isCaption = [](const QColor& pixel) { return pixel.blue() > 0x60; };
+        const QRect cap = capOf("G");
+        const QImage lower = after.copy(cap.adjusted(0, cap.height() / 2, 0, 0));
+        const QRect text = areaWhere(lower, isCaption);
+        const QRect end(text.right() - 4, text.top(), 5, text.height());
+        QVERIFY(text.height() >= 6);
+        QVERIFY(areaWhere(lower.copy(end), isCaption).height() <= 2);
+    }
+
+    void aKeyWithoutACaptionHasNoToolTip()
+    {
+        assign("G", {2, 0x01, 0x05, 0});
+        QTRY_COMPARE(toolTip("G"), QString("Ctrl+B"));
+        QTRY_COMPARE(toolTip("H"), QString());
     }
 
 private:
@@ -265,12 +286,24 @@ private:
     }
     [[nodiscard]] QRect capOf(const char* key) const
     {
-        return board()->plan().place(keyNamed(key).rect).toAlignedRect();
+        return board()->keyRectangle(keyNamed(key).lightIndex);
     }
     [[nodiscard]] QPoint centerOf(const char* key) const { return capOf(key).center(); }
     void click(const char* key) const
     {
         QTest::mouseClick(board(), Qt::LeftButton, {}, centerOf(key));
+    }
+    // What the keyboard holds for a key of its base layer; the window hears of it.
+    static void assign(const char* key, const KeyActionBytes& action)
+    {
+        change([&](KeyboardState& state) { state.baseLayer.at(indexOf(key)) = action; });
+        bus().wait(1ms);
+    }
+    [[nodiscard]] QString toolTip(const char* key) const
+    {
+        QHelpEvent asked(QEvent::ToolTip, centerOf(key), board()->mapToGlobal(centerOf(key)));
+        QApplication::sendEvent(board(), &asked);
+        return QToolTip::text();
     }
     // Of the board, painted now.
     [[nodiscard]] QImage picture() const { return pictureOf(*board()); }

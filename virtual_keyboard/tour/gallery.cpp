@@ -204,8 +204,8 @@ private:
     void pressOnKeyboard(const QString& key)
     {
         auto* board = keyboardWindow.findChild<LitBoard*>();
-        const QPointF center = board->plan().place(tests::keyNamed(key).rect).center();
-        QTest::mousePress(board, Qt::LeftButton, {}, center.toPoint());
+        const QRect cap = board->keyRectangle(tests::keyNamed(key).lightIndex);
+        QTest::mousePress(board, Qt::LeftButton, {}, cap.center());
     }
 
     static void showPage(const QString& title) { TourDriver::buttonWithToolTip(title)->click(); }

@@ -86,7 +86,7 @@ void Tour::pressOnKeyboard(const QString& description)
 {
     driver.clickAt(TourDriver::called("Virtual keyboard"), [description](QWidget& widget) {
         const KeyRecord& key = tests::keyNamed(description);
-        return static_cast<LitBoard&>(widget).plan().place(key.rect).center().toPoint();
+        return static_cast<LitBoard&>(widget).keyRectangle(key.lightIndex).center();
     });
 }
 
