@@ -27,8 +27,8 @@ struct Placement
 };
 
 // Where the keyboard stands on a screen with this program on it: beside or under it, wherever it
-// can be larger. Where neither has room, it stays as small as can be read and lies over the right
-// edge of the program, below its title bar.
+// can be larger. Where neither has room, it stays as small as can be read at the right edge of the
+// screen, so that whatever the program in front of it leaves free shows some of it.
 [[nodiscard]] Placement placeKeyboard(const QRect& available, const QRect& program,
                                       const WantedSize& wanted);
 
