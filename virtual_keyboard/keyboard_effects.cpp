@@ -164,19 +164,19 @@ public:
     // A disk bursts from a key and burns out.
     Tone explode() const
     {
-        return strongestBurst([&](const LightSpot& source, double age) {
+        return strongestBurst([&](const LightSpot& source, double age, bool) {
             const double edge = age * 1.4 - distance(source);
             return std::clamp(edge / 0.15, 0.0, 1.0) * near(age, burstBeats / 1.5);
         });
     }
 
-    // A shot runs from a key along its row or column.
+    // A shot runs from a pressed key along its row or column; others come from the edge.
     Tone launch() const
     {
-        return strongestBurst([&](const LightSpot& source, double age) {
+        return strongestBurst([&](const LightSpot& source, double age, bool isPressed) {
             const double reach = isSideways ? 1 : scene.aspect;
             const double aside = std::abs(across(spot) - across(source)) * reach;
-            const double way = along(spot) - along(source);
+            const double way = along(spot) - (isPressed ? along(source) : 0);
             const double behind = age * 0.9 - way;
             const bool isInLane = aside < keyPitch / 2 && way > -0.01;
             return isInLane && behind >= 0 ? near(behind, 0.35) : 0;
@@ -186,7 +186,7 @@ public:
     // Rings spread from a key.
     Tone ripples() const
     {
-        return strongestBurst([&](const LightSpot& source, double age) {
+        return strongestBurst([&](const LightSpot& source, double age, bool) {
             return near(distance(source) - age, 0.25) * near(age, burstBeats);
         });
     }
@@ -243,15 +243,16 @@ private:
     Tone strongestBurst(Function amountOf) const
     {
         Tone strongest;
-        const auto take = [&](const LightSpot& source, double age) {
-            const double amount = amountOf(source, age);
+        const auto take = [&](const LightSpot& source, double age, bool isPressed) {
+            const double amount = amountOf(source, age, isPressed);
             if (amount > strongest.amount)
                 strongest = {amount, scatter(source) + age / 4};
         };
-        forEachPress(scene, take);
+        forEachPress(scene, [&](const LightSpot& source, double age) { take(source, age, true); });
         const double count = static_cast<double>(scene.spots.size());
         for (const double burst : {std::floor(beats) - 1, std::floor(beats)})
-            take(scene.spots.at(static_cast<std::size_t>(scatter(burst) * count)), beats - burst);
+            take(scene.spots.at(static_cast<std::size_t>(scatter(burst) * count)), beats - burst,
+                 false);
         return strongest;
     }
 

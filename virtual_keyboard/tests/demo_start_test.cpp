@@ -19,7 +19,10 @@ struct Free
 class DisplayView
 {
 public:
-    explicit DisplayView(const QByteArray& name) : connection(xcb_connect(name.constData(), nullptr)) {}
+    explicit DisplayView(const QByteArray& name)
+        : connection(xcb_connect(name.constData(), nullptr))
+    {
+    }
     ~DisplayView() { xcb_disconnect(connection); }
     Q_DISABLE_COPY_MOVE(DisplayView)
 
@@ -50,8 +53,8 @@ public:
     // With what the window manager has put round it.
     [[nodiscard]] QRect frame(xcb_window_t window) const
     {
-        const std::unique_ptr<xcb_get_geometry_reply_t, Free> size(xcb_get_geometry_reply(
-            connection, xcb_get_geometry(connection, window), nullptr));
+        const std::unique_ptr<xcb_get_geometry_reply_t, Free> size(
+            xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
         const std::unique_ptr<xcb_translate_coordinates_reply_t, Free> place(
             xcb_translate_coordinates_reply(
                 connection, xcb_translate_coordinates(connection, window, root(), 0, 0), nullptr));
@@ -71,10 +74,9 @@ public:
         message.format = 32;
         message.window = window;
         message.type = atom("_NET_CLOSE_WINDOW");
-        xcb_send_event(
-            connection, 0, root(),
-            XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-            reinterpret_cast<const char*>(&message));
+        xcb_send_event(connection, 0, root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                       reinterpret_cast<const char*>(&message));
         xcb_flush(connection);
     }
 
@@ -96,8 +98,8 @@ private:
     [[nodiscard]] QByteArray property(xcb_window_t window, QByteArrayView name) const
     {
         const std::unique_ptr<xcb_get_property_reply_t, Free> reply(xcb_get_property_reply(
-            connection,
-            xcb_get_property(connection, 0, window, atom(name), XCB_ATOM_ANY, 0, 1000), nullptr));
+            connection, xcb_get_property(connection, 0, window, atom(name), XCB_ATOM_ANY, 0, 1000),
+            nullptr));
         return reply ? QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
                                   xcb_get_property_value_length(reply.get()))
                      : QByteArray();
@@ -107,7 +109,8 @@ private:
     {
         const QByteArray bytes = property(window, name);
         QList<xcb_window_t> values(bytes.size() / static_cast<qsizetype>(sizeof(xcb_window_t)));
-        std::memcpy(values.data(), bytes.constData(), static_cast<std::size_t>(values.size()) * sizeof(xcb_window_t));
+        std::memcpy(values.data(), bytes.constData(),
+                    static_cast<std::size_t>(values.size()) * sizeof(xcb_window_t));
         return values;
     }
 

@@ -414,6 +414,14 @@ private slots:
         }
     }
 
+    // Those that nobody launches come from the edge, so that one is always on its way.
+    void shotsCrossTheWholeBoard()
+    {
+        const KeyboardState held = heldBy(code("Launch"));
+        for (int frame = 0; frame < 100; ++frame)
+            QVERIFY(brightness(pictureAt(held, 1000000ms + frame * 331ms)) > 200);
+    }
+
     void customColorsAreThoseOfTheBank()
     {
         KeyboardState held = heldBy(customEffect);
