@@ -1,5 +1,6 @@
 #include "virtual_keyboard/demo/keyboard_window.h"
 
+#include "pages/parts/shown_text.h"
 #include "virtual_keyboard/demo/lit_board.h"
 #include "virtual_keyboard/demo/window_placement.h"
 #include "virtual_keyboard/virtual_bus.h"
@@ -84,7 +85,8 @@ KeyboardWindow::KeyboardWindow(QWidget* parent)
     setObjectName(QStringLiteral("keyboardWindow"));
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(windowSheet);
-    sentLabel->setText(tr("Click a key to see what it sends."));
+    say(tr("Click a key to see what it sends."));
+    stateLabel->setWordWrap(true);
     auto* note = createLabel(
         "note", tr("What the real keyboard does with its light and with sleep is not known; this "
                    "is our reading. A minute of sleep time lasts a second here."));
@@ -232,7 +234,7 @@ QString KeyboardWindow::stateText() const
 {
     if (!bus.plugged())
         return tr("unplugged");
-    static const QStringList sleepTexts{tr("no sleep time set"), tr("sleeps after 1 min"),
+    static const QStringList sleepTexts{tr("no sleep time"), tr("sleeps after 1 min"),
                                         tr("sleeps after 5 min"), tr("sleeps after 30 min")};
     const KeyboardModel& model = bus.keyboard();
     QStringList texts{QString::fromStdString(model.lightingSummary()),
@@ -291,20 +293,37 @@ void KeyboardWindow::preparePainting()
     }
 }
 
+// A long macro does not fit; the tool tip has all of it.
+void KeyboardWindow::say(const QString& text)
+{
+    said = text;
+    const QString shown =
+        sentLabel->fontMetrics().elidedText(said, Qt::ElideRight, sentLabel->width());
+    sentLabel->setText(shown);
+    sentLabel->setToolTip(shown == said ? QString() : wrappedToolTip(said));
+}
+
+void KeyboardWindow::resizeEvent(QResizeEvent*)
+{
+    say(said);
+}
+
 void KeyboardWindow::pressKey(int lightIndex)
 {
-    sentLabel->setText(bus.plugged()
-                           ? tr("The computer gets: %1").arg(keyboard.press(lightIndex, bus.now()))
-                           : tr("The computer gets nothing: the cable is out."));
+    say(bus.plugged() ? tr("The computer gets: %1").arg(keyboard.press(lightIndex, bus.now()))
+                      : tr("The computer gets nothing: the cable is out."));
     showState();
 }
 
 void KeyboardWindow::togglePlug()
 {
-    if (bus.plugged())
+    if (bus.plugged()) {
         bus.unplug();
-    else
+    } else {
         bus.plug();
+        if (bus.openHandles() > 0)
+            say(tr("The program has lost it, and finds it when it is started again."));
+    }
     keyboard.spokenTo(bus.now());
     showState();
 }
@@ -325,8 +344,10 @@ void KeyboardWindow::plantFaults()
 // The window grows and shrinks by the list, as far as the screen allows.
 void KeyboardWindow::showWire(bool shown)
 {
+    const int before = height(); // the least height of the window changes with the list
     wireButton->setArrowType(shown ? Qt::DownArrow : Qt::RightArrow);
     wireList->setVisible(shown);
+    layout()->activate();
     if (shown)
         renewWireList();
     if (!isVisible() || isMaximized())
@@ -334,7 +355,7 @@ void KeyboardWindow::showWire(bool shown)
     const QRect available = screen()->availableGeometry();
     const int step = wireHeight + 5;
     const int frame = frameGeometry().height() - height();
-    const int wanted = height() + (shown ? step : -step);
+    const int wanted = before + (shown ? step : -step);
     resize(width(), std::min(wanted, available.height() - frame));
     const int excess = frameGeometry().top() + height() + frame - available.bottom() - 1;
     if (excess > 0)

@@ -35,12 +35,14 @@ public:
 
 protected:
     void hideEvent(QHideEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void place(QWidget& program);
     void followBus();
     void showState();
     void preparePainting();
+    void say(const QString& text);
     void pressKey(int lightIndex);
     void togglePlug();
     void plantFaults();
@@ -57,6 +59,7 @@ private:
     int refusalsSeen = 0;
 
     LitBoard* board;
+    QString said; // in whole
     QLabel* sentLabel;
     QLabel* stateLabel;
     QPushButton* plugButton = nullptr;

@@ -69,21 +69,30 @@ LightField::LightField(const KeyboardLayout& layout, QSize view, qreal pixelRati
 // Near the caps each key has its own light; where there is none, the shine of all is left.
 void LightField::addShares(const KeyboardLayout& layout, std::size_t cell, QPointF point)
 {
+    struct Part
+    {
+        int light = 0;
+        float nearby = 0;
+        float far = 0;
+    };
+    std::vector<Part> parts;
     float nearSum = 0;
     float farSum = 0;
     for (const KeyRecord& key : layout.keys) {
-        nearSum += fading(distanceTo(key.rect, point), nearReach);
-        farSum += fading(distanceTo(key.rect, point), farReach);
+        const double distance = distanceTo(key.rect, point);
+        if (distance > 3 * farReach)
+            continue;
+        parts.push_back({key.lightIndex, fading(distance, nearReach), fading(distance, farReach)});
+        nearSum += parts.back().nearby;
+        farSum += parts.back().far;
     }
     const float nearFactor = 1 / std::max(1.0F, nearSum * 0.8F);
     const float farFactor = shineOfAll * std::max(0.0F, 1 - nearSum) / std::max(1.0F, farSum);
-    for (const KeyRecord& key : layout.keys) {
-        const double distance = distanceTo(key.rect, point);
-        const float part =
-            nearFactor * fading(distance, nearReach) + farFactor * fading(distance, farReach);
-        const bool hasLight = key.lightIndex >= 0 && key.lightIndex < static_cast<int>(keyCount);
+    for (const Part& each : parts) {
+        const float part = nearFactor * each.nearby + farFactor * each.far;
+        const bool hasLight = each.light >= 0 && each.light < static_cast<int>(keyCount);
         if (hasLight && part > leastShare)
-            shares.push_back({cell, static_cast<std::size_t>(key.lightIndex), part});
+            shares.push_back({cell, static_cast<std::size_t>(each.light), part});
     }
 }
 

@@ -13,8 +13,10 @@
 #include <QApplication>
 #include <QHelpEvent>
 #include <QLabel>
+#include <QLayout>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -161,6 +163,7 @@ private slots:
         QCOMPARE(text("sent"), QString("The computer gets nothing: the cable is out."));
         plug->click();
         QVERIFY(bus().plugged());
+        QVERIFY(text("sent").contains("started again"));
         QCOMPARE(picture(), lit);
         QVERIFY(timer().isActive());
         change([](KeyboardState& state) { state.lighting[0] = 0; });
@@ -222,6 +225,53 @@ private slots:
         }
         QVERIFY(wrong != usual);
         QVERIFY(wrong.red() > 2 * wrong.blue());
+    }
+
+    void theWindowGrowsAndShrinksByTheWire()
+    {
+        window->resize(450, window->layout()->heightForWidth(450));
+        QTRY_COMPARE(window->width(), 450);
+        const int height = window->height();
+        auto* wire = window->findChild<QToolButton*>();
+        wire->click();
+        QCOMPARE(window->height(), height + window->findChild<QListWidget*>()->height() + 5);
+        wire->click();
+        QTRY_COMPARE(window->height(), height);
+    }
+
+    void noLineIsClipped()
+    {
+        window->resize(450, window->layout()->heightForWidth(450));
+        QTRY_COMPARE(window->width(), 450);
+        change([](KeyboardState& state) {
+            state.baseLayer.at(indexOf("A")) = {6, 0, 0, 0};
+            state.macroSpace = std::vector<std::uint8_t>(macroSpaceSize);
+            state.macroSpace[0] = 0x90; // behind the table of a hundred macros
+            state.macroSpace[1] = 0x01;
+            state.macroSpace[400] = 60; // half actions
+            for (std::size_t action = 0; action < 30; ++action) {
+                state.macroSpace[404 + action * 4] = 50; // ms
+                state.macroSpace[406 + action * 4] = 0x0B;
+                state.macroSpace[407 + action * 4] = action % 2 == 0 ? 0xB0 : 0x30;
+            }
+        });
+        click("A");
+        const auto* sent = window->findChild<QLabel*>("sent");
+        const QString start = "The computer gets: macro 0: 50 ms H↓ 50 ms H↑";
+        QVERIFY2(sent->text().startsWith(start), qPrintable(sent->text()));
+        QVERIFY(sent->text().endsWith(u'…'));
+        QVERIFY(sent->fontMetrics().horizontalAdvance(sent->text()) <= sent->width());
+        QVERIFY(sent->toolTip().size() > sent->text().size());
+
+        const auto* state = window->findChild<QLabel*>("state");
+        const auto heightOfAll = [state] {
+            return state->fontMetrics()
+                .boundingRect(state->rect(), Qt::TextWordWrap, state->text())
+                .height();
+        };
+        QTRY_VERIFY(heightOfAll() <= state->height());
+        window->resize(window->screen()->availableSize());
+        QTRY_VERIFY(sent->text().size() > start.size() + 10);
     }
 
     void aBusyKeyboardStaysBusyUntilItIsLetGo()
