@@ -18,10 +18,7 @@ constexpr qsizetype drawnCharacters = 200; // more than a cap can show
 // lines then stand below the printed legend.
 constexpr double linePitch = 1.125; // times the size of the font
 
-// A caption that does not fit is set narrower in these steps. Narrower still, it would be hard to
-// read.
-constexpr double narrowestWidth = 0.75;
-constexpr double widthStep = 0.05;
+constexpr double widthStep = 0.05; // by which a caption that does not fit is set narrower
 
 // Lets a combination like "Ctrl+Shift+B" break behind each plus.
 QString withBreaksAtPlus(QString text)
@@ -71,8 +68,8 @@ void drawWrapped(QPainter& painter, const QRect& area, const QString& text)
         1 + std::max(0, static_cast<int>((area.height() - metrics.height()) / pitch));
     double narrowing = 1.0;
     CaptionLines caption = linesOf(text, painter, area.width(), lineLimit);
-    while (!caption.isWhole && narrowing > narrowestWidth) {
-        narrowing = std::max(narrowing - widthStep, narrowestWidth);
+    while (!caption.isWhole && narrowing > narrowestCaption) {
+        narrowing = std::max(narrowing - widthStep, narrowestCaption);
         caption = linesOf(text, painter, area.width() / narrowing, lineLimit);
     }
 

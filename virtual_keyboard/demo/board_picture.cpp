@@ -4,7 +4,7 @@
 #include "pages/parts/keyboard_geometry.h"
 
 #include <QFont>
-#include <QFontMetrics>
+#include <QFontMetricsF>
 #include <QPainter>
 
 #include <algorithm>
@@ -108,21 +108,33 @@ public:
             painter.drawRoundedRect(face, faceRadius, faceRadius);
         }
         // A caption says what the key does, so the legend gives way where both have no room.
-        const bool bothFit = face.height() * scale > 2.4 * leastCharacter;
-        if (caption.isEmpty() || bothFit)
-            paintLegend(key, face.adjusted(0.5, 0.5, -0.5, 0));
+        const bool bothFit = caption.isEmpty() || fitsUnderLegend(caption, face);
+        if (bothFit)
+            paintLegend(key, face);
         if (!caption.isEmpty())
             paintCaption(face.adjusted(1, bothFit ? face.height() * 0.4 : 0, -1, 0), caption);
     }
 
 private:
     // As large as the program writes it.
-    void paintCaption(const QRectF& area, const QString& caption) const
+    QFont captionFont() const
     {
         QFont font = painter.font();
         font.setPointSizeF(captionFontSize(scale) / scale);
         font.setWeight(QFont::DemiBold);
-        painter.setFont(font);
+        return font;
+    }
+
+    bool fitsUnderLegend(const QString& caption, const QRectF& face) const
+    {
+        const double width = QFontMetricsF(captionFont()).horizontalAdvance(caption);
+        return face.height() * scale > 2.4 * leastCharacter &&
+               width * narrowestCaption <= face.width() - 2;
+    }
+
+    void paintCaption(const QRectF& area, const QString& caption) const
+    {
+        painter.setFont(captionFont());
         painter.setPen(colors.captionText);
         drawCaption(painter, area.toRect(), caption);
     }
@@ -139,16 +151,19 @@ private:
         painter.setFont(font);
         painter.setPen(colors.legend);
         if (isCharacter && arrows.contains(key.legend)) {
-            drawArrow(painter, face.topLeft() + QPointF(0.6, 0.7) * size,
+            drawArrow(painter, face.topLeft() + QPointF(0.75, 0.75) * size,
                       static_cast<int>(arrows.indexOf(key.legend)), size);
             return;
         }
+        // Long ones reach from edge to edge.
         const QFontMetrics metrics(font);
-        QRect area(face.toRect().topLeft(), QSize(0, metrics.height()));
-        area.setWidth(std::min(face.toRect().width(), metrics.horizontalAdvance(key.legend)));
+        const int whole = metrics.horizontalAdvance(key.legend);
+        const double margin = std::clamp((face.width() - whole) / 2, 0.5, 2.4);
+        const QRect inside = face.adjusted(margin, 0.6, -margin, 0).toRect();
+        QRect area(inside.topLeft(), QSize(std::min(inside.width(), whole), metrics.height()));
         drawCaption(painter, area, key.legend);
         area.setWidth(metrics.horizontalAdvance(key.shifted));
-        area.moveRight(face.toRect().right());
+        area.moveRight(inside.right());
         painter.setPen(colors.shifted);
         drawCaption(painter, area, key.shifted);
     }

@@ -46,7 +46,8 @@ QPushButton:hover, QToolButton:hover { background: #38393e; }
 QPushButton:checked { color: #ffffff; background: #9c3d05; border-color: #e77a19; }
 QToolButton { border: 0; background: transparent; }
 QListWidget { font-family: monospace; font-size: 11px; background: #101113; border: 1px solid #303136; }
-QToolTip { color: #f1f1f1; background: #2b2c30; }
+QToolTip { color: #f1f1f1; background: #2b2c30; border: 1px solid #55565c; padding: 2px 5px;
+    font-size: 12px; }
 )";
 
 const QColor wireColor(0xc9, 0xc9, 0xcd);
