@@ -191,8 +191,9 @@ void KeyboardWindow::place(QWidget& program)
     QRect programFrame = program.frameGeometry();
     Placement placement = placeKeyboard(room, programFrame, wanted);
     if (!placement.isApart) {
-        // The narrowest program leaves more room.
-        programFrame.setWidth(program.minimumWidth());
+        // A narrower program leaves more room.
+        programFrame.setWidth(
+            std::max(program.minimumWidth(), room.width() - windowGap - wanted.leastWidth));
         placement = placeKeyboard(room, programFrame, wanted);
         if (placement.isApart)
             program.resize(programFrame.size());

@@ -6,7 +6,6 @@ namespace tavik::virtual_keyboard {
 
 namespace {
 
-constexpr int gap = 8;
 constexpr int titleBarHeight = 50;
 
 // The widest window of the wanted shape that a free area holds.
@@ -28,20 +27,21 @@ int movedInto(int start, int length, int roomBehind, int screenStart, int screen
 Placement placeKeyboard(const QRect& available, const QRect& program, const WantedSize& wanted)
 {
     const int beside =
-        widthIn({available.width() - program.width() - gap, available.height()}, wanted);
+        widthIn({available.width() - program.width() - windowGap, available.height()}, wanted);
     const int under =
-        widthIn({available.width(), available.height() - program.height() - gap}, wanted);
+        widthIn({available.width(), available.height() - program.height() - windowGap}, wanted);
     const int width = std::max({beside, under});
     const bool isApart = width >= wanted.leastWidth;
     const bool isBeside = isApart && beside >= under;
     const int shown = isApart ? width : std::min(wanted.leastWidth, available.width());
     const QSize size(shown, std::min(wanted.heightFor(shown), available.height()));
 
-    const QPoint moved(movedInto(program.left(), program.width(), isBeside ? size.width() + gap : 0,
-                                 available.left(), available.width()),
+    const QPoint moved(movedInto(program.left(), program.width(),
+                                 isBeside ? size.width() + windowGap : 0, available.left(),
+                                 available.width()),
                        movedInto(program.top(), program.height(),
-                                 isApart && !isBeside ? size.height() + gap : 0, available.top(),
-                                 available.height()));
+                                 isApart && !isBeside ? size.height() + windowGap : 0,
+                                 available.top(), available.height()));
     if (!isApart) {
         const int top =
             std::min(available.top() + titleBarHeight, available.bottom() + 1 - size.height());
@@ -51,11 +51,11 @@ Placement placeKeyboard(const QRect& available, const QRect& program, const Want
     }
     const QPoint corner =
         isBeside
-            ? QPoint(moved.x() + program.width() + gap,
+            ? QPoint(moved.x() + program.width() + windowGap,
                      movedInto(moved.y(), size.height(), 0, available.top(), available.height()))
             : QPoint(movedInto(moved.x() + (program.width() - size.width()) / 2, size.width(), 0,
                                available.left(), available.width()),
-                     moved.y() + program.height() + gap);
+                     moved.y() + program.height() + windowGap);
     return {moved, QRect(corner, size), true};
 }
 

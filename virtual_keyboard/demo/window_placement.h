@@ -19,6 +19,8 @@ struct WantedSize
     }
 };
 
+inline constexpr int windowGap = 8; // between the two windows
+
 struct Placement
 {
     QPoint program; // where the program's window goes, moved as little as possible
