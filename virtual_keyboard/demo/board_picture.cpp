@@ -19,7 +19,8 @@ constexpr QMarginsF faceMargins(2.6, 1.6, 2.6, 5.4);
 constexpr double caseRadius = 11;
 constexpr double faceRadius = 4;
 constexpr double glassFrame = 6;
-constexpr double sinking = 2.2; // of a pressed key
+constexpr double cableLength = 2000; // beyond the edge of any window
+constexpr double sinking = 2.2;      // of a pressed key
 
 constexpr double legendSize = 11;
 constexpr double leastCharacter = 10; // pixels
@@ -73,7 +74,7 @@ public:
         // The cable comes over the far edge of the desk; pulled out, its plug lies before the case.
         const double socket = body.left() + body.width() * 0.3;
         const double end = body.top() - (content.isPlugged ? 0 : 11);
-        painter.fillRect(QRectF(socket - 2.2, end - 60, 4.4, 60), colors.cable);
+        painter.fillRect(QRectF(socket - 2.2, end - cableLength, 4.4, cableLength), colors.cable);
         fillRounded(painter, QRectF(socket - 6, end - 9, 12, 9), 2, colors.cable);
 
         fillRounded(painter, body, caseRadius, colors.caseEdge);
