@@ -12,6 +12,7 @@
 #include "pages/keys/keymap_widget.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/macros/macro_widget.h"
+#include "pages/parts/announcement.h"
 #include "pages/parts/focus_ring.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
@@ -39,6 +40,7 @@
 #include <array>
 #include <initializer_list>
 #include <tuple>
+#include <utility>
 
 namespace tavik {
 
@@ -308,6 +310,8 @@ void MainWindow::createShortcuts()
     redoAction->setWhatsThis(tr("Redo"));
     addActions({undoAction, redoAction});
     connect(&history, &EditHistory::restored, this, &MainWindow::showPageOf);
+    toldStep = history.index();
+    connect(&history, &EditHistory::indexChanged, this, &MainWindow::tellStep);
     qApp->installEventFilter(this);
 
     for (int page = 0; page < sidebarButtons.size(); ++page)
@@ -329,6 +333,16 @@ void MainWindow::createShortcuts()
                 [this] { openContextMenu(); });
     addShortcut(tr("Close"), {Qt::CTRL | Qt::Key_Q}, [this] { close(); });
     addShortcut(tr("All shortcuts"), {Qt::Key_F1}, [this] { showShortcuts(); });
+}
+
+// For who does not see it: what was done, or done once more, or taken back.
+void MainWindow::tellStep(int index)
+{
+    const EditHistory& history = EditHistory::instance();
+    QString text = index < std::exchange(toldStep, index)
+                       ? tr("Undone: %1").arg(history.text(index))
+                       : history.text(index - 1);
+    announce(centralWidget(), text.replace(QLatin1String("&&"), QLatin1String("&")));
 }
 
 void MainWindow::addShortcut(const QString& text, const QList<QKeySequence>& keys,

@@ -36,6 +36,7 @@ private:
     QToolButton* createSidebarButton(const SidebarEntry& entry, QWidget* parent);
     void addPages();
     void createShortcuts();
+    void tellStep(int index);
     void addShortcut(const QString& text, const QList<QKeySequence>& keys,
                      const std::function<void()>& act);
     void showShortcuts();
@@ -49,6 +50,7 @@ private:
     SkinTitleBar* titleBar = nullptr;
     QStackedWidget* pageStack = nullptr;
     QList<QToolButton*> sidebarButtons; // in sidebar order
+    int toldStep = 0;                   // of the history, to a screen reader
     QAction* undoAction = nullptr;
     QAction* redoAction = nullptr;
 };

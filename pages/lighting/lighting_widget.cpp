@@ -5,6 +5,7 @@
 #include "model/keyboard_layout.h"
 #include "pages/lighting/effect_delegate.h"
 #include "pages/lighting/palette_wheel.h"
+#include "pages/parts/announcement.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
@@ -430,6 +431,7 @@ void LightingWidget::apply()
     statusLabel->setText(error);
     statusLabel->setAdvice(error, !sent);
     statusLabel->setVisible(!sent);
+    announce(statusLabel, error);
 }
 
 void LightingWidget::setColor(QColor newColor)

@@ -1,6 +1,7 @@
 #include "pages/parts/status_label.h"
 
 #include "device/device.h"
+#include "pages/parts/announcement.h"
 #include "pages/parts/keyboard_advice.h"
 #include "pages/parts/shown_text.h"
 
@@ -46,6 +47,7 @@ void StatusLabel::showStatus(StatusLook look, const QString& text, std::optional
     shownSubject = subject;
     disconnect(clearing);
     setAdvice({}, look == StatusLook::Error);
+    announce(this, text);
 }
 
 void StatusLabel::showOutcome(bool succeeded, const QString& successText,

@@ -1,5 +1,6 @@
 #include "pages/screen/screen_widget.h"
 
+#include "pages/parts/announcement.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/file_dialog.h"
 #include "pages/parts/page_parts.h"
@@ -13,6 +14,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QDropEvent>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -38,6 +40,7 @@ constexpr int slotCount = 3;
 constexpr QSize previewSize(256, 256);
 constexpr qsizetype shownOutcomes = 32; // lines of a tool tip
 constexpr std::chrono::milliseconds retryDelay(100);
+constexpr std::chrono::milliseconds longestSilence(1000); // of a screen reader, while it sends
 
 // Where people keep what they may want to see on the keyboard.
 QString firstPictureFolder()
@@ -288,8 +291,14 @@ void ScreenWidget::sendFrames()
     QCoreApplication::processEvents(); // paints it, before the transfer blocks the thread
 
     const int slot = slotInput->value();
-    const ScreenTransferResult result = sendToScreen(stream, slot, [this](const QString& text) {
+    QElapsedTimer sinceAnnounced;
+    sinceAnnounced.start();
+    const ScreenTransferResult result = sendToScreen(stream, slot, [&](const QString& text) {
         statusLabel->setText(text);
+        if (sinceAnnounced.hasExpired(longestSilence.count())) {
+            announce(statusLabel, text);
+            sinceAnnounced.start();
+        }
         statusLabel->repaint(); // no event loop runs meanwhile
     });
     if (!result.ok) {

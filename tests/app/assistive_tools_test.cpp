@@ -1,0 +1,255 @@
+#include "app/application_style.h"
+#include "app/main_window.h"
+#include "device/device.h"
+#include "model/app_state.h"
+#include "model/edit_history.h"
+#include "pages/keys/action_dialog.h"
+#include "pages/macros/macro_widget.h"
+#include "pages/parts/keyboard_view.h"
+#include "pages/parts/status_label.h"
+#include "tests/app/window_pages.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/isolated_main.h"
+#include "tests/support/page_view.h"
+#include "tests/support/screen_reader.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QComboBox>
+#include <QListWidget>
+#include <QRadioButton>
+#include <QTableWidget>
+#include <QTest>
+#include <QToolButton>
+
+#include <algorithm>
+#include <memory>
+
+using namespace tavik;
+using namespace tavik::tests;
+
+namespace {
+
+enum Page { Keys = 1, Macros = 2, Lighting = 3, Screen = 4, Colors = 6, Settings = 8 };
+
+// What a screen reader is told to say.
+QStringList& announced()
+{
+    static QStringList texts;
+    return texts;
+}
+
+void hear(QAccessibleEvent* event)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    if (event->type() == QAccessible::Announcement)
+        announced() += static_cast<QAccessibleAnnouncementEvent*>(event)->message();
+#else
+    if (event->type() == QAccessible::Alert)
+        announced() += event->accessibleInterface()->text(QAccessible::Description);
+#endif
+}
+
+// As an assistive tool does it: no click, no key.
+void toggle(QWidget* widget)
+{
+    QAccessibleActionInterface* actions =
+        QAccessible::queryAccessibleInterface(widget)->actionInterface();
+    QVERIFY(actions->actionNames().contains(QAccessibleActionInterface::toggleAction()));
+    actions->doAction(QAccessibleActionInterface::toggleAction());
+}
+
+} // namespace
+
+// The window as those use it who do not see it or do not use a mouse.
+class AssistiveToolsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        AppState::instance().macros = {{QStringLiteral("First"), {{0, 4, 0xB0}, {1, 4, 0x30}}},
+                                       {QStringLiteral("Second"), {{2, 5, 0xB0}, {3, 5, 0x30}}}};
+        applyApplicationStyle(*qApp);
+        QVERIFY(Device::instance().ensureOpen());
+        window = std::make_unique<MainWindow>();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        hearAsAScreenReader(hear);
+        bus().clearTrace();
+    }
+    void cleanupTestCase() { window.reset(); }
+
+    void toggledSidebarButtonOpensItsPage()
+    {
+        const auto buttons = window->findChild<QWidget*>("sidebar")->findChildren<QToolButton*>();
+        QCOMPARE(buttons.size(), 9);
+        for (int page : {Colors, Keys, Settings, Lighting}) {
+            toggle(buttons.at(page));
+            QCOMPARE(stackOf(*window)->currentIndex(), page);
+            QCOMPARE(window->findChild<QLabel*>("pageTitle")->text(), buttons.at(page)->toolTip());
+        }
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    void toggledLayerIsTheOneThatIsShown()
+    {
+        openPage(Keys);
+        QPushButton* base = buttonOf(*page(), QStringLiteral("Base layer"));
+        QPushButton* fn = buttonOf(*page(), QStringLiteral("Fn layer"));
+        const auto shows = [&](const char* name) {
+            const bool isFn = QLatin1String(name) == QLatin1String("Fn");
+            buttonOf(*page(), QStringLiteral("Write layer to keyboard"))->click();
+            return base->isChecked() == !isFn && fn->isChecked() == isFn &&
+                   page()->findChild<StatusLabel*>()->text() ==
+                       QStringLiteral("Layer %1 written.").arg(QLatin1String(name));
+        };
+        toggle(fn);
+        QVERIFY(shows("Fn"));
+        toggle(fn); // the chosen one stays so
+        QVERIFY(shows("Fn"));
+        toggle(base);
+        QVERIFY(shows("base"));
+        QTest::mouseClick(base, Qt::LeftButton);
+        QVERIFY(shows("base"));
+    }
+
+    void toggledSleepTimeIsSentOnce()
+    {
+        openPage(Lighting);
+        const auto choices = page()->findChildren<QRadioButton*>();
+        QCOMPARE(choices.size(), 4);
+        const auto sentBy = [&](const std::function<void()>& act) {
+            bus().clearTrace();
+            act();
+            QCoreApplication::processEvents();
+            QCoreApplication::processEvents();
+            return busSends().filter(QStringLiteral("04 17")).size();
+        };
+        QCOMPARE(sentBy([&] { toggle(choices.at(3)); }), 1);
+        QCOMPARE(bus().keyboard().state().sleepCode, std::uint8_t{3});
+        QCOMPARE(sentBy([&] { choices.at(3)->click(); }), 1); // once more, as ever
+        QCOMPARE(sentBy([&] { choices.at(1)->click(); }), 1);
+        QCOMPARE(bus().keyboard().state().sleepCode, std::uint8_t{1});
+        QCOMPARE(sentBy([&] { QTest::mouseClick(choices.at(0), Qt::LeftButton); }), 1);
+    }
+
+    void toggledDirectionAndSelectedEffectAreSent()
+    {
+        openPage(Lighting);
+        auto* effects = page()->findChild<QListWidget*>("effectList");
+        effects->item(7)->setSelected(true);
+        QCOMPARE(effects->currentRow(), 7);
+        for (QToolButton* button : page()->findChildren<QToolButton*>()) {
+            if (button->accessibleName() == QStringLiteral("Direction up"))
+                toggle(button);
+        }
+        bus().clearTrace();
+        QTRY_VERIFY(!busSends().isEmpty());
+        QCOMPARE(bus().keyboard().state().lighting[0],
+                 static_cast<std::uint8_t>(effects->item(7)->data(Qt::UserRole).toInt()));
+        QCOMPARE(bus().keyboard().state().lighting[11], std::uint8_t{2});
+    }
+
+    void selectedMacroIsTheOneThatIsDeleted()
+    {
+        openPage(Macros);
+        auto* list = page()->findChild<QListWidget*>();
+        list->setCurrentRow(1);
+        list->item(0)->setSelected(true);
+        QCOMPARE(list->currentRow(), 0);
+        QCOMPARE(page()->findChild<QTableWidget*>()->item(1, 0)->text(), QStringLiteral("1"));
+        buttonOf(*page(), QStringLiteral("Delete"))->click();
+        QCOMPARE(AppState::instance().macros.size(), qsizetype{1});
+        QCOMPARE(AppState::instance().macros.first().name, QStringLiteral("Second"));
+    }
+
+    void everySelectorHasALabel()
+    {
+        QHash<QString, QString> labels;
+        const auto collect = [&](const QWidget& parent) {
+            for (QComboBox* combo : parent.findChildren<QComboBox*>()) {
+                QStringList texts;
+                const auto* known = QAccessible::queryAccessibleInterface(combo);
+                for (const auto& [other, kind] : known->relations(QAccessible::Label))
+                    texts += other->text(QAccessible::Name);
+                QVERIFY(!texts.isEmpty()); // behind it may stand that of the group
+                labels.insert(texts.first(), combo->currentText());
+            }
+        };
+        collect(*window);
+        AppState::instance().macros = {{QStringLiteral("First"), {}}};
+        const ActionDialog dialog({}, 1, window.get());
+        collect(dialog);
+        QStringList names = labels.keys();
+        names.sort();
+        QCOMPARE(names,
+                 QStringList({"Assignment type", "Key", "Key / button", "Language", "Macro",
+                              "Modifier (keyboard)", "Mouse action", "Multimedia key", "Type"}));
+    }
+
+    void whatWasDoneIsHeard()
+    {
+        openPage(Macros);
+        page()->findChild<QListWidget*>()->setCurrentRow(0);
+        buttonOf(*page(), QStringLiteral("Add action"))->click();
+        EditHistory::instance().undo();
+        EditHistory::instance().redo();
+        buttonOf(*page(), QStringLiteral("Write macros to keyboard"))->click();
+        QCOMPARE(announced(), QStringList({"Add action", "Undone: Add action", "Add action",
+                                           "Macros written (428 bytes)."}));
+        announced().clear();
+        bus().unplug();
+        buttonOf(*page(), QStringLiteral("Write macros to keyboard"))->click();
+        QCOMPARE(announced().size(), 1);
+        QVERIFY(announced().first().startsWith(QStringLiteral("Error: ")));
+    }
+
+    void keyNamesAreHeardAsTheyAre()
+    {
+        EditHistory::instance().edit(StatePart::Colors, QStringLiteral("Paint 7 &&"),
+                                     [](SavedState& state) { state.customRgb[0] = 1; });
+        QCOMPARE(announced(), QStringList({"Paint 7 &"}));
+    }
+
+    // With rows in every list, forwards and backwards.
+    void tabComesRoundOnEveryPage_data() { addPageRows(); }
+    void tabComesRoundOnEveryPage()
+    {
+        QFETCH(int, page);
+        openPage(page);
+        if (page == Macros)
+            this->page()->findChild<QListWidget*>()->setCurrentRow(0);
+        for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
+            QWidget* const start = QApplication::focusWidget();
+            QVERIFY(start != nullptr);
+            QSet<QWidget*> seen;
+            int steps = 0;
+            do {
+                seen.insert(QApplication::focusWidget());
+                QTest::keyClick(QApplication::focusWidget(), key);
+                ++steps;
+            } while (QApplication::focusWidget() != start && steps < 100);
+            QCOMPARE(QApplication::focusWidget(), start);
+            QCOMPARE(steps, seen.size()); // nothing holds it for two steps
+            if (page == Macros)
+                QVERIFY(seen.contains(this->page()->findChild<QTableWidget*>()));
+        }
+    }
+
+private:
+    void openPage(int index)
+    {
+        const auto buttons = window->findChild<QWidget*>("sidebar")->findChildren<QToolButton*>();
+        buttons.at(index)->click();
+        buttons.at(index)->setFocus(Qt::TabFocusReason);
+    }
+    QWidget* page() const { return stackOf(*window)->currentWidget(); }
+
+    std::unique_ptr<MainWindow> window;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(AssistiveToolsTest)
+
+#include "assistive_tools_test.moc"
