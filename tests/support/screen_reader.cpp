@@ -1,8 +1,9 @@
 #include "tests/support/screen_reader.h"
 
-#include <private/qguiapplication_p.h>
 #include <qpa/qplatformaccessibility.h>
 #include <qpa/qplatformintegration.h>
+
+#include <private/qguiapplication_p.h>
 
 namespace tavik::tests {
 

@@ -247,7 +247,7 @@ private slots:
         QTRY_COMPARE(window->width(), 450);
         change([](KeyboardState& state) {
             state.baseLayer.at(indexOf("A")) = {6, 0, 0, 0};
-            state.macroSpace = std::vector<std::uint8_t>(macroSpaceSize);
+            state.macroSpace = std::vector<std::uint8_t>(virtual_keyboard::macroSpaceSize);
             state.macroSpace[0] = 0x90; // behind the table of a hundred macros
             state.macroSpace[1] = 0x01;
             state.macroSpace[400] = 60; // half actions
