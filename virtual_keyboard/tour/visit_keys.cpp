@@ -154,6 +154,8 @@ void Tour::visitMacros()
             driver.press("The same delay between actions:");
             driver.takePicture("recorded");
             driver.press("Add to macro");
+            driver.require([] { return QApplication::activeModalWidget() == nullptr; },
+                           "a recording is not taken");
             driver.press("Write macros to keyboard");
         },
         [] {
@@ -200,6 +202,8 @@ void Tour::visitMacros()
                 "nothing waits for keys");
             driver.takePicture("chord-dialog");
             driver.pressWith(KeySymbol::Control, KeySymbol{'B'});
+            driver.require([] { return TourDriver::widgetNamed("chordDialog") == nullptr; },
+                           "keys that were pressed are not taken");
             driver.press("Write layer to keyboard");
         },
         [] {
