@@ -160,7 +160,7 @@ private slots:
         QFETCH(const int, leastWidth);
         QFETCH(const int, mostWidth);
         start(screen);
-        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 60'000);
         QTRY_VERIFY2(QRect({}, screen).contains(keyboardFrame()), qPrintable(places()));
         QTRY_VERIFY2(QRect({}, screen).contains(programFrame()), qPrintable(places()));
         QTRY_VERIFY2(!programFrame().intersects(keyboardFrame()), qPrintable(places()));
@@ -181,7 +181,7 @@ private slots:
     {
         QFETCH(const QSize, screen);
         start(screen);
-        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 60'000);
         QTRY_VERIFY2(QRect({}, screen).contains(keyboardFrame()), qPrintable(places()));
         QTRY_VERIFY2(display->windows().constLast() == window(programTitle), qPrintable(places()));
     }
@@ -189,7 +189,7 @@ private slots:
     void theKeyboardGoesWithTheProgram()
     {
         start({1920, 1080});
-        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 60'000);
         display->close(window(programTitle));
         QVERIFY(demo.waitForFinished());
         QCOMPARE(demo.exitStatus(), QProcess::NormalExit);
@@ -200,7 +200,7 @@ private slots:
     void theProgramStaysWithoutTheKeyboard()
     {
         start({1920, 1080});
-        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(bothAreShown(), 60'000);
         display->close(window(keyboardTitle));
         QTRY_VERIFY(window(keyboardTitle) == XCB_NONE);
         QVERIFY(display->isMapped(window(programTitle)));
@@ -212,14 +212,14 @@ private:
     {
         server.start("Xvfb", {"-displayfd", "1", "-screen", "0",
                               QStringLiteral("%1x%2x24").arg(screen.width()).arg(screen.height())});
-        QTRY_VERIFY2_WITH_TIMEOUT(server.canReadLine(), "Xvfb does not start", 30'000);
+        QTRY_VERIFY2_WITH_TIMEOUT(server.canReadLine(), "Xvfb does not start", 60'000);
         const QByteArray name = ':' + server.readLine().trimmed();
         environment.insert("DISPLAY", name);
         display = std::make_unique<DisplayView>(name);
 
         manager.setProcessEnvironment(environment);
         manager.start("openbox", {"--sm-disable"});
-        QTRY_VERIFY_WITH_TIMEOUT(display->hasWindowManager(), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(display->hasWindowManager(), 60'000);
         demo.setProcessEnvironment(environment);
         demo.setProcessChannelMode(QProcess::MergedChannels);
         demo.start(PROGRAM_UNDER_TEST, QStringList());
