@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <utility>
 
 namespace tavik::virtual_keyboard {
 
@@ -58,13 +59,16 @@ QString KeyboardInUse::press(int lightIndex, Milliseconds now)
         std::ranges::find(spots, static_cast<std::size_t>(lightIndex), &LightSpot::index);
     presses.push_back({.spot = *spot, .time = now});
 
-    if (key->code == usageFn) {
+    // Another function may have been given to Fn itself; then it is let go by it once.
+    const auto index = static_cast<std::size_t>(lightIndex);
+    const bool isFn = key->code == usageFn &&
+                      (fnHeld || model.keyAction(LayerId::Base, index) == KeyActionBytes{});
+    if (isFn) {
         fnHeld = !fnHeld;
         return fnHeld ? QStringLiteral("nothing; Fn is held until you click it again")
                       : QStringLiteral("nothing; Fn is released");
     }
-    const bool isFactoryFunction =
-        model.keyAction(layer(), static_cast<std::size_t>(lightIndex)) == KeyActionBytes{};
+    const bool isFactoryFunction = model.keyAction(layer(), index) == KeyActionBytes{};
     if (fnHeld && key->code == usageDelete && isFactoryFunction)
         return showNextAnimation(now);
     return sentText(model, *key, layer());
@@ -78,6 +82,9 @@ QString KeyboardInUse::showNextAnimation(Milliseconds now)
     slotSince = now;
     if (latest == 0)
         return QStringLiteral("nothing; the screen has no animation yet");
+    const bool isNew = std::exchange(latestKnown, latest) != latest;
+    if (isNew)
+        slotShown = 0; // the round begins with what has just been sent
     int next = slotShown == 0 ? latest : slotShown % screenSlotCount + 1;
     while (next != latest && model.screenSlot(next).empty())
         next = next % screenSlotCount + 1;

@@ -64,7 +64,8 @@ private:
     Milliseconds lastUse{0};
     bool fnHeld = false;
     int pressedKey = -1;
-    int slotShown = 0; // 0 for the clock
+    int latestKnown = 0; // the slot that was written last when the screen was switched last
+    int slotShown = 0;   // 0 for the clock
     Milliseconds slotSince{0};
 };
 

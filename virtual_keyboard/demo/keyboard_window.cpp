@@ -263,6 +263,8 @@ void KeyboardWindow::showState()
     stateIsOld = false;
     stateLabel->setText(stateText());
     plugButton->setText(bus.plugged() ? tr("Unplug") : tr("Plug in"));
+    plugButton->setToolTip(bus.plugged() ? tr("Pull the cable out of the keyboard")
+                                         : tr("Put the cable back into the keyboard"));
     BoardContent content{
         .captions = keyboard.captions(), .pressed = {}, .isPlugged = bus.plugged()};
     for (const KeyRecord& key : KeyboardLayout::instance().keys) {
@@ -323,8 +325,9 @@ void KeyboardWindow::togglePlug()
         bus.unplug();
     } else {
         bus.plug();
-        if (bus.openHandles() > 0)
-            say(tr("The program has lost it, and finds it when it is started again."));
+        say(bus.openHandles() > 0
+                ? tr("The program has lost it, and finds it when it is started again.")
+                : tr("Click a key to see what it sends."));
     }
     keyboard.spokenTo(bus.now());
     showState();
@@ -355,13 +358,16 @@ void KeyboardWindow::showWire(bool shown)
     if (!isVisible() || isMaximized())
         return;
     const QRect available = screen()->availableGeometry();
-    const int step = wireHeight + 5;
     const int frame = frameGeometry().height() - height();
-    const int wanted = before + (shown ? step : -step);
-    resize(width(), std::min(wanted, available.height() - frame));
-    const int excess = frameGeometry().top() + height() + frame - available.bottom() - 1;
-    if (excess > 0)
-        move(frameGeometry().topLeft() - QPoint(0, excess));
+    if (!shown) { // back to where it stood
+        resize(width(), before - grownByWire);
+        move(frameGeometry().topLeft() + QPoint(0, raisedByWire));
+        return;
+    }
+    resize(width(), std::min(before + wireHeight + 5, available.height() - frame));
+    grownByWire = height() - before;
+    raisedByWire = std::max(frameGeometry().top() + height() + frame - available.bottom() - 1, 0);
+    move(frameGeometry().topLeft() - QPoint(0, raisedByWire));
 }
 
 void KeyboardWindow::renewWireList()

@@ -65,6 +65,8 @@ private:
     QPushButton* plugButton = nullptr;
     QPushButton* busyButton = nullptr;
     QPushButton* refuseButton = nullptr;
+    int grownByWire = 0; // pixels, while the list is shown
+    int raisedByWire = 0;
     QToolButton* wireButton = nullptr;
     QListWidget* wireList;
 

@@ -136,10 +136,11 @@ void LitBoard::preparePictures()
     const qreal ratio = devicePixelRatioF();
     const QSize pixels = (QSizeF(size()) * ratio).toSize();
     const QSize padded((pixels.width() + 3) / 4 * 4, pixels.height()); // as LightField wants it
-    if (unlit.size() == padded)
+    if (unlit.size() == padded && paintedSize == size())
         return;
-    if (transparency.size() != padded)
+    if (transparency.size() != padded || paintedSize != size())
         field = LightField(layout, size(), ratio);
+    paintedSize = size();
     const auto paintIn = [&](QImage& picture, const BoardColors& colors) {
         picture = QImage(padded, QImage::Format_RGB32);
         picture.setDevicePixelRatio(ratio);

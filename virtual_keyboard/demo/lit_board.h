@@ -56,6 +56,7 @@ private:
     QImage screenPicture;
 
     // Made anew when size or content change.
+    QSize paintedSize; // of the board in them; the pictures are wider
     QImage unlit;
     QImage transparency;
     LightField field;

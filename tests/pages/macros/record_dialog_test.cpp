@@ -179,14 +179,15 @@ private slots:
         open();
         key(scanA, true, 5);
         key(scanA, false, 7);
-        key(scanEscape, true, 10, false, Qt::Key_Escape);
-        for (quint64 timeMs = 510; timeMs < 1010; timeMs += 50) {
+        const quint64 start = 70000;
+        key(scanEscape, true, start, false, Qt::Key_Escape);
+        for (quint64 timeMs = start + 500; timeMs < start + 1000; timeMs += 50) {
             key(scanEscape, false, timeMs, isKnown, Qt::Key_Escape);
             key(scanEscape, true, timeMs, isKnown, Qt::Key_Escape);
             QVERIFY(!buttonWith("Add to macro")->isVisible());
         }
-        key(scanEscape, false, 1010, isKnown, Qt::Key_Escape);
-        key(scanEscape, true, 1010, isKnown, Qt::Key_Escape);
+        key(scanEscape, false, start + 1000, isKnown, Qt::Key_Escape);
+        key(scanEscape, true, start + 1000, isKnown, Qt::Key_Escape);
         QVERIFY(buttonWith("Add to macro")->isVisible());
         QCOMPARE(shown(), QStringList({"press A", "2 ms, release A"}));
     }
