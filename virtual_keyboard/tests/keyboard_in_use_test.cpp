@@ -220,6 +220,36 @@ private slots:
         QCOMPARE(press("Delete"), QString("Mute"));
     }
 
+    void aNewAnimationIsShownFirst()
+    {
+        held.screenSlots[0] = animation(1);
+        held.latestSlot = 1;
+        renew();
+        press("Fn");
+        QCOMPARE(press("Delete"), QString("nothing; the screen shows slot 1"));
+        held.screenSlots[1] = animation(2);
+        held.latestSlot = 2;
+        model.setState(held);
+        QCOMPARE(press("Delete"), QString("nothing; the screen shows slot 2"));
+        QCOMPARE(press("Delete"), QString("nothing; the screen shows slot 1"));
+        QCOMPARE(press("Delete"), QString("nothing; the screen shows its clock"));
+    }
+
+    void anFnKeyWithAnotherFunctionSendsIt()
+    {
+        held.baseLayer.at(indexOf("Fn")) = {2, 0x01, 0x05, 0};
+        renew();
+        QCOMPARE(press("Fn"), QString("Ctrl+B"));
+        QVERIFY(!keyboard->isDown(keyNamed("Fn")));
+        // Held when it gets one, it can still be let go.
+        held.baseLayer.at(indexOf("Fn")) = {};
+        renew();
+        press("Fn");
+        held.baseLayer.at(indexOf("Fn")) = {2, 0x01, 0x05, 0};
+        model.setState(held);
+        QCOMPARE(press("Fn"), QString("nothing; Fn is released"));
+    }
+
     void anEmptyBoardIsSafe()
     {
         const KeyboardLayout none;
