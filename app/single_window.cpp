@@ -3,11 +3,8 @@
 #include "app/application_style.h"
 
 #include <QApplication>
-#include <QCryptographicHash>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QMessageBox>
 #include <QSocketNotifier>
 #include <QWidget>
@@ -27,26 +24,6 @@ namespace {
 constexpr int answerTimeoutMs = 2000;
 constexpr int pauseBetweenAttemptsMs = 50;
 constexpr std::size_t longestToken = 1024;
-
-// The path without links, as far as it exists: one file must not have two locks.
-QString realPath(const QString& path)
-{
-    const QFileInfo file(QDir::cleanPath(path));
-    const QString canonical = file.canonicalFilePath();
-    if (!canonical.isEmpty() || file.isRoot())
-        return canonical;
-    return realPath(file.path()) + u'/' + file.fileName();
-}
-
-// Different configuration directories, different windows. The name is short, since the path of a
-// socket must be.
-QString runtimePath(const QString& stateFile, const QString& suffix)
-{
-    const QByteArray digest =
-        QCryptographicHash::hash(realPath(stateFile).toUtf8(), QCryptographicHash::Sha256).toHex();
-    return runtimeFilePath(QStringLiteral("tavik-center-") + QString::fromLatin1(digest.first(16)) +
-                           suffix);
-}
 
 // The address of a path; too long a path has none.
 std::optional<sockaddr_un> addressOf(const QString& path)
@@ -121,8 +98,8 @@ void showThatNobodyAnswers()
 } // namespace
 
 SingleWindow::SingleWindow(const QString& stateFile)
-    : socketPath(runtimePath(stateFile, QStringLiteral(".socket"))),
-      lock(runtimePath(stateFile, QStringLiteral(".lock")))
+    : socketPath(runtimeFilePathOf(stateFile, QStringLiteral(".socket"))),
+      lock(lockPathOf(stateFile))
 {
 }
 

@@ -44,6 +44,15 @@ bool isBusyAnswer(const Report& answer)
     return answer[statusOffset] == statusBusy;
 }
 
+Report acceptedAnswer(const Report& request)
+{
+    Report answer{};
+    answer[0] = commandMarker;
+    answer[codeOffset] = request[codeOffset];
+    answer[statusOffset] = statusAccepted;
+    return answer;
+}
+
 QString statusText(const Report& answer)
 {
     return hexByte(answer[statusOffset]);

@@ -52,6 +52,9 @@ enum class CommandCode : std::uint8_t {
 // True when the status byte asks to come back later.
 [[nodiscard]] bool isBusyAnswer(const Report& answer);
 
+// The answer of a keyboard that accepts the command.
+[[nodiscard]] Report acceptedAnswer(const Report& request);
+
 // The status byte of an answer as it is shown to the user: two lower-case hexadecimal digits.
 [[nodiscard]] QString statusText(const Report& answer);
 

@@ -2,6 +2,7 @@
 
 #include "device/keyboard_identity.h"
 #include "device/pause.h"
+#include "device/rehearsal.h"
 #include "device/wire_lock.h"
 
 #include <QMutexLocker>
@@ -47,6 +48,11 @@ Device::~Device()
     hid_exit();
 }
 
+bool Device::isOpen() const
+{
+    return handle != nullptr || rehearsal();
+}
+
 bool Device::ensureOpen()
 {
     if (isOpen())
@@ -86,6 +92,15 @@ bool Device::findAndOpen()
 
 bool Device::exchange(Report& report)
 {
+    if (isInterrupted() && report != commandReport(CommandCode::Finish, 0, report[8])) {
+        lastError = interruptedText();
+        return false;
+    }
+    if (const ReportViewer& show = rehearsal()) {
+        show(report);
+        report = acceptedAnswer(report);
+        return true;
+    }
     if (!isOpen()) {
         lastError = QStringLiteral("not connected");
         return false;
@@ -124,6 +139,11 @@ bool Device::sendChunks(const TransferImage& data)
         pause(pauseAfterSlice);
     }
     return true;
+}
+
+QString Device::interruptedText()
+{
+    return QStringLiteral("interrupted");
 }
 
 bool Device::failWithTransportText()

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
 #include <memory>
 
 namespace tavik {
@@ -31,7 +32,19 @@ public:
     ~Device() override;
 
     // True while a handle is open, which says nothing about the keyboard still being plugged in.
-    [[nodiscard]] bool isOpen() const { return handle != nullptr; }
+    // Always true while reports are only rehearsed.
+    [[nodiscard]] bool isOpen() const;
+
+    // Ends the sequence that runs: from now on the keyboard gets nothing but the FINISH that it is
+    // owed. Every other exchange and every wait for other processes fails with "interrupted". May
+    // be called from a signal handler.
+    static void interrupt() noexcept { interrupted = true; }
+    static void forgetInterruption() noexcept { interrupted = false; }
+    [[nodiscard]] static bool isInterrupted() noexcept { return interrupted; }
+
+    // What is left in lastError when the keyboard, or another process, keeps a session from being
+    // opened.
+    [[nodiscard]] static QString busyText();
 
     // Opens the keyboard unless it is open. False leaves "hid_init failed" or the discovery text.
     // Emits connectedChanged(true) when it opened one. Caller holds the mutex.
@@ -91,7 +104,11 @@ private:
     Device();
 
     [[nodiscard]] bool failWithTransportText();
+    [[nodiscard]] static QString interruptedText();
     static QString commitRejection();
+
+    static inline std::atomic<bool> interrupted = false;
+    static_assert(std::atomic<bool>::is_always_lock_free);
 
     HidHandle handle;
     std::unique_ptr<WireLock> wireLock; // made when it is first taken

@@ -1,5 +1,6 @@
 #include "device/command_session.h"
 #include "device/pause.h"
+#include "device/rehearsal.h"
 #include "device/wire_lock.h"
 
 using namespace std::chrono_literals;
@@ -14,20 +15,20 @@ constexpr auto pauseAfterBusy = 300ms;
 constexpr int wireAttempts = 100;
 constexpr auto pauseAfterHeldWire = 50ms;
 
-QString busyText()
+} // namespace
+
+QString Device::busyText()
 {
     return QStringLiteral("Keyboard refuses to open a session (busy?)");
 }
-
-} // namespace
 
 bool Device::takeWire()
 {
     constexpr auto held = ProcessLock::Attempt::HeldByAnother;
     if (!wireLock)
         wireLock = std::make_unique<WireLock>();
-    bool isTaken = wireLock->holders > 0;
-    for (int attempt = 0; !isTaken && attempt <= wireAttempts; ++attempt) {
+    bool isTaken = wireLock->holders > 0 || rehearsal();
+    for (int attempt = 0; !isTaken && attempt <= wireAttempts && !isInterrupted(); ++attempt) {
         if (attempt > 0)
             pause(pauseAfterHeldWire);
         isTaken = wireLock->turn.attempt() != held && wireLock->wire.attempt() != held;
@@ -36,7 +37,7 @@ bool Device::takeWire()
     if (isTaken)
         ++wireLock->holders;
     else
-        lastError = busyText();
+        lastError = isInterrupted() ? interruptedText() : busyText();
     return isTaken;
 }
 

@@ -2,6 +2,7 @@
 
 #include "device/command_report.h"
 #include "device/keyboard_identity.h"
+#include "device/rehearsal.h"
 
 #include <hidapi.h>
 
@@ -17,6 +18,8 @@ constexpr int acknowledgementTimeoutMs = 1000;
 
 std::optional<ScreenLink> ScreenLink::open()
 {
+    if (rehearsal())
+        return ScreenLink(nullptr, screenUsagePages.front());
     for (const std::uint16_t usagePage : screenUsagePages) {
         for (const std::uint16_t productId : keyboardProductIds) {
             HidInterface found = openHidInterface(productId, usagePage);
@@ -29,6 +32,10 @@ std::optional<ScreenLink> ScreenLink::open()
 
 bool ScreenLink::write(ScreenBlock block)
 {
+    if (const ReportViewer& show = rehearsal()) {
+        show(block);
+        return true;
+    }
     std::array<std::uint8_t, 1 + screenBlockSize> buffer{}; // report id 0 in front
     std::ranges::copy(block, buffer.begin() + 1);
     return hid_write(handle.get(), buffer.data(), buffer.size()) == static_cast<int>(buffer.size());
@@ -37,6 +44,8 @@ bool ScreenLink::write(ScreenBlock block)
 // That an answer comes is all the keyboard says; its contents have no known meaning.
 bool ScreenLink::awaitAcknowledgement()
 {
+    if (rehearsal())
+        return true;
     Report acknowledgement{};
     return hid_read_timeout(handle.get(), acknowledgement.data(), acknowledgement.size(),
                             acknowledgementTimeoutMs) >= 1;

@@ -1,7 +1,9 @@
 #include "files/process_lock.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -35,12 +37,35 @@ QString runtimeDirectory()
     return isOwnDirectory(path) ? path : QString();
 }
 
+// The path without links, as far as it exists: one file must not have two locks.
+QString realPath(const QString& path)
+{
+    const QFileInfo file(QDir::cleanPath(path));
+    const QString canonical = file.canonicalFilePath();
+    if (!canonical.isEmpty() || file.isRoot())
+        return canonical;
+    return realPath(file.path()) + u'/' + file.fileName();
+}
+
 } // namespace
 
 QString runtimeFilePath(const QString& name)
 {
     const QString directory = runtimeDirectory();
     return directory.isEmpty() ? QString() : directory + u'/' + name;
+}
+
+QString runtimeFilePathOf(const QString& file, const QString& suffix)
+{
+    const QByteArray digest =
+        QCryptographicHash::hash(realPath(file).toUtf8(), QCryptographicHash::Sha256).toHex();
+    return runtimeFilePath(QStringLiteral("tavik-center-") + QString::fromLatin1(digest.first(16)) +
+                           suffix);
+}
+
+QString lockPathOf(const QString& file)
+{
+    return runtimeFilePathOf(file, QStringLiteral(".lock"));
 }
 
 ProcessLock::ProcessLock(QString lockPath) : path(std::move(lockPath)) {}

@@ -9,6 +9,13 @@ namespace tavik {
 // files. Empty where neither is to be had.
 [[nodiscard]] QString runtimeFilePath(const QString& name);
 
+// Such a path that stands for a file which need not exist, the same whatever links lead to it. It
+// is short, since the path of a socket must be.
+[[nodiscard]] QString runtimeFilePathOf(const QString& file, const QString& suffix);
+
+// Where the lock lies that whoever edits this file holds meanwhile.
+[[nodiscard]] QString lockPathOf(const QString& file);
+
 // A lock between processes on a file, made when it is missing. The kernel lets it go when its
 // process ends, however it ends. The file stays.
 class ProcessLock

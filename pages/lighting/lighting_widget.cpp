@@ -36,11 +36,8 @@ namespace {
 
 constexpr auto sendDelay = 180ms;
 
-constexpr int startRow = 10; // "Rolling"
-constexpr QColor startColor(255, 0, 0);
-constexpr int startBrightness = 5;
-constexpr int startSpeed = 3;
-constexpr int startDirection = 3;
+constexpr int startRow = 10;
+static_assert(lightingEffects.at(startRow).code == usualLighting.effect);
 constexpr int startSleep = 2;
 
 constexpr QSize effectItemSize(220, 30);
@@ -102,9 +99,9 @@ constexpr std::array<SleepChoice, 4> sleepChoices{
 
 LightingWidget::LightingWidget(QWidget* parent)
     : QWidget(parent),
-      effect(lightingEffects.at(startRow).code),
-      color(startColor),
-      direction(startDirection),
+      effect(usualLighting.effect),
+      color(usualLighting.color),
+      direction(usualLighting.direction),
       sleep(startSleep)
 {
     sendTimer.setSingleShot(true);
@@ -204,7 +201,7 @@ QLayout* LightingWidget::createRandomColorRow(QWidget* parent)
 {
     randomColorSwitch = new QPushButton(parent);
     randomColorSwitch->setCheckable(true);
-    randomColorSwitch->setChecked(true);
+    randomColorSwitch->setChecked(usualLighting.randomColor);
     randomColorSwitch->setFixedSize(switchSize);
     randomColorSwitch->setIconSize(switchSize);
     randomColorSwitch->setAccessibleName(tr("Random Color"));
@@ -331,8 +328,8 @@ QWidget* LightingWidget::createOptionsColumn(QWidget* parent)
     auto* column = new QVBoxLayout(columnWidget);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(10);
-    addLabeledSlider(column, tr("Brightness"), brightnessSlider, startBrightness);
-    addLabeledSlider(column, tr("Speed"), speedSlider, startSpeed);
+    addLabeledSlider(column, tr("Brightness"), brightnessSlider, usualLighting.brightness);
+    addLabeledSlider(column, tr("Speed"), speedSlider, usualLighting.speed);
     column->addWidget(createHeading(tr("Direction"), 15, columnWidget));
     column->addLayout(createDirectionPad(columnWidget));
     column->addStretch();

@@ -39,6 +39,9 @@ struct LightingSettings
     int direction = 0;  // 0 right, 1 down, 2 up, 3 left
 };
 
+// What the window starts with, and what is taken where nothing is said: "Rolling" to the left.
+inline constexpr LightingSettings usualLighting{0x0B, QColor(255, 0, 0), true, 5, 3, 3};
+
 [[nodiscard]] Report lightingModePayload(const LightingSettings& settings);
 
 // sleepCode: 0 never, 1 after one minute, 2 after five, 3 after thirty.

@@ -35,6 +35,8 @@ QString sendBlocks(ScreenLink& screen, const ScreenStream& stream, int count,
                    const ScreenProgress& showProgress)
 {
     for (int number = 1; number <= count; ++number) {
+        if (Device::isInterrupted())
+            return QStringLiteral("interrupted");
         const QString error = sendBlock(screen, blockAt(stream, number - 1), number, count);
         if (!error.isEmpty())
             return error;

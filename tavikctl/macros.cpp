@@ -1,0 +1,78 @@
+#include "pages/macros/macro_upload.h"
+#include "tavikctl/commands.h"
+#include "tavikctl/key_words.h"
+#include "tavikctl/keyboard.h"
+#include "tavikctl/macro_words.h"
+#include "tavikctl/user_state.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+namespace tavik {
+
+namespace {
+
+// Names may hold anything; in a list each takes one line.
+QString inOneLine(const QString& name)
+{
+    return name.simplified();
+}
+
+} // namespace
+
+void listMacros(const Output& output)
+{
+    QJsonArray array;
+    for (const MacroRecord& macro : presentState().macros) {
+        array.append(QJsonObject{{"name", macro.name}, {"steps", wordsOfMacro(macro.actions)}});
+        if (!output.json)
+            output.line(inOneLine(macro.name));
+    }
+    if (output.json)
+        output.value(QJsonDocument(array));
+}
+
+void showMacro(const Output& output, const QString& name)
+{
+    const QList<MacroRecord> macros = presentState().macros;
+    const MacroRecord& macro = macros.at(macroIndexOf(name, macros));
+    const QString steps = wordsOfMacro(macro.actions);
+    if (output.json)
+        output.value(QJsonDocument(QJsonObject{{"name", macro.name}, {"steps", steps}}));
+    else
+        output.line(steps);
+}
+
+void setMacro(const Output& output, const QString& name, const QString& steps)
+{
+    if (name.isEmpty())
+        throw Failure{ExitCode::WrongUsage, QStringLiteral("A macro needs a name.")};
+    const QList<MacroAction> actions = macroFromWords(steps);
+    editState(output, StatePart::Macros, QStringLiteral("Set macro"), [&](SavedState& state) {
+        const auto found = std::ranges::find_if(state.macros, [&](const MacroRecord& macro) {
+            return macro.name.compare(name, Qt::CaseInsensitive) == 0;
+        });
+        if (found == state.macros.end())
+            state.macros.append({name, actions});
+        else
+            found->actions = actions;
+    });
+}
+
+void removeMacro(const Output& output, const QString& name)
+{
+    editState(output, StatePart::Macros, QStringLiteral("Delete macro"),
+              [&](SavedState& state) { state.macros.removeAt(macroIndexOf(name, state.macros)); });
+}
+
+void writeMacros()
+{
+    const std::optional<QByteArray> image = encodeMacroSpace(presentState().macros);
+    if (!image)
+        throw Failure{ExitCode::Failed,
+                      macroSpaceExceededText.toString() +
+                          QStringLiteral(" Remove some steps or macros, then write again.")};
+    requireSent(writeMacroSpace(*image));
+}
+
+} // namespace tavik

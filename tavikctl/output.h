@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QJsonDocument>
+#include <QString>
+
+#include <ostream>
+
+namespace tavik {
+
+// Where a command's words go, and what the user wants of them.
+struct Output
+{
+    std::ostream& out;
+    std::ostream& err;
+    bool isTerminal = false; // err is one: progress may be drawn there
+    bool json = false;
+    bool dryRun = false;
+
+    void line(const QString& text) const { out << text.toStdString() << '\n'; }
+    // One object or array.
+    void value(const QJsonDocument& value) const { out << value.toJson().constData(); }
+};
+
+} // namespace tavik

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "model/edit_history.h"
+#include "tavikctl/output.h"
+
+#include <functional>
+
+namespace tavik {
+
+// What the user's state file holds, without touching anything; empty where there is none yet.
+// Throws when it is damaged.
+[[nodiscard]] SavedState presentState();
+
+// The state in a file the user names. Throws when there is none.
+[[nodiscard]] SavedState stateIn(const QString& path, const SavedState& otherwise);
+
+// Changes the user's state and saves it, as the window does. Throws, and leaves it as it was, while
+// a window or another command edits it, when it cannot be saved, and when the change throws. In a
+// dry run the change is tried on a copy.
+void editState(const Output& output, StatePart part, const QString& name,
+               const std::function<void(SavedState&)>& change);
+
+// As an edit that takes over another state; the one it replaces is kept among the earlier ones, and
+// may be damaged.
+void takeOverState(const Output& output, const QString& name,
+                   const std::function<SavedState()>& other);
+
+} // namespace tavik
