@@ -28,9 +28,12 @@ QString sleepWord(const QJsonValue& value)
     return value.isDouble() ? QString::number(value.toInt(-1)) : value.toString();
 }
 
-Step lightingStep(const QJsonObject& lighting)
+Step lightingStep(const QJsonValue& lighting)
 {
-    const LightWords words = lightWordsFrom(lighting);
+    if (!lighting.isObject())
+        throw Failure{ExitCode::Failed,
+                      QStringLiteral("\"lighting\" in the file has to be an object.")};
+    const LightWords words = lightWordsFrom(lighting.toObject());
     const QString name = QStringLiteral("Lighting");
     if (typedName(words.effect) == QLatin1String("custom")) {
         const int brightness = words.brightness.value_or(usualLighting.brightness);
@@ -66,8 +69,9 @@ QList<Step> stepsFor(const QJsonObject& object)
     if (holds("customRgb"))
         steps.append(
             {QStringLiteral("Colors"), [state] { return writeColorBank(state.customRgb); }});
-    if (const QJsonValue lighting = object.value(QLatin1String("lighting")); lighting.isObject())
-        steps.append(lightingStep(lighting.toObject()));
+    if (const QJsonValue lighting = object.value(QLatin1String("lighting"));
+        !lighting.isUndefined())
+        steps.append(lightingStep(lighting));
     if (const QJsonValue sleep = object.value(QLatin1String("sleep")); !sleep.isUndefined()) {
         const int code = findNamed(QStringLiteral("sleep time"), sleepWord(sleep), sleepNames());
         steps.append({QStringLiteral("Sleep"), [code] { return sendLightingSleep(code); }});

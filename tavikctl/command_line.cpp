@@ -191,7 +191,6 @@ void addStateFiles(CLI::App& app, Words& words)
 
 void addAll(CLI::App& app, Words& words)
 {
-    app.require_subcommand(1);
     app.set_version_flag("--version", "tavikctl " TAVIK_VERSION);
     app.add_flag("--json", words.json, "Answer in JSON");
     app.add_flag("--dry-run", words.dryRun, "Say what would be sent, and change nothing");
@@ -264,6 +263,9 @@ int runCommand(const std::vector<std::string>& arguments, std::ostream& out, std
     try {
         // It takes them from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        if (!words.command)
+            throw Failure{ExitCode::WrongUsage,
+                          QStringLiteral("Name a command; tavikctl --help lists them.")};
         carryOut(words, {out, err, isTerminal, words.json, words.dryRun});
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)

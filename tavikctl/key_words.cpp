@@ -27,7 +27,7 @@ QList<Named<std::size_t>> readKeyNames()
             continue;
         names.append({typedName(key.desc), static_cast<std::size_t>(key.lightIndex)});
         ++uses[names.last().name];
-        if (key.legend != key.desc)
+        if (key.legend != key.desc && !key.legend.isEmpty())
             ++uses[typedName(key.legend)];
     }
     for (const KeyRecord& key : keys) {

@@ -1,0 +1,670 @@
+#include "device/device.h"
+#include "files/process_lock.h"
+#include "model/app_state.h"
+#include "model/keyboard_layout.h"
+#include "model/state_copies.h"
+#include "tavikctl/key_words.h"
+#include "tavikctl/macro_words.h"
+#include "tests/support/bus_view.h"
+#include "tests/support/isolated_main.h"
+#include "tests/support/made_images.h"
+#include "tests/support/named_keys.h"
+#include "tests/support/page_view.h"
+#include "tests/tavikctl/command_run.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tavik;
+using namespace tavik::tests;
+using virtual_keyboard::answerStatus;
+using virtual_keyboard::busy;
+
+namespace {
+
+const QString finishOne = QStringLiteral("04 f0 00 00 00 00 00 00 01");
+const QString finishZero = QStringLiteral("04 f0");
+
+// Every command that talks to the keyboard, and how it ends its last session.
+struct Talk
+{
+    const char* line;
+    const QString& finish;
+};
+const QList<Talk> talks{
+    {"light rolling", finishOne},         {"sleep 5", finishOne},       {"keys write", finishOne},
+    {"keys write --layer fn", finishOne}, {"colors write", finishZero}, {"colors on", finishOne},
+    {"macros write", finishOne},          {"screen %1", finishZero},    {"apply", finishZero},
+};
+
+bool isOneLine(const QString& text)
+{
+    return text.startsWith(QLatin1String("tavikctl: ")) && text.count(u'\n') == 1 &&
+           text.endsWith(u'\n');
+}
+
+} // namespace
+
+class CommandLineTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        picture = folder.filePath("picture.png");
+        QImage image(128, 128, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        QVERIFY(image.save(picture));
+    }
+
+    void keysAreSetByTheirNames_data()
+    {
+        QTest::addColumn<QString>("word");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<KeyAction>("action");
+        const auto row = [](const char* word, const char* key, const KeyAction& action) {
+            QTest::newRow(word) << QString(word) << QString(key) << action;
+        };
+        row("caps=disabled", "Caps Lock", disabledKeyAction());
+        row("CAPS-LOCK=Disabled", "Caps Lock", disabledKeyAction());
+        row("a=ctrl+shift+b", "A", {2, 0x03, 5, 0});
+        row("a=right-alt+right-ctrl", "A", {2, 0x50, 0, 0});
+        row("f5=volume-up", "F5", consumerKeyAction(0xE9));
+        row("f5=play-pause", "F5", consumerKeyAction(0xCD));
+        row("pgdn=scroll-down", "PgDn", mouseKeyAction(0x03FF));
+        row("up=np-enter", "↑", keyboardKeyAction(0x58, 0));
+        row("comma=period", ",", keyboardKeyAction(0x37, 0));
+        row(",=.", ",", keyboardKeyAction(0x37, 0));
+        row("===", "=", keyboardKeyAction(0x2E, 0));
+        row("l-shift=alt", "L Shift", {2, 0x04, 0, 0});
+        row("m=macro:greet", "M", macroKeyAction(1));
+        row("enter=default", "Enter", {});
+    }
+    void keysAreSetByTheirNames()
+    {
+        QFETCH(QString, word);
+        QFETCH(QString, key);
+        QFETCH(KeyAction, action);
+        QCOMPARE(run("macros set Other press a").code, 0);
+        QCOMPARE(run("macros set Greet press h").code, 0);
+        for (const char* layer : {"base", "fn"}) {
+            const Ran ran = runArguments({"keys", "set", word.toStdString(), "--layer", layer});
+            QCOMPARE(ran.err, QString());
+            QCOMPARE(ran.out, QString());
+            QCOMPARE(ran.code, 0);
+        }
+        SavedState wanted;
+        wanted.layerBase.at(indexOf(key)) = action;
+        QCOMPARE(stateOnDisk().layerBase, wanted.layerBase);
+        QCOMPARE(stateOnDisk().layerFn, wanted.layerBase);
+        QCOMPARE(busTrace(), QStringList());
+    }
+
+    // What is shown can be typed.
+    void everyKeyAndActionHasAWord()
+    {
+        const QList<MacroRecord> macros{{"Greet", {}}};
+        for (const KeyRecord& key : KeyboardLayout::instance().keys)
+            QCOMPARE(keysFromWord(nameOfKeyAt(static_cast<std::size_t>(key.lightIndex))),
+                     QList<std::size_t>{static_cast<std::size_t>(key.lightIndex)});
+        QList<KeyAction> actions{{2, 0xFF, 4, 0}, {2, 0x11, 0, 0}, macroKeyAction(0)};
+        for (const auto& [name, action] : actionNames())
+            actions += action;
+        QVERIFY(actions.size() > 130);
+        QSet<QString> words;
+        for (const KeyAction& action : actions) {
+            QCOMPARE(actionFromWord(wordOfAction(action, macros), macros), action);
+            words += wordOfAction(action, macros);
+        }
+        QCOMPARE(wordOfAction({9, 1, 2, 3}, {}), QStringLiteral("0x09010203"));
+    }
+
+    void everyMacroHasWords_data()
+    {
+        QTest::addColumn<QList<MacroAction>>("actions");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("keys") << QList<MacroAction>{{0, 0x0B, 0xB0}, {40, 0x0B, 0x30}}
+                              << "press h, 40, release h";
+        QTest::newRow("mouse") << QList<MacroAction>{{5, 4, 0x90}, {65535, 255, 0x10}}
+                               << "5, click 0x04, 65535, unclick 0xff";
+        QTest::newRow("pause") << QList<MacroAction>{{500, 0, 0x50}} << "500, pause";
+        QTest::newRow("nothing") << QList<MacroAction>{} << "";
+    }
+    void everyMacroHasWords()
+    {
+        QFETCH(QList<MacroAction>, actions);
+        QFETCH(QString, words);
+        QCOMPARE(wordsOfMacro(actions), words);
+        if (!words.isEmpty())
+            QCOMPARE(macroFromWords(words), actions);
+        QCOMPARE(macroFromWords("PRESS H,20,20, release L-Ctrl, 7"),
+                 (QList<MacroAction>{{0, 0x0B, 0xB0}, {40, 0xE0, 0x30}, {7, 0, 0x50}}));
+    }
+
+    void colorsHaveAllAsTheirGround()
+    {
+        QCOMPARE(run("colors set w,a=ff8800 all=102030 S=#0000ff").code, 0);
+        const ColorBank bank = stateOnDisk().customRgb;
+        QCOMPARE(colorOf(bank, indexOf("W")), (KeyColor{0xFF, 0x88, 0}));
+        QCOMPARE(colorOf(bank, indexOf("A")), (KeyColor{0xFF, 0x88, 0}));
+        QCOMPARE(colorOf(bank, indexOf("S")), (KeyColor{0, 0, 0xFF}));
+        QCOMPARE(colorOf(bank, 143), (KeyColor{0x10, 0x20, 0x30}));
+        QVERIFY(run("colors").out.contains("\nw=ff8800\n"));
+    }
+
+    void colorsAreReadBack()
+    {
+        QCOMPARE(run("colors set w=ff8800").code, 0);
+        QCOMPARE(run("colors write").code, 0);
+        QCOMPARE(run("colors set all=000000").code, 0);
+        QCOMPARE(run("colors").out, QString());
+        QCOMPARE(run("colors read").code, 0);
+        QCOMPARE(run("colors show").out, QStringLiteral("w=ff8800\n"));
+    }
+
+    void macrosAreMadeChangedAndRemoved()
+    {
+        QCOMPARE(run("macros set Greet press h, 40, release h").code, 0);
+        QCOMPARE(run("macros set \"Second one\" press a").code, 0);
+        QCOMPARE(run("macros set greet press b").code, 0);
+        QCOMPARE(run("macros").out, QStringLiteral("Greet\nSecond one\n"));
+        QCOMPARE(run("macros show GREET").out, QStringLiteral("press b\n"));
+        QCOMPARE(run("macros remove greet").code, 0);
+        QCOMPARE(run("macros list").out, QStringLiteral("Second one\n"));
+        QCOMPARE(runArguments({"macros", "set", "", "press", "a"}).code, 2);
+    }
+
+    void answersInJson()
+    {
+        const auto json = [](const QString& line) {
+            return QJsonDocument::fromJson(run(line).out.toUtf8());
+        };
+        QCOMPARE(run("keys set a=ctrl+b").code, 0);
+        QCOMPARE(run("colors set a=010203").code, 0);
+        QCOMPARE(run("macros set Greet press h").code, 0);
+        QCOMPARE(json("keys --json").object(), (QJsonObject{{"a", "ctrl+b"}}));
+        QCOMPARE(json("--json colors").object(), (QJsonObject{{"a", "010203"}}));
+        const QJsonObject greet{{"name", "Greet"}, {"steps", "press h"}};
+        QCOMPARE(json("macros --json").array(), QJsonArray{greet});
+        QCOMPARE(json("macros show greet --json").object(), greet);
+        QCOMPARE(json("light --list --json").array().size(), 20);
+        QCOMPARE(json("names effects --json").array(), json("light --list --json").array());
+        QCOMPARE(json("status --json").object().value("product").toString(),
+                 QStringLiteral("0c45:8009"));
+        QCOMPARE(json("status --json").object().value("commands").toObject(),
+                 (QJsonObject{{"path", "/dev/hidraw1"}, {"heldBy", QJsonArray()}}));
+    }
+
+    void statusTellsWhatTheDoctorFinds()
+    {
+        bus().interfaces().at(1).holder = "sender";
+        const Ran ran = run("status");
+        QCOMPARE(ran.code, 0); // others may have it open, too
+        QVERIFY2(ran.out.startsWith("The keyboard is there, but in use: sender"),
+                 qPrintable(ran.out));
+        QVERIFY(ran.out.contains("\nproduct:  0c45:8009\ncommands: /dev/hidraw1, held by sender"));
+        QVERIFY(ran.out.contains("\nscreen:   /dev/hidraw2\n"));
+    }
+
+    void wrongUsageChangesNothing_data()
+    {
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char* line, const char* text) {
+            QTest::newRow(line) << QString(text);
+        };
+        row("--json", "Name a command; tavikctl --help lists them.");
+        row("frobnicate", "following argument was not expected: frobnicate");
+        row("light", "Name an effect");
+        row("light brethe", "There is no effect \"brethe\". Did you mean breath,");
+        row("light static --brightness 6", "The brightness goes from 0 to 5.");
+        row("light static --speed -1", "The speed goes from 0 to 5.");
+        row("light static --color red", "\"red\" is no color");
+        row("light static --color +f8800", "\"+f8800\" is no color");
+        row("light static --direction lft", "Did you mean left,");
+        row("sleep 7", "There is no sleep time \"7\"");
+        row("keys set a=disabled cpas=disabled", "no key \"cpas\". Did you mean caps,");
+        row("keys set a=disabled b=ctrl+frob", "There is no key \"frob\"");
+        row("keys set a=disabled b=volume-upp", "Did you mean volume-up,");
+        row("keys set a=disabled b=macro:Nobody", "There is no macro \"Nobody\".");
+        row("keys set a=disabled frob", "\"frob\" assigns nothing");
+        row("keys set a=disabled --layer both", "There is no layer \"both\"");
+        row("keys set", "required");
+        row("colors set a=ff8800 b=ff88", "\"ff88\" is no color");
+        row("colors set a=ff8800 w,,d=000000", "There is no key \"\"");
+        row("colors on --brightness 6", "6 not in range 0 to 5");
+        row("macros show Nobody", "There is no macro \"Nobody\"");
+        row("macros remove Nobody", "There is no macro \"Nobody\"");
+        row("macros set X press", "\"press\" is no step of a macro");
+        row("macros set X press a, dance", "\"dance\" is no step of a macro");
+        row("macros set X click 256", "\"256\" is no mouse button");
+        row("macros set X 40000, 40000, press a", "\"40000\" is no wait");
+        row("screen x.png --slot 0", "--slot: Value 0 not in range 1 to 3");
+        row("screen x.png --slot 4", "--slot: Value 4 not in range 1 to 3");
+        row("earlier restore 1", "There is no earlier state 1");
+        row("names knobs", "Did you mean keys, actions or macros?");
+    }
+    void wrongUsageChangesNothing()
+    {
+        QFETCH(QString, text);
+        const Ran ran = run(QTest::currentDataTag());
+        QVERIFY2(ran.err.contains(text), qPrintable(ran.err));
+        QVERIFY2(isOneLine(ran.err), qPrintable(ran.err));
+        QCOMPARE(ran.out, QString());
+        QCOMPARE(ran.code, 2);
+        QVERIFY(!QFile::exists(stateFilePath()));
+        QCOMPARE(busSends(), QStringList());
+    }
+
+    void helpIsNoError()
+    {
+        for (const char* line : {"--help", "light --help", "--version"}) {
+            const Ran ran = run(line);
+            QCOMPARE(ran.code, 0);
+            QVERIFY(!ran.out.isEmpty());
+            QCOMPARE(ran.err, QString());
+        }
+    }
+
+    void keyboardThatIsNotThere()
+    {
+        for (const Talk& talk : talks) {
+            prepareState();
+            bus().unplug();
+            const Ran ran = runTalk(talk);
+            bus().plug();
+            QCOMPARE(ran.code, 3);
+            QCOMPARE(ran.out, QString());
+            QVERIFY2(ran.err.contains("The keyboard is not on USB."), qPrintable(ran.err));
+            QVERIFY(isOneLine(ran.err));
+        }
+        bus().unplug();
+        QCOMPARE(run("status").code, 3);
+        QCOMPARE(run("colors read").code, 3);
+    }
+
+    void keyboardThatMayNotBeOpened()
+    {
+        bus().setOpens("/dev/hidraw1", false);
+        for (const Talk& talk : talks) {
+            prepareState();
+            const Ran ran = runTalk(talk);
+            QCOMPARE(ran.code, 4);
+            QVERIFY2(ran.err.contains("you may not use it"), qPrintable(ran.err));
+            QVERIFY(isOneLine(ran.err));
+        }
+        QCOMPARE(run("status").code, 4);
+    }
+
+    void keyboardThatIsBusy()
+    {
+        prepareState();
+        for (const Talk& talk : talks) {
+            bus().failAt(1, busy(), 10);
+            const Ran ran = runTalk(talk);
+            QVERIFY2(ran.err.contains("busy?"), qPrintable(ran.err));
+            QCOMPARE(ran.code, 5);
+            QVERIFY(isOneLine(ran.err));
+            bus().clearFaults();
+        }
+    }
+
+    void wireThatAnotherProcessHolds()
+    {
+        prepareState();
+        ProcessLock other(runtimeFilePath(QStringLiteral("tavik-center-wire.lock")));
+        QCOMPARE(other.attempt(), ProcessLock::Attempt::Taken);
+        for (const Talk& talk : talks) {
+            const Ran ran = runTalk(talk);
+            QCOMPARE(ran.code, 5);
+            QCOMPARE(busSends(), QStringList());
+        }
+    }
+
+    void keyboardThatRefuses()
+    {
+        prepareState();
+        for (const Talk& talk : talks) {
+            bus().clearTrace();
+            bus().failAt(2, answerStatus(5));
+            const Ran ran = runTalk(talk);
+            QCOMPARE(ran.code, 1);
+            QVERIFY2(ran.err.contains("rejected (status 05)"), qPrintable(ran.err));
+            QVERIFY(isOneLine(ran.err));
+            QCOMPARE(busSends().size(), 3);
+            bus().clearFaults();
+        }
+        bus().clearViolations();
+    }
+
+    // Wherever it happens, the session gets its FINISH and nothing else.
+    void interruptionEndsTheSequence()
+    {
+        prepareState();
+        for (const Talk& talk : talks) {
+            bus().clearTrace();
+            QCOMPARE(runTalk(talk).code, 0);
+            const auto eventCount = static_cast<int>(bus().wire().size());
+            for (int event = 1; event<eventCount; event += eventCount> 60 ? 7 : 1) {
+                bus().clearTrace();
+                bus().setListener([event] {
+                    if (static_cast<int>(bus().wire().size()) >= event)
+                        Device::interrupt();
+                });
+                const Ran ran = runTalk(talk);
+                bus().setListener({});
+                Device::forgetInterruption();
+                const QStringList sends = busSends();
+                if (ran.code == 0) {
+                    // It came when all was done but the end.
+                    QVERIFY(event >= eventCount - 4);
+                    continue;
+                }
+                QCOMPARE(ran.code, 130);
+                QVERIFY(ran.err.endsWith("Interrupted.\n"));
+                QVERIFY(sends.constLast().startsWith("04 f0"));
+                QVERIFY(deviceLockIsFree());
+            }
+            QCOMPARE(runTalk(talk).code, 0);
+        }
+        bus().clearViolations(); // a session of no command
+    }
+
+    void dryRunShowsJustWhatIsSent()
+    {
+        prepareState();
+        QList<Talk> lines = talks;
+        lines.append({"colors read", finishZero});
+        for (const Talk& talk : lines) {
+            bus().clearTrace();
+            const Ran dry = runTalk(talk, {"--dry-run", "--json"});
+            QCOMPARE(dry.err, QString());
+            QCOMPARE(dry.code, 0);
+            QCOMPARE(busTrace().filter(QRegularExpression("^(?!wait)")), QStringList());
+            QStringList shown;
+            for (const QJsonValue& report : QJsonDocument::fromJson(dry.out.toUtf8()).array()) {
+                QVERIFY(!report["meaning"].toString().isEmpty());
+                if (!report["bytes"].toString().isEmpty())
+                    shown += report["bytes"].toString();
+            }
+            QCOMPARE(runTalk(talk).code, 0);
+            QCOMPARE(shown, busSends());
+        }
+    }
+
+    void dryRunChangesNothing()
+    {
+        prepareState();
+        const QByteArray before = readFile(stateFilePath());
+        const QString exported = folder.filePath("exported.json");
+        for (const QString& line :
+             {QStringLiteral("keys set a=disabled"), QStringLiteral("colors set all=ffffff"),
+              QStringLiteral("colors read"), QStringLiteral("macros set New press a"),
+              QStringLiteral("macros remove Greet"), QStringLiteral("earlier restore 1"),
+              QStringLiteral("import \"%1\"").arg(stateFilePath()),
+              QStringLiteral("export \"%1\"").arg(exported)})
+            QCOMPARE(run(line + " --dry-run").code, 0);
+        QCOMPARE(readFile(stateFilePath()), before);
+        QVERIFY(!QFile::exists(exported));
+        // It notices what is wrong all the same.
+        QCOMPARE(run("keys set a=frob --dry-run").code, 2);
+    }
+
+    void dryRunReadsLikeWords()
+    {
+        QCOMPARE(run("keys set caps=disabled").code, 0);
+        QCOMPARE(run("sleep 30 --dry-run").out.count(u'\n'), 5);
+        QVERIFY(run("sleep 30 --dry-run").out.contains("(data 1 of 1: after 30 min)\n"));
+        QVERIFY(run("keys write --dry-run").out.contains("(data 4 of 9: caps-lock=disabled)\n"));
+        QVERIFY(run("light static --color ff8800 --dry-run")
+                    .out.contains("static, color ff8800, brightness 5, speed 3, direction left"));
+        QVERIFY(run("screen \"" + picture + "\" --slot 2 --dry-run")
+                    .out.contains("(write slot 2 of the screen)\nblock 1 of 9\nblock 2 of 9\n"));
+    }
+
+    // It would not show the change.
+    void openWindowKeepsEditsOut()
+    {
+        prepareState();
+        const QByteArray before = readFile(stateFilePath());
+        ProcessLock window(lockPathOf(stateFilePath()));
+        QCOMPARE(window.attempt(), ProcessLock::Attempt::Taken);
+        for (const QString& line :
+             {QStringLiteral("keys set a=disabled"), QStringLiteral("colors set all=ffffff"),
+              QStringLiteral("colors read"), QStringLiteral("macros set New press a"),
+              QStringLiteral("macros remove Greet"), QStringLiteral("earlier restore 1"),
+              QStringLiteral("import \"%1\"").arg(stateFilePath())}) {
+            const Ran ran = run(line);
+            QCOMPARE(ran.code, 1);
+            QVERIFY2(ran.err.contains("The window of tavik-center is open"), qPrintable(ran.err));
+            QVERIFY(isOneLine(ran.err));
+        }
+        QCOMPARE(readFile(stateFilePath()), before);
+        QCOMPARE(busSends(), QStringList());
+        for (const Talk& talk : talks)
+            QCOMPARE(runTalk(talk).code, 0);
+        QCOMPARE(run("keys").code, 0);
+    }
+
+    void anotherCommandIsWaitedFor()
+    {
+        ProcessLock other(lockPathOf(stateFilePath()));
+        QCOMPARE(other.attempt(), ProcessLock::Attempt::Taken);
+        bus().setListener([&other] {
+            if (bus().count("wait 50") == 3)
+                other.release();
+        });
+        QCOMPARE(run("keys set a=disabled").code, 0);
+        QCOMPARE(bus().count("wait 50"), 3);
+    }
+
+    void damagedSettingsAreNotOverwritten()
+    {
+        prepareState();
+        const QByteArray good = readFile(stateFilePath());
+        QVERIFY(keepEarlier(good));
+        tests::writeFile(stateFilePath(), "{\"layerBase\": [");
+        for (const char* line : {"keys set a=disabled", "keys", "keys write", "apply", "export"}) {
+            const Ran ran = run(line);
+            QCOMPARE(ran.code, 1);
+            QVERIFY(isOneLine(ran.err));
+        }
+        QCOMPARE(readFile(stateFilePath()), QByteArray("{\"layerBase\": ["));
+        QCOMPARE(run("earlier restore 1").code, 0);
+        QCOMPARE(stateOnDisk(), stateFromJson(QJsonDocument::fromJson(good).object()));
+    }
+
+    void settingsThatCannotBeWritten()
+    {
+        // A directory in its place; root may write to everything else.
+        QVERIFY(QDir().mkpath(stateFilePath() + "/x"));
+        const Ran ran = run("keys set a=disabled");
+        QCOMPARE(ran.code, 1);
+        QVERIFY(isOneLine(ran.err));
+        const Ran exported = run("export /dev/full/nowhere.json");
+        QCOMPARE(exported.code, 1);
+        QVERIFY(isOneLine(exported.err));
+    }
+
+    void settingsGoOutAndComeBack()
+    {
+        prepareState();
+        const SavedState state = stateOnDisk();
+        const QString file = folder.filePath("my settings.json");
+        QCOMPARE(run("export \"" + file + u'"').code, 0);
+        QCOMPARE(run("export").out.toUtf8(), readFile(file));
+        QCOMPARE(run("keys set all=default").code, 0);
+        QCOMPARE(run("macros remove Greet").code, 0);
+        QVERIFY(stateOnDisk() != state);
+
+        QCOMPARE(run("import \"" + file + u'"').code, 0);
+        QCOMPARE(stateOnDisk(), state);
+        QCOMPARE(run("import \"" + picture + u'"').code, 1);
+
+        // The one before the import is kept.
+        const QStringList earlier = run("earlier").out.split(u'\n', Qt::SkipEmptyParts);
+        QVERIFY(earlier.size() >= 1);
+        QVERIFY(earlier.constFirst().startsWith(" 1  20"));
+        QCOMPARE(run("earlier restore 1").code, 0);
+        QCOMPARE(stateOnDisk().macros, QList<MacroRecord>());
+        QCOMPARE(run("earlier restore 31").code, 2);
+    }
+
+    void macrosThatTakeTooMuchRoom()
+    {
+        QString steps = "press a";
+        for (int step = 1; step < 668; ++step)
+            steps += ", press a";
+        QCOMPARE(run("macros set Long " + steps).code, 0);
+        const Ran ran = run("macros write");
+        QCOMPARE(ran.code, 1);
+        QVERIFY(ran.err.contains("Macro space exceeded (3072 bytes). Remove"));
+        QVERIFY(isOneLine(ran.err));
+        QCOMPARE(run("apply").code, 1);
+        QCOMPARE(busSends(), QStringList());
+    }
+
+    void picturesThatDoNotDo()
+    {
+        const QString text = folder.filePath("notes.txt");
+        tests::writeFile(text, "no picture");
+        const QString film = folder.filePath("film.gif");
+        tests::writeFile(film, encodePlainGif({8, 8}, manyColors(30), 7));
+        const QStringList lines{"screen \"" + text + u'"', "screen missing.png",
+                                "screen \"" + film + "\" \"" + picture + u'"'};
+        for (const QString& line : lines) {
+            const Ran ran = run(line);
+            QCOMPARE(ran.code, 1);
+            QVERIFY(isOneLine(ran.err));
+        }
+        QVERIFY(run(lines.constLast()).err.contains("more than 30 pictures"));
+        QCOMPARE(busSends(), QStringList());
+        QCOMPARE(run("screen \"" + film + u'"').code, 0);
+    }
+
+    void progressIsDrawnOnATerminalOnly()
+    {
+        QCOMPARE(runArguments({"screen", picture.toStdString()}).err, QString());
+        const Ran ran = runArguments({"screen", picture.toStdString()}, true);
+        QCOMPARE(ran.code, 0);
+        QVERIFY2(ran.err.startsWith("\r[####....") && ran.err.contains("] 1/9\r["),
+                 qPrintable(ran.err));
+        QVERIFY(ran.err.endsWith("########] 9/9\n"));
+        QCOMPARE(ran.out, QString());
+    }
+
+    void applyWritesWhatAFileHolds()
+    {
+        const QString file = folder.filePath("light.json");
+        tests::writeFile(file, R"({"sleep": 30, "lighting": {"effect": "Static",
+            "color": "ff8800", "brightness": 4}})");
+        QCOMPARE(run("apply \"" + file + u'"').err, QString());
+        const QStringList asApplied = busSends();
+        bus().clearTrace();
+        QCOMPARE(run("light static --color ff8800 --brightness 4").code, 0);
+        QCOMPARE(run("sleep 30").code, 0);
+        QCOMPARE(asApplied, busSends());
+
+        tests::writeFile(file, R"({"lighting": {"effect": "custom", "brightness": 1},
+            "layerFn": [], "sleep": "never"})");
+        bus().clearTrace();
+        QCOMPARE(run("apply \"" + file + u'"').err, QString());
+        const QStringList second = busSends();
+        bus().clearTrace();
+        QCOMPARE(run("keys write --layer fn").code, 0);
+        QCOMPARE(run("colors on --brightness 1").code, 0);
+        QCOMPARE(run("sleep never").code, 0);
+        QCOMPARE(second, busSends());
+    }
+
+    // Everything is looked at before anything is sent.
+    void applySendsNothingOfAWrongFile_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("no JSON") << QByteArray("text");
+        QTest::newRow("nothing in it") << QByteArray("{}");
+        QTest::newRow("wrong effect")
+            << QByteArray(R"({"layerBase": [], "lighting": {"effect": "brethe"}})");
+        QTest::newRow("wrong level")
+            << QByteArray(R"({"layerBase": [], "lighting": {"effect": "static", "speed": 6}})");
+        QTest::newRow("wrong level of the colors")
+            << QByteArray(R"({"lighting": {"effect": "custom", "brightness": 6}})");
+        QTest::newRow("wrong type")
+            << QByteArray(R"({"layerBase": [], "lighting": {"effect": 3}})");
+        QTest::newRow("wrong member")
+            << QByteArray(R"({"layerBase": [], "lighting": {"effect": "static", "sped": 3}})");
+        QTest::newRow("lighting that is none") << QByteArray(R"({"layerBase": [], "lighting": 1})");
+        QTest::newRow("wrong sleep") << QByteArray(R"({"layerBase": [], "sleep": 7})");
+    }
+    void applySendsNothingOfAWrongFile()
+    {
+        QFETCH(QByteArray, content);
+        const QString file = folder.filePath("wrong.json");
+        tests::writeFile(file, content);
+        const Ran ran = run("apply \"" + file + u'"');
+        QVERIFY(ran.code == 1 || ran.code == 2);
+        QVERIFY(isOneLine(ran.err));
+        QCOMPARE(busSends(), QStringList());
+    }
+
+    void applyNeedsSettings()
+    {
+        const Ran ran = run("apply");
+        QCOMPARE(ran.code, 1);
+        QVERIFY(ran.err.contains("Nothing has been saved yet"));
+        QVERIFY(isOneLine(ran.err));
+    }
+
+    void applyNamesTheStepThatFails()
+    {
+        prepareState();
+        bus().failCommand(0x23, answerStatus(5));
+        const Ran ran = run("apply");
+        QCOMPARE(ran.code, 1);
+        QVERIFY2(ran.err.startsWith("tavikctl: Colors: RGB bank rejected (status 05)"),
+                 qPrintable(ran.err));
+        bus().clearViolations();
+    }
+
+    void namesCanBeListed()
+    {
+        QCOMPARE(run("macros set Greet press h").code, 0);
+        const auto names = [](const char* kind) {
+            return run(QLatin1String("names ") + QLatin1String(kind)).out.split(u'\n');
+        };
+        QVERIFY(names("keys").contains("caps-lock"));
+        QVERIFY(names("keys").contains("up"));
+        QVERIFY(names("actions").contains("volume-up"));
+        QVERIFY(names("actions").contains("macro:Greet"));
+        QCOMPARE(names("effects").size(), 21);
+        QCOMPARE(names("macros"), QStringList({"Greet", ""}));
+    }
+
+private:
+    static void prepareState()
+    {
+        QCOMPARE(run("keys set caps=disabled f5=macro-free").code, 2);
+        QCOMPARE(run("macros set Greet press h, 40, release h").code, 0);
+        QCOMPARE(run("keys set caps=disabled m=macro:Greet").code, 0);
+        QCOMPARE(run("keys set --layer fn f5=volume-up").code, 0);
+        QCOMPARE(run("colors set w,a,s,d=ff8800").code, 0);
+        QVERIFY(keepEarlier(readFile(stateFilePath())));
+    }
+
+    Ran runTalk(const Talk& talk, std::vector<std::string> arguments = {}) const
+    {
+        for (const QString& word : QString(talk.line).split(u' '))
+            arguments.push_back(word == "%1" ? picture.toStdString() : word.toStdString());
+        return runArguments(arguments);
+    }
+
+    const QTemporaryDir folder;
+    QString picture;
+};
+
+TAVIK_ISOLATED_TEST_MAIN(CommandLineTest)
+#include "command_line_test.moc"
