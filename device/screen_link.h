@@ -6,12 +6,16 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace tavik {
 
 // The blocks in which the keyboard's screen takes its pictures.
 inline constexpr std::size_t screenBlockSize = 4096;
 using ScreenBlock = std::span<const std::uint8_t, screenBlockSize>;
+
+// Pictures as they travel: always a whole number of blocks.
+using ScreenStream = std::vector<std::uint8_t>;
 
 // The keyboard's second interface, over which pictures travel; closed with the object. The commands
 // round them go over the configuration interface. Takes no lock.

@@ -1,7 +1,6 @@
 #include "model/app_state.h"
 
 #include "files/whole_file.h"
-#include "model/edit_history.h"
 #include "model/state_copies.h"
 
 #include <QDir>
@@ -339,16 +338,6 @@ bool AppState::keepFoundCopy() const
             copy ? !isState(*copy) || keepEarlier(*copy) : !QFileInfo(copyPath()).isFile();
     }
     return foundCopyIsKept;
-}
-
-void AppState::replace(const QString& name, const SavedState& state)
-{
-    std::ignore = keepEarlier(stateToJson(*this));
-    EditHistory::instance().edit(StatePart::Everything, name,
-                                 [&](SavedState& present) { present = state; });
-    emit layersChanged();
-    emit macrosChanged();
-    emit rgbChanged();
 }
 
 } // namespace tavik

@@ -38,6 +38,17 @@ private:
     bool isMade = false;
 };
 
+// Here, because a program without undo takes no part of it.
+void AppState::replace(const QString& name, const SavedState& state)
+{
+    std::ignore = keepEarlier(stateToJson(*this));
+    EditHistory::instance().edit(StatePart::Everything, name,
+                                 [&](SavedState& present) { present = state; });
+    emit layersChanged();
+    emit macrosChanged();
+    emit rgbChanged();
+}
+
 EditHistory& EditHistory::instance()
 {
     static EditHistory history;

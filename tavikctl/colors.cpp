@@ -26,7 +26,7 @@ void showColors(const Output& output)
 
 void setColors(const Output& output, const QStringList& assignments)
 {
-    editState(output, StatePart::Colors, QStringLiteral("Paint keys"), [&](SavedState& state) {
+    editState(output, [&](SavedState& state) {
         for (const auto& [keys, value] : assignmentsFromWords(assignments)) {
             const KeyColor color = colorFromWord(value);
             for (const std::size_t key : keys)
@@ -42,12 +42,11 @@ void writeColors()
 
 void readColors(const Output& output)
 {
-    editState(output, StatePart::Colors, QStringLiteral("Read from keyboard"),
-              [](SavedState& state) {
-                  const std::optional<ColorBank> bank = readColorBank();
-                  requireSent(bank.has_value());
-                  state.customRgb = *bank;
-              });
+    editState(output, [](SavedState& state) {
+        const std::optional<ColorBank> bank = readColorBank();
+        requireSent(bank.has_value());
+        state.customRgb = *bank;
+    });
 }
 
 void turnColorsOn(int brightness)

@@ -35,8 +35,7 @@ void showKeys(const Output& output, LayerId layer)
 
 void setKeys(const Output& output, LayerId layer, const QStringList& assignments)
 {
-    const StatePart part = layer == LayerId::Base ? StatePart::BaseLayer : StatePart::FnLayer;
-    editState(output, part, QStringLiteral("Assign keys"), [&](SavedState& state) {
+    editState(output, [&](SavedState& state) {
         for (const auto& [keys, value] : assignmentsFromWords(assignments)) {
             const KeyAction action = actionFromWord(value, state.macros);
             for (const std::size_t key : keys)

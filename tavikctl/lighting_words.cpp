@@ -58,10 +58,8 @@ LightingSettings lightingFromWords(const LightWords& words)
     settings.effect = findNamed(QStringLiteral("effect"), words.effect, effectNames());
     settings.randomColor =
         words.color.isEmpty() || words.color.compare(u"random", Qt::CaseInsensitive) == 0;
-    if (!settings.randomColor) {
-        const KeyColor color = colorFromWord(words.color);
-        settings.color = QColor(color.red, color.green, color.blue);
-    }
+    if (!settings.randomColor)
+        settings.color = colorFromWord(words.color);
     settings.brightness =
         levelOf(QStringLiteral("brightness"), words.brightness, settings.brightness);
     settings.speed = levelOf(QStringLiteral("speed"), words.speed, settings.speed);

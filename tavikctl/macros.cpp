@@ -48,7 +48,7 @@ void setMacro(const Output& output, const QString& name, const QString& steps)
     if (name.isEmpty())
         throw Failure{ExitCode::WrongUsage, QStringLiteral("A macro needs a name.")};
     const QList<MacroAction> actions = macroFromWords(steps);
-    editState(output, StatePart::Macros, QStringLiteral("Set macro"), [&](SavedState& state) {
+    editState(output, [&](SavedState& state) {
         const auto found = std::ranges::find_if(state.macros, [&](const MacroRecord& macro) {
             return macro.name.compare(name, Qt::CaseInsensitive) == 0;
         });
@@ -61,7 +61,7 @@ void setMacro(const Output& output, const QString& name, const QString& steps)
 
 void removeMacro(const Output& output, const QString& name)
 {
-    editState(output, StatePart::Macros, QStringLiteral("Delete macro"),
+    editState(output,
               [&](SavedState& state) { state.macros.removeAt(macroIndexOf(name, state.macros)); });
 }
 

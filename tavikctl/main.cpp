@@ -4,11 +4,14 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <iostream>
+#include <sstream>
 #include <unistd.h>
 
 namespace {
@@ -37,6 +40,15 @@ void catchSignals()
     ::signal(SIGPIPE, SIG_IGN); // a closed output is found when it is written to
 }
 
+// False, and told on standard error, where it does not arrive.
+bool writeOut(const std::string& text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0)
+        return true;
+    std::cerr << "tavikctl: The output could not be written (" << std::strerror(errno) << ").\n";
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -46,14 +58,8 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
-    const int code = tavik::runCommand({argv + 1, argv + argc}, std::cout, std::cerr,
-                                       ::isatty(STDERR_FILENO) == 1);
-    errno = 0;
-    if (std::cout.flush())
-        return code;
-    std::cerr << "tavikctl: The output could not be written";
-    if (errno != 0)
-        std::cerr << " (" << std::strerror(errno) << ")";
-    std::cerr << ".\n";
-    return code != 0 ? code : static_cast<int>(tavik::ExitCode::Failed);
+    std::ostringstream out;
+    const int code =
+        tavik::runCommand({argv + 1, argv + argc}, out, std::cerr, ::isatty(STDERR_FILENO) == 1);
+    return writeOut(out.str()) ? code : std::max(code, static_cast<int>(tavik::ExitCode::Failed));
 }

@@ -2,7 +2,10 @@
 #include "pages/screen/screen_transfer.h"
 #include "tavikctl/commands.h"
 #include "tavikctl/keyboard.h"
+#include "tavikctl/pictures.h"
 
+#include <QCoreApplication>
+#include <QLibrary>
 #include <QRegularExpression>
 
 namespace tavik {
@@ -11,22 +14,22 @@ namespace {
 
 constexpr int barWidth = 40;
 
-QList<ScreenFrame> framesOf(const QStringList& paths)
+ScreenStream streamOf(const QStringList& paths)
 {
-    QList<ScreenFrame> frames;
-    for (const QString& path : paths) {
-        const QList<ScreenFrame> more = importImages({path});
-        if (more.isEmpty())
-            throw Failure{ExitCode::Failed,
-                          QStringLiteral("\"%1\" is no picture that can be read.").arg(path)};
-        frames += more;
-        if (frames.size() > screenFrameLimit)
-            throw Failure{ExitCode::Failed,
-                          QStringLiteral("These are more than %1 pictures, which is all that a "
-                                         "slot holds. Leave some out.")
-                              .arg(screenFrameLimit)};
-    }
-    return frames;
+    QLibrary module(QCoreApplication::applicationDirPath() +
+                    QStringLiteral("/../" TAVIK_MODULE_DIRECTORY "/tavikctl-pictures.so"));
+    const auto read = reinterpret_cast<PictureReader>(module.resolve(pictureReaderName));
+    if (read == nullptr)
+        throw Failure{ExitCode::Failed,
+                      QStringLiteral("Reading pictures takes the package libqt6gui6; install it. "
+                                     "(%1)")
+                          .arg(module.errorString())};
+    ScreenStream stream;
+    QString reason;
+    read(paths, stream, reason);
+    if (!reason.isEmpty())
+        throw Failure{ExitCode::Failed, reason};
+    return stream;
 }
 
 // "Sending chunk 5/9…" as a bar, over the one before.
@@ -53,7 +56,7 @@ void drawBar(const Output& output, const QString& text)
 
 void sendPictures(const Output& output, const QStringList& paths, int slot)
 {
-    const ScreenStream stream = buildScreenStream(framesOf(paths));
+    const ScreenStream stream = streamOf(paths);
     connectKeyboard();
     const ScreenTransferResult result =
         sendToScreen(stream, slot, [&output](const QString& text) { drawBar(output, text); });

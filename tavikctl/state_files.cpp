@@ -22,8 +22,7 @@ void exportState(const Output& output, const QString& path)
 
 void importState(const Output& output, const QString& path)
 {
-    takeOverState(output, QStringLiteral("Import settings"),
-                  [&] { return stateIn(path, AppState::instance()); });
+    takeOverState(output, [&] { return stateIn(path, AppState::instance()); });
 }
 
 void listEarlier(const Output& output)
@@ -43,7 +42,7 @@ void listEarlier(const Output& output)
 
 void restoreEarlier(const Output& output, int number)
 {
-    takeOverState(output, QStringLiteral("Earlier state"), [&] {
+    takeOverState(output, [&] {
         // Looked up under the lock: the numbers move when another state is kept.
         const QList<EarlierState> states = earlierStates();
         if (number < 1 || number > states.size())

@@ -3,9 +3,12 @@
 #include "device/pause.h"
 #include "files/process_lock.h"
 #include "files/regular_file.h"
+#include "files/whole_file.h"
 #include "model/state_copies.h"
 #include "tavikctl/failure.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 using namespace std::chrono_literals;
@@ -37,11 +40,27 @@ private:
     ProcessLock lock{lockPathOf(stateFilePath())};
 };
 
-// Saving says nothing, so what it has left is looked at.
-void requireSaved()
+// Saving may leave the file cut short on a full disk, beside a copy that is whole. With nobody
+// there to see that, it is found out before.
+bool hasRoomFor(const QByteArray& content)
 {
-    const QByteArray wanted = stateToJson(AppState::instance());
-    if (readRegularFile(stateFilePath(), wanted.size()) != wanted)
+    const QString path = stateFilePath() + QStringLiteral(".room");
+    QDir().mkpath(QFileInfo(path).path());
+    return writeWholeFile(path, content) && QFile::remove(path);
+}
+
+// Saving says nothing, so what it has left is looked at.
+bool isSaved(const QByteArray& content)
+{
+    AppState::instance().save();
+    return readRegularFile(stateFilePath(), content.size()) == content;
+}
+
+void saveAsPresent(const SavedState& state)
+{
+    static_cast<SavedState&>(AppState::instance()) = state;
+    const QByteArray content = stateToJson(state);
+    if (!hasRoomFor(content) || !isSaved(content))
         throw Failure{ExitCode::Failed,
                       QStringLiteral("\"%1\" could not be written. Look for room on the disk, and "
                                      "whether you may write there; then do it again.")
@@ -74,8 +93,7 @@ SavedState stateIn(const QString& path, const SavedState& otherwise)
     return *state;
 }
 
-void editState(const Output& output, StatePart part, const QString& name,
-               const std::function<void(SavedState&)>& change)
+void editState(const Output& output, const std::function<void(SavedState&)>& change)
 {
     if (output.dryRun) {
         SavedState copy = presentState();
@@ -85,12 +103,10 @@ void editState(const Output& output, StatePart part, const QString& name,
     const EditLock lock;
     SavedState wanted = presentState();
     change(wanted); // whatever is wrong with it is found before anything is changed
-    EditHistory::instance().edit(part, name, [&](SavedState& state) { state = wanted; });
-    requireSaved();
+    saveAsPresent(wanted);
 }
 
-void takeOverState(const Output& output, const QString& name,
-                   const std::function<SavedState()>& other)
+void takeOverState(const Output& output, const std::function<SavedState()>& other)
 {
     if (output.dryRun) {
         std::ignore = other();
@@ -98,8 +114,12 @@ void takeOverState(const Output& output, const QString& name,
     }
     const EditLock lock;
     const SavedState wanted = other();
-    EditHistory::instance().takeOver(name, wanted);
-    requireSaved();
+    if (!keepEarlier(stateToJson(AppState::instance())))
+        throw Failure{ExitCode::Failed,
+                      QStringLiteral("The present settings could not be kept beside \"%1\", so "
+                                     "they were left as they are. Look for room on the disk.")
+                          .arg(stateFilePath())};
+    saveAsPresent(wanted);
 }
 
 } // namespace tavik

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/edit_history.h"
+#include "model/app_state.h"
 #include "tavikctl/output.h"
 
 #include <functional>
@@ -14,15 +14,13 @@ namespace tavik {
 // The state in a file the user names. Throws when there is none.
 [[nodiscard]] SavedState stateIn(const QString& path, const SavedState& otherwise);
 
-// Changes the user's state and saves it, as the window does. Throws, and leaves it as it was, while
+// Changes the user's state and saves it. Throws, and leaves it as it was, while
 // a window or another command edits it, when it cannot be saved, and when the change throws. In a
 // dry run the change is tried on a copy.
-void editState(const Output& output, StatePart part, const QString& name,
-               const std::function<void(SavedState&)>& change);
+void editState(const Output& output, const std::function<void(SavedState&)>& change);
 
 // As an edit that takes over another state; the one it replaces is kept among the earlier ones, and
 // may be damaged.
-void takeOverState(const Output& output, const QString& name,
-                   const std::function<SavedState()>& other);
+void takeOverState(const Output& output, const std::function<SavedState()>& other);
 
 } // namespace tavik

@@ -95,12 +95,18 @@ struct SleepChoice
 constexpr std::array<SleepChoice, 4> sleepChoices{
     {{"Not Sleep", 0}, {"1 min", 1}, {"5 min", 2}, {"30 min", 3}}};
 
+KeyColor keyColorOf(const QColor& color)
+{
+    return {static_cast<unsigned char>(color.red()), static_cast<unsigned char>(color.green()),
+            static_cast<unsigned char>(color.blue())};
+}
+
 } // namespace
 
 LightingWidget::LightingWidget(QWidget* parent)
     : QWidget(parent),
       effect(usualLighting.effect),
-      color(usualLighting.color),
+      color(usualLighting.color.red, usualLighting.color.green, usualLighting.color.blue),
       direction(usualLighting.direction),
       sleep(startSleep)
 {
@@ -418,7 +424,7 @@ void LightingWidget::apply()
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const auto cursorBack = qScopeGuard(&QApplication::restoreOverrideCursor);
     const LightingSettings settings{effect,
-                                    color,
+                                    keyColorOf(color),
                                     randomColorSwitch->isChecked(),
                                     brightnessSlider->value(),
                                     speedSlider->value(),

@@ -19,9 +19,9 @@ Report lightingModePayload(const LightingSettings& settings)
 {
     Report payload{};
     payload[0] = settings.effect;
-    payload[1] = byteOf(settings.color.red());
-    payload[2] = byteOf(settings.color.green());
-    payload[3] = byteOf(settings.color.blue());
+    payload[1] = settings.color.red;
+    payload[2] = settings.color.green;
+    payload[3] = settings.color.blue;
     payload[8] = settings.randomColor ? 1 : 0;
     payload[9] = byteOf(settings.brightness);
     payload[10] = byteOf(settings.speed);

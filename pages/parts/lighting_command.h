@@ -1,8 +1,7 @@
 #pragma once
 
 #include "device/command_report.h"
-
-#include <QColor>
+#include "model/color_bank.h"
 
 #include <array>
 #include <cstdint>
@@ -32,7 +31,7 @@ inline constexpr std::uint8_t customColorsEffect = 0x80;
 struct LightingSettings
 {
     std::uint8_t effect = 0;
-    QColor color = QColor(0, 0, 0);
+    KeyColor color = {};
     bool randomColor = false;
     int brightness = 0; // 0 to 5
     int speed = 0;      // 0 to 5
@@ -40,7 +39,7 @@ struct LightingSettings
 };
 
 // What the window starts with, and what is taken where nothing is said: "Rolling" to the left.
-inline constexpr LightingSettings usualLighting{0x0B, QColor(255, 0, 0), true, 5, 3, 3};
+inline constexpr LightingSettings usualLighting{0x0B, {255, 0, 0}, true, 5, 3, 3};
 
 [[nodiscard]] Report lightingModePayload(const LightingSettings& settings);
 

@@ -4,12 +4,8 @@
 #include "pages/screen/image_import.h"
 
 #include <cstdint>
-#include <vector>
 
 namespace tavik {
-
-// Always a whole number of blocks.
-using ScreenStream = std::vector<std::uint8_t>;
 
 // A frame's time as the keyboard takes it: units of 2 ms, at least 20 ms, and 510 ms for anything
 // longer.

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "pages/screen/screen_stream.h"
+#include "device/screen_link.h"
+
+#include <QString>
 
 #include <functional>
 

@@ -6,6 +6,7 @@
 #include "pages/parts/page_parts.h"
 #include "pages/parts/status_label.h"
 #include "pages/screen/frame_player.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 
 #include <QApplication>

@@ -3,6 +3,7 @@
 #include "pages/colors/color_transfer.h"
 #include "pages/keys/layer_write.h"
 #include "pages/macros/macro_upload.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/bench/comparison.h"
 #include "tests/support/bus_view.h"

@@ -1,5 +1,6 @@
 #include "device/device.h"
 #include "files/process_lock.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"

@@ -6,6 +6,7 @@
 #include "pages/keys/layer_write.h"
 #include "pages/macros/macro_upload.h"
 #include "pages/parts/lighting_command.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/files.h"
@@ -105,7 +106,7 @@ bool fillLayer(LayerId id)
 // The operations as the document heads them.
 const QMap<QString, Operation> operations{
     {"Lighting mode",
-     std::bind_front(sendLightingMode, LightingSettings{0x0B, QColor(255, 0, 0), true, 5, 3, 3})},
+     std::bind_front(sendLightingMode, LightingSettings{0x0B, {255, 0, 0}, true, 5, 3, 3})},
     {"Custom colors", [] { return enableCustomColors(5); }},
     {"Lighting sleep", [] { return sendLightingSleep(3); }},
     {"Base layer", [] { return fillLayer(LayerId::Base); }},

@@ -41,7 +41,7 @@ void checkLighting(InputNumbers& numbers)
 {
     LightingSettings settings;
     settings.effect = lightingEffects.at(numbers.byte() % lightingEffects.size()).code;
-    settings.color = QColor(numbers.byte(), numbers.byte(), numbers.byte());
+    settings.color = {numbers.byte(), numbers.byte(), numbers.byte()};
     settings.randomColor = numbers.byte() % 2 == 1;
     settings.brightness = numbers.byte() % 6;
     settings.speed = numbers.byte() % 6;
@@ -52,7 +52,8 @@ void checkLighting(InputNumbers& numbers)
     TAVIK_HOLDS(state.lighting == lightingModePayload(settings) && state.sleepCode == sleepCode);
     const auto bytesUsed = std::ranges::count_if(state.lighting, [](auto b) { return b != 0; });
     TAVIK_HOLDS(state.lighting[0] == settings.effect && bytesUsed <= 10);
-    TAVIK_HOLDS(QColor(state.lighting[1], state.lighting[2], state.lighting[3]) == settings.color);
+    TAVIK_HOLDS((KeyColor{state.lighting[1], state.lighting[2], state.lighting[3]}) ==
+                settings.color);
     TAVIK_HOLDS(state.lighting[8] == settings.randomColor && state.lighting[10] == settings.speed);
     TAVIK_HOLDS(state.lighting[9] == settings.brightness &&
                 state.lighting[11] == settings.direction);

@@ -9,6 +9,7 @@
 #include "pages/keys/layer_write.h"
 #include "pages/macros/macro_upload.h"
 #include "pages/parts/lighting_command.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/kernel/control_socket.h"
 #include "tests/kernel/state_text.h"

@@ -5,6 +5,7 @@
 #include "pages/keys/layer_write.h"
 #include "pages/macros/macro_upload.h"
 #include "pages/parts/lighting_command.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"

@@ -4,6 +4,7 @@
 #include "pages/keys/layer_write.h"
 #include "pages/macros/macro_upload.h"
 #include "pages/parts/lighting_command.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/isolated_main.h"
 #include "tests/system/emulated_keyboard.h"
@@ -144,7 +145,7 @@ private slots:
 
         LightingSettings settings;
         settings.effect = 0x0B;
-        settings.color = QColor(Qt::red);
+        settings.color = {0xFF, 0, 0};
         settings.brightness = 5;
         settings.speed = 3;
         settings.direction = 3;

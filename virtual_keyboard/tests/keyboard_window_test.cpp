@@ -29,7 +29,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const LightingSettings steadyWhite{.effect = 1, .color = Qt::white, .brightness = 5};
+const LightingSettings steadyWhite{.effect = 1, .color = {0xFF, 0xFF, 0xFF}, .brightness = 5};
 
 } // namespace
 

@@ -60,7 +60,8 @@ private slots:
     void lightIsNamed()
     {
         QVERIFY(Device::instance().refresh());
-        QVERIFY(sendLightingMode({.effect = 7, .color = Qt::red, .brightness = 4, .speed = 2}));
+        QVERIFY(
+            sendLightingMode({.effect = 7, .color = {0xFF, 0, 0}, .brightness = 4, .speed = 2}));
         QVERIFY(sendLightingSleep(2));
         QCOMPARE(wireTexts(),
                  QStringList({connects, "open session",

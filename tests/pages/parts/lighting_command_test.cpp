@@ -32,7 +32,7 @@ private slots:
     {
         LightingSettings settings;
         settings.effect = 0x12;
-        settings.color = QColor(0x34, 0x56, 0x78);
+        settings.color = {0x34, 0x56, 0x78};
         settings.brightness = 4;
         settings.speed = 2;
         settings.direction = 1;

@@ -1,4 +1,5 @@
 #include "device/device.h"
+#include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"

@@ -1,0 +1,24 @@
+#include "tavikctl/pictures.h"
+
+#include "pages/screen/screen_stream.h"
+
+using namespace tavik;
+
+extern "C" Q_DECL_EXPORT void tavikReadPictures(const QStringList& paths, ScreenStream& stream,
+                                                QString& reason)
+{
+    QList<ScreenFrame> frames;
+    for (const QString& path : paths) {
+        const QList<ScreenFrame> more = importImages({path});
+        frames += more;
+        if (more.isEmpty())
+            reason = QStringLiteral("\"%1\" is no picture that can be read.").arg(path);
+        else if (frames.size() > screenFrameLimit)
+            reason = QStringLiteral("These are more than %1 pictures, which is all that a slot "
+                                    "holds. Leave some out.")
+                         .arg(screenFrameLimit);
+        if (!reason.isEmpty())
+            return;
+    }
+    stream = buildScreenStream(frames);
+}
