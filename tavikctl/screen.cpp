@@ -20,10 +20,12 @@ ScreenStream streamOf(const QStringList& paths)
                     QStringLiteral("/../" TAVIK_MODULE_DIRECTORY "/tavikctl-pictures.so"));
     const auto read = reinterpret_cast<PictureReader>(module.resolve(pictureReaderName));
     if (read == nullptr)
-        throw Failure{ExitCode::Failed,
-                      QStringLiteral("Reading pictures takes the package libqt6gui6; install it. "
-                                     "(%1)")
-                          .arg(module.errorString())};
+        throw Failure{
+            ExitCode::Failed,
+            QStringLiteral(
+                "Reading pictures takes what the package tavik-center brings; install it. "
+                "(%1)")
+                .arg(module.errorString())};
     ScreenStream stream;
     QString reason;
     read(paths, stream, reason);

@@ -2,25 +2,33 @@
 
 find_program(GZIP gzip REQUIRED)
 
-# install_compressed(SOURCE DESTINATION-DIRECTORY NAME)
-function(install_compressed source destination name)
-  set(compressed ${CMAKE_CURRENT_BINARY_DIR}/compressed/${name}.gz)
+# install_compressed(SOURCE DESTINATION-DIRECTORY NAME COMPONENT)
+function(install_compressed source destination name component)
+  set(compressed ${CMAKE_CURRENT_BINARY_DIR}/compressed/${component}/${name}.gz)
   add_custom_command(
     OUTPUT ${compressed}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/compressed
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/compressed/${component}
     COMMAND ${GZIP} -9 --no-name --stdout ${source} > ${compressed}
     DEPENDS ${source}
     VERBATIM)
   set_property(GLOBAL APPEND PROPERTY TAVIK_COMPRESSED ${compressed})
-  install(FILES ${compressed} DESTINATION ${destination})
+  install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component})
 endfunction()
 
-foreach(page IN LISTS man_pages)
-  cmake_path(GET page FILENAME name)
-  install_compressed(${page} ${CMAKE_INSTALL_MANDIR}/man1 ${name})
-endforeach()
-install_compressed(${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog ${documentation} changelog)
-install(FILES debian/copyright DESTINATION ${documentation})
+# install_documentation(COMPONENT PACKAGE)
+function(install_documentation component package)
+  foreach(page IN LISTS ${component}_pages)
+    cmake_path(GET page FILENAME name)
+    install_compressed(${page} ${CMAKE_INSTALL_MANDIR}/man1 ${name} ${component})
+  endforeach()
+  set(documentation ${CMAKE_INSTALL_DATADIR}/doc/${package})
+  install_compressed(${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog
+    ${documentation} changelog ${component})
+  install(FILES debian/copyright DESTINATION ${documentation} COMPONENT ${component})
+endfunction()
+
+install_documentation(center tavik-center)
+install_documentation(command tavikctl)
 
 get_property(compressed_files GLOBAL PROPERTY TAVIK_COMPRESSED)
 add_custom_target(tavik_compressed_documentation ALL DEPENDS ${compressed_files})

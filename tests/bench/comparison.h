@@ -84,6 +84,7 @@ void doUntilPainted(QWidget& widget, const Work& work);
 [[nodiscard]] QList<Comparison> screenComparisons(Effort effort);
 [[nodiscard]] QList<Comparison> stateComparisons();
 [[nodiscard]] QList<Comparison> wireComparisons(Effort effort);
+[[nodiscard]] QList<Comparison> commandComparisons();
 [[nodiscard]] QList<Comparison> idleComparisons(Effort effort);
 
 } // namespace tavik::bench

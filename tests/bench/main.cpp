@@ -20,8 +20,9 @@ int main(int argc, char* argv[])
     applyApplicationStyle(application);
     const Effort effort = arguments.contains("--smoke") ? Effort::Smoke : Effort::Full;
     const Output output = arguments.contains("--json") ? Output::Json : Output::Table;
-    runComparisons(startComparisons() + drawingComparisons(effort) + screenComparisons(effort) +
-                       stateComparisons() + wireComparisons(effort) + idleComparisons(effort),
+    runComparisons(startComparisons() + commandComparisons() + drawingComparisons(effort) +
+                       screenComparisons(effort) + stateComparisons() + wireComparisons(effort) +
+                       idleComparisons(effort),
                    effort, output);
     return 0;
 }

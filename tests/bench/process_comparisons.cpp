@@ -170,6 +170,32 @@ QList<Comparison> startComparisons()
              started("start-styled")}};
 }
 
+QList<Comparison> commandComparisons()
+{
+    const auto processorOf = [](const QString& program, const QStringList& arguments) {
+        return [=] {
+            const auto spent = [] {
+                rusage usage{};
+                getrusage(RUSAGE_CHILDREN, &usage);
+                const auto milliseconds = [](const timeval& time) {
+                    return static_cast<double>(time.tv_sec) * 1e3 +
+                           static_cast<double>(time.tv_usec) / 1e3;
+                };
+                return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+            };
+            const double before = spent();
+            QProcess process;
+            process.start(program, arguments);
+            require(process.waitForFinished(), "the command did not come to its end");
+            return QList{spent() - before};
+        };
+    };
+    return {{{{"tavikctl status: processor", "ms", Goal{0, 20}}},
+             21,
+             processorOf(QStringLiteral(TAVIKCTL), {"status"}),
+             processorOf("/bin/true", {})}};
+}
+
 QList<Comparison> idleComparisons(Effort effort)
 {
     const double seconds = effort == Effort::Full ? 60 : 5;

@@ -286,7 +286,7 @@ void addKeys(Statements& facts)
 
 void addLighting(Statements& facts)
 {
-    const Report mode = lightingModePayload({0x41, QColor(0x42, 0x43, 0x44), true, 5, 3, 2});
+    const Report mode = lightingModePayload({0x41, {0x42, 0x43, 0x44}, true, 5, 3, 2});
     const QMap<int, QString> names{{0x41, "effect"}, {0x42, "red"},       {0x43, "green"},
                                    {0x44, "blue"},   {1, "random color"}, {5, "brightness"},
                                    {3, "speed"},     {2, "direction"}};

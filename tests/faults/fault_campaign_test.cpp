@@ -315,7 +315,7 @@ QMap<QString, std::function<Operation()>> operations()
          [=] {
              return lightingOperation(payloadSequence("13", 0, modePayload), [] {
                  return sendLightingMode({.effect = 0x0B,
-                                          .color = QColor(0xFF, 0x80, 0x40),
+                                          .color = {0xFF, 0x80, 0x40},
                                           .randomColor = true,
                                           .brightness = 5,
                                           .speed = 3,

@@ -277,7 +277,7 @@ private slots:
     void setsLightingAndSleep()
     {
         QVERIFY2(device().refresh(), qPrintable(device().lastError));
-        QVERIFY2(sendLightingMode({0x0B, QColor(0x12, 0x34, 0x56), true, 4, 3, 2}),
+        QVERIFY2(sendLightingMode({0x0B, {0x12, 0x34, 0x56}, true, 4, 3, 2}),
                  qPrintable(device().lastError));
         QVERIFY2(sendLightingSleep(3), qPrintable(device().lastError));
 
