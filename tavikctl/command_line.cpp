@@ -110,7 +110,7 @@ void addKeys(CLI::App& app, Words& words)
     CLI::App* set = addCommand(*keys, words, "set", "Assign keys", [&words](const Output& output) {
         setKeys(output, layerOf(words), textsOf(words.values));
     });
-    set->add_option("KEY=ACTION", words.values, "As in caps=disabled a=ctrl+shift+b")->required();
+    set->add_option("ASSIGNMENTS", words.values, "As in caps=disabled a=ctrl+shift+b")->required();
     addCommand(*keys, words, "write", "Write the layer to the keyboard",
                [&words](const Output&) { writeKeys(layerOf(words)); });
 }
@@ -122,7 +122,7 @@ void addColors(CLI::App& app, Words& words)
     CLI::App* set = addCommand(*colors, words, "set", "Paint keys", [&words](const Output& output) {
         setColors(output, textsOf(words.values));
     });
-    set->add_option("KEY=RRGGBB", words.values, "As in w,a,s,d=ff8800 all=000000")->required();
+    set->add_option("ASSIGNMENTS", words.values, "As in w,a,s,d=ff8800 all=000000")->required();
     addCommand(*colors, words, "write", "Write the colors to the keyboard",
                [](const Output&) { writeColors(); });
     addCommand(*colors, words, "read", "Read the colors from the keyboard", readColors);

@@ -22,7 +22,7 @@ void exportState(const Output& output, const QString& path)
 
 void importState(const Output& output, const QString& path)
 {
-    takeOverState(output, [&] { return stateIn(path, AppState::instance()); });
+    takeOverState(output, [&] { return stateIn(path, whatIsLeftOfState()); });
 }
 
 void listEarlier(const Output& output)

@@ -83,6 +83,12 @@ SavedState presentState()
     return *state;
 }
 
+SavedState whatIsLeftOfState()
+{
+    QString reason;
+    return readStateFile(stateFilePath(), &reason).value_or(SavedState());
+}
+
 SavedState stateIn(const QString& path, const SavedState& otherwise)
 {
     QString reason;

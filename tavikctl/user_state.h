@@ -11,6 +11,9 @@ namespace tavik {
 // Throws when it is damaged.
 [[nodiscard]] SavedState presentState();
 
+// The same, and nothing of a damaged file.
+[[nodiscard]] SavedState whatIsLeftOfState();
+
 // The state in a file the user names. Throws when there is none.
 [[nodiscard]] SavedState stateIn(const QString& path, const SavedState& otherwise);
 

@@ -474,6 +474,12 @@ private slots:
             QVERIFY(isOneLine(ran.err));
         }
         QCOMPARE(readFile(stateFilePath()), QByteArray("{\"layerBase\": ["));
+        const QString file = folder.filePath("good.json");
+        tests::writeFile(file, good);
+        QCOMPARE(run("import \"" + file + "\" --dry-run").code, 0);
+        QCOMPARE(run("import \"" + file + u'"').code, 0);
+        QCOMPARE(stateOnDisk(), stateFromJson(QJsonDocument::fromJson(good).object()));
+        tests::writeFile(stateFilePath(), "{\"layerBase\": [");
         QCOMPARE(run("earlier restore 1").code, 0);
         QCOMPARE(stateOnDisk(), stateFromJson(QJsonDocument::fromJson(good).object()));
     }
