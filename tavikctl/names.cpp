@@ -27,25 +27,20 @@ constexpr std::array signWords{
 
 constexpr qsizetype namesSuggested = 3;
 
-// How many characters have to be put in, left out, replaced, or swapped with their neighbor.
+// How many characters have to be put in, left out or replaced.
 std::size_t changesBetween(const QString& first, const QString& second)
 {
     const auto width = static_cast<std::size_t>(second.size()) + 1;
-    std::vector<std::size_t> before;
     std::vector<std::size_t> above;
     std::vector<std::size_t> row(width);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (qsizetype i = 1; i <= first.size(); ++i) {
-        before = above;
         above = row;
         row[0] = static_cast<std::size_t>(i);
         for (std::size_t j = 1; j < width; ++j) {
             const auto place = static_cast<qsizetype>(j);
             const bool isSame = first[i - 1] == second[place - 1];
             row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + (isSame ? 0 : 1)});
-            if (i > 1 && j > 1 && first[i - 1] == second[place - 2] &&
-                first[i - 2] == second[place - 1])
-                row[j] = std::min(row[j], before[j - 2] + 1);
         }
     }
     return row.back();
