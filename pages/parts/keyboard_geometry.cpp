@@ -99,6 +99,18 @@ const KeyRecord* KeyboardGeometry::find(int lightIndex) const
     return nullptr;
 }
 
+QList<int> KeyboardGeometry::keys() const
+{
+    QList<int> found;
+    if (!hasBoard())
+        return found;
+    for (const KeyRecord& key : layout->keys) {
+        if (isReportable(key) && !found.contains(key.lightIndex))
+            found += key.lightIndex;
+    }
+    return found;
+}
+
 // Keys in line come first, however wide the key the walk starts from; among the others a step
 // sideways counts double.
 const KeyRecord* KeyboardGeometry::neighbor(const KeyRecord* from, QPoint direction) const
@@ -125,6 +137,35 @@ const KeyRecord* KeyboardGeometry::neighbor(const KeyRecord* from, QPoint direct
         }
     }
     return nearest;
+}
+
+const KeyRecord* KeyboardGeometry::lastNeighbor(const KeyRecord* from, QPoint direction) const
+{
+    const KeyRecord* next = neighbor(from, direction);
+    if (from == nullptr)
+        return next;
+    const KeyRecord* last = from;
+    while (next != nullptr && areInLine(last->rect, next->rect, direction)) {
+        last = next;
+        next = neighbor(last, direction);
+    }
+    return last;
+}
+
+const KeyRecord* KeyboardGeometry::nextTyped(const KeyRecord* from, const QString& typed) const
+{
+    if (!hasBoard() || typed.isEmpty())
+        return nullptr;
+    QList<const KeyRecord*> found;
+    for (const KeyRecord& key : layout->keys) {
+        if (isReportable(key) && key.legend.startsWith(typed, Qt::CaseInsensitive))
+            found += &key;
+    }
+    if (found.isEmpty())
+        return nullptr;
+    std::ranges::stable_partition(
+        found, [&](const KeyRecord* key) { return key->legend.size() == typed.size(); });
+    return found.at((found.indexOf(from) + 1) % found.size());
 }
 
 } // namespace tavik

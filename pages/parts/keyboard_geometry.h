@@ -40,9 +40,19 @@ public:
     // The first key with this light index, or null.
     [[nodiscard]] const KeyRecord* find(int lightIndex) const;
 
+    // The light indexes of all keys that are found, in layout order, each once.
+    [[nodiscard]] QList<int> keys() const;
+
     // The nearest key in a direction, one of (±1, 0) and (0, ±1), or null when none lies there.
     // From nowhere (null), it is the first key of the layout.
     [[nodiscard]] const KeyRecord* neighbor(const KeyRecord* from, QPoint direction) const;
+
+    // Where a walk in the direction ends that never leaves the row or column.
+    [[nodiscard]] const KeyRecord* lastNeighbor(const KeyRecord* from, QPoint direction) const;
+
+    // The next key behind this one, or the first, whose legend begins with what was typed; null
+    // when there is none. One whose legend is just that comes before all others.
+    [[nodiscard]] const KeyRecord* nextTyped(const KeyRecord* from, const QString& typed) const;
 
 private:
     const KeyboardLayout* layout; // null without a board

@@ -2,7 +2,9 @@
 
 #include "model/keyboard_layout.h"
 #include "pages/parts/caption_text.h"
+#include "pages/parts/color_names.h"
 #include "pages/parts/focus_ring.h"
+#include "pages/parts/keyboard_accessible.h"
 #include "pages/parts/shown_text.h"
 
 #include <QContextMenuEvent>
@@ -54,6 +56,7 @@ KeyboardView::KeyboardView(QWidget* parent)
       keyboardPicture(QStringLiteral("img_keyboard_brix9.png"), SkinPicture::Scaling::Averaged),
       backgroundPicture(QStringLiteral("keyboard_bkg.png"), SkinPicture::Scaling::Stretched)
 {
+    QAccessible::installFactory(keyboardInterface); // before anything is told of this view
     setMinimumSize(880, 360);
     setMouseTracking(true);
     setAttribute(Qt::WA_TranslucentBackground);
@@ -87,6 +90,7 @@ void KeyboardView::setCaption(int lightIndex, const QString& caption)
     else
         captions.insert(lightIndex, shown);
     repaintKey(lightIndex);
+    tellOfKey(lightIndex, QAccessibleEvent(this, QAccessible::DescriptionChanged));
 }
 
 void KeyboardView::setKeyColor(int lightIndex, const QColor& color)
@@ -98,6 +102,7 @@ void KeyboardView::setKeyColor(int lightIndex, const QColor& color)
     else
         keyColors.remove(lightIndex);
     repaintKey(lightIndex);
+    tellOfKey(lightIndex, QAccessibleEvent(this, QAccessible::DescriptionChanged));
 }
 
 // A hand-edited layout may draw several keys for one index.
@@ -114,11 +119,75 @@ void KeyboardView::repaintKey(int lightIndex)
 
 void KeyboardView::selectKey(int lightIndex)
 {
-    for (int* key : {&selected, &marked}) {
-        repaintKey(*key);
-        *key = lightIndex;
+    const int before = std::exchange(selected, lightIndex);
+    for (const int key : {before, lightIndex}) {
+        repaintKey(key);
+        QAccessible::State changed;
+        changed.selected = true;
+        if (before != lightIndex)
+            tellOfKey(key, QAccessibleStateChangeEvent(this, changed));
     }
-    repaintKey(lightIndex);
+    setMark(lightIndex);
+}
+
+void KeyboardView::setMark(int lightIndex)
+{
+    const int before = std::exchange(marked, lightIndex);
+    repaintKey(before);
+    repaintKey(marked);
+    if (before != marked && hasFocus())
+        tellOfKey(marked, QAccessibleEvent(this, QAccessible::Focus));
+}
+
+void KeyboardView::tellOfKey(int lightIndex, QAccessibleEvent&& event)
+{
+    if (!QAccessible::isActive())
+        return;
+    event.setChild(static_cast<int>(keys().indexOf(lightIndex)));
+    if (event.child() >= 0)
+        QAccessible::updateAccessibility(&event);
+}
+
+QString KeyboardView::wordsOnKey(int lightIndex) const
+{
+    switch (mode) {
+    case KeyboardViewMode::RainbowGlow:
+        break;
+    case KeyboardViewMode::Captions: {
+        const QString caption = captions.value(lightIndex).simplified();
+        return caption.isEmpty() ? tr("factory function") : beginningOf(caption, toolTipNameLimit);
+    }
+    case KeyboardViewMode::KeyColors:
+        if (const QColor color = keyColors.value(lightIndex); color.isValid())
+            return colorWords(color);
+        break;
+    }
+    return {};
+}
+
+QRect KeyboardView::hitRectangle(int lightIndex) const
+{
+    const KeyRecord* key = geometryNow().find(lightIndex);
+    return key == nullptr ? QRect() : hitRectangle(*key);
+}
+
+void KeyboardView::focusKey(int lightIndex)
+{
+    setMark(lightIndex);
+    setFocus(Qt::TabFocusReason);
+    showMark(true);
+}
+
+void KeyboardView::pressKey(int lightIndex)
+{
+    selectKey(lightIndex);
+    emit slotActivated(lightIndex);
+}
+
+void KeyboardView::openKeyMenu(int lightIndex)
+{
+    selectKey(lightIndex);
+    emit slotContextMenu(lightIndex, mapToGlobal(hitRectangle(lightIndex).center()));
 }
 
 void KeyboardView::showMark(bool visible)
@@ -169,11 +238,41 @@ void KeyboardView::moveMark(QPoint direction)
 {
     const KeyboardGeometry geometry = geometryNow();
     const KeyRecord* next = geometry.neighbor(geometry.find(marked), direction);
-    repaintKey(marked);
     if (next != nullptr)
-        marked = next->lightIndex;
-    repaintKey(marked);
+        setMark(next->lightIndex);
     showMark(true);
+}
+
+// To the end of a row or column, or to the key on which stands what was typed. What is typed with
+// Ctrl or Alt is meant for something else.
+bool KeyboardView::takesMarkFar(const QKeyEvent& event)
+{
+    if ((event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0)
+        return false;
+    const KeyboardGeometry geometry = geometryNow();
+    const KeyRecord* from = geometry.find(marked);
+    const KeyRecord* to = nullptr;
+    switch (event.key()) {
+    case Qt::Key_Home:
+        to = geometry.lastNeighbor(from, {-1, 0});
+        break;
+    case Qt::Key_End:
+        to = geometry.lastNeighbor(from, {1, 0});
+        break;
+    case Qt::Key_PageUp:
+        to = geometry.lastNeighbor(from, {0, -1});
+        break;
+    case Qt::Key_PageDown:
+        to = geometry.lastNeighbor(from, {0, 1});
+        break;
+    default:
+        to = geometry.nextTyped(from, event.text().trimmed());
+    }
+    if (to == nullptr)
+        return false;
+    setMark(to->lightIndex);
+    showMark(true);
+    return true;
 }
 
 void KeyboardView::keyPressEvent(QKeyEvent* event)
@@ -198,26 +297,20 @@ void KeyboardView::keyPressEvent(QKeyEvent* event)
     case Qt::Key_Space:
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (geometryNow().find(marked) != nullptr) {
-            selectKey(marked);
-            emit slotActivated(marked);
-        }
+        if (geometryNow().find(marked) != nullptr)
+            pressKey(marked);
         return;
     default:
-        QWidget::keyPressEvent(event);
+        if (!takesMarkFar(*event))
+            QWidget::keyPressEvent(event);
     }
 }
 
 void KeyboardView::contextMenuEvent(QContextMenuEvent* event)
 {
     // With the mouse the press itself has asked for the menu already.
-    const KeyboardGeometry geometry = geometryNow();
-    const KeyRecord* key = geometry.find(marked);
-    if (event->reason() != QContextMenuEvent::Keyboard || key == nullptr)
-        return;
-    const QPoint center = geometry.hitRectangle(*key).center();
-    selectKey(marked);
-    emit slotContextMenu(marked, mapToGlobal(center));
+    if (event->reason() == QContextMenuEvent::Keyboard && geometryNow().find(marked) != nullptr)
+        openKeyMenu(marked);
 }
 
 // Without the base class, which would repaint everything.
@@ -231,6 +324,12 @@ void KeyboardView::focusInEvent(QFocusEvent* event)
     if (markVisible && geometryNow().find(marked) == nullptr)
         moveMark({1, 0});
     repaintKey(marked);
+    // Qt tells of the view's own focus after this, and the key is the last to be heard.
+    const auto tell = [this] {
+        if (hasFocus())
+            tellOfKey(marked, QAccessibleEvent(this, QAccessible::Focus));
+    };
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 
 void KeyboardView::focusOutEvent(QFocusEvent* event)

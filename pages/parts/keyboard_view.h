@@ -3,6 +3,7 @@
 #include "app/skin/skin_picture.h"
 #include "pages/parts/keyboard_geometry.h"
 
+#include <QAccessible>
 #include <QColor>
 #include <QMap>
 #include <QWidget>
@@ -22,7 +23,9 @@ enum class KeyboardViewMode { RainbowGlow = 0, Captions = 1, KeyColors = 2 };
 // layout with another index is drawn but never reported.
 //
 // The drawn keys can be reached from the keyboard as well: the arrow keys move a focus mark of
-// their own, Space and Return press the marked key, the menu key asks for its menu.
+// their own, as Home, End, Page Up, Page Down and what stands on a key do. Space and Return press
+// the marked key, the menu key asks for its menu. Assistive tools find a child for every key that
+// is reported (keyboard_accessible).
 class KeyboardView : public QWidget
 {
     Q_OBJECT
@@ -46,8 +49,22 @@ public:
     // widget coordinates; -1 when there is none.
     [[nodiscard]] int keyAt(QPoint point) const { return geometryNow().keyAt(point); }
 
+    // The light indexes of all keys that can be reported, in layout order.
+    [[nodiscard]] QList<int> keys() const { return geometryNow().keys(); }
+
     // The light index of the key that the next key stroke acts on; -1 for none.
     [[nodiscard]] int markedKey() const { return marked; }
+
+    // The light index of the key that was pressed last; -1 for none.
+    [[nodiscard]] int selectedKey() const { return selected; }
+
+    // What the view shows on a key, in words; empty where it only shows the keyboard.
+    [[nodiscard]] QString wordsOnKey(int lightIndex) const;
+
+    // These act on a key of the board without the pointer, as a key stroke does.
+    void focusKey(int lightIndex);
+    void pressKey(int lightIndex);
+    void openKeyMenu(int lightIndex);
 
     // The rectangle in which a key answers to the pointer, in widget coordinates; empty while no
     // board with a size is shown.
@@ -55,6 +72,7 @@ public:
     {
         return geometryNow().hitRectangle(key);
     }
+    [[nodiscard]] QRect hitRectangle(int lightIndex) const;
 
 signals:
     // A left press on a key.
@@ -76,7 +94,10 @@ private:
     [[nodiscard]] KeyboardGeometry geometryNow() const { return {keyboardLayout, size()}; }
     void repaintKey(int lightIndex);
     void selectKey(int lightIndex);
+    void setMark(int lightIndex);
     void moveMark(QPoint direction);
+    [[nodiscard]] bool takesMarkFar(const QKeyEvent& event);
+    void tellOfKey(int lightIndex, QAccessibleEvent&& event);
     void showMark(bool visible);
 
     void paintWorkspaceBehind(QPainter& painter);
