@@ -12,6 +12,7 @@
 #include "pages/keys/keymap_widget.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/macros/macro_widget.h"
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/announcement.h"
 #include "pages/parts/focus_ring.h"
 #include "pages/parts/keyboard_view.h"
@@ -210,6 +211,7 @@ QWidget* MainWindow::createSidebar()
     auto* sidebar = new QWidget(this);
     sidebar->setObjectName(QStringLiteral("sidebar"));
     sidebar->setFixedWidth(58);
+    setAccessibleRole(sidebar, QAccessible::PageTabList, tr("Pages"));
     auto* column = new QVBoxLayout(sidebar);
     column->setContentsMargins(5, 9, 5, 8);
     for (const SidebarEntry& entry : sidebarEntries) {
@@ -237,6 +239,7 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
     button->setFocusPolicy(Qt::StrongFocus); // after a click, the focus stays here
     button->setToolTip(title);
     button->setAccessibleName(title);
+    setAccessibleRole(button, QAccessible::PageTab);
     connect(button, &QToolButton::toggled, this, [this, &entry](bool isChosen) {
         if (isChosen)
             showPage(entry);

@@ -5,8 +5,10 @@
 #include "model/keyboard_layout.h"
 #include "pages/lighting/effect_delegate.h"
 #include "pages/lighting/palette_wheel.h"
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/announcement.h"
 #include "pages/parts/busy_wait.h"
+#include "pages/parts/color_names.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
 #include "pages/parts/shown_text.h"
@@ -47,28 +49,6 @@ constexpr int directionPlainFrame = 0;
 constexpr int directionChosenFrame = 4;
 constexpr int swatchColumns = 7;
 constexpr int panelMinimumHeight = 290;
-
-struct Swatch
-{
-    const char* color;
-    const char* name;
-};
-constexpr std::array<Swatch, 14> swatches{{
-    {"#ff0000", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Red")},
-    {"#ec00db", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Magenta")},
-    {"#8d00ff", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Violet")},
-    {"#1515ec", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Blue")},
-    {"#0090f3", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Sky blue")},
-    {"#00dfe0", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Cyan")},
-    {"#29953c", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Dark green")},
-    {"#00e500", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Green")},
-    {"#a4e900", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Lime")},
-    {"#f3e500", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Yellow")},
-    {"#f2a000", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Amber")},
-    {"#e94f00", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Orange")},
-    {"#f4f4f4", QT_TRANSLATE_NOOP("tavik::LightingWidget", "White")},
-    {"#090909", QT_TRANSLATE_NOOP("tavik::LightingWidget", "Black")},
-}};
 
 // On purpose the arrow to the right stands in the left cell, and the other way round.
 struct DirectionEntry
@@ -267,15 +247,15 @@ QLayout* LightingWidget::createSwatches(QWidget* parent)
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(5);
-    for (int index = 0; index < static_cast<int>(swatches.size()); ++index) {
-        const Swatch& swatch = swatches.at(static_cast<std::size_t>(index));
-        const QColor swatchColor(QLatin1String(swatch.color));
+    for (int index = 0; index < static_cast<int>(swatchColors.size()); ++index) {
+        const NamedColor& swatch = swatchColors.at(static_cast<std::size_t>(index));
+        const QColor swatchColor(swatch.color);
         auto* button = new QPushButton(parent);
         button->setFixedSize(32, 30);
         button->setCursor(Qt::PointingHandCursor);
         button->setProperty("swatchColor", swatchColor);
-        button->setAccessibleName(tr("Color %1").arg(swatchColor.name()));
-        button->setToolTip(colorToolTip(tr(swatch.name), swatchColor));
+        button->setAccessibleName(colorWords(swatchColor));
+        button->setToolTip(colorToolTip(nameOf(swatch), swatchColor));
         button->setStyleSheet(
             QStringLiteral("QPushButton { background:%1; border:1px solid #555; padding:0; }"
                            "QPushButton:hover { border:2px solid white; }")
@@ -308,6 +288,7 @@ QLayout* LightingWidget::createSleepChoices(QWidget* parent)
         row->addWidget(button);
     }
     row->addStretch();
+    setAccessibleGroup(group, tr("Lighting sleep time"));
     // Clicking the chosen one sends it once more, so toggling alone would not do. What toggles
     // without a click is an assistive tool.
     connect(group, &QButtonGroup::idToggled, this, [this](int code, bool isChosen) {
@@ -390,6 +371,7 @@ QLayout* LightingWidget::createDirectionPad(QWidget* parent)
     grid->setVerticalSpacing(2);
     grid->setAlignment(Qt::AlignLeft);
     showDirection();
+    setAccessibleGroup(group, tr("Direction"));
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseDirection);
     connect(group, &QButtonGroup::idToggled, this, [this](int index, bool isChosen) {
         if (isChosen)

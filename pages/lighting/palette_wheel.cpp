@@ -1,7 +1,9 @@
 #include "pages/lighting/palette_wheel.h"
 
 #include "app/skin/skin_icons.h"
+#include "pages/parts/color_names.h"
 
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -43,6 +45,54 @@ int hueDistance(int first, int second)
 {
     const int distance = std::abs(first - second);
     return std::min(distance, 360 - distance);
+}
+
+class WheelInterface : public QAccessibleWidget, public QAccessibleValueInterface
+{
+public:
+    explicit WheelInterface(PaletteWheel* wheel) : QAccessibleWidget(wheel, QAccessible::Dial) {}
+
+    QString text(QAccessible::Text kind) const override
+    {
+        return kind == QAccessible::Value || kind == QAccessible::Description
+                   ? colorWords(wheel().color())
+                   : QAccessibleWidget::text(kind);
+    }
+
+    QVariant currentValue() const override { return wheel().hue(); }
+    void setCurrentValue(const QVariant& value) override { wheel().pickHue(value.toInt()); }
+    QVariant minimumValue() const override { return 0; }
+    QVariant maximumValue() const override { return 359; }
+    QVariant minimumStepSize() const override { return hueStep; }
+
+    QStringList actionNames() const override
+    {
+        return QStringList{increaseAction(), decreaseAction()} + QAccessibleWidget::actionNames();
+    }
+    void doAction(const QString& name) override
+    {
+        if (name == increaseAction())
+            wheel().turnHue(hueStep);
+        else if (name == decreaseAction())
+            wheel().turnHue(-hueStep);
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+    void* interface_cast(QAccessible::InterfaceType type) override
+    {
+        return type == QAccessible::ValueInterface ? static_cast<QAccessibleValueInterface*>(this)
+                                                   : QAccessibleWidget::interface_cast(type);
+    }
+
+private:
+    PaletteWheel& wheel() const { return *static_cast<PaletteWheel*>(object()); }
+};
+
+QAccessibleInterface* wheelInterface(const QString&, QObject* object)
+{
+    auto* wheel = qobject_cast<PaletteWheel*>(object);
+    return wheel == nullptr ? nullptr : new WheelInterface(wheel);
 }
 
 } // namespace
@@ -96,6 +146,7 @@ PaletteWheel::PaletteWheel(QWidget* parent)
       picturePixmap(QPixmap::fromImage(picture)),
       markers(picture, wheelSize)
 {
+    QAccessible::installFactory(wheelInterface); // before anything is told of this wheel
     setFixedSize(wheelSize);
     setCursor(Qt::CrossCursor);
     setFocusPolicy(Qt::TabFocus);
@@ -107,6 +158,8 @@ void PaletteWheel::setColor(const QColor& color)
     currentColor = color;
     marker = markers.find(color).value_or(marker);
     update();
+    QAccessibleValueChangeEvent changed(this, hue());
+    QAccessible::updateAccessibility(&changed);
 }
 
 void PaletteWheel::mousePressEvent(QMouseEvent* event)
@@ -149,8 +202,20 @@ void PaletteWheel::keyPressEvent(QKeyEvent* event)
 
 void PaletteWheel::turnHue(int degrees)
 {
-    const int hue = std::max(currentColor.hue(), 0); // a gray starts at red
-    setColor(QColor::fromHsv((hue + degrees + 360) % 360, 255, 255));
+    pick(QColor::fromHsv((hue() + degrees + 360) % 360, 255, 255)); // a gray starts at red
+}
+
+void PaletteWheel::pickHue(int degrees)
+{
+    const int hue = std::clamp(degrees, 0, 359);
+    pick(currentColor.hue() < 0
+             ? QColor::fromHsv(hue, 255, 255)
+             : QColor::fromHsv(hue, currentColor.hsvSaturation(), currentColor.value()));
+}
+
+void PaletteWheel::pick(const QColor& color)
+{
+    setColor(color);
     if (colorPicked)
         colorPicked(currentColor);
 }

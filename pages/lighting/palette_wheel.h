@@ -5,6 +5,7 @@
 #include <QPixmap>
 #include <QWidget>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <optional>
@@ -32,7 +33,8 @@ private:
     std::array<std::optional<Place>, 360> bestOfHue;
 };
 
-// A hue ring on which the user picks a color; the middle shows the current one.
+// A hue ring on which the user picks a color; the middle shows the current one. To assistive tools
+// it is a dial whose value is the hue in degrees.
 class PaletteWheel : public QWidget
 {
     Q_OBJECT
@@ -47,6 +49,15 @@ public:
 
     // Shows the color and moves the marker to its hue; a gray leaves the marker where it is.
     void setColor(const QColor& color);
+    [[nodiscard]] const QColor& color() const { return currentColor; }
+
+    // The hue in degrees, 0 to 359; 0 for a gray.
+    [[nodiscard]] int hue() const { return std::max(currentColor.hue(), 0); }
+
+    // The user picks another hue of the current color; a gray becomes a clear color.
+    void pickHue(int degrees);
+    // The user picks the clear color so many degrees away.
+    void turnHue(int degrees);
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -54,7 +65,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void turnHue(int degrees);
+    void pick(const QColor& color);
 
     QImage picture;
     QPixmap picturePixmap;

@@ -4,6 +4,7 @@
 #include "device/device.h"
 #include "pages/parts/keyboard_view.h"
 #include "tests/app/window_pages.h"
+#include "tests/support/accessible_view.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/files.h"
 #include "tests/support/isolated_main.h"
@@ -544,6 +545,31 @@ private slots:
             if (!button->objectName().startsWith("qt_"))
                 QVERIFY2(!button->accessibleName().isEmpty(), qPrintable(button->objectName()));
         }
+    }
+
+    void sidebarIsAListOfPageTabs()
+    {
+        auto* sidebar = window->findChild<QWidget*>(QStringLiteral("sidebar"));
+        const QAccessibleInterface& tabs = accessible(sidebar);
+        QCOMPARE(tabs.role(), QAccessible::PageTabList);
+        QCOMPARE(nameOf(tabs), QStringLiteral("Pages"));
+        QCOMPARE(tabs.childCount(), 9);
+        for (int page = 0; page < tabs.childCount(); ++page) {
+            QAccessibleInterface* tab = tabs.child(page);
+            QCOMPARE(tab->role(), QAccessible::PageTab);
+            QCOMPARE(nameOf(*tab), sidebarButtons(*window).at(page)->toolTip());
+            tab->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+            QCOMPARE(stackOf(*window)->currentIndex(), page);
+            for (int other = 0; other < tabs.childCount(); ++other) {
+                const QAccessible::State state = tabs.child(other)->state();
+                QVERIFY(state.selectable);
+                QCOMPARE(bool(state.selected), other == page);
+                QCOMPARE(bool(state.checked), other == page);
+            }
+        }
+        sidebarButtons(*window).at(0)->setEnabled(false);
+        QVERIFY(!tabs.child(0)->actionInterface()->actionNames().contains(
+            QAccessibleActionInterface::toggleAction()));
     }
 
 private:

@@ -3,6 +3,8 @@
 #include "device/device.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/lighting/palette_wheel.h"
+#include "pages/parts/color_names.h"
+#include "tests/support/accessible_view.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"
 #include "tests/support/pixel_probe.h"
@@ -367,6 +369,142 @@ private slots:
             const QRect area(child->mapTo(panel, QPoint()), child->size());
             QVERIFY2(panel->rect().contains(area), child->metaObject()->className());
         }
+    }
+
+    void swatchesHaveWords()
+    {
+        QCOMPARE(nameOf(tests::accessible(swatch("#8d00ff"))), QStringLiteral("violet, #8d00ff"));
+        QCOMPARE(nameOf(tests::accessible(swatch("#29953c"))),
+                 QStringLiteral("dark green, #29953c"));
+    }
+
+    void wheelIsADial()
+    {
+        QAccessibleInterface& dial = tests::accessible(wheel());
+        QCOMPARE(dial.role(), QAccessible::Dial);
+        QCOMPARE(nameOf(dial), QStringLiteral("Color wheel"));
+        QAccessibleValueInterface* value = dial.valueInterface();
+        QVERIFY(value != nullptr);
+        QCOMPARE(value->minimumValue().toInt(), 0);
+        QCOMPARE(value->maximumValue().toInt(), 359);
+        QCOMPARE(value->minimumStepSize().toInt(), 5);
+        QCOMPARE(value->currentValue().toInt(), 0);
+        QCOMPARE(dial.text(QAccessible::Value), QStringLiteral("red, #ff0000"));
+
+        value->setCurrentValue(240.0); // as the bus has it
+        QCOMPARE(rgb(), QList<int>({0, 0, 255}));
+        QCOMPARE(value->currentValue().toInt(), 240);
+        QCOMPARE(dial.text(QAccessible::Description), QStringLiteral("blue, #0000ff"));
+        QVERIFY(timer()->isActive());
+        value->setCurrentValue(1000);
+        QCOMPARE(value->currentValue().toInt(), 359);
+        value->setCurrentValue(-1);
+        QCOMPARE(value->currentValue().toInt(), 0);
+    }
+
+    void wheelTurnsByTheHueAlone()
+    {
+        QAccessibleValueInterface* value = tests::accessible(wheel()).valueInterface();
+        page->setColor(QColor::fromHsv(120, 128, 200));
+        value->setCurrentValue(300);
+        QCOMPARE(rgb(), QList<int>({200, 100, 200}));
+        page->setColor(QColor(20, 20, 20)); // of no hue
+        QCOMPARE(value->currentValue().toInt(), 0);
+        value->setCurrentValue(120);
+        QCOMPARE(rgb(), QList<int>({0, 255, 0}));
+    }
+
+    void wheelIsTurnedStepByStep()
+    {
+        QAccessibleActionInterface* actions = tests::accessible(wheel()).actionInterface();
+        const QString more = QAccessibleActionInterface::increaseAction();
+        const QString less = QAccessibleActionInterface::decreaseAction();
+        const QString focus = QAccessibleActionInterface::setFocusAction();
+        QCOMPARE(actions->actionNames(), QStringList({more, less, focus}));
+        actions->doAction(more);
+        QCOMPARE(rgb(), QList<int>({255, 21, 0}));
+        actions->doAction(less);
+        actions->doAction(less);
+        QCOMPARE(rgb(), QList<int>({255, 0, 21}));
+        actions->doAction(focus);
+        QTRY_VERIFY(wheel()->hasFocus());
+    }
+
+    void wheelTellsOfEveryHue()
+    {
+        Told told;
+        swatch("#0090f3")->click();
+        QTest::mouseClick(wheel(), Qt::LeftButton, {}, {120, 8});
+        QVERIFY(!Told::events().isEmpty());
+        QCOMPARE(Told::events().last().description, colorWords(wheel()->color()));
+        QVERIFY(Told::names(QAccessible::ValueChanged).contains("Color wheel"));
+    }
+
+    void choicesStandInNamedGroups_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("choices");
+        QTest::addColumn<int>("chosen");
+        QTest::newRow("sleep") << "Lighting sleep time"
+                               << QStringList{"Not Sleep", "1 min", "5 min", "30 min"} << 2;
+        QTest::newRow("direction")
+            << "Direction"
+            << QStringList{"Direction right", "Direction down", "Direction up", "Direction left"}
+            << 3;
+    }
+
+    void choicesStandInNamedGroups()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, choices);
+        QFETCH(int, chosen);
+        QWidget* button = name == QStringLiteral("Direction")
+                              ? static_cast<QWidget*>(direction("Direction up"))
+                              : sleepChoice("1 min");
+        QAccessibleInterface* group = tests::accessible(button).parent();
+        QCOMPARE(group->role(), QAccessible::Grouping);
+        QCOMPARE(nameOf(*group), name);
+        QCOMPARE(namesIn(*group), choices);
+        QVERIFY(group->isValid());
+        QVERIFY(!group->state().invisible && !group->state().disabled);
+        QCOMPARE(group->window(), page->windowHandle());
+
+        QAccessibleInterface* column = group->parent();
+        QCOMPARE(column->object(), button->parent());
+        QVERIFY(column->indexOfChild(group) >= 0);
+        QCOMPARE(column->child(column->indexOfChild(group)), group);
+        int groups = 0;
+        for (const QAccessibleInterface* child : childrenOf(*column)) {
+            QCOMPARE(child->parent(), column); // no choice stands beside its group
+            groups += child == group ? 1 : 0;
+        }
+        QCOMPARE(groups, 1);
+        for (int index = 0; index < choices.size(); ++index) {
+            QAccessibleInterface* choice = group->child(index);
+            QCOMPARE(group->indexOfChild(choice), index);
+            QCOMPARE(choice->role(), QAccessible::RadioButton);
+            QVERIFY(choice->state().checkable && !choice->state().selectable);
+            QCOMPARE(bool(choice->state().checked), index == chosen);
+            QVERIFY(group->rect().contains(choice->rect()));
+            QCOMPARE(column->childAt(choice->rect().center().x(), choice->rect().center().y()),
+                     group);
+        }
+        group->child(0)->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+        QVERIFY(group->child(0)->state().checked && !group->child(chosen)->state().checked);
+        page->hide();
+        QVERIFY(group->state().invisible);
+    }
+
+    void heldGroupsEndWithThePage()
+    {
+        QAccessibleInterface* group = tests::accessible(sleepChoice("1 min")).parent();
+        const QList<QAccessible::Id> ids{QAccessible::uniqueId(group),
+                                         QAccessible::uniqueId(group->child(0)),
+                                         QAccessible::uniqueId(&tests::accessible(wheel()))};
+        Told told;
+        page.reset();
+        for (const QAccessible::Id id : ids)
+            QCOMPARE(QAccessible::accessibleInterface(id), nullptr);
     }
 
 private:
