@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace tavik::virtual_keyboard {
 
@@ -79,10 +80,15 @@ bool WireLog::update(const VirtualBus& bus)
         eventsRead = 0; // the trace was cleared
     while (eventsRead < trace.size())
         read(trace[eventsRead++]);
-    const std::vector<std::string> violations = bus.violations();
-    violationsRead = std::min(violationsRead, violations.size());
-    while (violationsRead < violations.size())
-        add(QString::fromStdString(violations[violationsRead++]), true);
+    // They come from two lists, one behind the other, so a new one may stand before an older one.
+    std::vector<std::string> fresh = bus.violations();
+    for (const std::string& known : std::exchange(violationsSeen, fresh)) {
+        const auto same = std::ranges::find(fresh, known);
+        if (same != fresh.end())
+            fresh.erase(same);
+    }
+    for (const std::string& violation : fresh)
+        add(QString::fromStdString(violation), true);
     return latest != before;
 }
 

@@ -6,6 +6,9 @@
 #include <QList>
 #include <QString>
 
+#include <string>
+#include <vector>
+
 namespace tavik::virtual_keyboard {
 
 struct WireLine
@@ -40,7 +43,7 @@ private:
 
     QList<WireLine> latest;
     std::size_t eventsRead = 0;
-    std::size_t violationsRead = 0;
+    std::vector<std::string> violationsSeen;
     int refused = 0;
 
     // The latest command, and its data reports or blocks so far.
