@@ -24,6 +24,7 @@ struct Words
     bool json = false;
     bool dryRun = false;
     std::function<void(const Output&)> command;
+    int commands = 0; // that were named
 
     LightWords light;
     bool listsEffects = false;
@@ -68,8 +69,10 @@ CLI::App* addCommand(CLI::App& parent, Words& words, const std::string& name,
     CLI::App* app = parent.add_subcommand(name, description);
     app->fallthrough();
     app->callback([app, &words, command = std::move(command)] {
-        if (app->get_subcommands().empty())
-            words.command = command;
+        if (!app->get_subcommands().empty())
+            return;
+        words.command = command;
+        ++words.commands;
     });
     return app;
 }
@@ -266,6 +269,10 @@ int runCommand(const std::vector<std::string>& arguments, std::ostream& out, std
         if (!words.command)
             throw Failure{ExitCode::WrongUsage,
                           QStringLiteral("Name a command; tavikctl --help lists them.")};
+        if (words.commands > 1)
+            throw Failure{ExitCode::WrongUsage,
+                          QStringLiteral("One command at a time; a file that is called like one "
+                                         "needs ./ before its name.")};
         carryOut(words, {out, err, isTerminal, words.json, words.dryRun});
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)

@@ -49,9 +49,11 @@ void setMacro(const Output& output, const QString& name, const QString& steps)
         throw Failure{ExitCode::WrongUsage, QStringLiteral("A macro needs a name.")};
     const QList<MacroAction> actions = macroFromWords(steps);
     editState(output, [&](SavedState& state) {
-        const auto found = std::ranges::find_if(state.macros, [&](const MacroRecord& macro) {
-            return macro.name.compare(name, Qt::CaseInsensitive) == 0;
-        });
+        auto found = std::ranges::find(state.macros, name, &MacroRecord::name);
+        if (found == state.macros.end())
+            found = std::ranges::find_if(state.macros, [&](const MacroRecord& macro) {
+                return macro.name.compare(name, Qt::CaseInsensitive) == 0;
+            });
         if (found == state.macros.end())
             state.macros.append({name, actions});
         else

@@ -179,6 +179,16 @@ private slots:
         QCOMPARE(runArguments({"macros", "set", "", "press", "a"}).code, 2);
     }
 
+    void macroOfJustThatNameIsChanged()
+    {
+        AppState::instance().macros = {{"greet", {}}, {"Greet", {}}};
+        AppState::instance().save();
+        QCOMPARE(run("macros set Greet press z").code, 0);
+        const QList<MacroRecord> macros = AppState::instance().macros;
+        QCOMPARE(macros.at(0).actions.size(), qsizetype{0});
+        QCOMPARE(macros.at(1).actions.size(), qsizetype{1});
+    }
+
     void answersInJson()
     {
         const auto json = [](const QString& line) {
@@ -219,6 +229,10 @@ private slots:
         };
         row("--json", "Name a command; tavikctl --help lists them.");
         row("frobnicate", "following argument was not expected: frobnicate");
+        for (const char* two :
+             {"keys set caps=disabled write", "export keys", "apply status", "light static sleep 5",
+              "screen a.gif status", "light colors", "macros remove write earlier"})
+            row(two, "One command at a time");
         row("light", "Name an effect");
         row("light brethe", "There is no effect \"brethe\". Did you mean breath,");
         row("light static --brightness 6", "The brightness goes from 0 to 5.");

@@ -91,7 +91,7 @@ private slots:
         row("light static --color 0090f3", [=](LightingWidget& page) {
             effect(page, "Static");
             accessible<QAbstractButton>(page, "Random Color")->click();
-            accessible<QAbstractButton>(page, "Color #0090f3")->click();
+            accessible<QAbstractButton>(page, "sky blue, #0090f3")->click();
         });
         row("light breath --color random --brightness 0 --speed 5 --direction up",
             [=](LightingWidget& page) {

@@ -44,7 +44,7 @@ void Tour::visitLighting()
         lightingText);
 
     step(
-        "take the orange swatch", [&] { driver.click(TourDriver::called("Color #e94f00")); },
+        "take the orange swatch", [&] { driver.click(TourDriver::called("orange, #e94f00")); },
         [] {
             const Report& lighting = held().lighting;
             return lighting[1] == 0xE9 && lighting[2] == 0x4F && lighting[3] == 0x00;
