@@ -240,10 +240,7 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
     button->setToolTip(title);
     button->setAccessibleName(title);
     setAccessibleRole(button, QAccessible::PageTab);
-    connect(button, &QToolButton::toggled, this, [this, &entry](bool isChosen) {
-        if (isChosen)
-            showPage(entry);
-    });
+    connect(button, &QToolButton::clicked, this, [this, &entry] { showPage(entry); });
     sidebarButtons.append(button);
     return button;
 }

@@ -4,6 +4,7 @@
 #include "pages/colors/color_preview.h"
 #include "pages/colors/color_transfer.h"
 #include "pages/parts/busy_wait.h"
+#include "pages/parts/color_names.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
@@ -33,10 +34,9 @@ constexpr QSize swatchSize(16, 16);
 constexpr int swatchMargin = 8;
 constexpr QColor swatchFrame(0x80, 0x80, 0x88);
 
-QColor shownColor(std::size_t lightIndex)
+QColor colorOfKey(std::size_t lightIndex)
 {
-    const KeyColor color = colorOf(AppState::instance().customRgb, lightIndex);
-    return {color.red, color.green, color.blue};
+    return shownColor(colorOf(AppState::instance().customRgb, lightIndex));
 }
 
 // Off the edge of the menu.
@@ -112,7 +112,7 @@ void RgbWidget::createView()
     });
     view->setKeyToolTip([](int lightIndex) {
         return colorToolTip(nameOfKey(lightIndex),
-                            shownColor(static_cast<std::size_t>(lightIndex)));
+                            colorOfKey(static_cast<std::size_t>(lightIndex)));
     });
 }
 
@@ -137,7 +137,7 @@ void RgbWidget::showKeyMenu(int lightIndex, QPoint globalPos)
 {
     const KeyColor color =
         colorOf(AppState::instance().customRgb, static_cast<std::size_t>(lightIndex));
-    const QColor shown(color.red, color.green, color.blue);
+    const QColor shown = shownColor(color);
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addAction(swatch(shown, this), tr("Take this color"), this,
@@ -164,10 +164,7 @@ void RgbWidget::showBrushColor()
 
 void RgbWidget::paintKey(ColorBank& bank, std::size_t lightIndex) const
 {
-    setColor(bank, lightIndex,
-             {static_cast<unsigned char>(brushColor.red()),
-              static_cast<unsigned char>(brushColor.green()),
-              static_cast<unsigned char>(brushColor.blue())});
+    setColor(bank, lightIndex, keyColorOf(brushColor));
 }
 
 void RgbWidget::keyClicked(int lightIndex)
@@ -249,7 +246,7 @@ void RgbWidget::editColors(const QString& name, const std::function<void(ColorBa
 void RgbWidget::refreshColors()
 {
     for (std::size_t lightIndex = 0; lightIndex < layerSize; ++lightIndex)
-        view->setKeyColor(static_cast<int>(lightIndex), shownColor(lightIndex));
+        view->setKeyColor(static_cast<int>(lightIndex), colorOfKey(lightIndex));
     showMark();
 }
 

@@ -75,18 +75,12 @@ struct SleepChoice
 constexpr std::array<SleepChoice, 4> sleepChoices{
     {{"Not Sleep", 0}, {"1 min", 1}, {"5 min", 2}, {"30 min", 3}}};
 
-KeyColor keyColorOf(const QColor& color)
-{
-    return {static_cast<unsigned char>(color.red()), static_cast<unsigned char>(color.green()),
-            static_cast<unsigned char>(color.blue())};
-}
-
 } // namespace
 
 LightingWidget::LightingWidget(QWidget* parent)
     : QWidget(parent),
       effect(usualLighting.effect),
-      color(usualLighting.color.red, usualLighting.color.green, usualLighting.color.blue),
+      color(shownColor(usualLighting.color)),
       direction(usualLighting.direction),
       sleep(startSleep)
 {
@@ -289,21 +283,8 @@ QLayout* LightingWidget::createSleepChoices(QWidget* parent)
     }
     row->addStretch();
     setAccessibleGroup(group, tr("Lighting sleep time"));
-    // Clicking the chosen one sends it once more, so toggling alone would not do. What toggles
-    // without a click is an assistive tool.
-    connect(group, &QButtonGroup::idToggled, this, [this](int code, bool isChosen) {
-        if (!isChosen)
-            return;
-        toggledSleep = code;
-        QTimer::singleShot(0, this, [this] {
-            if (toggledSleep)
-                chooseSleep(*std::exchange(toggledSleep, {}));
-        });
-    });
-    connect(group, &QButtonGroup::idClicked, this, [this](int code) {
-        toggledSleep.reset();
-        chooseSleep(code);
-    });
+    // Clicking the chosen one sends it once more, so toggling would not do.
+    connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseSleep);
     letTabFindTheChosen(group->buttons());
     return row;
 }
@@ -373,10 +354,6 @@ QLayout* LightingWidget::createDirectionPad(QWidget* parent)
     showDirection();
     setAccessibleGroup(group, tr("Direction"));
     connect(group, &QButtonGroup::idClicked, this, &LightingWidget::chooseDirection);
-    connect(group, &QButtonGroup::idToggled, this, [this](int index, bool isChosen) {
-        if (isChosen)
-            chooseDirection(index);
-    });
     letTabFindTheChosen(group->buttons());
     return grid;
 }

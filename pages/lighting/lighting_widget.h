@@ -7,7 +7,6 @@
 #include <QWidget>
 
 #include <array>
-#include <optional>
 
 class QLayout;
 class QListWidget;
@@ -69,7 +68,6 @@ private:
     QColor color;
     int direction;
     int sleep;
-    std::optional<int> toggledSleep; // by something else than a click, to be sent
     QTimer sendTimer{this};
 
     QListWidget* effectList = nullptr;

@@ -48,12 +48,10 @@ bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
     return true;
 }
 
-bool MacroRecording::release(Input input, std::uint8_t code, quint64 timeMs)
+void MacroRecording::release(Input input, std::uint8_t code, quint64 timeMs)
 {
-    if (!isHeld(input, code))
-        return false;
-    events += Event{timeMs, input, code, false};
-    return true;
+    if (isHeld(input, code))
+        events += Event{timeMs, input, code, false};
 }
 
 void MacroRecording::dropLastPress(Input input, std::uint8_t code)

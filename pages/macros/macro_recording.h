@@ -12,12 +12,14 @@ class MacroRecording
 public:
     enum class Input { Key, Button };
 
-    // The code is a keyboard usage or a button code, the time in milliseconds of any clock. What is
-    // held already cannot be pressed, and what is not held cannot be let go: false, and nothing is
-    // recorded. Nor is it what is pressed again at the moment it is let go, since only the repeat
-    // of a held key is that quick: false, and it counts as held all the time.
+    // The code is a keyboard usage or a button code, the time in milliseconds of any clock. False
+    // when it is held already; nothing is recorded then. What is pressed again at the moment it was
+    // let go has been held all the time, since only the repeat of a key is that quick: false, and
+    // the release is taken back.
     bool press(Input input, std::uint8_t code, quint64 timeMs);
-    bool release(Input input, std::uint8_t code, quint64 timeMs);
+
+    // Nothing is recorded of what is not held.
+    void release(Input input, std::uint8_t code, quint64 timeMs);
 
     [[nodiscard]] bool isHeld(Input input, std::uint8_t code) const;
 

@@ -313,7 +313,7 @@ void MacroWidget::renameMacro()
 {
     const MacroRecord* macro = currentMacro();
     const QString name = macro == nullptr ? QString() : askForName(tr("Rename macro"), macro->name);
-    // Files can be dropped on the window until the question stands.
+    // Settings dropped just before the question came may have brought other macros.
     if (name.isEmpty() || currentMacro() == nullptr)
         return;
     const int row = macroList->currentRow();

@@ -240,9 +240,9 @@ void RecordDialog::takeKey(quint32 scanCode, bool isPress, quint64 timeMs)
         return;
     }
     showRequest();
-    const bool counts = isPress ? recording.press(Input::Key, *usage, timeMs)
-                                : recording.release(Input::Key, *usage, timeMs);
-    if (counts && isPress && *usage == escapeUsage) {
+    if (!isPress) {
+        recording.release(Input::Key, *usage, timeMs);
+    } else if (recording.press(Input::Key, *usage, timeMs) && *usage == escapeUsage) {
         escapePressedMs = timeMs;
         escapeTimer->start();
     }

@@ -40,6 +40,17 @@ QString nameOf(const NamedColor& color)
     return QCoreApplication::translate("tavik::ColorNames", color.name);
 }
 
+KeyColor keyColorOf(const QColor& color)
+{
+    return {static_cast<unsigned char>(color.red()), static_cast<unsigned char>(color.green()),
+            static_cast<unsigned char>(color.blue())};
+}
+
+QColor shownColor(const KeyColor& color)
+{
+    return {color.red, color.green, color.blue};
+}
+
 QString colorWords(const QColor& color)
 {
     const QVector3D place = placeOf(color);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/color_bank.h"
+
 #include <QColor>
 #include <QString>
 
@@ -32,6 +34,10 @@ inline constexpr std::array<NamedColor, 14> swatchColors{{
 }};
 
 [[nodiscard]] QString nameOf(const NamedColor& color);
+
+// Between the colors of Qt and those of the keyboard.
+[[nodiscard]] KeyColor keyColorOf(const QColor& color);
+[[nodiscard]] QColor shownColor(const KeyColor& color);
 
 // A color for the ear: the name of one that is much like it, and its number: "violet, #8d00ff".
 [[nodiscard]] QString colorWords(const QColor& color);

@@ -466,6 +466,16 @@ void EmulatedKeyboard::withModel(const std::function<void(KeyboardModel&)>& use)
     use(shared->model);
 }
 
+std::string EmulatedKeyboard::violations()
+{
+    std::string lines;
+    withModel([&](const KeyboardModel& model) {
+        for (const std::string& text : model.violations())
+            lines += text + '\n';
+    });
+    return lines;
+}
+
 int EmulatedKeyboard::transfers()
 {
     const std::lock_guard lock(shared->mutex);

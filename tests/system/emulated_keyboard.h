@@ -54,6 +54,9 @@ public:
     // Calls the function while no report is handled.
     void withModel(const std::function<void(virtual_keyboard::KeyboardModel&)>& use);
 
+    // What was not as it must be so far, a line each.
+    [[nodiscard]] std::string violations();
+
     // Feature reports, answers, blocks and acknowledgements so far, of all interfaces.
     [[nodiscard]] int transfers();
 

@@ -16,16 +16,6 @@ namespace {
 
 constexpr int timeoutMs = 60'000;
 
-QStringList violationsOf(EmulatedKeyboard& keyboard)
-{
-    QStringList texts;
-    keyboard.withModel([&](const KeyboardModel& model) {
-        for (const std::string& text : model.violations())
-            texts += QString::fromStdString(text);
-    });
-    return texts;
-}
-
 } // namespace
 
 // The command over the real hidapi, with its real pauses.
@@ -64,7 +54,7 @@ private slots:
         runs("colors read");
         QVERIFY(runs("colors").contains("caps-lock=102030\n"));
         runs("colors on");
-        QCOMPARE(violationsOf(keyboard), QStringList());
+        QCOMPARE(keyboard.violations(), std::string());
     }
 
     void keyboardThatIsNotThere()
@@ -102,7 +92,7 @@ private slots:
 
         QCOMPARE(process.exitCode(), 130);
         QCOMPARE(process.output(), QStringLiteral("tavikctl: Interrupted.\n"));
-        QCOMPARE(violationsOf(keyboard), QStringList("FINISH without COMMIT"));
+        QCOMPARE(keyboard.violations(), std::string("FINISH without COMMIT\n"));
         // And it takes the next one.
         QCOMPARE(exitCodeOf("sleep 5"), 0);
     }
