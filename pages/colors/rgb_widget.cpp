@@ -30,8 +30,8 @@ constexpr QSize previewSize(56, 26);
 constexpr int brightnessSliderWidth = 160;
 constexpr int highestBrightness = 5;
 constexpr qsizetype keptBrushColors = 8;
-constexpr QSize swatchSize(16, 16);
-constexpr int swatchMargin = 8;
+constexpr QSize menuIconSize(16, 16);      // a larger one would be scaled
+constexpr QRect swatchPlace(4, 2, 12, 12); // off the edge of the menu
 constexpr QColor swatchFrame(0x80, 0x80, 0x88);
 
 QColor colorOfKey(std::size_t lightIndex)
@@ -39,17 +39,15 @@ QColor colorOfKey(std::size_t lightIndex)
     return shownColor(colorOf(AppState::instance().customRgb, lightIndex));
 }
 
-// Off the edge of the menu.
 QIcon swatch(const QColor& color, const QWidget* widget)
 {
-    const QSize size = swatchSize + QSize(swatchMargin, 0);
-    QPixmap picture(size * widget->devicePixelRatioF());
+    QPixmap picture(menuIconSize * widget->devicePixelRatioF());
     picture.setDevicePixelRatio(widget->devicePixelRatioF());
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setPen(swatchFrame);
     painter.setBrush(color);
-    painter.drawRect(QRect({swatchMargin, 0}, swatchSize).adjusted(0, 0, -1, -1));
+    painter.drawRect(swatchPlace.adjusted(0, 0, -1, -1));
     return picture;
 }
 

@@ -484,7 +484,7 @@ private:
     static QColor colorOfEntry(const QMenu& menu, int index)
     {
         const QIcon icon = menu.actions().at(index)->icon();
-        return icon.pixmap(24, 16).toImage().pixelColor(16, 8);
+        return icon.pixmap(16, 16).toImage().pixelColor(10, 8);
     }
 
     QColor brushShown() const { return preview()->grab().toImage().pixelColor(28, 13); }
