@@ -3,6 +3,7 @@
 #include "tests/support/made_images.h"
 
 #include <QDir>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
