@@ -42,6 +42,10 @@ public:
     static void forgetInterruption() noexcept { interrupted = false; }
     [[nodiscard]] static bool isInterrupted() noexcept { return interrupted; }
 
+    // Whether the keyboard, or another process, has just kept a session from being opened. The
+    // FINISH that is owed all the same may have left another text since.
+    [[nodiscard]] bool wasBusy() const { return isTurnedAway; }
+
     // What is left in lastError when the keyboard, or another process, keeps a session from being
     // opened.
     [[nodiscard]] static QString busyText();
@@ -110,6 +114,7 @@ private:
     static inline std::atomic<bool> interrupted = false;
     static_assert(std::atomic<bool>::is_always_lock_free);
 
+    bool isTurnedAway = false;
     HidHandle handle;
     std::unique_ptr<WireLock> wireLock; // made when it is first taken
 

@@ -38,6 +38,7 @@ bool Device::takeWire()
         ++wireLock->holders;
     else
         lastError = isInterrupted() ? interruptedText() : busyText();
+    isTurnedAway = !isTaken && !isInterrupted();
     return isTaken;
 }
 
@@ -71,6 +72,7 @@ bool Device::openSession(std::uint8_t flag)
         pause(pauseAfterBusy);
     }
     lastError = busyText();
+    isTurnedAway = true;
     return false;
 }
 

@@ -28,11 +28,14 @@ bool isOwnDirectory(const QString& path)
 // complain on standard error before it helps itself.
 QString runtimeDirectory()
 {
-    const QString given = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (isOwnDirectory(given))
-        return given;
-    const QString path = QDir::tempPath() +
-                         QStringLiteral("/tavik-center-%1").arg(static_cast<qulonglong>(geteuid()));
+    const QString user = QString::number(geteuid());
+    // Where it is not named, as for timed jobs, it is still there while the user is logged in.
+    for (const QString& given :
+         {qEnvironmentVariable("XDG_RUNTIME_DIR"), QStringLiteral("/run/user/") + user}) {
+        if (isOwnDirectory(given))
+            return given;
+    }
+    const QString path = QDir::tempPath() + QStringLiteral("/tavik-center-") + user;
     ::mkdir(QFile::encodeName(path).constData(), 0700);
     return isOwnDirectory(path) ? path : QString();
 }

@@ -5,8 +5,8 @@
 namespace tavik {
 
 // The path of a file of the given name that the processes of this user share while he is logged
-// in: in XDG_RUNTIME_DIR, or where there is none, in a directory of his own among the temporary
-// files. Empty where neither is to be had.
+// in: in XDG_RUNTIME_DIR or /run/user/<id>, or where there is neither, in a directory of his own
+// among the temporary files. Empty where none is to be had.
 [[nodiscard]] QString runtimeFilePath(const QString& name);
 
 // Such a path that stands for a file which need not exist, the same whatever links lead to it. It

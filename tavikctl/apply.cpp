@@ -89,6 +89,19 @@ QJsonObject objectIn(const QString& path)
     return document.object();
 }
 
+QList<Step> stepsIn(const QString& path)
+{
+    const QJsonObject object = objectIn(path);
+    try {
+        if (QList<Step> steps = stepsFor(object); !steps.isEmpty())
+            return steps;
+    } catch (const Failure& failure) {
+        throw Failure{ExitCode::Failed, QStringLiteral("\"%1\": ").arg(path) + failure.text};
+    }
+    throw Failure{ExitCode::Failed,
+                  QStringLiteral("\"%1\" holds no settings of this program.").arg(path)};
+}
+
 } // namespace
 
 void applyState(const QString& path)
@@ -97,13 +110,8 @@ void applyState(const QString& path)
     if (path.isEmpty() && !QFileInfo::exists(file))
         throw Failure{ExitCode::Failed,
                       QStringLiteral("Nothing has been saved yet: there is no \"%1\".").arg(file)};
-    const QList<Step> steps = stepsFor(objectIn(file));
-    if (steps.isEmpty())
-        throw Failure{ExitCode::Failed,
-                      QStringLiteral("\"%1\" holds no settings of this program.").arg(file)};
+    const QList<Step> steps = stepsIn(file);
     connectKeyboard();
-    const WireHold wire(Device::instance());
-    requireSent(wire.isHeld());
     for (const Step& step : steps) {
         if (step.send() && !Device::isInterrupted())
             continue;

@@ -1,3 +1,4 @@
+#include "device/device.h"
 #include "pages/colors/color_transfer.h"
 #include "tavikctl/commands.h"
 #include "tavikctl/key_words.h"
@@ -42,11 +43,11 @@ void writeColors()
 
 void readColors(const Output& output)
 {
-    editState(output, [](SavedState& state) {
-        const std::optional<ColorBank> bank = readColorBank();
-        requireSent(bank.has_value());
-        state.customRgb = *bank;
-    });
+    requireEditable(output);
+    // Others may edit while it takes its time.
+    const std::optional<ColorBank> bank = readColorBank();
+    requireSent(bank.has_value() && !Device::isInterrupted());
+    editState(output, [&bank](SavedState& state) { state.customRgb = *bank; });
 }
 
 void turnColorsOn(int brightness)

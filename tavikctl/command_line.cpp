@@ -219,7 +219,7 @@ public:
 
     void show() const
     {
-        if (output.json)
+        if (output.json && !reports.isEmpty())
             output.value(QJsonDocument(reports));
     }
 
@@ -247,6 +247,21 @@ void carryOut(const Words& words, const Output& output)
     DryRun dryRun(output);
     words.command(output);
     dryRun.show();
+}
+
+// A word too many where a command was due is a command that there is not.
+std::optional<Failure> unknownCommand(const CLI::App& app)
+{
+    const CLI::App* named = &app;
+    while (!named->get_subcommands().empty())
+        named = named->get_subcommands().front();
+    const std::vector<std::string> words = app.remaining(true);
+    QStringList commands;
+    for (const CLI::App* command : named->get_subcommands(nullptr))
+        commands += textOf(command->get_name());
+    if (words.empty() || words.front().starts_with('-') || commands.isEmpty())
+        return {};
+    return unknownName(QStringLiteral("command"), textOf(words.front()), commands);
 }
 
 void complain(std::ostream& err, const QString& text)
@@ -277,7 +292,10 @@ int runCommand(const std::vector<std::string>& arguments, std::ostream& out, std
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error, out, err); // help or version
-        complain(err, QString::fromUtf8(error.what()) + QStringLiteral(". See tavikctl --help."));
+        const std::optional<Failure> failure = unknownCommand(app);
+        complain(err, failure ? failure->text
+                              : QString::fromUtf8(error.what()) +
+                                    QStringLiteral(". See tavikctl --help."));
         return static_cast<int>(ExitCode::WrongUsage);
     } catch (const Failure& failure) {
         complain(err, failure.text);

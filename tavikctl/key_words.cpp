@@ -3,6 +3,8 @@
 #include "model/key_names.h"
 #include "model/keyboard_layout.h"
 
+#include <QRegularExpression>
+
 #include <map>
 
 namespace tavik {
@@ -33,6 +35,14 @@ QList<Named<std::size_t>> readKeyNames()
     for (const KeyRecord& key : keys) {
         if (const QString printed = typedName(key.legend); isKey(key) && uses[printed] == 1)
             names.append({printed, static_cast<std::size_t>(key.lightIndex)});
+    }
+    for (qsizetype index = names.size() - 1; index >= 0; --index) {
+        for (const char* side : {"left", "right"}) {
+            const QString brief = QLatin1Char(*side) + QStringLiteral("-");
+            if (names.at(index).name.startsWith(brief))
+                names.append(
+                    {QLatin1String(side) + names.at(index).name.sliced(1), names.at(index).value});
+        }
     }
     return names;
 }
@@ -75,6 +85,22 @@ std::uint8_t takeModifiers(QString& word)
         word.remove(0, plus + 1);
     }
     return modifiers;
+}
+
+KeyAction actionOfBytes(std::uint32_t bytes)
+{
+    const auto byte = [bytes](int place) {
+        return static_cast<std::uint8_t>(bytes >> (8 * place));
+    };
+    return {byte(3), byte(2), byte(1), byte(0)};
+}
+
+bool isTypable(const KeyAction& combination)
+{
+    return combination.p3 == 0 && (combination.p1 | combination.p2) != 0 &&
+           (combination.p2 == 0 ||
+            std::ranges::find(usageNames(), combination.p2, &Named<std::uint8_t>::value) !=
+                usageNames().end());
 }
 
 QString combinationWord(const KeyAction& action)
@@ -164,6 +190,9 @@ KeyAction actionFromWord(const QString& word, const QList<MacroRecord>& macros)
                           QStringLiteral("Keys can play the first 256 macros only.")};
         return macroKeyAction(static_cast<int>(index));
     }
+    static const QRegularExpression fourBytes(QStringLiteral("^0x[0-9A-Fa-f]{8}$"));
+    if (fourBytes.match(word).hasMatch())
+        return actionOfBytes(word.toUInt(nullptr, 16));
     QString rest = word;
     const std::uint8_t modifiers = takeModifiers(rest);
     if (modifiers == 0)
@@ -182,9 +211,10 @@ QString wordOfAction(const KeyAction& action, const QList<MacroRecord>& macros)
     }
     const auto page = static_cast<KeyActionPage>(action.page);
     if (page == KeyActionPage::Macro && action.p1 < macros.size() &&
-        action == macroKeyAction(action.p1))
+        action == macroKeyAction(action.p1) &&
+        macroIndexOf(macros.at(action.p1).name, macros) == action.p1)
         return macroPrefix + macros.at(action.p1).name;
-    if (page == KeyActionPage::Keyboard && action.p3 == 0 && (action.p1 | action.p2) != 0)
+    if (page == KeyActionPage::Keyboard && isTypable(action))
         return combinationWord(action);
     QString bytes = QStringLiteral("0x");
     for (const std::uint8_t byte : {action.page, action.p1, action.p2, action.p3})

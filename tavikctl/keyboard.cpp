@@ -50,10 +50,10 @@ Failure keyboardFailure()
         if (const ExitCode code = exitCodeOf(findings); code != ExitCode::Done)
             return {code, QString::fromStdString(doctor::explain(findings))};
     }
-    if (device.lastError == Device::busyText())
+    if (device.wasBusy())
         return {ExitCode::Busy,
-                device.lastError + QStringLiteral(". Wait until the other program is done, then "
-                                                  "try again.")};
+                Device::busyText() + QStringLiteral(". Wait until the other program is done, then "
+                                                    "try again.")};
     return {ExitCode::Failed,
             device.lastError + QStringLiteral(". Unplug the keyboard, plug it in, and try again.")};
 }

@@ -37,11 +37,17 @@ Failure wrongStep(const QString& step)
 
 std::uint8_t buttonFrom(const QString& word)
 {
+    for (const MouseChoice& choice : mouseChoices) {
+        if (const KeyAction action = mouseKeyAction(choice.value);
+            action.p1 == 1 && typedName(choice.text.toString()) == typedName(word))
+            return action.p2;
+    }
     bool isNumber = false;
     const uint button = word.toUInt(&isNumber, 0);
     if (!isNumber || button > std::numeric_limits<std::uint8_t>::max())
         throw Failure{ExitCode::WrongUsage,
-                      QStringLiteral("\"%1\" is no mouse button: write its code, as in 0x01.")
+                      QStringLiteral("\"%1\" is no mouse button: write left-click, right-click, "
+                                     "middle-click, or a code as in 0x08.")
                           .arg(word.left(60))};
     return static_cast<std::uint8_t>(button);
 }

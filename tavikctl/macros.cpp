@@ -18,6 +18,20 @@ QString inOneLine(const QString& name)
     return name.simplified();
 }
 
+// Keys that play it do again what they come with, and are told.
+void forgetMacro(const Output& output, const QString& layerName, KeyLayer& layer, qsizetype index)
+{
+    for (std::size_t key = 0; key < layer.size(); ++key) {
+        if (layer.at(key).page != static_cast<std::uint8_t>(KeyActionPage::Macro) ||
+            layer.at(key).p1 != index)
+            continue;
+        layer.at(key) = {};
+        if (!output.json)
+            output.line(QStringLiteral("%1=default on the %2 layer, which played it")
+                            .arg(nameOfKeyAt(key), layerName));
+    }
+}
+
 } // namespace
 
 void listMacros(const Output& output)
@@ -63,8 +77,14 @@ void setMacro(const Output& output, const QString& name, const QString& steps)
 
 void removeMacro(const Output& output, const QString& name)
 {
-    editState(output,
-              [&](SavedState& state) { state.macros.removeAt(macroIndexOf(name, state.macros)); });
+    editState(output, [&](SavedState& state) {
+        const qsizetype index = macroIndexOf(name, state.macros);
+        forgetMacro(output, QStringLiteral("base"), state.layerBase, index);
+        forgetMacro(output, QStringLiteral("fn"), state.layerFn, index);
+        // The keys of the later ones go with them.
+        moveMacro(state, index, state.macros.size() - 1);
+        state.macros.removeLast();
+    });
 }
 
 void writeMacros()

@@ -35,8 +35,12 @@ void catchSignals()
 {
     struct sigaction action = {};
     action.sa_handler = endSequence;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        ::sigaction(signal, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction present = {};
+        // What nohup or a script has the program ignore stays ignored.
+        if (::sigaction(signal, nullptr, &present) == 0 && present.sa_handler != SIG_IGN)
+            ::sigaction(signal, &action, nullptr);
+    }
     ::signal(SIGPIPE, SIG_IGN); // a closed output is found when it is written to
 }
 

@@ -27,8 +27,9 @@ constexpr std::array signWords{
 
 constexpr qsizetype namesSuggested = 3;
 
-// How many characters have to be put in, left out or replaced.
-std::size_t changesBetween(const QString& first, const QString& second)
+// How far what was typed is from a name: one for each character that it lacks, since people shorten
+// names, and two for each that is wrong or too many.
+std::size_t distanceBetween(const QString& first, const QString& second)
 {
     const auto width = static_cast<std::size_t>(second.size()) + 1;
     std::vector<std::size_t> above;
@@ -36,11 +37,11 @@ std::size_t changesBetween(const QString& first, const QString& second)
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (qsizetype i = 1; i <= first.size(); ++i) {
         above = row;
-        row[0] = static_cast<std::size_t>(i);
+        row[0] = 2 * static_cast<std::size_t>(i);
         for (std::size_t j = 1; j < width; ++j) {
             const auto place = static_cast<qsizetype>(j);
             const bool isSame = first[i - 1] == second[place - 1];
-            row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + (isSame ? 0 : 1)});
+            row[j] = std::min({above[j] + 2, row[j - 1] + 1, above[j - 1] + (isSame ? 0 : 2)});
         }
     }
     return row.back();
@@ -60,7 +61,7 @@ QStringList nearestNames(const QString& typed, QStringList names)
 {
     const QString wanted = typedName(typed);
     std::ranges::stable_sort(
-        names, {}, [&](const QString& name) { return changesBetween(wanted, typedName(name)); });
+        names, {}, [&](const QString& name) { return distanceBetween(wanted, typedName(name)); });
     return names.first(std::min(names.size(), namesSuggested));
 }
 

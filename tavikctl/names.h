@@ -21,7 +21,7 @@ struct Named
 // would take for itself, or that no key types, become words: "comma", "up".
 [[nodiscard]] QString typedName(const QString& name);
 
-// The three names that take the fewest changes to become the typed one, the nearest first.
+// The three names that what was typed is nearest to, or short for, the nearest first.
 [[nodiscard]] QStringList nearestNames(const QString& typed, QStringList names);
 
 // Wrong usage: there is no such thing, but some of nearly that name.

@@ -34,25 +34,40 @@ ScreenStream streamOf(const QStringList& paths)
     return stream;
 }
 
-// "Sending chunk 5/9…" as a bar, over the one before.
-void drawBar(const Output& output, const QString& text)
+// "Sending chunk 5/9…" as a bar, each over the one before, on a line that ends with it.
+class ProgressBar
 {
-    static const QRegularExpression numbers(QStringLiteral("(\\d+)/(\\d+)"));
-    const QRegularExpressionMatch match = numbers.match(text);
-    if (!output.isTerminal || !match.hasMatch())
-        return;
-    const int sent = match.captured(1).toInt();
-    const int count = match.captured(2).toInt();
-    const QString bar(barWidth * sent / count, u'#');
-    output.err << QStringLiteral("\r[%1] %2/%3")
-                      .arg(bar.leftJustified(barWidth, u'.'))
-                      .arg(sent)
-                      .arg(count)
-                      .toStdString();
-    if (sent == count)
-        output.err << '\n';
-    output.err.flush();
-}
+public:
+    explicit ProgressBar(const Output& where) : output(where) {}
+    ~ProgressBar()
+    {
+        if (isDrawn)
+            output.err << '\n';
+    }
+    Q_DISABLE_COPY_MOVE(ProgressBar)
+
+    void show(const QString& text)
+    {
+        static const QRegularExpression numbers(QStringLiteral("(\\d+)/(\\d+)"));
+        const QRegularExpressionMatch match = numbers.match(text);
+        if (!output.isTerminal || output.dryRun || !match.hasMatch())
+            return;
+        isDrawn = true;
+        const int sent = match.captured(1).toInt();
+        const int count = match.captured(2).toInt();
+        const QString bar(barWidth * sent / count, u'#');
+        output.err << QStringLiteral("\r[%1] %2/%3")
+                          .arg(bar.leftJustified(barWidth, u'.'))
+                          .arg(sent)
+                          .arg(count)
+                          .toStdString();
+        output.err.flush();
+    }
+
+private:
+    const Output& output;
+    bool isDrawn = false;
+};
 
 } // namespace
 
@@ -60,8 +75,9 @@ void sendPictures(const Output& output, const QStringList& paths, int slot)
 {
     const ScreenStream stream = streamOf(paths);
     connectKeyboard();
+    ProgressBar bar(output);
     const ScreenTransferResult result =
-        sendToScreen(stream, slot, [&output](const QString& text) { drawBar(output, text); });
+        sendToScreen(stream, slot, [&bar](const QString& text) { bar.show(text); });
     if (result.ok)
         return;
     if (Device::isInterrupted() || result.error == Device::instance().lastError)

@@ -74,7 +74,12 @@ SavedState presentState()
     if (!QFileInfo::exists(stateFilePath()))
         return {};
     QString reason;
-    const std::optional<SavedState> state = readStateFile(stateFilePath(), &reason);
+    std::optional<SavedState> state = readStateFile(stateFilePath(), &reason);
+    if (!state) {
+        // A window may be in the middle of saving; that takes no longer than another command.
+        pause(pauseBetweenAttempts);
+        state = readStateFile(stateFilePath(), &reason);
+    }
     if (!state)
         throw Failure{ExitCode::Failed,
                       QStringLiteral("\"%1\" cannot be used. %2 Go back to an earlier state: "
@@ -97,6 +102,12 @@ SavedState stateIn(const QString& path, const SavedState& otherwise)
         throw Failure{ExitCode::Failed,
                       QStringLiteral("\"%1\" cannot be used. %2").arg(path, reason)};
     return *state;
+}
+
+void requireEditable(const Output& output)
+{
+    if (!output.dryRun)
+        const EditLock lock;
 }
 
 void editState(const Output& output, const std::function<void(SavedState&)>& change)

@@ -17,9 +17,13 @@ namespace tavik {
 // The state in a file the user names. Throws when there is none.
 [[nodiscard]] SavedState stateIn(const QString& path, const SavedState& otherwise);
 
-// Changes the user's state and saves it. Throws, and leaves it as it was, while
-// a window or another command edits it, when it cannot be saved, and when the change throws. In a
-// dry run the change is tried on a copy.
+// Throws while a window or another command edits the state, but not in a dry run: for what takes
+// its time before it edits.
+void requireEditable(const Output& output);
+
+// Changes the user's state and saves it. Throws, and leaves it as it was, while a window
+// or another command edits it, when it cannot be saved, and when the change throws. In a dry run
+// the change is tried on a copy.
 void editState(const Output& output, const std::function<void(SavedState&)>& change);
 
 // As an edit that takes over another state; the one it replaces is kept among the earlier ones, and

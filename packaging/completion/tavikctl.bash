@@ -6,6 +6,11 @@ _tavikctl_words() {
     COMPREPLY=($(compgen -W "$(printf '%s\n' "$@")" -- "$current"))
 }
 
+# As they have to be typed.
+_tavikctl_quote() {
+    [ ${#COMPREPLY[@]} -eq 0 ] || mapfile -t COMPREPLY < <(printf '%q\n' "${COMPREPLY[@]}")
+}
+
 _tavikctl_names() {
     tavikctl names "$1" 2>/dev/null
 }
@@ -17,6 +22,12 @@ _tavikctl() {
     read -ra words <<<"$line"
     [[ $line != *[[:space:]] ]] || words+=('')
     current=${words[-1]}
+    # What may stand anywhere does not count.
+    local word kept=()
+    for word in "${words[@]:0:${#words[@]}-1}"; do
+        case $word in --json | --dry-run) ;; *) kept+=("$word") ;; esac
+    done
+    words=("${kept[@]}" "$current")
     local count=$((${#words[@]} - 1))
     COMPREPLY=()
     case ${words[count - 1]} in
@@ -50,7 +61,7 @@ _tavikctl() {
     2:names:*) _tavikctl_words keys actions effects macros ;;
     3:macros:show | 3:macros:set | 3:macros:remove)
         mapfile -t COMPREPLY < <(_tavikctl_names macros | grep -F -- "$current")
-        COMPREPLY=("${COMPREPLY[@]// /\\ }")
+        _tavikctl_quote
         ;;
     *:keys:set | *:colors:set)
         if [[ $current != ?*=* ]]; then
@@ -58,10 +69,12 @@ _tavikctl() {
             _tavikctl_words all $(_tavikctl_names keys)
             COMPREPLY=("${COMPREPLY[@]/%/=}")
         elif [ "${words[1]}" = keys ]; then
-            # Bash puts the answer in the place of what stands behind the "=".
             current=${current#?*=}
             mapfile -t known < <(_tavikctl_names actions)
             _tavikctl_words "${known[@]}"
+            # Bash puts the answer in the place of what stands behind the last "=" or ":".
+            [[ $current != *:* ]] || COMPREPLY=("${COMPREPLY[@]#"${current%:*}:"}")
+            _tavikctl_quote
         fi
         ;;
     *:screen:* | *:export:* | *:import:* | *:apply:*) compopt -o default 2>/dev/null ;;

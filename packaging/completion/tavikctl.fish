@@ -2,7 +2,8 @@
 
 # The words before the present one, without the name of the program.
 function __tavikctl_words
-    set -l words (commandline -opc)
+    # What may stand anywhere does not count.
+    set -l words (string match -v -r -- '^--(json|dry-run)$' (commandline -opc))
     echo "$words[2..-1]"
 end
 

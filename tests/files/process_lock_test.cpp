@@ -117,33 +117,34 @@ private slots:
                  directory.filePath(QStringLiteral("a.lock")));
     }
 
-    // As after becoming another user.
+    // As after becoming another user, or in a timed job.
     void foreignRuntimeDirectoryIsNotUsed()
     {
         const QTemporaryDir other;
         QVERIFY(QFile::setPermissions(other.path(), QFile::permissions(other.path()) |
                                                         QFile::ReadOther | QFile::ExeOther));
         qputenv("TMPDIR", directory.path().toLocal8Bit());
-        const QString own = directory.filePath(QStringLiteral("tavik-center-%1").arg(geteuid()));
         for (const QString& given : {other.path(), QString(), QStringLiteral("/nowhere")}) {
             qputenv("XDG_RUNTIME_DIR", given.toLocal8Bit());
-            QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), own + QStringLiteral("/a.lock"));
+            QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")),
+                     ownDirectory() + QStringLiteral("/a.lock"));
         }
-        QVERIFY(QDir().rmdir(own));
+        qunsetenv("XDG_RUNTIME_DIR");
+        QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")),
+                 ownDirectory() + QStringLiteral("/a.lock"));
+        QCOMPARE(modeOf(ownDirectory()), 0700U);
+        QDir().rmdir(temporaryDirectory());
     }
 
-    void pathLiesAmongTemporaryFilesWithoutARuntimeDirectory()
+    void foreignTemporaryDirectoryIsNotUsed()
     {
+        if (ownDirectory() != temporaryDirectory())
+            QSKIP("the user is logged in, so no temporary directory is needed");
         qunsetenv("XDG_RUNTIME_DIR");
         qputenv("TMPDIR", directory.path().toLocal8Bit());
-        const QString own = directory.filePath(QStringLiteral("tavik-center-%1").arg(geteuid()));
-
-        QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), own + QStringLiteral("/a.lock"));
-        struct stat status = {};
-        QCOMPARE(stat(own.toLocal8Bit().constData(), &status), 0);
-        QCOMPARE(status.st_mode & 07777U, 0700U);
-
-        // Somebody else's, or one that others may write to.
+        const QString own = temporaryDirectory();
+        // One that others may write to, or a link that anybody may have laid.
+        QVERIFY(QDir().mkdir(own));
         QCOMPARE(chmod(own.toLocal8Bit().constData(), 0777), 0);
         QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")), QString());
         QVERIFY(QDir().rmdir(own));
@@ -155,6 +156,26 @@ private slots:
 
 private:
     [[nodiscard]] QString path() const { return directory.filePath(QStringLiteral("lock")); }
+
+    [[nodiscard]] QString temporaryDirectory() const
+    {
+        return directory.filePath(QStringLiteral("tavik-center-%1").arg(geteuid()));
+    }
+
+    // Where files lie when the environment names no place: people who run this may be logged in.
+    [[nodiscard]] QString ownDirectory() const
+    {
+        const QString login = QStringLiteral("/run/user/%1").arg(geteuid());
+        return QFileInfo(login).ownerId() == geteuid() && modeOf(login) == 0700U
+                   ? login
+                   : temporaryDirectory();
+    }
+
+    static unsigned modeOf(const QString& path)
+    {
+        struct stat status = {};
+        return stat(path.toLocal8Bit().constData(), &status) == 0 ? status.st_mode & 07777U : 0;
+    }
 
     QTemporaryDir directory;
 };

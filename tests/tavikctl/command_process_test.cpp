@@ -211,12 +211,15 @@ private slots:
         row("tavikctl keys s", "show set");
         row("tavikctl keys set cap", "caps-lock= caps=");
         row("tavikctl keys set caps=vol", "volume-up volume-down");
-        row("tavikctl keys set a=b caps=macro:S", "macro:Second one");
+        row("tavikctl keys set a=b caps=macro:S", "Second\\ one");
         row("tavikctl colors set spa", "space=");
         row("tavikctl macros show G", "Greet");
         row("tavikctl macros show S", "Second\\ one");
         row("tavikctl keys write --layer ", "base fn");
         row("tavikctl names e", "effects");
+        row("tavikctl --json li", "light");
+        row("tavikctl keys --dry-run set caps=volume-u", "volume-up");
+        row("tavikctl keys set m=macro:G", "Greet");
     }
     void bashCompletes()
     {
@@ -257,7 +260,7 @@ private slots:
             QSKIP("fish is not installed");
         QCOMPARE(fishWords("tavikctl light bre"), QStringLiteral("breath\n"));
         QCOMPARE(fishWords("tavikctl keys set caps=volume-u"), QStringLiteral("caps=volume-up\n"));
-        QCOMPARE(fishWords("tavikctl colors set spa"), QStringLiteral("space=\n"));
+        QCOMPARE(fishWords("tavikctl --json colors set spa"), QStringLiteral("space=\n"));
         QCOMPARE(fishWords("tavikctl keys write --layer "), QStringLiteral("base\nfn\n"));
     }
 
