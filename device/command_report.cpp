@@ -28,6 +28,53 @@ Report commandReport(CommandCode code, std::uint8_t argument, std::uint16_t coun
     return report;
 }
 
+QString commandTitle(const Report& command)
+{
+    switch (static_cast<CommandCode>(command[codeOffset])) {
+    case CommandCode::Commit:
+        return QStringLiteral("commit");
+    case CommandCode::WriteBaseLayer:
+        return QStringLiteral("base layer");
+    case CommandCode::LightingMode:
+        return QStringLiteral("lighting mode");
+    case CommandCode::MacroData:
+        return QStringLiteral("macros");
+    case CommandCode::LightingSleep:
+        return QStringLiteral("lighting sleep");
+    case CommandCode::OpenSession:
+        return QStringLiteral("open session");
+    case CommandCode::MacroSession:
+        return QStringLiteral("open macros");
+    case CommandCode::WriteColorBank:
+        return QStringLiteral("color bank");
+    case CommandCode::WriteFnLayer:
+        return QStringLiteral("Fn layer");
+    case CommandCode::ScreenUpload:
+        return QStringLiteral("screen, slot %1").arg(command[argumentOffset]);
+    case CommandCode::Finish:
+        return QStringLiteral("finish");
+    case CommandCode::ReadColorBank:
+        return QStringLiteral("read color bank");
+    }
+    return QStringLiteral("unknown command %1").arg(hexByte(command[codeOffset]));
+}
+
+int followersOf(const Report& command)
+{
+    const int count = command[countOffset] + 256 * command[countOffset + 1];
+    switch (static_cast<CommandCode>(command[codeOffset])) {
+    case CommandCode::OpenSession:
+    case CommandCode::Commit:
+    case CommandCode::Finish:
+        return 0;
+    case CommandCode::MacroData:
+    case CommandCode::ReadColorBank:
+        return std::max(0, count - 1);
+    default:
+        return count;
+    }
+}
+
 bool isAccepted(const Report& answer, CommandCode code)
 {
     return answer[0] == commandMarker && answer[codeOffset] == static_cast<std::uint8_t>(code) &&

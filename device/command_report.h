@@ -43,6 +43,13 @@ enum class CommandCode : std::uint8_t {
 [[nodiscard]] Report commandReport(CommandCode code, std::uint8_t argument = 0,
                                    std::uint16_t count = 0);
 
+// What a command is called in words, as in "base layer" or "screen, slot 2".
+[[nodiscard]] QString commandTitle(const Report& command);
+
+// How many data reports or blocks really follow a command. Of the macros one more is announced than
+// is sent, and the first piece of the color bank is the answer to the command itself.
+[[nodiscard]] int followersOf(const Report& command);
+
 // True when the answer echoes the command and carries status 01. Nothing else in it is looked at.
 [[nodiscard]] bool isAccepted(const Report& answer, CommandCode code);
 

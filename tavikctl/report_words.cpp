@@ -77,40 +77,12 @@ QString ReportWords::next(std::span<const std::uint8_t> bytes)
 QString ReportWords::commandWords(const Report& report)
 {
     code = static_cast<CommandCode>(report[1]);
-    const int count = report[8] + 256 * report[9];
-    announced = count;
+    announced = followersOf(report);
     arrived = 0;
-    switch (code) {
-    case CommandCode::OpenSession:
-        announced = 0;
-        return QStringLiteral("open a session, flag %1").arg(count);
-    case CommandCode::Finish:
-        announced = 0;
-        return QStringLiteral("finish, flag %1").arg(count);
-    case CommandCode::Commit:
-        return QStringLiteral("commit");
-    case CommandCode::MacroSession:
-        return QStringLiteral("open the macro space");
-    case CommandCode::WriteBaseLayer:
-        return QStringLiteral("write the base layer");
-    case CommandCode::WriteFnLayer:
-        return QStringLiteral("write the Fn layer");
-    case CommandCode::LightingMode:
-        return QStringLiteral("set the lighting");
-    case CommandCode::LightingSleep:
-        return QStringLiteral("set when the lighting sleeps");
-    case CommandCode::WriteColorBank:
-        return QStringLiteral("write the colors");
-    case CommandCode::MacroData:
-        --announced; // the last one is counted but never sent
-        return QStringLiteral("write the macros");
-    case CommandCode::ReadColorBank:
-        --announced; // the first piece answers the command itself
-        return QStringLiteral("read the colors");
-    case CommandCode::ScreenUpload:
-        return QStringLiteral("write slot %1 of the screen").arg(report[2]);
-    }
-    return QStringLiteral("command %1").arg(hexByte(report[1]));
+    const QString title = commandTitle(report);
+    return code == CommandCode::OpenSession || code == CommandCode::Finish
+               ? title + QStringLiteral(", flag %1").arg(report[8])
+               : title;
 }
 
 QString ReportWords::dataWords(const Report& report) const

@@ -63,6 +63,40 @@ private slots:
         QCOMPARE(statusText(answer), QStringLiteral("ff"));
         QCOMPARE(hexByte(0x0A), QStringLiteral("0a"));
     }
+
+    void commandsHaveTitlesAndFollowers_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<int>("followers"); // of nine that are announced
+        const auto row = [](const char* title, int code, int followers) {
+            QTest::newRow(title) << code << followers;
+        };
+        row("commit", 0x02, 0);
+        row("base layer", 0x11, 9);
+        row("lighting mode", 0x13, 9);
+        row("macros", 0x15, 8);
+        row("lighting sleep", 0x17, 9);
+        row("open session", 0x18, 0);
+        row("open macros", 0x19, 9);
+        row("color bank", 0x23, 9);
+        row("Fn layer", 0x27, 9);
+        row("unknown command 5a", 0x5A, 9);
+        row("screen, slot 2", 0x72, 9);
+        row("finish", 0xF0, 0);
+        row("read color bank", 0xF5, 8);
+    }
+    void commandsHaveTitlesAndFollowers()
+    {
+        QFETCH(const int, code);
+        QFETCH(const int, followers);
+        Report command = commandReport(static_cast<CommandCode>(code), 2, 9);
+        QCOMPARE(commandTitle(command), QString(QTest::currentDataTag()));
+        QCOMPARE(followersOf(command), followers);
+        command = commandReport(static_cast<CommandCode>(code), 2, 0x0209);
+        QCOMPARE(followersOf(command), followers == 0 ? 0 : followers + 0x0200);
+        command = commandReport(static_cast<CommandCode>(code));
+        QCOMPARE(followersOf(command), 0);
+    }
 };
 
 QTEST_APPLESS_MAIN(CommandReportTest)

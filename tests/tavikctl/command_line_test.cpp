@@ -493,7 +493,7 @@ private slots:
         QVERIFY(run("light static --color ff8800 --dry-run")
                     .out.contains("static, color ff8800, brightness 5, speed 3, direction left"));
         QVERIFY(run("screen \"" + picture + "\" --slot 2 --dry-run")
-                    .out.contains("(write slot 2 of the screen)\nblock 1 of 9\nblock 2 of 9\n"));
+                    .out.contains("(screen, slot 2)\nblock 1 of 9\nblock 2 of 9\n"));
     }
 
     // It would not show the change.

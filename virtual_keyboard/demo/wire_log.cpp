@@ -22,54 +22,6 @@ Report reportOf(std::string_view text)
     return report;
 }
 
-struct Title
-{
-    CommandCode code;
-    const char* text;
-};
-
-constexpr auto titles = std::to_array<Title>({
-    {CommandCode::Commit, "commit"},
-    {CommandCode::WriteBaseLayer, "base layer"},
-    {CommandCode::LightingMode, "lighting mode"},
-    {CommandCode::MacroData, "macros"},
-    {CommandCode::LightingSleep, "lighting sleep"},
-    {CommandCode::OpenSession, "open session"},
-    {CommandCode::MacroSession, "open macros"},
-    {CommandCode::WriteColorBank, "color bank"},
-    {CommandCode::WriteFnLayer, "Fn layer"},
-    {CommandCode::Finish, "finish"},
-    {CommandCode::ReadColorBank, "read color bank"},
-});
-
-QString titleOf(const Report& report)
-{
-    const auto code = static_cast<CommandCode>(report[1]);
-    if (code == CommandCode::ScreenUpload)
-        return QStringLiteral("screen, slot %1").arg(report[2]);
-    const auto* title = std::ranges::find(titles, code, &Title::code);
-    return title != titles.end() ? QString(title->text)
-                                 : QStringLiteral("unknown command %1").arg(hexByte(report[1]));
-}
-
-// How many data reports or blocks really follow: the last of the macros is announced but never
-// sent, and the first of the color bank's nine answers is that of the command itself.
-int followers(const Report& report)
-{
-    const int count = report[8] + 256 * report[9];
-    switch (static_cast<CommandCode>(report[1])) {
-    case CommandCode::OpenSession:
-    case CommandCode::Commit:
-    case CommandCode::Finish:
-        return 0;
-    case CommandCode::MacroData:
-    case CommandCode::ReadColorBank:
-        return std::max(0, count - 1);
-    default:
-        return count;
-    }
-}
-
 } // namespace
 
 bool WireLog::update(const VirtualBus& bus)
@@ -125,8 +77,8 @@ void WireLog::readSend(const Report& report)
     }
     code = sent;
     arrived = 0;
-    announced = followers(report);
-    title = titleOf(report);
+    announced = followersOf(report);
+    title = commandTitle(report);
     add(title);
     linesSince = 0;
 }
