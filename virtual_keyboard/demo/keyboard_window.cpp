@@ -24,6 +24,8 @@ namespace {
 constexpr int repaintEveryMs = 40;
 constexpr int leastWidth = 450;
 constexpr int mostWidth = 1200;
+// A narrower program does not show all of its controls.
+constexpr int leastProgramWidth = 1120;
 constexpr int wireHeight = 150;
 
 // What the window system puts round a window is known a moment after it has appeared only.
@@ -193,7 +195,7 @@ void KeyboardWindow::place(QWidget& program)
     if (!placement.isApart) {
         // A narrower program leaves more room.
         programFrame.setWidth(
-            std::max(program.minimumWidth(), room.width() - windowGap - wanted.leastWidth));
+            std::max(leastProgramWidth, room.width() - windowGap - wanted.leastWidth));
         placement = placeKeyboard(room, programFrame, wanted);
         if (placement.isApart)
             program.resize(programFrame.size());
@@ -207,10 +209,10 @@ void KeyboardWindow::place(QWidget& program)
 // Called for every event on the bus, also in the middle of a transfer, when the event loop rests.
 void KeyboardWindow::followBus()
 {
-    const std::size_t reports = bus.sentReports().size();
-    if (reports != reportsSeen)
+    const std::size_t talk = bus.sentReports().size() + bus.keyboard().screenBlocksReceived();
+    if (talk != talkSeen)
         keyboard.spokenTo(bus.now());
-    reportsSeen = reports;
+    talkSeen = talk;
     if (wire.update(bus) && wireList->isVisible())
         renewWireList();
     if (wire.refusals() != refusalsSeen) {
@@ -372,12 +374,17 @@ void KeyboardWindow::showWire(bool shown)
 
 void KeyboardWindow::renewWireList()
 {
+    // Whoever has scrolled back to read stays there.
+    QScrollBar* bar = wireList->verticalScrollBar();
+    const int readFrom = bar->value() == bar->maximum() ? -1 : bar->value();
     wireList->clear();
     for (const WireLine& line : wire.lines()) {
         auto* item = new QListWidgetItem(line.text, wireList);
         item->setForeground(line.isWrong ? wrongColor : wireColor);
     }
     wireList->scrollToBottom();
+    if (readFrom >= 0)
+        bar->setValue(readFrom);
 }
 
 } // namespace tavik::virtual_keyboard

@@ -55,7 +55,7 @@ private:
     VirtualBus& bus;
     KeyboardInUse keyboard;
     WireLog wire;
-    std::size_t reportsSeen = 0;
+    std::size_t talkSeen = 0;
     int refusalsSeen = 0;
 
     LitBoard* board;

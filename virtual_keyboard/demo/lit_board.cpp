@@ -72,7 +72,7 @@ QRect LitBoard::keyRectangle(int lightIndex) const
 
 QRectF LitBoard::glass() const
 {
-    return toView(layout, size()).mapRect(glassOf(layout));
+    return toView(layout, size()).mapRect(glassOf(layout.screenRect));
 }
 
 void LitBoard::setContent(const BoardContent& newContent)
@@ -141,7 +141,7 @@ void LitBoard::preparePictures()
     if (transparency.size() != padded || paintedSize != size())
         field = LightField(layout, size(), ratio);
     paintedSize = size();
-    const auto paintIn = [&](QImage& picture, const BoardColors& colors) {
+    const auto paintIn = [&](QImage& picture, const DeskColors& colors) {
         picture = QImage(padded, QImage::Format_RGB32);
         picture.setDevicePixelRatio(ratio);
         QPainter painter(&picture);
@@ -149,8 +149,8 @@ void LitBoard::preparePictures()
         painter.setFont(font());
         paintBoard(painter, size(), layout, content, colors);
     };
-    paintIn(unlit, BoardColors());
-    paintIn(transparency, boardTransparency());
+    paintIn(unlit, darkDesk());
+    paintIn(transparency, deskTransparency());
 }
 
 void LitBoard::paintEvent(QPaintEvent*)
@@ -161,7 +161,7 @@ void LitBoard::paintEvent(QPaintEvent*)
         std::ranges::all_of(lights, [](const KeyColor& color) { return color == KeyColor{}; });
     QPainter painter(this);
     painter.drawImage(0, 0, isDark ? unlit : field.shine(lights, unlit, transparency));
-    if (!layout.screenRect.isEmpty())
+    if (glassOf(layout.screenRect).isValid())
         paintScreen(painter);
 }
 

@@ -13,28 +13,10 @@ namespace {
 
 constexpr std::size_t eventsNamed = 40; // more than a line can show
 
-// All modifiers of the mask and the key, as they are pressed together.
-QString keysText(std::uint8_t modifiers, std::uint8_t usage)
+QString mediaText(const KeyAction& action)
 {
-    QStringList keys;
-    for (const KeyModifier& modifier : keyModifiers) {
-        if ((modifiers & modifier.mask) != 0)
-            keys += modifier.text.toString();
-    }
-    if (usage != 0)
-        keys += keyName(usage);
-    return keys.isEmpty() ? QStringLiteral("nothing") : keys.join(u'+');
-}
-
-// The text of the choice with this value, or the caption that the program draws on such a key.
-template <typename Choices, typename Value>
-QString choiceText(const Choices& choices, Value value, const KeyAction& action)
-{
-    for (const auto& choice : choices) {
-        if (value(choice))
-            return choice.text.toString();
-    }
-    return keyActionLabel(action, {});
+    const auto* choice = std::ranges::find(mediaChoices, action.p1, &MediaChoice::usage);
+    return choice == mediaChoices.end() ? keyActionLabel(action, {}) : choice->text.toString();
 }
 
 QString eventText(const MacroEvent& event)
@@ -93,16 +75,10 @@ QString sentText(const KeyboardModel& keyboard, const KeyRecord& key, LayerId la
     case KeyActionPage::Default:
         return factoryText(key, layer);
     case KeyActionPage::Mouse:
-        return choiceText(
-            mouseChoices,
-            [&](const MouseChoice& choice) { return choice.value == action.p1 * 256 + action.p2; },
-            action);
     case KeyActionPage::Keyboard:
-        return keysText(action.p1, action.p2);
+        return keyActionWords(action, {});
     case KeyActionPage::Consumer:
-        return choiceText(
-            mediaChoices, [&](const MediaChoice& choice) { return choice.usage == action.p1; },
-            action);
+        return mediaText(action);
     case KeyActionPage::Special:
         return QStringLiteral("nothing");
     case KeyActionPage::Macro:

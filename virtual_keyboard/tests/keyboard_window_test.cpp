@@ -17,6 +17,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -78,21 +79,29 @@ private slots:
         QCOMPARE(legend(), before);
     }
 
+    void theProgramHasTheFocusAtTheStart_data()
+    {
+        QTest::addColumn<int>("programWidth");
+        QTest::addColumn<bool>("overlap");
+        QTest::newRow("room for both") << 300 << false;
+        QTest::newRow("a program that is not cut") << 700 << true;
+    }
     void theProgramHasTheFocusAtTheStart()
     {
+        QFETCH(const int, programWidth);
+        QFETCH(const bool, overlap);
         QWidget program;
-        program.setMinimumSize(300, 200);
+        program.resize(programWidth, 480);
         program.show();
         QVERIFY(QTest::qWaitForWindowActive(&program));
         window->hide();
         window->showBeside(program);
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
         QTRY_COMPARE(QApplication::activeWindow(), &program);
-        // The screen has room for both only beside a narrower program, which keeps what it can.
-        QTRY_COMPARE(program.width() + window->frameGeometry().width() + 8,
+        QTRY_COMPARE(window->frameGeometry().right() + 1,
                      program.screen()->availableGeometry().width());
-        QVERIFY(program.width() > 300);
-        QVERIFY(!window->frameGeometry().intersects(program.frameGeometry()));
+        QCOMPARE(program.width(), programWidth);
+        QCOMPARE(window->frameGeometry().intersects(program.frameGeometry()), overlap);
         // A click on the program brings it in front, as with any two windows.
         QVERIFY(window->parentWidget() == nullptr);
     }
@@ -216,17 +225,35 @@ private slots:
         QVERIFY(writeLayer(tavik::LayerId::Base, {}));
         QCOMPARE(list->item(list->count() - 1)->text(), QString("finish"));
         QCOMPARE(list->item(list->count() - 3)->text(), QString("base layer, 9 reports"));
-        const QColor usual = list->item(0)->foreground().color();
 
         setLight({.effect = 1, .brightness = 9});
         QCOMPARE(takeBusViolations().size(), 1);
-        QColor wrong;
-        for (int line = 0; line < list->count(); ++line) {
-            if (list->item(line)->text() == "lighting mode carries a value out of range")
-                wrong = list->item(line)->foreground().color();
-        }
-        QVERIFY(wrong != usual);
-        QVERIFY(wrong.red() > 2 * wrong.blue());
+        const auto redIn = [list](QListWidgetItem* line) {
+            list->scrollToItem(line);
+            return areaWhere(list->viewport()->grab(list->visualItemRect(line)).toImage(),
+                             [](const QColor& pixel) {
+                                 return pixel.red() > 0xA0 && pixel.blue() < pixel.red() / 2;
+                             });
+        };
+        const auto wrong =
+            list->findItems("lighting mode carries a value out of range", Qt::MatchExactly);
+        QCOMPARE(wrong.size(), 1);
+        QVERIFY(redIn(wrong.first()).width() > 100);
+        QVERIFY(redIn(list->item(0)).isEmpty());
+    }
+
+    void whoReadsAnEarlierLineStaysThere()
+    {
+        auto* list = window->findChild<QListWidget*>();
+        window->findChild<QToolButton*>()->click();
+        for (int time = 0; time < 5; ++time)
+            QVERIFY(writeLayer(tavik::LayerId::Base, {}));
+        QScrollBar* bar = list->verticalScrollBar();
+        QVERIFY(bar->maximum() > 3);
+        QCOMPARE(bar->value(), bar->maximum());
+        bar->setValue(2);
+        QVERIFY(writeLayer(tavik::LayerId::Base, {}));
+        QCOMPARE(bar->value(), 2);
     }
 
     void theWindowGrowsAndShrinksByTheWire()

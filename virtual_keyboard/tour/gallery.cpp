@@ -7,6 +7,7 @@
 #include "pages/settings/state_exchange.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/named_keys.h"
+#include "virtual_keyboard/demo/keyboard_in_use.h"
 #include "virtual_keyboard/demo/lit_board.h"
 #include "virtual_keyboard/tour/evening_picture.h"
 #include "virtual_keyboard/tour/held.h"
@@ -18,7 +19,9 @@
 #include <QHelpEvent>
 #include <QLayout>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
+#include <QPainter>
 #include <QSlider>
 #include <QStackedWidget>
 #include <QStandardPaths>
@@ -117,6 +120,37 @@ private:
         bus().reset();
         page()->findChild<QSlider*>()->setValue(5);
         QMetaObject::invokeMethod(page(), "apply");
+        saveEffects();
+    }
+
+    // Each effect at four times after a press of "A", row by row.
+    void saveEffects()
+    {
+        using namespace std::chrono_literals;
+        constexpr int timesShown = 4;
+        const KeyboardLayout& layout = KeyboardLayout::instance();
+        LitBoard board(layout);
+        board.resize(360, board.heightForWidth(360));
+        auto* list = page()->findChild<QListWidget*>();
+        const int chosen = list->currentRow();
+        QImage sheet(timesShown * board.width(), list->count() * board.height(),
+                     QImage::Format_RGB32);
+        QPainter painter(&sheet);
+        painter.setPen(Qt::white);
+        for (int row = 0; row < list->count(); ++row) {
+            list->setCurrentRow(row);
+            QMetaObject::invokeMethod(page(), "apply");
+            KeyboardInUse keyboard(bus().keyboard(), layout);
+            keyboard.press(tests::keyNamed("A").lightIndex, 0ms);
+            for (int column = 0; column < timesShown; ++column) {
+                board.setLights(keyboard.lights(150ms + 350ms * column));
+                board.render(&painter, QPoint(column * board.width(), row * board.height()));
+            }
+            painter.drawText(4, row * board.height() + 14, list->item(row)->text());
+        }
+        list->setCurrentRow(chosen);
+        QMetaObject::invokeMethod(page(), "apply");
+        complete = sheet.save(directory + QStringLiteral("/effects.png")) && complete;
     }
 
     void visitKeys()
