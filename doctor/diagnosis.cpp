@@ -28,7 +28,7 @@ bool isFailed(const std::optional<Node>& node)
 
 bool isHeld(const std::optional<Node>& node)
 {
-    return node && (node->error == EBUSY || !node->holders.empty());
+    return node && isInUse(*node);
 }
 
 // The interface that stands in the way; without the configuration interface nothing works.
@@ -112,6 +112,11 @@ std::string verdictLine(const Findings& findings)
     case Verdict::NotOnUsb:
         return "The keyboard is not on USB. Plug in its USB-C cable and switch it to wired mode.";
     case Verdict::NoConfigurationInterface:
+        if (findings.screen)
+            return "Only the screen of the keyboard (" + idText(*findings.keyboard) +
+                   ") is there, over " + findings.screen->path +
+                   ": its configuration interface is missing. Unplug the keyboard and plug it "
+                   "in again.";
         return "A keyboard is there (" + idText(*findings.keyboard) +
                "), but without a configuration interface: it is in wireless mode, or another "
                "model. Plug in the USB-C cable and switch it to wired mode.";
@@ -143,6 +148,16 @@ std::string verdictLine(const Findings& findings)
 }
 
 } // namespace
+
+bool isOwnProgram(const Holder& holder)
+{
+    return holder.name == "tavik-center" || holder.name == "tavikctl";
+}
+
+bool isInUse(const Node& node)
+{
+    return node.error == EBUSY || !std::ranges::all_of(node.holders, isOwnProgram);
+}
 
 Verdict verdictOf(const Findings& findings)
 {

@@ -34,6 +34,9 @@ struct Holder
     bool isThisProcess = false;
 };
 
+// Whether it is this project's: those take turns with each other.
+[[nodiscard]] bool isOwnProgram(const Holder& holder);
+
 // One interface of the keyboard and what came of opening it.
 struct Node
 {
@@ -43,6 +46,9 @@ struct Node
     bool sharedWithKeys = false;
     std::vector<Holder> holders; // programs of other users are seen by root only
 };
+
+// Whether a program that does not take turns with ours has the interface.
+[[nodiscard]] bool isInUse(const Node& node);
 
 struct DeviceId
 {

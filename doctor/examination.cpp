@@ -83,16 +83,17 @@ bool isSharedWithKeys(const Listing& listing, const std::string& path)
     });
 }
 
-// The first node that opens, else the first that is there.
+// The first node that opens and that nobody else has, else the first that opens, else the first: of
+// two keyboards one may be free.
 std::optional<Node> findNode(const Listing& listing, std::uint16_t usagePage)
 {
     std::optional<Node> found;
     for (const std::string& path : pathsOf(listing, usagePage)) {
         Node node = examineNode(path);
         node.sharedWithKeys = isSharedWithKeys(listing, path);
-        if (node.error == 0)
+        if (node.error == 0 && !isInUse(node))
             return node;
-        if (!found)
+        if (!found || (found->error != 0 && node.error == 0))
             found = std::move(node);
     }
     return found;

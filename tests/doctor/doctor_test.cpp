@@ -102,6 +102,22 @@ private slots:
                  qPrintable(outcome.text));
     }
 
+    void screenAlone()
+    {
+        EmulatedDevice device = wholeKeyboard();
+        device.interfaces.erase(device.interfaces.begin() + configurationInterface);
+        EmulatedKeyboard keyboard(device);
+        keyboard.setPermitted(1, true);
+
+        const Outcome outcome = runDoctor();
+
+        QCOMPARE(outcome.exitCode, 4);
+        QCOMPARE(outcome.text,
+                 QStringLiteral("Only the screen of the keyboard (0c45:8009) is there, over "
+                                "/dev/hidraw1: its configuration interface is missing. Unplug the "
+                                "keyboard and plug it in again.\n"));
+    }
+
     void anotherModel()
     {
         EmulatedKeyboard keyboard(onlyTyping(0x7016));
@@ -198,6 +214,39 @@ private slots:
                      .arg(other.processId()));
         other.end();
         QCOMPARE(runDoctor().exitCode, 0);
+    }
+
+    // Our own programs take turns.
+    void heldByOurOwnWindow()
+    {
+        EmulatedKeyboard keyboard;
+        permitBoth(keyboard);
+        TestbedProcess window(AsUser::Ordinary);
+        QVERIFY(window.start(QStringLiteral("/bin/sh"),
+                             {QStringLiteral("-c"),
+                              QStringLiteral("echo tavik-center >/proc/$$/comm; "
+                                             "exec 3<>/dev/hidraw2 4<>/dev/hidraw1; read line")}));
+        QVERIFY(keyboard.waitUntilOpened(configurationInterface, std::chrono::seconds(20)));
+
+        checkVerdict(runDoctor(), 0, "over /dev/hidraw1, and its screen over /dev/hidraw2.");
+    }
+
+    void oneOfTwoKeyboardsIsFree()
+    {
+        EmulatedDevice device = wholeKeyboard();
+        device.interfaces.push_back({featureDescriptor(0xFF13), true});
+        EmulatedKeyboard keyboard(device);
+        permitBoth(keyboard);
+        keyboard.setPermitted(3, true);
+        TestbedProcess other(AsUser::Ordinary);
+        QVERIFY(
+            other.start(QStringLiteral("/bin/sh"),
+                        {QStringLiteral("-c"), QStringLiteral("exec 3<>/dev/hidraw1; read line")}));
+        QVERIFY(keyboard.waitUntilOpened(configurationInterface, std::chrono::seconds(20)));
+
+        checkVerdict(runDoctor(), 0, "over /dev/hidraw3,");
+        keyboard.setPermitted(3, false);
+        checkVerdict(runDoctor(), 9, "holds /dev/hidraw1");
     }
 
     void ready_data()
