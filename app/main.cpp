@@ -12,6 +12,8 @@ int main(int argc, char* argv[])
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));
+    // By this the desktop finds the entry, and with it the icon, of a window.
+    QGuiApplication::setDesktopFileName(QStringLiteral(TAVIK_ID));
     tavik::applyApplicationStyle(application);
 
     tavik::SingleWindow onlyWindow(tavik::stateFilePath());

@@ -61,8 +61,8 @@ function(tavik_read_test_headers target)
 endfunction()
 
 # tavik_test(name SOURCE LIBRARIES...) builds one Qt Test program and registers it with ctest.
-# It runs without a display and with configuration and runtime directories that no other test
-# shares.
+# It runs without a display, in a locale that every system has and Qt takes without a word, and with
+# configuration and runtime directories that no other test shares.
 function(tavik_test name source)
   tavik_executable(${name} ${source})
   target_link_libraries(${name} PRIVATE ${ARGN})
@@ -80,7 +80,7 @@ function(tavik_test name source)
   file(CHMOD ${runtime_directory} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
   set_tests_properties(${name} PROPERTIES
     TIMEOUT 120
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/test-config/${name};XDG_RUNTIME_DIR=${runtime_directory};TAVIK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+    ENVIRONMENT "LC_ALL=C.UTF-8;QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/test-config/${name};XDG_RUNTIME_DIR=${runtime_directory};TAVIK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
 

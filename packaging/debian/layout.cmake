@@ -15,11 +15,17 @@ function(install_compressed source destination name component)
   install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component})
 endfunction()
 
-# install_documentation(COMPONENT PACKAGE)
+# A package has one prefix only.
+set(bin ${CMAKE_INSTALL_FULL_BINDIR})
+set(share ${CMAKE_INSTALL_FULL_DATADIR})
+set(udev ${CMAKE_INSTALL_PREFIX}/${udev_directory})
+
+# install_documentation(COMPONENT PACKAGE PAGE...)
 function(install_documentation component package)
-  foreach(page IN LISTS ${component}_pages)
-    cmake_path(GET page FILENAME name)
-    install_compressed(${page} ${CMAKE_INSTALL_MANDIR}/man1 ${name} ${component})
+  foreach(page IN LISTS ARGN)
+    configure_file(man/${page}.in ${page} @ONLY)
+    install_compressed(${CMAKE_CURRENT_BINARY_DIR}/${page} ${CMAKE_INSTALL_MANDIR}/man1
+      ${page} ${component})
   endforeach()
   set(documentation ${CMAKE_INSTALL_DATADIR}/doc/${package})
   install_compressed(${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog
@@ -27,8 +33,8 @@ function(install_documentation component package)
   install(FILES debian/copyright DESTINATION ${documentation} COMPONENT ${component})
 endfunction()
 
-install_documentation(center tavik-center)
-install_documentation(command tavikctl)
+install_documentation(center tavik-center tavik-center.1)
+install_documentation(command tavikctl tavikctl.1 tavik-center-doctor.1)
 
 get_property(compressed_files GLOBAL PROPERTY TAVIK_COMPRESSED)
 add_custom_target(tavik_compressed_documentation ALL DEPENDS ${compressed_files})

@@ -31,7 +31,10 @@ macros, and the pictures and animations on its screen.
 The person who sits at the computer may use it without further steps. The
 interface that types stays closed to every program. tavik-center-doctor says
 in one line why the keyboard is not found, and what helps.")
-set(CPACK_DEBIAN_CENTER_PACKAGE_DEPENDS "fonts-open-sans, tavikctl (= ${PROJECT_VERSION})")
+# An older library would start, too, but says nothing of what an interface is for.
+set(hidapi "libhidapi-hidraw0 (>= ${TAVIK_HIDAPI_VERSION})")
+set(CPACK_DEBIAN_CENTER_PACKAGE_DEPENDS
+  "fonts-open-sans, tavikctl (= ${PROJECT_VERSION}), ${hidapi}")
 # Under X it works without the Wayland plugin. Two of the language names are Chinese.
 set(CPACK_DEBIAN_CENTER_PACKAGE_RECOMMENDS "qt6-wayland, fonts-droid-fallback | fonts-noto-cjk")
 
@@ -46,6 +49,7 @@ package tavik-center brings.
 The package opens the keyboard to the person who sits at the computer, and
 keeps the interface that types closed. tavik-center-doctor says in one line
 why the keyboard is not found, and what helps.")
+set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${hidapi}")
 # The keyboard also works where nobody logs in at the screen, given permission by other means.
 set(CPACK_DEBIAN_COMMAND_PACKAGE_RECOMMENDS "default-logind | logind")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SUGGESTS tavik-center)

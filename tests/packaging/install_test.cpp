@@ -8,6 +8,7 @@
 
 #include <poll.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace tavik::tests;
@@ -23,6 +24,7 @@ bool runCMake(const QString& destination, const QStringList& arguments)
     environment.insert(QStringLiteral("DESTDIR"), destination);
     cmake.setProcessEnvironment(environment);
     cmake.setProcessChannelMode(QProcess::MergedChannels);
+    cmake.setChildProcessModifier([] { umask(0077); }); // as careful people have it
     cmake.start(QStringLiteral(TAVIK_CMAKE), arguments);
     const bool done = cmake.waitForFinished(timeoutMs) && cmake.exitCode() == 0;
     if (!done)
@@ -95,6 +97,39 @@ private slots:
     {
         QCOMPARE(filesBelow(systemRoot.filePath(QStringLiteral("usr"))), expectedFiles());
         QCOMPARE(filesBelow(systemRoot.path()).size(), expectedFiles().size());
+    }
+
+    void everybodyCanReadWhatIsInstalled()
+    {
+        QDirIterator entry(systemRoot.filePath(QStringLiteral("usr")),
+                           QDir::AllEntries | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (entry.hasNext()) {
+            const QFileInfo file(entry.next());
+            const auto needed =
+                QFile::ReadOther | (file.isDir() ? QFile::ExeOther : QFile::Permissions());
+            QVERIFY2((file.permissions() & needed) == needed, qPrintable(file.filePath()));
+            QVERIFY2(!(file.permissions() & (QFile::WriteOther | QFile::WriteGroup)),
+                     qPrintable(file.filePath()));
+        }
+    }
+
+    // Also where the build was configured for another place, as here.
+    void manualPagesNameThePlaceOfTheInstallation_data()
+    {
+        QTest::addColumn<QString>("page");
+        QTest::addColumn<QByteArray>("place");
+        QTest::newRow("program") << QStringLiteral("tavik-center")
+                                 << QByteArray("/usr/share/tavik\\-center/keyboard");
+        QTest::newRow("doctor") << QStringLiteral("tavik-center-doctor")
+                                << QByteArray("/usr/lib/udev/rules.d/60");
+    }
+    void manualPagesNameThePlaceOfTheInstallation()
+    {
+        QFETCH(const QString, page);
+        QFETCH(const QByteArray, place);
+        QFile file(installed(QStringLiteral("share/man/man1/%1.1").arg(page)));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains("\n.I " + place));
     }
 
     void opensNoMoreThanTheProgramNeeds()
