@@ -20,7 +20,7 @@ constexpr QMarginsF faceMargins(2.5, 1.2, 2.5, 5.0);
 constexpr double legendInset = 5.6;
 constexpr double leastInset = 2.6;
 constexpr double narrowestLegend = 0.75; // of its usual width
-constexpr double legendBaseline = 10.0; // on a whole pixel, so that thin strokes keep their color
+constexpr double legendBaseline = 10.0;  // on a whole pixel, so that thin strokes keep their color
 constexpr QPointF arrowCorner(4.4, 1.9);
 constexpr double arrowSize = 1.08; // of a character's
 
@@ -47,8 +47,8 @@ QPainterPath textPath(const QString& text, const QFont& font, double size, doubl
 {
     const QFontMetricsF metrics(font);
     const double scale = size / outlineSize;
-    const double narrowing = std::clamp(widest / (metrics.horizontalAdvance(text) * scale + 1e-9),
-                                        narrowestLegend, 1.0);
+    const double narrowing =
+        std::clamp(widest / (metrics.horizontalAdvance(text) * scale + 1e-9), narrowestLegend, 1.0);
     QPainterPath path;
     path.addText(0, 0, font,
                  metrics.elidedText(text, Qt::ElideRight, widest / scale / narrowing + 1e-6));
@@ -133,9 +133,9 @@ void paintLegends(QPainter& painter, const KeyRecord& key, const QRectF& cap,
         painter.fillPath(path.translated(cap.left() + inset, baseline), colors.legend);
     }
     const QPainterPath shifted = textPath(key.shifted, font, sizes.character, cap.width() / 2);
-    painter.fillPath(shifted.translated(cap.right() - legendInset - shifted.boundingRect().right(),
-                                        baseline),
-                     colors.shifted);
+    painter.fillPath(
+        shifted.translated(cap.right() - legendInset - shifted.boundingRect().right(), baseline),
+        colors.shifted);
 }
 
 } // namespace tavik

@@ -5,6 +5,7 @@
 
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -67,11 +68,13 @@ public:
             painter.setBrush(colors.caption);
             painter.drawRoundedRect(face, faceRadius, faceRadius);
         }
-        // A caption says what the key does, so the legend gives way where both have no room.
-        const bool bothFit = caption.isEmpty() || fitsUnderLegend(caption, face);
-        if (bothFit)
+        // A caption says what the key does, so the legend gives way where both have no room. Cut
+        // to a few letters it says nothing; then the frame tells that the key has one.
+        const bool bothFit = fitsUnderLegend(caption, face);
+        const bool isReadable = bothFit || fitsAlone(caption, face);
+        if (bothFit || !isReadable)
             paintLegends(painter, key, cap, painter.font().family(), legendSizes(), capColors);
-        if (!caption.isEmpty())
+        if (!caption.isEmpty() && isReadable)
             paintCaption(face.adjusted(1, bothFit ? face.height() * 0.4 : 0, -1, 0), caption);
     }
 
@@ -85,11 +88,27 @@ private:
         return font;
     }
 
+    // Whether a face is wide enough for each of the lines.
+    bool areHeld(const QStringList& lines, const QRectF& face) const
+    {
+        const QFontMetricsF metrics(captionFont());
+        return std::ranges::all_of(lines, [&](const QString& line) {
+            return metrics.horizontalAdvance(line) * narrowestCaption <= face.width() - 2;
+        });
+    }
+
     bool fitsUnderLegend(const QString& caption, const QRectF& face) const
     {
-        const double width = QFontMetricsF(captionFont()).horizontalAdvance(caption);
-        return face.height() * scale > 2.4 * leastCharacter &&
-               width * narrowestCaption <= face.width() - 2;
+        return caption.isEmpty() ||
+               (face.height() * scale > 2.4 * leastCharacter && areHeld({caption}, face));
+    }
+
+    // In two lines where there is room for them, broken as captions are.
+    bool fitsAlone(const QString& caption, const QRectF& face) const
+    {
+        static const QRegularExpression breaks(QStringLiteral(" |(?<=\\+)"));
+        const bool holdsTwo = face.height() > 1.6 * QFontMetricsF(captionFont()).height();
+        return areHeld({caption}, face) || (holdsTwo && areHeld(caption.split(breaks), face));
     }
 
     void paintCaption(const QRectF& area, const QString& caption) const

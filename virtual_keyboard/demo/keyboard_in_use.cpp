@@ -93,6 +93,14 @@ QString KeyboardInUse::showNextAnimation(Milliseconds now)
                           : QStringLiteral("nothing; the screen shows slot %1").arg(slotShown);
 }
 
+void KeyboardInUse::losePower()
+{
+    pressedKey = -1;
+    fnHeld = false;
+    slotShown = 0;
+    presses.clear();
+}
+
 bool KeyboardInUse::isDown(const KeyRecord& key) const
 {
     return key.lightIndex == pressedKey || (fnHeld && key.code == usageFn);

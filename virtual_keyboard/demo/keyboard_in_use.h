@@ -25,6 +25,8 @@ public:
     // words what the computer gets.
     QString press(int lightIndex, Milliseconds now);
     void release() { pressedKey = -1; }
+    // Whatever is held is let go; the screen goes back to its clock.
+    void losePower();
     // The computer has spoken to the keyboard, which keeps the light on like a key.
     void spokenTo(Milliseconds now) { lastUse = now; }
 

@@ -32,10 +32,13 @@ constexpr int wireHeight = 150;
 constexpr int frameKnownAfterMs = 250;
 
 constexpr int busyAnswers = 1000; // more than anybody waits for
-constexpr std::uint8_t sessionOpenCode = 0x18;
 constexpr std::uint8_t refusedStatus = 0x05;
 // Those that carry something; refused ones end their sequence.
-constexpr std::array<std::uint8_t, 7> carryingCodes = {0x11, 0x13, 0x17, 0x19, 0x23, 0x27, 0x72};
+constexpr std::array carryingCodes{
+    CommandCode::WriteBaseLayer, CommandCode::WriteFnLayer,   CommandCode::LightingMode,
+    CommandCode::LightingSleep,  CommandCode::WriteColorBank, CommandCode::MacroSession,
+    CommandCode::ScreenUpload,
+};
 
 const char* const windowSheet = R"(
 QWidget#keyboardWindow { background: #191a1c; }
@@ -48,6 +51,10 @@ QPushButton:hover, QToolButton:hover { background: #38393e; }
 QPushButton:checked { color: #ffffff; background: #9c3d05; border-color: #e77a19; }
 QToolButton { border: 0; background: transparent; }
 QListWidget { font-family: monospace; font-size: 11px; background: #101113; border: 1px solid #303136; }
+QScrollBar:vertical { width: 8px; background: #202124; border: 0; }
+QScrollBar::handle { background: #66676d; min-height: 24px; }
+QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
+QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 QToolTip { color: #f1f1f1; background: #2b2c30; border: 1px solid #55565c; padding: 2px 5px;
     font-size: 12px; }
 )";
@@ -87,6 +94,7 @@ KeyboardWindow::KeyboardWindow(QWidget* parent)
     setWindowTitle(tr("Virtual keyboard"));
     setObjectName(QStringLiteral("keyboardWindow"));
     setAttribute(Qt::WA_StyledBackground);
+    setAttribute(Qt::WA_AlwaysShowToolTips); // the program beside it is the active one
     setStyleSheet(windowSheet);
     say(tr("Click a key to see what it sends."));
     stateLabel->setWordWrap(true);
@@ -95,6 +103,7 @@ KeyboardWindow::KeyboardWindow(QWidget* parent)
                    "is our reading. A minute of sleep time lasts a second here."));
     note->setWordWrap(true);
     wireList->setFixedHeight(wireHeight);
+    wireList->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // long lines are elided
     wireList->setFocusPolicy(Qt::TabFocus);
     wireList->hide();
 
@@ -129,7 +138,7 @@ KeyboardWindow::KeyboardWindow(QWidget* parent)
             board->update();
     });
 
-    resize(leastWidth * 3 / 2, layout()->heightForWidth(leastWidth * 3 / 2));
+    resize(leastWidth * 3 / 2, heightForWidth(leastWidth * 3 / 2));
     keyboard.spokenTo(bus.now());
     sinceRepaint.start();
     bus.setListener([this] { followBus(); });
@@ -184,7 +193,7 @@ void KeyboardWindow::showBeside(QWidget& program)
 void KeyboardWindow::place(QWidget& program)
 {
     const QSize frame = frameGeometry().size() - size();
-    const int lines = layout()->heightForWidth(leastWidth) - board->heightForWidth(leastWidth);
+    const int lines = heightForWidth(leastWidth) - board->heightForWidth(leastWidth);
     const WantedSize wanted{.heightByWidth = 1.0 * board->heightForWidth(mostWidth) / mostWidth,
                             .fixedHeight = lines + frame.height(),
                             .leastWidth = leastWidth,
@@ -229,6 +238,23 @@ void KeyboardWindow::followBus()
     nextPicture.start(repaintEveryMs);
 }
 
+int KeyboardWindow::heightForWidth(int width) const
+{
+    return board->heightForWidth(width) + layout()->itemAt(1)->heightForWidth(width);
+}
+
+// The board gives way where the window is low.
+void KeyboardWindow::keepLinesWhole()
+{
+    setMinimumHeight(board->minimumHeight() + layout()->itemAt(1)->heightForWidth(width()));
+}
+
+// Also when the window comes back from the task bar, which paints nothing by itself.
+void KeyboardWindow::showEvent(QShowEvent*)
+{
+    showState();
+}
+
 void KeyboardWindow::hideEvent(QHideEvent*)
 {
     nextPicture.stop();
@@ -241,9 +267,12 @@ QString KeyboardWindow::stateText() const
     static const QStringList sleepTexts{tr("no sleep time"), tr("sleeps after 1 min"),
                                         tr("sleeps after 5 min"), tr("sleeps after 30 min")};
     const KeyboardModel& model = bus.keyboard();
-    QStringList texts{QString::fromStdString(model.lightingSummary()),
-                      keyboard.isAsleep(bus.now()) ? tr("asleep")
-                                                   : sleepTexts.value(model.state().sleepCode)};
+    QStringList texts;
+    if (keyboard.layer() == LayerId::Fn)
+        texts += tr("Fn is held");
+    texts +=
+        {QString::fromStdString(model.lightingSummary()),
+         keyboard.isAsleep(bus.now()) ? tr("asleep") : sleepTexts.value(model.state().sleepCode)};
     int macros = 0;
     for (int index = 0; index < static_cast<int>(macroCount); ++index)
         macros += model.playMacro(index).empty() ? 0 : 1;
@@ -264,6 +293,7 @@ void KeyboardWindow::showState()
 {
     stateIsOld = false;
     stateLabel->setText(stateText());
+    keepLinesWhole();
     plugButton->setText(bus.plugged() ? tr("Unplug") : tr("Plug in"));
     plugButton->setToolTip(bus.plugged() ? tr("Pull the cable out of the keyboard")
                                          : tr("Put the cable back into the keyboard"));
@@ -312,6 +342,7 @@ void KeyboardWindow::say(const QString& text)
 void KeyboardWindow::resizeEvent(QResizeEvent*)
 {
     say(said);
+    keepLinesWhole();
 }
 
 void KeyboardWindow::pressKey(int lightIndex)
@@ -325,6 +356,8 @@ void KeyboardWindow::togglePlug()
 {
     if (bus.plugged()) {
         bus.unplug();
+        keyboard.losePower();
+        say(tr("The cable is out."));
     } else {
         bus.plug();
         say(bus.openHandles() > 0
@@ -340,11 +373,11 @@ void KeyboardWindow::plantFaults()
     bus.clearFaults();
     if (busyButton->isChecked()) {
         for (int attempt = 1; attempt <= busyAnswers; ++attempt)
-            bus.failCommand(sessionOpenCode, busy(), attempt);
+            bus.failCommand(static_cast<std::uint8_t>(CommandCode::OpenSession), busy(), attempt);
     }
     if (refuseButton->isChecked()) {
-        for (const std::uint8_t code : carryingCodes)
-            bus.failCommand(code, answerStatus(refusedStatus));
+        for (const CommandCode code : carryingCodes)
+            bus.failCommand(static_cast<std::uint8_t>(code), answerStatus(refusedStatus));
     }
 }
 
@@ -355,10 +388,13 @@ void KeyboardWindow::showWire(bool shown)
     wireButton->setArrowType(shown ? Qt::DownArrow : Qt::RightArrow);
     wireList->setVisible(shown);
     layout()->activate();
+    keepLinesWhole();
     if (shown)
         renewWireList();
-    if (!isVisible() || isMaximized())
+    if (!isVisible() || isMaximized()) {
+        grownByWire = raisedByWire = 0;
         return;
+    }
     const QRect available = screen()->availableGeometry();
     const int frame = frameGeometry().height() - height();
     if (!shown) { // back to where it stood

@@ -33,7 +33,11 @@ public:
     // one and keeps the focus. It may be moved a little, and shrunk where only so both have room.
     void showBeside(QWidget& program);
 
+    // With the board as large as this width allows.
+    [[nodiscard]] int heightForWidth(int width) const override;
+
 protected:
+    void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -48,6 +52,7 @@ private:
     void plantFaults();
     void showWire(bool shown);
     void renewWireList();
+    void keepLinesWhole();
 
     [[nodiscard]] QWidget* createButtons();
     [[nodiscard]] QString stateText() const;

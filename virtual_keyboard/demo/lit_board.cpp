@@ -21,7 +21,8 @@ void drawHand(QPainter& painter, const QColor& color, double degrees, double len
     painter.restore();
 }
 
-// The dial that the program's own picture of the keyboard shows, with the time of day.
+// Like the dial in the program's picture of the keyboard, without its second hand: that would have
+// to move.
 void drawClock(QPainter& painter, const QRectF& area, QTime time)
 {
     constexpr QColor marks(0x8b, 0x8d, 0x93);
@@ -39,7 +40,7 @@ void drawClock(QPainter& painter, const QRectF& area, QTime time)
         painter.rotate(90);
     }
     drawHand(painter, hands, 30 * (time.hour() % 12) + time.minute() / 2.0, 26, 8);
-    drawHand(painter, accent, 6 * time.minute(), 40, 5);
+    drawHand(painter, hands, 6 * time.minute(), 40, 6);
     painter.setPen(Qt::NoPen);
     painter.setBrush(accent);
     painter.drawEllipse(QPointF(0, 0), 6, 6);
@@ -51,9 +52,7 @@ void drawClock(QPainter& painter, const QRectF& area, QTime time)
 LitBoard::LitBoard(const KeyboardLayout& keyboardLayout, QWidget* parent)
     : QWidget(parent), layout(onDesk(keyboardLayout)), lights(keyCount)
 {
-    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    policy.setHeightForWidth(true);
-    setSizePolicy(policy);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setMinimumSize(320, 120);
     setAccessibleName(tr("Virtual keyboard"));
 }

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] QRect keyRectangle(int lightIndex) const;
     // The square in which the screen shows its pictures.
     [[nodiscard]] QRectF glass() const;
-    [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+    // The height at which nothing is left over. In a lower one it is drawn smaller.
     [[nodiscard]] int heightForWidth(int width) const override;
 
 signals:

@@ -30,7 +30,7 @@ Placement placeKeyboard(const QRect& available, const QRect& program, const Want
         widthIn({available.width() - program.width() - windowGap, available.height()}, wanted);
     const int under =
         widthIn({available.width(), available.height() - program.height() - windowGap}, wanted);
-    const int width = std::max({beside, under});
+    const int width = std::max(beside, under);
     const bool isApart = width >= wanted.leastWidth;
     const bool isBeside = isApart && beside >= under;
     const int shown = isApart ? width : std::min(wanted.leastWidth, available.width());

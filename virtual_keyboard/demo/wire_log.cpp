@@ -93,13 +93,16 @@ void WireLog::readData(const Report& report)
 void WireLog::countData()
 {
     ++arrived;
+    const QString kind =
+        code == CommandCode::ScreenUpload ? QStringLiteral("blocks") : QStringLiteral("reports");
     QString& text = commandLine();
-    if (announced == 1)
+    // What is read comes in answers, of which the first is that of the command.
+    if (announced == 1 || code == CommandCode::ReadColorBank)
         text = title;
     else if (arrived < announced)
-        text = QStringLiteral("%1, %2 of %3 reports").arg(title).arg(arrived).arg(announced);
+        text = QStringLiteral("%1, %2 of %3 %4").arg(title).arg(arrived).arg(announced).arg(kind);
     else
-        text = QStringLiteral("%1, %2 reports").arg(title).arg(arrived);
+        text = QStringLiteral("%1, %2 %3").arg(title).arg(arrived).arg(kind);
 }
 
 void WireLog::readAnswer(const Report& answer)

@@ -258,7 +258,7 @@ private slots:
 
     void theWindowGrowsAndShrinksByTheWire()
     {
-        window->resize(450, window->layout()->heightForWidth(450));
+        window->resize(450, window->heightForWidth(450));
         QTRY_COMPARE(window->width(), 450);
         const int height = window->height();
         auto* wire = window->findChild<QToolButton*>();
@@ -268,9 +268,64 @@ private slots:
         QTRY_COMPARE(window->height(), height);
     }
 
+    // In a low window the board gives way.
+    void linesStandUnderEachOther()
+    {
+        window->findChild<QToolButton*>()->click();
+        setLight({.effect = 1, .color = Qt::red, .brightness = 5}); // takes two lines
+        window->resize(450, 10);
+        const auto* state = window->findChild<QLabel*>("state");
+        const auto* list = window->findChild<QListWidget*>();
+        const auto* note = window->findChild<QLabel*>("note");
+        QTRY_VERIFY(list->geometry().bottom() < note->geometry().top());
+        QVERIFY(state->geometry().bottom() < list->geometry().top());
+        QVERIFY(board()->QWidget::geometry().bottom() < state->geometry().top());
+        for (const QLabel* label : {state, note})
+            QVERIFY(label->height() >= label->heightForWidth(label->width()));
+        QVERIFY(window->rect().contains(note->geometry()));
+        QVERIFY(board()->height() >= 120);
+    }
+
+    // It is told so, and paints nothing by itself.
+    void aWindowFromTheTaskBarMoves()
+    {
+        QTRY_VERIFY(timer().isActive());
+        QHideEvent hidden;
+        QApplication::sendEvent(window.get(), &hidden);
+        QVERIFY(!timer().isActive());
+        QShowEvent shown;
+        QApplication::sendEvent(window.get(), &shown);
+        QTRY_VERIFY(timer().isActive());
+    }
+
+    void theScreenShowsAClockWhileItIsOn()
+    {
+        setLight(steadyWhite);
+        const auto hands = [this] {
+            return areaWhere(picture().copy(board()->glass().toRect()), [](const QColor& pixel) {
+                return std::min({pixel.red(), pixel.green(), pixel.blue()}) > 0xD0;
+            });
+        };
+        // Two hands from the middle: the shorter one takes a fifth of the dial at least.
+        QVERIFY(std::max(hands().width(), hands().height()) > board()->glass().width() / 5);
+        button("Unplug")->click();
+        QVERIFY(hands().isEmpty());
+    }
+
+    void aPulledCableIsTold()
+    {
+        click("Fn");
+        QVERIFY(text("state").startsWith("Fn is held"));
+        click("A");
+        button("Unplug")->click();
+        QCOMPARE(text("sent"), QString("The cable is out."));
+        button("Plug in")->click();
+        QVERIFY(!text("state").contains("Fn is held"));
+    }
+
     void noLineIsClipped()
     {
-        window->resize(450, window->layout()->heightForWidth(450));
+        window->resize(450, window->heightForWidth(450));
         QTRY_COMPARE(window->width(), 450);
         change([](KeyboardState& state) {
             state.baseLayer.at(indexOf("A")) = {6, 0, 0, 0};

@@ -173,7 +173,7 @@ private:
         saveMenu("key-menu", qobject_cast<QMenu*>(QApplication::activePopupWidget()));
         click("Write layer to keyboard");
         savePage("keys-written");
-        keyboardWindow.resize(768, keyboardWindow.layout()->heightForWidth(768));
+        keyboardWindow.resize(768, keyboardWindow.heightForWidth(768));
         QCoreApplication::processEvents(); // lays it out
         pressOnKeyboard("A");
         save("virtual-keyboard", &keyboardWindow);
