@@ -152,8 +152,7 @@ void addMacros(CLI::App& app, Words& words)
         addCommand(*macros, words, "remove", "Remove a macro",
                    [&words](const Output& output) { removeMacro(output, textOf(words.name)); });
     remove->add_option("NAME", words.name, "The macro")->required();
-    addCommand(*macros, words, "write", "Write all macros to the keyboard",
-               [](const Output&) { writeMacros(); });
+    addCommand(*macros, words, "write", "Write all macros to the keyboard", writeMacros);
 }
 
 void addScreen(CLI::App& app, Words& words)
@@ -240,6 +239,18 @@ private:
     QJsonArray reports;
 };
 
+// An empty one is a variable of a script that is not set; it must not stand for all or nothing.
+void checkText(const std::string& argument)
+{
+    if (argument.empty())
+        throw Failure{ExitCode::WrongUsage,
+                      QStringLiteral("An argument is empty. Leave it out, or say what it is.")};
+    if (textOf(argument).toStdString() != argument)
+        throw Failure{ExitCode::WrongUsage,
+                      QStringLiteral("\"%1\" is not in UTF-8. Rename the file, or set the locale.")
+                          .arg(textOf(argument).left(60))};
+}
+
 void carryOut(const Words& words, const Output& output)
 {
     if (!words.dryRun)
@@ -279,6 +290,7 @@ int runCommand(const std::vector<std::string>& arguments, std::ostream& out, std
     CLI::App app("Sets up the ZEROLT TAVIK Pro keyboard.", "tavikctl");
     addAll(app, words);
     try {
+        std::ranges::for_each(arguments, checkText);
         // It takes them from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         if (!words.command)
@@ -288,7 +300,10 @@ int runCommand(const std::vector<std::string>& arguments, std::ostream& out, std
             throw Failure{ExitCode::WrongUsage,
                           QStringLiteral("One command at a time; a file that is called like one "
                                          "needs ./ before its name.")};
-        carryOut(words, {out, err, isTerminal, words.json, words.dryRun});
+        const Output output{out, err, isTerminal, words.json, words.dryRun};
+        carryOut(words, output);
+        if (words.json && out.tellp() == 0)
+            output.value(QJsonDocument(QJsonObject()));
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error, out, err); // help or version

@@ -31,7 +31,7 @@ void listMacros(const Output& output);
 void showMacro(const Output& output, const QString& name);
 void setMacro(const Output& output, const QString& name, const QString& steps);
 void removeMacro(const Output& output, const QString& name);
-void writeMacros();
+void writeMacros(const Output& output);
 
 void sendPictures(const Output& output, const QStringList& paths, int slot);
 

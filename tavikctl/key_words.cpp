@@ -13,8 +13,8 @@ namespace {
 
 const QString macroPrefix = QStringLiteral("macro:");
 constexpr std::uint8_t firstModifierUsage = 0xE0;
-// A key action names its macro in eight bits.
-constexpr qsizetype assignableMacros = 256;
+// For what lies under no key of this board.
+const QString lightPrefix = QStringLiteral("light-");
 
 QList<Named<std::size_t>> readKeyNames()
 {
@@ -131,7 +131,7 @@ QString nameOfKeyAt(std::size_t lightIndex)
 {
     const auto& names = keyNames();
     const auto found = std::ranges::find(names, lightIndex, &Named<std::size_t>::value);
-    return found == names.end() ? QString::number(lightIndex) : found->name;
+    return found == names.end() ? lightPrefix + QString::number(lightIndex) : found->name;
 }
 
 QList<std::size_t> keysFromWord(const QString& word)
@@ -143,8 +143,14 @@ QList<std::size_t> keysFromWord(const QString& word)
         return keys;
     }
     const QStringList names = word == QLatin1String(",") ? QStringList(word) : word.split(u',');
-    for (const QString& name : names)
-        keys += findNamed(QStringLiteral("key"), name, keyNames());
+    for (const QString& name : names) {
+        bool isNumber = false;
+        const uint light = name.startsWith(lightPrefix, Qt::CaseInsensitive)
+                               ? name.sliced(lightPrefix.size()).toUInt(&isNumber)
+                               : 0;
+        keys += isNumber && light < layerSize ? light
+                                              : findNamed(QStringLiteral("key"), name, keyNames());
+    }
     return keys;
 }
 
@@ -185,9 +191,10 @@ KeyAction actionFromWord(const QString& word, const QList<MacroRecord>& macros)
 {
     if (word.startsWith(macroPrefix, Qt::CaseInsensitive)) {
         const qsizetype index = macroIndexOf(word.sliced(macroPrefix.size()), macros);
-        if (index >= assignableMacros)
-            throw Failure{ExitCode::Failed,
-                          QStringLiteral("Keys can play the first 256 macros only.")};
+        if (index >= macroLimit)
+            throw Failure{
+                ExitCode::Failed,
+                QStringLiteral("The keyboard takes the first %1 macros only.").arg(macroLimit)};
         return macroKeyAction(static_cast<int>(index));
     }
     static const QRegularExpression fourBytes(QStringLiteral("^0x[0-9A-Fa-f]{8}$"));
@@ -210,10 +217,12 @@ QString wordOfAction(const KeyAction& action, const QList<MacroRecord>& macros)
             return name;
     }
     const auto page = static_cast<KeyActionPage>(action.page);
-    if (page == KeyActionPage::Macro && action.p1 < macros.size() &&
-        action == macroKeyAction(action.p1) &&
-        macroIndexOf(macros.at(action.p1).name, macros) == action.p1)
-        return macroPrefix + macros.at(action.p1).name;
+    if (page == KeyActionPage::Macro && action.p1 < macros.size() && action.p1 < macroLimit &&
+        action == macroKeyAction(action.p1)) {
+        const QString name = macros.at(action.p1).name.simplified();
+        if (macroIndexOf(name, macros) == action.p1)
+            return macroPrefix + name;
+    }
     if (page == KeyActionPage::Keyboard && isTypable(action))
         return combinationWord(action);
     QString bytes = QStringLiteral("0x");
@@ -229,9 +238,15 @@ qsizetype macroIndexOf(const QString& name, const QList<MacroRecord>& macros)
         names += macro.name;
     if (const qsizetype index = names.indexOf(name); index >= 0)
         return index;
-    for (qsizetype index = 0; index < names.size(); ++index) {
-        if (names.at(index).compare(name, Qt::CaseInsensitive) == 0)
-            return index;
+    // Lists show names in one line.
+    for (QString& known : names)
+        known = known.simplified();
+    for (const Qt::CaseSensitivity cases : {Qt::CaseSensitive, Qt::CaseInsensitive}) {
+        const auto found = std::ranges::find_if(names, [&](const QString& known) {
+            return known.compare(name.simplified(), cases) == 0;
+        });
+        if (found != names.end())
+            return found - names.begin();
     }
     throw unknownName(QStringLiteral("macro"), name, names);
 }

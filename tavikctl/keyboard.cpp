@@ -54,8 +54,11 @@ Failure keyboardFailure()
         return {ExitCode::Busy,
                 Device::busyText() + QStringLiteral(". Wait until the other program is done, then "
                                                     "try again.")};
+    QString reason = device.lastError;
+    if (reason.endsWith(u'.'))
+        reason.chop(1);
     return {ExitCode::Failed,
-            device.lastError + QStringLiteral(". Unplug the keyboard, plug it in, and try again.")};
+            reason + QStringLiteral(". Unplug the keyboard, plug it in, and try again.")};
 }
 
 void requireSent(bool isSent)

@@ -74,7 +74,7 @@ LightWords lightWordsFrom(const QJsonObject& object)
     LightWords words;
     const auto text = [](const QJsonValue& value, QString& word) {
         word = value.toString();
-        return value.isString();
+        return !word.isEmpty();
     };
     const auto number = [](const QJsonValue& value, std::optional<int>& level) {
         level = value.toInt(-1);

@@ -35,6 +35,15 @@ Failure wrongStep(const QString& step)
                 .arg(step.left(60))};
 }
 
+std::optional<std::uint8_t> byteFrom(const QString& word)
+{
+    bool isNumber = false;
+    const uint value = word.toUInt(&isNumber, 0);
+    if (!isNumber || value > std::numeric_limits<std::uint8_t>::max())
+        return {};
+    return static_cast<std::uint8_t>(value);
+}
+
 std::uint8_t buttonFrom(const QString& word)
 {
     for (const MouseChoice& choice : mouseChoices) {
@@ -42,14 +51,18 @@ std::uint8_t buttonFrom(const QString& word)
             action.p1 == 1 && typedName(choice.text.toString()) == typedName(word))
             return action.p2;
     }
-    bool isNumber = false;
-    const uint button = word.toUInt(&isNumber, 0);
-    if (!isNumber || button > std::numeric_limits<std::uint8_t>::max())
-        throw Failure{ExitCode::WrongUsage,
-                      QStringLiteral("\"%1\" is no mouse button: write left-click, right-click, "
-                                     "middle-click, or a code as in 0x08.")
-                          .arg(word.left(60))};
-    return static_cast<std::uint8_t>(button);
+    if (const std::optional<std::uint8_t> button = byteFrom(word))
+        return *button;
+    throw Failure{ExitCode::WrongUsage,
+                  QStringLiteral("\"%1\" is no mouse button: write left-click, right-click, "
+                                 "middle-click, or a code as in 0x08.")
+                      .arg(word.left(60))};
+}
+
+std::uint8_t keyFrom(const QString& word)
+{
+    const bool isCode = word.startsWith(QLatin1String("0x")) && byteFrom(word);
+    return isCode ? *byteFrom(word) : findNamed(QStringLiteral("key"), word, usageNames());
 }
 
 MacroAction actionFrom(const QString& step, std::uint16_t delay)
@@ -58,11 +71,16 @@ MacroAction actionFrom(const QString& step, std::uint16_t delay)
     const auto* kind = std::ranges::find(stepKinds, words.value(0).toLower(), &StepKind::verb);
     const qsizetype wordsWanted =
         kind != stepKinds.end() && kind->object == StepKind::Nothing ? 1 : 2;
+    // A step of a kind that has no word is shown by its bytes.
+    const std::optional<std::uint8_t> flags = byteFrom(words.value(0));
+    const std::optional<std::uint8_t> rawCode = byteFrom(words.value(1));
+    if (words.size() == 2 && words.at(0).startsWith(QLatin1String("0x")) && flags && rawCode)
+        return {delay, *rawCode, *flags};
     if (kind == stepKinds.end() || words.size() != wordsWanted)
         throw wrongStep(step);
     std::uint8_t code = 0;
     if (kind->object == StepKind::Key)
-        code = findNamed(QStringLiteral("key"), words.at(1), usageNames());
+        code = keyFrom(words.at(1));
     else if (kind->object == StepKind::Button)
         code = buttonFrom(words.at(1));
     return {delay, code, kind->flags};

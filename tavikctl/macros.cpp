@@ -18,18 +18,18 @@ QString inOneLine(const QString& name)
     return name.simplified();
 }
 
-// Keys that play it do again what they come with, and are told.
-void forgetMacro(const Output& output, const QString& layerName, KeyLayer& layer, qsizetype index)
+// Keys that play it do again what they come with; returns their names.
+QStringList forgetMacro(KeyLayer& layer, qsizetype index)
 {
+    QStringList names;
     for (std::size_t key = 0; key < layer.size(); ++key) {
         if (layer.at(key).page != static_cast<std::uint8_t>(KeyActionPage::Macro) ||
             layer.at(key).p1 != index)
             continue;
         layer.at(key) = {};
-        if (!output.json)
-            output.line(QStringLiteral("%1=default on the %2 layer, which played it")
-                            .arg(nameOfKeyAt(key), layerName));
+        names += nameOfKeyAt(key);
     }
+    return names;
 }
 
 } // namespace
@@ -77,19 +77,34 @@ void setMacro(const Output& output, const QString& name, const QString& steps)
 
 void removeMacro(const Output& output, const QString& name)
 {
+    QStringList base;
+    QStringList fn;
     editState(output, [&](SavedState& state) {
         const qsizetype index = macroIndexOf(name, state.macros);
-        forgetMacro(output, QStringLiteral("base"), state.layerBase, index);
-        forgetMacro(output, QStringLiteral("fn"), state.layerFn, index);
+        base = forgetMacro(state.layerBase, index);
+        fn = forgetMacro(state.layerFn, index);
         // The keys of the later ones go with them.
         moveMacro(state, index, state.macros.size() - 1);
         state.macros.removeLast();
     });
+    if (output.json)
+        output.value(QJsonDocument(QJsonObject{{"base", QJsonArray::fromStringList(base)},
+                                               {"fn", QJsonArray::fromStringList(fn)}}));
+    for (const auto& [layer, keys] : {std::pair("base", base), std::pair("fn", fn)}) {
+        for (const QString& key : keys)
+            output.note(QStringLiteral("%1 played it on the %2 layer and is as it comes again.")
+                            .arg(key, QLatin1String(layer)));
+    }
 }
 
-void writeMacros()
+void writeMacros(const Output& output)
 {
-    const std::optional<QByteArray> image = encodeMacroSpace(presentState().macros);
+    const QList<MacroRecord> macros = presentState().macros;
+    if (macros.size() > macroLimit)
+        output.note(QStringLiteral("The keyboard takes the first %1 macros of %2.")
+                        .arg(macroLimit)
+                        .arg(macros.size()));
+    const std::optional<QByteArray> image = encodeMacroSpace(macros);
     if (!image)
         throw Failure{ExitCode::Failed,
                       macroSpaceExceededText.toString() +

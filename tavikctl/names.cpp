@@ -26,6 +26,7 @@ constexpr std::array signWords{
 };
 
 constexpr qsizetype namesSuggested = 3;
+constexpr qsizetype longestCompared = 60; // characters; it takes the square of the time
 
 // How far what was typed is from a name: one for each character that it lacks, since people shorten
 // names, and two for each that is wrong or too many.
@@ -59,15 +60,17 @@ QString typedName(const QString& name)
 
 QStringList nearestNames(const QString& typed, QStringList names)
 {
-    const QString wanted = typedName(typed);
-    std::ranges::stable_sort(
-        names, {}, [&](const QString& name) { return distanceBetween(wanted, typedName(name)); });
+    const QString wanted = typedName(typed.left(longestCompared));
+    std::ranges::stable_sort(names, {}, [&](const QString& name) {
+        return distanceBetween(wanted, typedName(name.left(longestCompared)));
+    });
     return names.first(std::min(names.size(), namesSuggested));
 }
 
 Failure unknownName(const QString& kind, const QString& typed, const QStringList& names)
 {
-    const QString text = QStringLiteral("There is no %1 \"%2\"").arg(kind, typed.left(60));
+    const QString text =
+        QStringLiteral("There is no %1 \"%2\"").arg(kind, typed.left(longestCompared));
     if (names.isEmpty())
         return {ExitCode::WrongUsage, text + QStringLiteral(".")};
     QStringList nearest = nearestNames(typed, names);

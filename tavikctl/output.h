@@ -17,6 +17,11 @@ struct Output
     bool dryRun = false;
 
     void line(const QString& text) const { out << text.toStdString() << '\n'; }
+    // What the user has to know beside the answer.
+    void note(const QString& text) const
+    {
+        err << "tavikctl: " << text.simplified().toStdString() << '\n';
+    }
     // One object or array.
     void value(const QJsonDocument& value) const { out << value.toJson().constData(); }
 };

@@ -5,12 +5,14 @@
 using namespace tavik;
 
 extern "C" Q_DECL_EXPORT void tavikReadPictures(const QStringList& paths, ScreenStream& stream,
-                                                QString& reason)
+                                                QString& reason, QStringList& notes)
 {
     QList<ScreenFrame> frames;
     for (const QString& path : paths) {
-        const QList<ScreenFrame> more = importImages({path});
+        QStringList outcomes;
+        const QList<ScreenFrame> more = importImages({path}, &outcomes);
         frames += more;
+        notes += outcomes.filter(QStringLiteral(" of "));
         if (more.isEmpty())
             reason = QStringLiteral("\"%1\" is no picture that can be read.").arg(path);
         else if (frames.size() > screenFrameLimit)

@@ -10,8 +10,10 @@ namespace tavik {
 // Qt Gui, and that the libraries of a display: a machine without them has the other commands.
 //
 // Makes the stream of all pictures in the files; an empty stream when there are none or too many,
-// and then a reason for the user.
+// and then a reason for the user. The notes tell of files of which only the first pictures are
+// taken.
 inline constexpr const char* pictureReaderName = "tavikReadPictures";
-using PictureReader = void (*)(const QStringList& paths, ScreenStream& stream, QString& reason);
+using PictureReader = void (*)(const QStringList& paths, ScreenStream& stream, QString& reason,
+                               QStringList& notes);
 
 } // namespace tavik

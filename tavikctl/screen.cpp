@@ -14,7 +14,7 @@ namespace {
 
 constexpr int barWidth = 40;
 
-ScreenStream streamOf(const QStringList& paths)
+ScreenStream streamOf(const Output& output, const QStringList& paths)
 {
     QLibrary module(QCoreApplication::applicationDirPath() +
                     QStringLiteral("/../" TAVIK_MODULE_DIRECTORY "/tavikctl-pictures.so"));
@@ -28,9 +28,12 @@ ScreenStream streamOf(const QStringList& paths)
                 .arg(module.errorString())};
     ScreenStream stream;
     QString reason;
-    read(paths, stream, reason);
+    QStringList notes;
+    read(paths, stream, reason, notes);
     if (!reason.isEmpty())
         throw Failure{ExitCode::Failed, reason};
+    for (const QString& note : notes)
+        output.note(note);
     return stream;
 }
 
@@ -73,7 +76,7 @@ private:
 
 void sendPictures(const Output& output, const QStringList& paths, int slot)
 {
-    const ScreenStream stream = streamOf(paths);
+    const ScreenStream stream = streamOf(output, paths);
     connectKeyboard();
     ProgressBar bar(output);
     const ScreenTransferResult result =

@@ -3,17 +3,39 @@
 #include "tavikctl/commands.h"
 #include "tavikctl/user_state.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 
 namespace tavik {
+
+namespace {
+
+// A file is replaced as a whole; a pipe or a device takes what it gets. What the user has made
+// read-only stays as it is.
+bool writeExport(const QString& path, const QByteArray& content)
+{
+    const QFileInfo present(path);
+    if (present.exists() && (!present.isFile() || path.startsWith(QLatin1String("/dev/")))) {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+               file.write(content) == content.size();
+    }
+    if (!present.exists())
+        return writeWholeFile(path, content);
+    return present.permission(QFile::WriteOwner) && present.isWritable() &&
+           writeWholeFile(path, content, present.permissions());
+}
+
+} // namespace
 
 void exportState(const Output& output, const QString& path)
 {
     const QByteArray content = stateToJson(presentState());
     if (path.isEmpty())
         output.out.write(content.constData(), content.size());
-    else if (!output.dryRun && !writeWholeFile(path, content))
+    else if (!output.dryRun && !writeExport(path, content))
         throw Failure{ExitCode::Failed,
                       QStringLiteral("\"%1\" could not be written. Look for room on the disk, and "
                                      "whether you may write there.")

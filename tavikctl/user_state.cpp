@@ -1,11 +1,13 @@
 #include "tavikctl/user_state.h"
 
+#include "device/device.h"
 #include "device/pause.h"
 #include "files/process_lock.h"
 #include "files/regular_file.h"
 #include "files/whole_file.h"
 #include "model/state_copies.h"
 #include "tavikctl/failure.h"
+#include "tavikctl/keyboard.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,8 +19,22 @@ namespace tavik {
 
 namespace {
 
-constexpr int lockAttempts = 10;
-constexpr auto pauseBetweenAttempts = 50ms; // another command takes no longer
+constexpr auto pauseBetweenAttempts = 50ms; // another command takes about as long
+constexpr int attemptsBesideCommands = 200; // many may have been started at once
+constexpr int attemptsBesideWindow = 10;    // it may just be closing
+
+Failure windowIsOpen()
+{
+    return {ExitCode::Failed,
+            QStringLiteral("The window of tavik-center is open and would not show the change. Make "
+                           "it there, or close the window first.")};
+}
+
+Failure commandIsRunning()
+{
+    return {ExitCode::Failed,
+            QStringLiteral("Another command edits the settings. Wait for it, then try again.")};
+}
 
 // Keeps windows and other commands from editing the state meanwhile.
 class EditLock
@@ -26,12 +42,15 @@ class EditLock
 public:
     EditLock()
     {
-        for (int attempt = 1; lock.attempt() == ProcessLock::Attempt::HeldByAnother; ++attempt) {
-            if (attempt == lockAttempts)
-                throw Failure{ExitCode::Failed,
-                              QStringLiteral("The window of tavik-center is open and would not "
-                                             "show the change. Make it there, or close the "
-                                             "window first.")};
+        int attempts = 0;
+        while (lock.attempt() == ProcessLock::Attempt::HeldByAnother) {
+            // A window listens for others that are started.
+            const bool isWindow =
+                QFileInfo::exists(runtimeFilePathOf(stateFilePath(), QStringLiteral(".socket")));
+            if (++attempts >= (isWindow ? attemptsBesideWindow : attemptsBesideCommands))
+                throw isWindow ? windowIsOpen() : commandIsRunning();
+            if (Device::isInterrupted())
+                throw keyboardFailure();
             pause(pauseBetweenAttempts);
         }
     }

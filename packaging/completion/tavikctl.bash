@@ -1,9 +1,13 @@
 # Completion of tavikctl for bash.
 
-# _tavikctl_words WORD...: those that begin as the present word does.
+# _tavikctl_words WORD...: those that begin as the present word does. Nothing in them is expanded:
+# the names of macros may come from anybody's file.
 _tavikctl_words() {
-    local IFS=$'\n'
-    COMPREPLY=($(compgen -W "$(printf '%s\n' "$@")" -- "$current"))
+    local word
+    COMPREPLY=()
+    for word; do
+        [[ $word != "$current"* ]] || COMPREPLY+=("$word")
+    done
 }
 
 # As they have to be typed.
@@ -22,12 +26,6 @@ _tavikctl() {
     read -ra words <<<"$line"
     [[ $line != *[[:space:]] ]] || words+=('')
     current=${words[-1]}
-    # What may stand anywhere does not count.
-    local word kept=()
-    for word in "${words[@]:0:${#words[@]}-1}"; do
-        case $word in --json | --dry-run) ;; *) kept+=("$word") ;; esac
-    done
-    words=("${kept[@]}" "$current")
     local count=$((${#words[@]} - 1))
     COMPREPLY=()
     case ${words[count - 1]} in
@@ -37,6 +35,17 @@ _tavikctl() {
     --direction) _tavikctl_words left right up down; return ;;
     --color) _tavikctl_words random; return ;;
     esac
+    # What may stand anywhere does not count.
+    local word kept=()
+    for word in "${words[@]:0:count}"; do
+        case $word in
+        --json | --dry-run | --layer) ;;
+        base | fn) ;; # what follows --layer
+        *) kept+=("$word") ;;
+        esac
+    done
+    words=("${kept[@]}" "$current")
+    count=${#kept[@]}
     case $current in
     -*)
         case ${words[1]} in

@@ -3,7 +3,7 @@
 # The words before the present one, without the name of the program.
 function __tavikctl_words
     # What may stand anywhere does not count.
-    set -l words (string match -v -r -- '^--(json|dry-run)$' (commandline -opc))
+    set -l words (string match -v -r -- '^(--(json|dry-run|layer)|base|fn)$' (commandline -opc))
     echo "$words[2..-1]"
 end
 

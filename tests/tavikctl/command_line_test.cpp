@@ -12,12 +12,18 @@
 #include "tests/support/page_view.h"
 #include "tests/tavikctl/command_run.h"
 
+#include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -202,12 +208,51 @@ private slots:
         QCOMPARE(run("keys set --layer fn esc=macro:second f1=macro:third").code, 0);
         QCOMPARE(run("macros remove second --dry-run").code, 0);
         const Ran ran = run("macros remove second");
-        QCOMPARE(ran.out, QStringLiteral("b=default on the base layer, which played it\n"
-                                         "esc=default on the fn layer, which played it\n"));
-        QCOMPARE(ran.err, QString());
+        QCOMPARE(ran.out, QString());
+        QCOMPARE(ran.err, QStringLiteral("tavikctl: b played it on the base layer and is as it "
+                                         "comes again.\ntavikctl: esc played it on the fn layer "
+                                         "and is as it comes again.\n"));
         QCOMPARE(run("keys").out, QStringLiteral("caps-lock=disabled\na=macro:First\n"
                                                  "c=macro:Third\n"));
         QCOMPARE(run("keys --layer fn").out, QStringLiteral("f1=macro:Third\n"));
+        QCOMPARE(QJsonDocument::fromJson(run("macros remove first --json").out.toUtf8()).object(),
+                 (QJsonObject{{"base", QJsonArray{"a"}}, {"fn", QJsonArray()}}));
+    }
+
+    // Whatever a list shows in one line finds what it stands for.
+    void namesAreFoundAsTheyAreShown()
+    {
+        AppState::instance().macros = {{" two \n words ", {{0, 4, 0x20}, {5, 0xF3, 0xB0}}}};
+        AppState::instance().layerBase.at(indexOf("A")) = macroKeyAction(0);
+        AppState::instance().save();
+        QCOMPARE(run("macros list").out, QString("two words\n"));
+        QCOMPARE(run("keys show").out, QString("a=macro:two words\n"));
+        const QString steps = run("macros show \"Two Words\"").out.trimmed();
+        QCOMPARE(steps, QString("0x20 0x04, 5, press 0xf3"));
+        const QList<MacroAction> actions = macroFromWords(steps);
+        QCOMPARE(actions, AppState::instance().macros.first().actions);
+
+        QCOMPARE(run("keys set all=disabled").code, 0);
+        const QStringList shown = run("keys show").out.trimmed().split(u'\n');
+        QCOMPARE(shown.size(), qsizetype{layerSize});
+        QCOMPARE(run("keys set all=default").code, 0);
+        QCOMPARE(run("keys set " + shown.join(u' ')).code, 0);
+        QCOMPARE(run("keys show").out.trimmed().split(u'\n'), shown);
+    }
+
+    void moreMacrosThanTheKeyboardTakes()
+    {
+        for (int number = 1; number <= 101; ++number)
+            AppState::instance().macros.append({QStringLiteral("M%1").arg(number), {}});
+        AppState::instance().save();
+        QCOMPARE(run("keys set a=macro:M100").code, 0);
+        const Ran ran = run("keys set a=macro:M101");
+        QCOMPARE(ran.code, 1);
+        QVERIFY(ran.err.contains("first 100 macros only"));
+        const Ran written = run("macros write");
+        QCOMPARE(written.code, 0);
+        QCOMPARE(written.err,
+                 QString("tavikctl: The keyboard takes the first 100 macros of 101.\n"));
     }
 
     void macroOfJustThatNameIsChanged()
@@ -308,6 +353,33 @@ private slots:
         QCOMPARE(ran.code, 2);
         QVERIFY(!QFile::exists(stateFilePath()));
         QCOMPARE(busSends(), QStringList());
+    }
+
+    // As of a variable that is not set, or of a name from an old disk.
+    void argumentsThatAreNoText()
+    {
+        for (const std::vector<std::string>& arguments :
+             {std::vector<std::string>{"apply", ""},
+              {"light", "static", "--color", ""},
+              {"export", ""},
+              {"export", folder.path().toStdString() + "/out\xff"}}) {
+            const Ran ran = runArguments(arguments);
+            QCOMPARE(ran.code, 2);
+            QVERIFY(isOneLine(ran.err));
+            QCOMPARE(ran.out, QString());
+        }
+        QCOMPARE(busSends(), QStringList());
+        QCOMPARE(QDir(folder.path()).entryList({"out*"}), QStringList());
+    }
+
+    // A typing error of a script, and nobody waits for minutes.
+    void longWrongNames()
+    {
+        const QString name(100'000, u'x');
+        const Ran ran = run("keys set a=" + name);
+        QCOMPARE(ran.code, 2);
+        QVERIFY(ran.err.size() < 250);
+        QCOMPARE(run("light " + name).code, 2);
     }
 
     void helpIsNoError()
@@ -478,7 +550,8 @@ private slots:
             QCOMPARE(run(line + " --dry-run").code, 0);
         QCOMPARE(readFile(stateFilePath()), before);
         QVERIFY(!QFile::exists(exported));
-        QCOMPARE(run("keys set a=disabled --dry-run --json").out, QString());
+        QCOMPARE(run("keys set a=disabled --dry-run --json").out, QString("{\n}\n"));
+        QCOMPARE(run("light static --json").out, QString("{\n}\n"));
         QVERIFY(QJsonDocument::fromJson(run("keys --dry-run --json").out.toUtf8()).isObject());
         // It notices what is wrong all the same.
         QCOMPARE(run("keys set a=frob --dry-run").code, 2);
@@ -503,6 +576,9 @@ private slots:
         const QByteArray before = readFile(stateFilePath());
         ProcessLock window(lockPathOf(stateFilePath()));
         QCOMPARE(window.attempt(), ProcessLock::Attempt::Taken);
+        const QString socket = runtimeFilePathOf(stateFilePath(), QStringLiteral(".socket"));
+        tests::writeFile(socket, {});
+        const auto gone = qScopeGuard([&socket] { QFile::remove(socket); });
         for (const QString& line :
              {QStringLiteral("keys set a=disabled"), QStringLiteral("colors set all=ffffff"),
               QStringLiteral("colors read"), QStringLiteral("macros set New press a"),
@@ -518,6 +594,21 @@ private slots:
         for (const Talk& talk : talks)
             QCOMPARE(runTalk(talk).code, 0);
         QCOMPARE(run("keys").code, 0);
+    }
+
+    void commandThatDoesNotEndIsNotTakenForAWindow()
+    {
+        ProcessLock other(lockPathOf(stateFilePath()));
+        QCOMPARE(other.attempt(), ProcessLock::Attempt::Taken);
+        const Ran ran = run("keys set a=disabled");
+        QCOMPARE(ran.code, 1);
+        QVERIFY2(ran.err.contains("Another command edits the settings"), qPrintable(ran.err));
+        QCOMPARE(bus().count("wait 50"), 199);
+
+        bus().setListener([] { Device::interrupt(); });
+        QCOMPARE(run("keys set a=disabled").code, 130);
+        bus().setListener({});
+        Device::forgetInterruption();
     }
 
     void anotherCommandIsWaitedFor()
@@ -590,6 +681,30 @@ private slots:
         QCOMPARE(run("earlier restore 31").code, 2);
     }
 
+    void exportSparesWhatIsThere()
+    {
+        QCOMPARE(run("keys set caps=disabled").code, 0);
+        const QString file = folder.filePath("mine.json");
+        tests::writeFile(file, "mine");
+        QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
+        QCOMPARE(run("export \"" + file + u'"').code, 1);
+        QCOMPARE(readFile(file), QByteArray("mine"));
+        constexpr auto open = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther;
+        QVERIFY(QFile::setPermissions(file, open));
+        QCOMPARE(run("export \"" + file + u'"').code, 0);
+        QCOMPARE(readFile(file), readFile(stateFilePath()));
+        QVERIFY(QFile::permissions(file).testFlag(QFile::ReadOther));
+
+        const QString pipe = folder.filePath("pipe");
+        QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        QFile reader(pipe);
+        QVERIFY(reader.open(::open(QFile::encodeName(pipe).constData(), O_RDONLY | O_NONBLOCK),
+                            QIODevice::ReadOnly, QFile::AutoCloseHandle));
+        QCOMPARE(run("export \"" + pipe + u'"').code, 0);
+        QCOMPARE(reader.readAll(), readFile(stateFilePath()));
+        QCOMPARE(run("export \"" + folder.path() + u'"').code, 1);
+    }
+
     void macrosThatTakeTooMuchRoom()
     {
         QString steps = "press a";
@@ -619,6 +734,11 @@ private slots:
         }
         QVERIFY(run(lines.constLast()).err.contains("more than 30 pictures"));
         QCOMPARE(busSends(), QStringList());
+        const QString longer = folder.filePath("longer.gif");
+        tests::writeFile(longer, encodePlainGif({8, 8}, manyColors(31), 7));
+        const Ran cut = run("screen \"" + longer + u'"');
+        QCOMPARE(cut.code, 0);
+        QCOMPARE(cut.err, QString("tavikctl: longer.gif: 30 of 31 frames\n"));
         QCOMPARE(run("screen \"" + film + u'"').code, 0);
     }
 
@@ -681,6 +801,8 @@ private slots:
             << QByteArray(R"({"layerBase": [], "lighting": {"effect": 3}})");
         QTest::newRow("wrong member")
             << QByteArray(R"({"layerBase": [], "lighting": {"effect": "static", "sped": 3}})");
+        QTest::newRow("no color") << QByteArray(
+            R"({"lighting": {"effect": "static", "color": ""}})");
         QTest::newRow("lighting that is none") << QByteArray(R"({"layerBase": [], "lighting": 1})");
         QTest::newRow("wrong sleep") << QByteArray(R"({"layerBase": [], "sleep": 7})");
     }

@@ -220,6 +220,8 @@ private slots:
         row("tavikctl --json li", "light");
         row("tavikctl keys --dry-run set caps=volume-u", "volume-up");
         row("tavikctl keys set m=macro:G", "Greet");
+        row("tavikctl keys --layer fn se", "set");
+        row("tavikctl keys --layer fn set cap", "caps-lock= caps=");
     }
     void bashCompletes()
     {
@@ -228,43 +230,77 @@ private slots:
                         "tavikctl macros set 'Second one' press a")
                      .code,
                  0);
+        QCOMPARE(bashWords(QTest::currentDataTag()), words + u'\n');
+    }
+
+    // Anybody may have named it, in settings that were imported.
+    void bashRunsNothingOutOfTheNameOfAMacro()
+    {
+        const QString trap =
+            QStringLiteral("/tmp/name-that-is-run-%1").arg(QCoreApplication::applicationPid());
+        QCOMPARE(
+            runCtl(QStringLiteral("tavikctl macros set 'x$(touch %1)' press h").arg(trap)).code, 0);
+        QCOMPARE(bashWords("tavikctl keys set m=macro:x"),
+                 QStringLiteral("x\\$\\(touch\\ %1\\)\n").arg(trap));
+        QVERIFY(!QFile::exists(trap));
+    }
+
+    void zshCompletes_data()
+    {
+        QTest::addColumn<QString>("words");
+        const auto row = [](const char* line, const char* words) {
+            QTest::newRow(line) << QString(words);
+        };
+        row("tavikctl sta", "status light sleep keys colors macros screen export import earlier "
+                            "apply names");
+        row("tavikctl --json light st", "-a names");
+        row("tavikctl keys --layer fn se", "show set write");
+        row("tavikctl macros remove G", "-a names");
+        row("tavikctl light --color r", "random");
+    }
+    void zshCompletes()
+    {
+        QFETCH(QString, words);
+        QVERIFY(!QStandardPaths::findExecutable(QStringLiteral("zsh")).isEmpty());
         const Outcome outcome = runShell(
-            QStringLiteral("tavikctl() { " TAVIKCTL " \"$@\"; }; source \"$TAVIK_SOURCE_DIR\""
-                           "/packaging/completion/tavikctl.bash; COMP_LINE='%1'; "
-                           "COMP_POINT=${#COMP_LINE}; _tavikctl; echo \"${COMPREPLY[*]}\"")
+            QStringLiteral("zsh -f -c 'compadd() { print -r -- $* }; compset() { return 1 }; "
+                           "words=(%1); CURRENT=$#words; "
+                           "source $TAVIK_SOURCE_DIR/packaging/completion/_tavikctl'")
                 .arg(QString(QTest::currentDataTag())));
         QCOMPARE(outcome.err, QString());
         QCOMPARE(outcome.out, words + u'\n');
     }
 
-    void otherShellsUnderstandTheirCompletion()
+    void manyCommandsAtOnce()
     {
-        const QString folder =
-            qEnvironmentVariable("TAVIK_SOURCE_DIR") + QStringLiteral("/packaging/completion/");
-        const QList<std::pair<QString, QString>> files{{"zsh", "_tavikctl"},
-                                                       {"fish", "tavikctl.fish"}};
-        int found = 0;
-        for (const auto& [shell, file] : files) {
-            if (QStandardPaths::findExecutable(shell).isEmpty())
-                continue;
-            ++found;
-            QCOMPARE(runShell(shell + " -n " + folder + file).code, 0);
-        }
-        if (found == 0)
-            QSKIP("neither zsh nor fish is installed");
+        const Outcome outcome =
+            runShell("for i in {1..12}; do " REAL_TAVIKCTL " macros set M$i press a & done; wait");
+        QCOMPARE(outcome.err, QString());
+        QCOMPARE(stateOnDisk().macros.size(), 12);
     }
 
     void fishCompletes()
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("fish")).isEmpty())
-            QSKIP("fish is not installed");
+        QVERIFY(!QStandardPaths::findExecutable(QStringLiteral("fish")).isEmpty());
         QCOMPARE(fishWords("tavikctl light bre"), QStringLiteral("breath\n"));
         QCOMPARE(fishWords("tavikctl keys set caps=volume-u"), QStringLiteral("caps=volume-up\n"));
         QCOMPARE(fishWords("tavikctl --json colors set spa"), QStringLiteral("space=\n"));
+        QCOMPARE(fishWords("tavikctl keys --layer fn se"), QStringLiteral("set\n"));
         QCOMPARE(fishWords("tavikctl keys write --layer "), QStringLiteral("base\nfn\n"));
     }
 
 private:
+    static QString bashWords(const QString& line)
+    {
+        const Outcome outcome =
+            runShell(QStringLiteral(
+                         "tavikctl() { " TAVIKCTL " \"$@\"; }; source \"$TAVIK_SOURCE_DIR\""
+                         "/packaging/completion/tavikctl.bash; COMP_LINE='%1'; "
+                         "COMP_POINT=${#COMP_LINE}; _tavikctl; printf '%s\\n' \"${COMPREPLY[*]}\"")
+                         .arg(line));
+        return outcome.out + outcome.err;
+    }
+
     static QString fishWords(const QString& line)
     {
         QProcess fish;
