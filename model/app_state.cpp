@@ -12,13 +12,11 @@
 #include <QStandardPaths>
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstdint>
+#include <numeric>
 #include <optional>
 #include <sys/stat.h>
 #include <tuple>
-#include <utility>
 
 namespace tavik {
 
@@ -33,7 +31,6 @@ public:
     {
         startElement();
         text += bracket;
-        isFirst = true;
         ++depth;
     }
 
@@ -42,7 +39,6 @@ public:
         --depth;
         startLine();
         text += bracket;
-        isFirst = false;
     }
 
     void key(const char* name)
@@ -51,7 +47,6 @@ public:
         text += '"';
         text += name;
         text += "\": ";
-        followsKey = true;
     }
 
     void number(const char* name, int value)
@@ -63,9 +58,7 @@ public:
     void number(int value)
     {
         startElement();
-        std::array<char, 12> digits{};
-        const char* end = std::to_chars(digits.begin(), digits.end(), value).ptr;
-        text.append(digits.data(), end - digits.data());
+        text += QByteArray::number(value);
     }
 
     // In the document's own escaping.
@@ -86,19 +79,18 @@ private:
         text.append(4 * depth, ' ');
     }
 
+    // Only a key ends in a space, and only what has just been opened in a bracket of these.
     void startElement()
     {
-        if (std::exchange(followsKey, false) || text.isEmpty())
+        if (text.isEmpty() || text.endsWith(' '))
             return;
-        if (!std::exchange(isFirst, false))
+        if (!text.endsWith('[') && !text.endsWith('{'))
             text += ',';
         startLine();
     }
 
     QByteArray text;
     qsizetype depth = 0;
-    bool isFirst = true; // of the array or object just opened
-    bool followsKey = false;
 };
 
 void writeLayer(JsonText& json, const char* name, const KeyLayer& layer)
@@ -218,18 +210,15 @@ bool isOnlyWholeState(const QString& path)
 
 void moveMacro(SavedState& state, qsizetype from, qsizetype to)
 {
+    QList<qsizetype> placesBefore(state.macros.size());
+    std::iota(placesBefore.begin(), placesBefore.end(), 0);
+    placesBefore.move(from, to);
     state.macros.move(from, to);
-    const auto placeAfter = [=](qsizetype place) {
-        if (place == from)
-            return to;
-        if (place > from && place <= to)
-            return place - 1;
-        return place < from && place >= to ? place + 1 : place;
-    };
     for (KeyLayer* layer : {&state.layerBase, &state.layerFn}) {
         for (KeyAction& key : *layer) {
-            const qsizetype place = placeAfter(key.p1);
-            if (key.page == static_cast<std::uint8_t>(KeyActionPage::Macro) && place <= UINT8_MAX)
+            const qsizetype place = placesBefore.indexOf(key.p1);
+            if (key.page == static_cast<std::uint8_t>(KeyActionPage::Macro) && place >= 0 &&
+                place <= UINT8_MAX)
                 key.p1 = static_cast<std::uint8_t>(place);
         }
     }
