@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimeZone>
 
 #include <algorithm>
 
@@ -42,13 +43,10 @@ QString nameOf(const QDateTime& time)
 // would be none for the next state, so the last thousand years are no names of ours.
 QDateTime timeOf(const QString& name)
 {
-    QString text = name.chopped(std::min(name.size(), qsizetype{5}));
-    for (const qsizetype separator : {13, 16}) {
-        if (separator < text.size())
-            text[separator] = u':';
-    }
-    const QDateTime time = QDateTime::fromString(text, Qt::ISODateWithMs);
-    return time.isValid() && nameOf(time) == name && time.date().year() < 9000 ? time : QDateTime();
+    const QTime clock = QTime::fromString(name.mid(11, 12), QStringLiteral("HH-mm-ss.zzz"));
+    const QDateTime time =
+        QDateTime(QDate::fromString(name, Qt::ISODate), clock, QTimeZone::utc()).toUTC();
+    return nameOf(time) == name && time.date().year() < 9000 ? time : QDateTime();
 }
 
 QList<EarlierState> keptStates()

@@ -904,6 +904,18 @@ private slots:
         moveMacro(moved, 255, 256);
         QCOMPARE(moved.layerBase[0], macroKeyAction(255));
         QCOMPARE(moved.layerBase[1], macroKeyAction(0));
+        moveMacro(moved, 0, 255);
+        QCOMPARE(moved.layerBase[0], macroKeyAction(254));
+        QCOMPARE(moved.layerBase[1], macroKeyAction(255));
+    }
+
+    void keyOfAMacroThatIsGoneStays()
+    {
+        SavedState moved;
+        moved.macros = QList<MacroRecord>(2, {QStringLiteral("macro"), {}});
+        moved.layerBase[0] = macroKeyAction(2);
+        moveMacro(moved, 0, 1);
+        QCOMPARE(moved.layerBase[0], macroKeyAction(2));
     }
 
 private:

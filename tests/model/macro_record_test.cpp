@@ -136,6 +136,11 @@ private slots:
             QCOMPARE(macroActionText(action(9, 0x2C, flags)), expected);
             QCOMPARE(macroPressText(action(9, 0x2C, flags)),
                      flags >= 0x80 ? QStringLiteral("press") : QStringLiteral("release"));
+            const bool isMouse = commonBit && flags / 0x20 % 2 == 0;
+            const QString done =
+                (flags >= 0x80 ? "press " : "release ") + QString(isMouse ? "mouse 0x2c" : "Space");
+            QCOMPARE(macroActionWords(action(9, 0x2C, flags)),
+                     commonBit && pauseBit ? QStringLiteral("pause 9 ms") : done);
         }
     }
 

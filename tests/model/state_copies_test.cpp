@@ -118,7 +118,8 @@ private slots:
             "2026-02-30T00-00-00.000Z.json",
             "2026-01-01T24-00-00.000Z.json",
             "2026-01-01t00-00-00.000z.json",
-            "9999-12-31T23-59-59.999Z.json",
+            "2026-01-01T00-00-00.0000Z.json",
+            "9000-01-01T00-00-00.000Z.json",
         };
         for (const QString& name : foreign)
             writeFile(directory() + u'/' + name, "{}");
@@ -275,6 +276,29 @@ private slots:
         if (kind == "700,000 lists")
             writeFile(chosen(), "{\"macros\":[" + QByteArray("[],").repeated(700'000) + "[]]}");
         verifyRefused("The file cannot be read, or it is larger than 64 MB.");
+    }
+
+    // What a text would take once it is read: 24 bytes a value, 400 a list or object, 256 MB at
+    // most.
+    void memoryLimit_data()
+    {
+        QTest::addColumn<int>("values");
+        QTest::addColumn<int>("containers");
+        QTest::addColumn<bool>("isRead");
+        QTest::newRow("just all of it") << 11'184'794 << 1 << true;
+        QTest::newRow("a value more") << 11'184'795 << 1 << false;
+        QTest::newRow("containers") << 9 << 671'088 << true;
+        QTest::newRow("a container more") << 0 << 671'089 << false;
+    }
+    void memoryLimit()
+    {
+        QFETCH(int, values);
+        QFETCH(int, containers);
+        QFETCH(bool, isRead);
+        for (const char container : {'[', '{'}) {
+            writeFile(chosen(), QByteArray(values, ',') + QByteArray(containers, container));
+            QCOMPARE(readStateContent(chosen()).has_value(), isRead);
+        }
     }
 
     void cutAnywhere()
