@@ -37,7 +37,6 @@ std::string nameOf(const fs::path& process)
     return name.empty() ? "a program" : name;
 }
 
-// Lowest process first.
 std::vector<Holder> processesWith(const std::function<bool(const Descriptor&)>& isMeant)
 {
     std::vector<Holder> holders;
@@ -50,7 +49,6 @@ std::vector<Holder> processesWith(const std::function<bool(const Descriptor&)>& 
         if (parsed.ec == std::errc() && hasOpen(entry->path(), isMeant))
             holders.push_back({processId, nameOf(entry->path()), processId == getpid()});
     }
-    std::ranges::sort(holders, {}, &Holder::processId);
     return holders;
 }
 

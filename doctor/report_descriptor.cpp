@@ -30,9 +30,9 @@ enum class ItemTag : std::uint8_t {
 
 struct Item
 {
-    ItemTag tag{};
-    std::size_t dataSize = 0; // 0, 1, 2 or 4
-    std::uint32_t data = 0;
+    ItemTag tag;
+    std::size_t dataSize; // 0, 1, 2 or 4
+    std::uint32_t data;
 };
 
 // Follows the items of one descriptor. Every operation returns false when the interface cannot be
@@ -152,9 +152,8 @@ std::optional<Item> takeItem(std::span<const std::uint8_t>& descriptor)
     const std::uint8_t prefix = descriptor.front();
     if (prefix == longItem)
         return std::nullopt;
-    Item item;
-    item.tag = static_cast<ItemTag>(prefix & 0xFC);
-    item.dataSize = (prefix & 0x03) == 3 ? 4 : prefix & 0x03;
+    const std::size_t dataSize = (prefix & 0x03) == 3 ? 4 : prefix & 0x03;
+    Item item{static_cast<ItemTag>(prefix & 0xFC), dataSize, 0};
     if (descriptor.size() < 1 + item.dataSize)
         return std::nullopt;
     for (std::size_t byte = 0; byte < item.dataSize; ++byte)

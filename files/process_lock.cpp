@@ -47,7 +47,7 @@ QString realPath(const QString& path)
     const QString canonical = file.canonicalFilePath();
     if (!canonical.isEmpty() || file.isRoot())
         return canonical;
-    return realPath(file.path()) + u'/' + file.fileName();
+    return QDir(realPath(file.path())).filePath(file.fileName());
 }
 
 } // namespace

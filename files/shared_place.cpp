@@ -24,11 +24,11 @@ bool isOnlyOurs(const QString& path)
 
 bool isOnlyOursOnTheWay(const QString& path)
 {
-    for (qsizetype end = path.indexOf(u'/', 1); end > 0; end = path.indexOf(u'/', end + 1)) {
-        if (!isOnlyOurs(path.first(end)))
+    for (QString place = path; place != u"/"; place = QFileInfo(place).path()) {
+        if (!isOnlyOurs(place))
             return false;
     }
-    return isOnlyOurs(path);
+    return true;
 }
 
 } // namespace

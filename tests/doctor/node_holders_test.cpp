@@ -1,4 +1,6 @@
+#include "doctor/node_holders.h"
 #include "doctor/usb_nodes.h"
+#include "tests/support/files.h"
 
 #include <QFile>
 #include <QProcess>
@@ -7,9 +9,11 @@
 
 #include <algorithm>
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace tavik::doctor;
+using namespace tavik::tests;
 
 // The kernel takes away the name of a node whose device goes; a file that is removed looks alike.
 class NodeHoldersTest : public QObject
@@ -59,6 +63,32 @@ private slots:
         process.closeWriteChannel();
         QVERIFY(process.waitForFinished());
         QVERIFY(!holds(static_cast<int>(process.processId())));
+    }
+
+    // A name is what a program gives itself, so it may be none.
+    void programWithoutAName()
+    {
+        QProcess process;
+        process.start(QStringLiteral("/bin/sh"),
+                      {QStringLiteral("-c"), QStringLiteral("exec 3<>/dev/full; echo > "
+                                                            "/proc/$$/comm; echo; read line")});
+        QVERIFY(process.waitForReadyRead());
+        struct stat device = {};
+        QCOMPARE(stat("/dev/full", &device), 0);
+        const std::vector<Holder> holders = holdersOf(device.st_rdev);
+        QCOMPARE(holders.size(), std::size_t{1});
+        QCOMPARE(holders.front().name, std::string("a program"));
+        QCOMPARE(holders.front().processId, static_cast<int>(process.processId()));
+        process.closeWriteChannel();
+        QVERIFY(process.waitForFinished());
+    }
+
+    // Else the program would be in its own way.
+    void examinedNodeIsLeftClosed()
+    {
+        const qsizetype before = openFiles();
+        QCOMPARE(examineNode("/dev/full").error, 0);
+        QCOMPARE(openFiles(), before);
     }
 
 private:

@@ -40,6 +40,12 @@ private slots:
         row("screen FF67", InterfaceKind::Screen, screenDescriptor(0xFF67));
         row("both in one", InterfaceKind::Configuration,
             joined(screenDescriptor(0xFF68), configuration));
+        row("both in one, configuration first", InterfaceKind::Configuration,
+            joined(configuration, screenDescriptor(0xFF68)));
+        row("beside the last vendor page", InterfaceKind::Configuration,
+            joined(featureDescriptor(0xFFFF), configuration));
+        row("four pushes", InterfaceKind::Configuration,
+            joined(configuration, {0xA4, 0xA4, 0xA4, 0xA4}));
         row("beside another vendor page", InterfaceKind::Configuration,
             joined(featureDescriptor(0xFF00), configuration));
         row("page named by the usage", InterfaceKind::Configuration,
@@ -68,6 +74,8 @@ private slots:
         row("key page in four bytes", other, wrapped({0x07, 0x07, 0x00, 0x00, 0x00, 0x81, 0x02}));
         row("page of more than 16 bits", other,
             {0x07, 0x13, 0xFF, 0x01, 0x00, 0x09, 0x01, 0xA1, 0x01, 0xC0});
+        row("beside the first page of more than 16 bits", other,
+            joined(configuration, {0x07, 0x00, 0x00, 0x01, 0x00}));
         row("page without a value", other, {0x04, 0x09, 0x01, 0xA1, 0x01, 0xC0});
         row("other vendor page", other, featureDescriptor(0xFF14));
         row("vendor page inside another", other,

@@ -1,4 +1,5 @@
 #include "files/process_lock.h"
+#include "tests/support/files.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 using namespace tavik;
+using namespace tavik::tests;
 using Attempt = ProcessLock::Attempt;
 
 class ProcessLockTest : public QObject
@@ -115,6 +117,37 @@ private slots:
         qputenv("XDG_RUNTIME_DIR", directory.path().toLocal8Bit());
         QCOMPARE(runtimeFilePath(QStringLiteral("a.lock")),
                  directory.filePath(QStringLiteral("a.lock")));
+    }
+
+    // The command finds the window of another release.
+    void fileHasItsOwnName()
+    {
+        qputenv("XDG_RUNTIME_DIR", directory.path().toLocal8Bit());
+        QCOMPARE(lockPathOf(QStringLiteral("/nowhere/state.json")),
+                 directory.filePath(QStringLiteral("tavik-center-15165305219b5d74.lock")));
+    }
+
+    void oneFileHasOneLock()
+    {
+        QVERIFY(QDir(directory.path()).mkpath(QStringLiteral("real/below")));
+        QVERIFY(QFile::link(directory.filePath(QStringLiteral("real")),
+                            directory.filePath(QStringLiteral("other"))));
+        for (const char* name : {"below", "missing", "missing/below"}) {
+            const QString lock = lockPathOf(directory.filePath(QStringLiteral("real/") + name));
+            QCOMPARE(lockPathOf(directory.filePath(QStringLiteral("other/") + name)), lock);
+            QCOMPARE(lockPathOf(directory.filePath(QStringLiteral("real/../other/") + name)), lock);
+            QVERIFY(lock != lockPathOf(directory.filePath(name)));
+        }
+    }
+
+    void refusedAttemptLeavesNothingOpen()
+    {
+        ProcessLock first(path());
+        QCOMPARE(first.attempt(), Attempt::Taken);
+        const qsizetype before = openFiles();
+        ProcessLock second(path());
+        QCOMPARE(second.attempt(), Attempt::HeldByAnother);
+        QCOMPARE(openFiles(), before);
     }
 
     // As after becoming another user, or in a timed job.

@@ -24,7 +24,10 @@ private slots:
     {
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
         directory.emplace();
+        openBefore = openFiles();
     }
+
+    void cleanup() { QCOMPARE(openFiles(), openBefore); }
 
     void sizes_data()
     {
@@ -113,6 +116,7 @@ private slots:
 
 private:
     std::optional<QTemporaryDir> directory;
+    qsizetype openBefore = 0;
 
     QString path(const QString& name = QStringLiteral("file")) const
     {

@@ -89,6 +89,7 @@ private slots:
         QCOMPARE(mouseKeyAction(0x03FF), action(1, 3, 0xFF));
         QCOMPARE(mouseKeyAction(0x0110), action(1, 1, 0x10));
         QCOMPARE(mouseKeyAction(0), action(1));
+        QCOMPARE(mouseKeyAction(0x0200), action(1, 2));
     }
 
     void keyboardActions_data()

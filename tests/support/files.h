@@ -26,4 +26,10 @@ inline QByteArray readFile(const QString& path)
     return content.isNull() ? QByteArray("") : content;
 }
 
+// How many files this process has open.
+inline qsizetype openFiles()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+}
+
 } // namespace tavik::tests
