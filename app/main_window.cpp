@@ -50,7 +50,7 @@ struct SidebarEntry
 {
     const char* title; // tool tip and page title
     const char* iconFile;
-    QSize frameSize; // not looked at for tinted icons
+    QSize frameSize; // of a strip
     bool atBottom = false;
 };
 
@@ -62,9 +62,9 @@ constexpr std::array<SidebarEntry, 9> sidebarEntries{{
     {"Macros", "tab_macro.png", {36, 36}},
     {"Light Effect Mode", "tab_light.png", {36, 36}},
     {"TFT Screen", "tab_lcd.png", {32, 22}},
-    {"Favorites", "icon_favorites.png", {24, 24}},
+    {"Favorites", "icon_favorites.png", {}},
     {"Custom Lighting", "tab_customlight.png", {36, 36}},
-    {"Music", "icon_music.png", {24, 24}},
+    {"Music", "icon_music.png", {}},
     {"Keyboard Settings", "tab_config.png", {36, 36}, true},
 }};
 constexpr std::size_t homeEntry = 0;
