@@ -44,6 +44,13 @@ class KeyboardLayoutTest : public QObject
     Q_OBJECT
 
 private slots:
+    void startsWithoutAnArea()
+    {
+        const KeyboardLayout layout;
+        QCOMPARE(QList<int>({layout.xpos, layout.ypos, layout.width, layout.height}),
+                 QList<int>({0, 0, 0, 0}));
+    }
+
     void readsAreaAndKeysInDocumentOrder()
     {
         bool accepted = false;
