@@ -233,7 +233,6 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
     button->setFixedSize(48, 48);
     button->setIconSize(QSize(24, 24));
     button->setIcon(sidebarIcon(entry));
-    button->setToolButtonStyle(Qt::ToolButtonIconOnly);
     button->setCheckable(true);
     button->setAutoExclusive(true);
     button->setFocusPolicy(Qt::StrongFocus); // after a click, the focus stays here

@@ -319,6 +319,17 @@ private slots:
         QVERIFY(bus().sends().at(1).starts_with("04 11"));
     }
 
+    void shortcutThatIsHeldPressesOnce()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), Qt::Key_2, Qt::ControlModifier);
+        bus().clearTrace();
+        for (const bool repeated : {false, true, true})
+            QTest::simulateEvent(window.get(), true, Qt::Key_Return, Qt::ControlModifier, {},
+                                 repeated);
+        QCOMPARE(bus().sends().size(), std::size_t{13});
+    }
+
     void shortcutClosesTheWindow()
     {
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
