@@ -19,6 +19,8 @@
 #include <QToolButton>
 #include <QtEndian>
 
+#include <algorithm>
+
 using namespace tavik;
 using namespace tavik::tests;
 using namespace tavik::virtual_keyboard;
@@ -344,9 +346,17 @@ private slots:
         QTest::keyClick(window.get(), Qt::Key_F1);
         QWidget* sheet = QApplication::activeModalWidget();
         QVERIFY(sheet != nullptr);
+        const QList<QLabel*> labels = sheet->findChildren<QLabel*>();
         QStringList texts;
-        for (const QLabel* label : sheet->findChildren<QLabel*>())
+        for (const QLabel* label : labels) {
             texts += label->text();
+            QVERIFY2(std::ranges::none_of(labels,
+                                          [label](const QLabel* other) {
+                                              return other != label && other->geometry().intersects(
+                                                                           label->geometry());
+                                          }),
+                     qPrintable(label->text()));
+        }
         for (const char* text : {"Everywhere",
                                  "Ctrl+Z",
                                  "Ctrl+Shift+Z, Ctrl+Y",
