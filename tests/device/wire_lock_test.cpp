@@ -1,4 +1,4 @@
-#include "device/device.h"
+#include "device/command_session.h"
 #include "files/process_lock.h"
 #include "pages/screen/screen_stream.h"
 #include "pages/screen/screen_transfer.h"
@@ -76,6 +76,19 @@ private slots:
         QVERIFY(sendSomething());
         QCOMPARE(busTrace().mid(0, 4), QStringList({"wait 50", "wait 50", "wait 50", "wait 35"}));
         QCOMPARE(turn.attempt(), Attempt::Taken);
+    }
+
+    // Whoever has the turn by now waits for the wire that is held here.
+    void whoHoldsTheWireWaitsForNoTurn()
+    {
+        QVERIFY(Device::instance().refresh());
+        const WireHold hold(Device::instance());
+        QVERIFY(hold.isHeld());
+        ProcessLock turn(runtimeFilePath(QStringLiteral("tavik-center-turn.lock")));
+        QCOMPARE(turn.attempt(), Attempt::Taken);
+        bus().clearTrace();
+        QVERIFY(sendSomething());
+        QCOMPARE(busTrace().at(0), QStringLiteral("wait 35"));
     }
 
     // The acknowledgements of a transfer go to everybody who has the screen interface open.
