@@ -175,13 +175,16 @@ private slots:
         QString text;
         onNextDialog([&text](QWidget& dialog) {
             const auto& box = dynamic_cast<QMessageBox&>(dialog);
-            text = box.text();
+            text = box.text() + u'|' + box.informativeText();
             clickButton(dialog, QStringLiteral("OK"));
         });
 
         SingleWindow second(stateFilePath());
         QCOMPARE(second.endsWith(), std::optional<int>(1));
-        QCOMPARE(text, QStringLiteral("ZEROLT TAVIK Pro is already open, but does not answer."));
+        QCOMPARE(text,
+                 QStringLiteral("ZEROLT TAVIK Pro is already open, but does not answer.|It may be "
+                                "sending to the keyboard. Wait until that is done, or end it, and "
+                                "start again."));
         QCOMPARE(dialogsStillExpected(), 0);
 
         // The window that is open still has everything.

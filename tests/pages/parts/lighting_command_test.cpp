@@ -72,6 +72,15 @@ private slots:
         QCOMPARE(bus().keyboard().state().lighting, lightingModePayload(settings));
         QCOMPARE(int(bus().keyboard().state().sleepCode), 1);
     }
+
+    void refusalIsAFailure()
+    {
+        QVERIFY(Device::instance().refresh());
+        for (const std::uint8_t command : {std::uint8_t{0x13}, std::uint8_t{0x17}})
+            bus().failCommand(command, answerStatus(7));
+        QVERIFY(!sendLightingMode({}));
+        QVERIFY(!sendLightingSleep(1));
+    }
 };
 
 TAVIK_ISOLATED_TEST_MAIN(LightingCommandTest)
