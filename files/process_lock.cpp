@@ -44,9 +44,8 @@ QString runtimeDirectory()
 QString realPath(const QString& path)
 {
     const QFileInfo file(QDir::cleanPath(path));
-    const QString canonical = file.canonicalFilePath();
-    if (!canonical.isEmpty() || file.isRoot())
-        return canonical;
+    if (file.exists())
+        return file.canonicalFilePath();
     return QDir(realPath(file.path())).filePath(file.fileName());
 }
 

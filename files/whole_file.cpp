@@ -29,8 +29,8 @@ bool writeWholeFile(const QString& path, const QByteArray& content,
     const QFileInfo present(path);
     const QString target = present.exists() ? present.canonicalFilePath() : path;
     QTemporaryFile file(target + QStringLiteral(".XXXXXX"));
-    if (present.isDir() || !file.open() || file.write(content) != content.size() ||
-        !isOnDisk(file) || !file.setPermissions(permissions))
+    if (!file.open() || file.write(content) != content.size() || !isOnDisk(file) ||
+        !file.setPermissions(permissions))
         return false;
     const QByteArray name = QFile::encodeName(file.fileName());
     if (std::rename(name.constData(), QFile::encodeName(target).constData()) != 0)
