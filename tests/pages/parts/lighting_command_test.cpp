@@ -52,6 +52,14 @@ private slots:
         QCOMPARE(lightingSleepPayload(3), expected);
     }
 
+    void usualIsRollingInEveryColor()
+    {
+        QCOMPARE(lightingModePayload(usualLighting),
+                 (tavik::Report{0x0B, 0xFF, 0, 0, 0, 0, 0, 0, 1, 5, 3, 3, 0, 0, 0xAA, 0x55}));
+        QCOMPARE(lightingModePayload({}),
+                 (tavik::Report{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xAA, 0x55}));
+    }
+
     void nothingIsSentWithoutConnection()
     {
         QVERIFY(!sendLightingMode({}));
