@@ -12,6 +12,7 @@
 #include "pages/keys/keymap_widget.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/macros/macro_widget.h"
+#include "pages/parts/accessible_lists.h"
 #include "pages/parts/accessible_roles.h"
 #include "pages/parts/announcement.h"
 #include "pages/parts/focus_ring.h"
@@ -153,6 +154,7 @@ QWidget* createEmptyPage(const QString& text, QWidget* parent)
 
 MainWindow::MainWindow()
 {
+    letToolsChooseInLists();
     std::ignore = KeyboardLayout::instance(); // read before any page asks for it
     setWindowTitle(windowTitleText());
     setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
@@ -357,6 +359,7 @@ void MainWindow::addShortcut(const QString& text, const QList<QKeySequence>& key
 // What a key has opened is gone on with by keys.
 void MainWindow::openByKey(qsizetype page)
 {
+    sidebarButtons.at(page)->setFocus(Qt::ShortcutFocusReason); // not what happens to be next
     showPage(sidebarEntries.at(static_cast<std::size_t>(page)));
     focusPage(Qt::TabFocusReason);
 }

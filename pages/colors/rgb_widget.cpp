@@ -3,6 +3,7 @@
 #include "model/keyboard_layout.h"
 #include "pages/colors/color_preview.h"
 #include "pages/colors/color_transfer.h"
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/color_names.h"
 #include "pages/parts/keyboard_view.h"
@@ -77,6 +78,7 @@ QLayout* RgbWidget::createBrushRow()
 {
     preview = new ColorPreview(brushColor, this);
     preview->setFixedSize(previewSize);
+    setAccessibleRole(preview, QAccessible::Graphic, tr("Brush"));
     showBrushColor();
 
     return createRow({preview, createButton(tr("Brush color…"), this, &RgbWidget::chooseBrushColor),
@@ -137,7 +139,6 @@ void RgbWidget::showKeyMenu(int lightIndex, QPoint globalPos)
         colorOf(AppState::instance().customRgb, static_cast<std::size_t>(lightIndex));
     const QColor shown = shownColor(color);
     auto* menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addAction(swatch(shown, this), tr("Take this color"), this,
                     [=, this] { takeBrushColor(shown); });
     menu->addAction(swatch(brushColor, this), tr("Fill keys of this color"), this,
@@ -151,13 +152,14 @@ void RgbWidget::showKeyMenu(int lightIndex, QPoint globalPos)
         menu->addAction(swatch(earlier, this), tr("Brush %1").arg(earlier.name()), this,
                         [=, this] { takeBrushColor(earlier); });
     addUndoEntries(menu);
-    menu->popup(globalPos);
+    popUp(menu, globalPos);
 }
 
 void RgbWidget::showBrushColor()
 {
     preview->update();
     preview->setToolTip(colorToolTip(tr("Brush"), brushColor));
+    preview->setAccessibleDescription(colorWords(brushColor));
 }
 
 void RgbWidget::paintKey(ColorBank& bank, std::size_t lightIndex) const

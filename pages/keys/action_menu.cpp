@@ -1,6 +1,7 @@
 #include "pages/keys/action_menu.h"
 
 #include "model/key_names.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 
 #include <QKeyEvent>
@@ -124,6 +125,7 @@ void ActionMenu::showCurrent()
         beginningOf(keyActionWords(currentAction, macros), shownNameLimit).simplified();
     heading->setText(QFontMetrics(bold).elidedText(text, Qt::ElideRight, macroNameWidth));
     actions().constFirst()->setText(text);
+    setAccessibleName(text);
 
     for (QMenu* group : groups)
         group->menuAction()->setCheckable(false);
@@ -141,6 +143,7 @@ void ActionMenu::showCurrent()
 void ActionMenu::addModifiers()
 {
     modifierMenu = new LastingMenu(tr("With modifiers"), this);
+    keepOpen(modifierMenu);
     addMenu(modifierMenu);
     for (const KeyModifier& modifier : keyModifiers) {
         QAction* item = modifierMenu->addAction(modifier.text.toString());

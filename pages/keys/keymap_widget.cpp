@@ -5,6 +5,7 @@
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/action_menu.h"
 #include "pages/keys/chord_dialog.h"
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/page_parts.h"
@@ -13,6 +14,7 @@
 #include "pages/parts/undo_entries.h"
 
 #include <QAction>
+#include <QButtonGroup>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -90,15 +92,15 @@ void KeymapWidget::createLayerButtons()
     fnButton = new QPushButton(tr("Fn layer"), this);
     for (QPushButton* button : {baseButton, fnButton})
         button->setCheckable(true);
-    const auto follow = [this](QPushButton* button, LayerId id) {
-        connect(button, &QPushButton::toggled, this, [this, button, id](bool isChecked) {
-            if (isChecked && currentLayer != id)
-                switchLayer(static_cast<int>(id));
-            button->setChecked(currentLayer == id); // the chosen one stays so
-        });
-    };
-    follow(baseButton, LayerId::Base);
-    follow(fnButton, LayerId::Fn);
+    auto* layers = new QButtonGroup(this);
+    layers->addButton(baseButton, static_cast<int>(LayerId::Base));
+    layers->addButton(fnButton, static_cast<int>(LayerId::Fn));
+    connect(layers, &QButtonGroup::idToggled, this, [this](int layer, bool isChecked) {
+        if (isChecked)
+            switchLayer(layer);
+    });
+    setAccessibleGroup(layers, tr("Layer"));
+    letTabFindTheChosen(layers->buttons());
 }
 
 void KeymapWidget::createView()
@@ -176,9 +178,9 @@ void KeymapWidget::showKeyMenu(int lightIndex, QPoint globalPos)
     Q_ASSERT(isKey(lightIndex));
     const KeyAction current = layerKeys().at(static_cast<std::size_t>(lightIndex));
     auto* menu = new ActionMenu(nameOfKey(lightIndex), current, AppState::instance().macros, this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    connect(menu, &ActionMenu::assignRequested, this,
-            [this, lightIndex] { keyClicked(lightIndex); });
+    connect(
+        menu, &ActionMenu::assignRequested, this, [this, lightIndex] { keyClicked(lightIndex); },
+        Qt::QueuedConnection); // who pressed it need not wait for the dialog
     connect(menu, &ActionMenu::chordRequested, this,
             [this, lightIndex] { pressChord(lightIndex); });
     connect(menu, &ActionMenu::actionChosen, this,
@@ -189,7 +191,7 @@ void KeymapWidget::showKeyMenu(int lightIndex, QPoint globalPos)
     pasteAction->setEnabled(actionOnClipboard().has_value());
     connect(menu, &QMenu::aboutToHide, pasteAction, [this] { pasteAction->setEnabled(true); });
     addUndoEntries(menu);
-    menu->popup(globalPos);
+    popUp(menu, globalPos);
 }
 
 void KeymapWidget::pressChord(int lightIndex)
@@ -231,8 +233,7 @@ void KeymapWidget::switchLayer(int layer)
 {
     Q_ASSERT(layer == 0 || layer == 1);
     currentLayer = static_cast<LayerId>(layer);
-    baseButton->setChecked(currentLayer == LayerId::Base);
-    fnButton->setChecked(currentLayer == LayerId::Fn);
+    (currentLayer == LayerId::Base ? baseButton : fnButton)->setChecked(true);
     refreshCaptions();
 }
 

@@ -144,10 +144,14 @@ public:
     }
     void doAction(const QString& name) override
     {
-        if (name == toggleAction())
-            button()->click();
-        else
+        if (name != toggleAction()) {
             QAccessibleWidget::doAction(name);
+            return;
+        }
+        // Else the focus might stay on a page that goes.
+        if ((button()->focusPolicy() & Qt::ClickFocus) != 0)
+            button()->setFocus(Qt::MouseFocusReason);
+        button()->click();
     }
 
 private:

@@ -160,7 +160,9 @@ QStringList KeyInterface::actionNames() const
     const QAccessible::State now = state();
     if (now.invalid || now.disabled)
         return {};
-    QStringList names{pressAction(), showMenuAction()};
+    QStringList names{pressAction()};
+    if (keyboard->view()->hasKeyMenu())
+        names += showMenuAction();
     if (now.focusable)
         names += setFocusAction();
     return names;

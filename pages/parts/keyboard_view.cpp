@@ -10,6 +10,7 @@
 #include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMetaMethod>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QToolTip>
@@ -163,6 +164,11 @@ QString KeyboardView::wordsOnKey(int lightIndex) const
         break;
     }
     return {};
+}
+
+bool KeyboardView::hasKeyMenu() const
+{
+    return isSignalConnected(QMetaMethod::fromSignal(&KeyboardView::slotContextMenu));
 }
 
 QRect KeyboardView::hitRectangle(int lightIndex) const

@@ -58,6 +58,9 @@ public:
     // The light index of the key that was pressed last; -1 for none.
     [[nodiscard]] int selectedKey() const { return selected; }
 
+    // Whether anybody answers when the menu of a key is asked for.
+    [[nodiscard]] bool hasKeyMenu() const;
+
     // What the view shows on a key, in words; empty where it only shows the keyboard.
     [[nodiscard]] QString wordsOnKey(int lightIndex) const;
 

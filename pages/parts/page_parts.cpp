@@ -2,9 +2,11 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
+#include <QMenu>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -15,6 +17,7 @@ namespace tavik {
 namespace {
 
 constexpr int pageMargin = 12;
+constexpr const char* lastingProperty = "staysOpen";
 
 } // namespace
 
@@ -51,6 +54,27 @@ QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& 
     QObject::connect(entry, &QAction::triggered, widget, act);
     widget->addAction(entry);
     return entry;
+}
+
+void popUp(QMenu* menu, QPoint globalPos)
+{
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QObject::connect(menu, &QMenu::triggered, menu, [menu](const QAction* entry) {
+        if (!entry->parent()->property(lastingProperty).toBool())
+            menu->close();
+    });
+    menu->popup(globalPos);
+    // Who did not open it with the pointer goes on with keys, or hears where he is.
+    const QList<QAction*> entries = menu->actions();
+    const auto first = std::ranges::find_if(
+        entries, [](const QAction* entry) { return entry->isEnabled() && !entry->isSeparator(); });
+    if (QGuiApplication::mouseButtons() == Qt::NoButton && first != entries.end())
+        menu->setActiveAction(*first);
+}
+
+void keepOpen(QMenu* menu)
+{
+    menu->setProperty(lastingProperty, true);
 }
 
 void centerAt(QWidget* window, QPoint globalCenter)

@@ -13,6 +13,7 @@ class QHBoxLayout;
 class QLabel;
 class QLayout;
 class QListWidget;
+class QMenu;
 class QVBoxLayout;
 
 namespace tavik {
@@ -33,6 +34,13 @@ void letTabFindTheChosen(const QList<QAbstractButton*>& buttons);
 // An entry for the menu of a widget, whose keys work while that widget has the focus.
 QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& keys,
                       const std::function<void()>& act);
+
+// Shows a menu, which is gone when it closes. It closes when an entry is chosen by whatever means:
+// after the press of an assistive tool, it would stay open.
+void popUp(QMenu* menu, QPoint globalPos);
+
+// The entries of such a menu are to be chosen one after the other.
+void keepOpen(QMenu* menu);
 
 // Moves a window of the page so that it has this center, as far as the screen allows.
 void centerAt(QWidget* window, QPoint globalCenter);

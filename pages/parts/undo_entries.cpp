@@ -1,6 +1,7 @@
 #include "pages/parts/undo_entries.h"
 
 #include "model/edit_history.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 
 #include <QAction>
@@ -24,10 +25,9 @@ void addUndoEntries(QMenu* menu)
 void showMenu(const QList<QAction*>& entries, QWidget* parent, QPoint globalPos)
 {
     auto* menu = new QMenu(parent);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addActions(entries);
     addUndoEntries(menu);
-    menu->popup(globalPos);
+    popUp(menu, globalPos);
 }
 
 QString keyInStepName(int lightIndex)

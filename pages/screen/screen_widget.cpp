@@ -162,9 +162,8 @@ void ScreenWidget::createEntries()
 void ScreenWidget::contextMenuEvent(QContextMenuEvent* event)
 {
     auto* menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addActions(actions());
-    menu->popup(event->globalPos());
+    popUp(menu, event->globalPos());
 }
 
 void ScreenWidget::dragEnterEvent(QDragEnterEvent* event)

@@ -4,6 +4,7 @@
 #include "model/edit_history.h"
 #include "model/state_copies.h"
 #include "pages/parts/file_dialog.h"
+#include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
 
 #include <QCoreApplication>
@@ -107,7 +108,7 @@ void addEarlierStates(QMenu* menu, QWidget* parent)
             takeOver(path, {}, tr("Earlier state"), tr("Go back to the state of %1?").arg(time),
                      parent);
         };
-        menu->addAction(menuText(time), parent, goBack)->setData(state.path);
+        menu->addAction(menuText(time), parent, goBack, Qt::QueuedConnection)->setData(state.path);
     }
     countContents(menu);
 }
@@ -161,11 +162,12 @@ void importSettingsFrom(const QString& path, QWidget* parent)
 void showExchangeMenu(QWidget* parent, QPoint globalPos)
 {
     auto* menu = new QMenu(parent);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(tr("Export settings…"), parent, [parent] { exportSettings(parent); });
-    menu->addAction(tr("Import settings…"), parent, [parent] { importSettings(parent); });
+    menu->addAction(
+        tr("Export settings…"), parent, [parent] { exportSettings(parent); }, Qt::QueuedConnection);
+    menu->addAction(
+        tr("Import settings…"), parent, [parent] { importSettings(parent); }, Qt::QueuedConnection);
     addEarlierStates(menu->addMenu(tr("Earlier states")), parent);
-    menu->popup(globalPos);
+    popUp(menu, globalPos);
 }
 
 } // namespace tavik

@@ -18,6 +18,7 @@
 #include <QComboBox>
 #include <QListWidget>
 #include <QRadioButton>
+#include <QSignalSpy>
 #include <QTableWidget>
 #include <QTest>
 #include <QToolButton>
@@ -45,8 +46,9 @@ void hear(QAccessibleEvent* event)
     if (event->type() == QAccessible::Announcement)
         announced() += static_cast<QAccessibleAnnouncementEvent*>(event)->message();
 #else
-    if (event->type() == QAccessible::Alert)
-        announced() += event->accessibleInterface()->text(QAccessible::Description);
+    if (event->type() == QAccessible::ObjectShow &&
+        event->accessibleInterface()->role() == QAccessible::Notification)
+        announced() += event->accessibleInterface()->text(QAccessible::Name);
 #endif
 }
 
@@ -189,6 +191,50 @@ private slots:
         QCOMPARE(names,
                  QStringList({"Assignment type", "Key", "Key / button", "Language", "Macro",
                               "Modifier (keyboard)", "Mouse action", "Multimedia key", "Type"}));
+    }
+
+    void selectedEntryOfASelectorIsChosen()
+    {
+        openPage(Macros);
+        auto* type = page()->findChild<QComboBox*>();
+        QAccessible::queryAccessibleInterface(type);
+        QAbstractItemView* list = type->view();
+        QTRY_COMPARE(list->accessibleName(), QStringLiteral("Type"));
+        const QSignalSpy activated(type, &QComboBox::activated);
+        const auto marked = [list] {
+            return list->selectionModel()->selectedIndexes().value(0).row();
+        };
+        const auto select = [list](int row) {
+            list->clearSelection();
+            list->selectionModel()->select(list->model()->index(row, 0),
+                                           QItemSelectionModel::Select);
+        };
+        select(3);
+        QTRY_COMPARE(type->currentIndex(), 3);
+        QCOMPARE(activated.size(), 1);
+        type->setCurrentIndex(1);
+        QCOMPARE(marked(), 1);
+        list->clearSelection(); // the chosen one stays so
+        QTRY_COMPARE(marked(), 1);
+        QCOMPARE(type->currentIndex(), 1);
+
+        type->showPopup();
+        QTest::keyClick(list, Qt::Key_Down); // marks only
+        QCoreApplication::processEvents();
+        QCOMPARE(type->currentIndex(), 1);
+        select(4);
+        QTRY_COMPARE(type->currentIndex(), 4);
+        QVERIFY(!list->isVisible());
+        QCOMPARE(marked(), 4);
+    }
+
+    void toggledChoiceHasTheFocus()
+    {
+        const auto buttons = window->findChild<QWidget*>("sidebar")->findChildren<QToolButton*>();
+        openPage(Colors);
+        page()->findChild<QPushButton*>()->setFocus();
+        toggle(buttons.at(Keys));
+        QCOMPARE(QApplication::focusWidget(), buttons.at(Keys));
     }
 
     void whatWasDoneIsHeard()

@@ -262,7 +262,8 @@ private slots:
             QVERIFY2(button->isChecked(), qPrintable(button->accessibleName() + button->text()));
             ++groups;
         }
-        QCOMPARE(groups, index == 3 ? 3 : 1); // sleep time and direction besides the sidebar
+        // Layers, sleep time and direction besides the sidebar.
+        QCOMPARE(groups, index == 3 ? 3 : index == 1 ? 2 : 1);
     }
 
     void settingsAreWalkedFromTopToBottom()

@@ -102,6 +102,7 @@ KeyboardWindow::KeyboardWindow(QWidget* parent)
         "note", tr("What the real keyboard does with its light and with sleep is not known; this "
                    "is our reading. A minute of sleep time lasts a second here."));
     note->setWordWrap(true);
+    wireList->setAccessibleName(tr("Wire"));
     wireList->setFixedHeight(wireHeight);
     wireList->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // long lines are elided
     wireList->setFocusPolicy(Qt::TabFocus);

@@ -483,14 +483,10 @@ private slots:
         const auto page = openPage();
         clickKey(*page, "A", Qt::RightButton);
         QMenu* menu = openMenu();
-        // The driver would take the open menu for the dialog it waits for.
-        const auto close = [] {
-            QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
-            assignCtrlInDialog(*QApplication::activeModalWidget(), "D");
-        };
-        QMetaObject::invokeMethod(qApp, close, Qt::QueuedConnection);
         clickItem(menu, QStringLiteral("Assign…"));
-        QVERIFY((AppState::instance().layerBase.at(indexOf("A")) == KeyAction{2, 0x01, 0x07, 0}));
+        onNextDialog([](QWidget& dialog) { assignCtrlInDialog(dialog, "D"); });
+        QTRY_VERIFY(
+            (AppState::instance().layerBase.at(indexOf("A")) == KeyAction{2, 0x01, 0x07, 0}));
         QVERIFY(stateOnDisk() == stateInMemory());
     }
 

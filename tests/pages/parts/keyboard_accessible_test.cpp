@@ -186,7 +186,7 @@ private slots:
     {
         QSignalSpy activated(view, &KeyboardView::slotActivated);
         QAccessibleInterface& key = childNamed(view, "G");
-        QCOMPARE(key.actionInterface()->actionNames(), QStringList({press, showMenu, setFocus}));
+        QCOMPARE(key.actionInterface()->actionNames(), QStringList({press, setFocus}));
         key.actionInterface()->doAction(press);
         QCOMPARE(activated.size(), 0); // whoever asked has his answer before
         QTRY_COMPARE(activated.size(), 1);
@@ -196,8 +196,9 @@ private slots:
 
     void showMenuIsTheMenuKeyOnThatKey()
     {
-        QSignalSpy menu(view, &KeyboardView::slotContextMenu);
         QAccessibleInterface& key = childNamed(view, "G");
+        QVERIFY(!key.actionInterface()->actionNames().contains(showMenu)); // nobody has one
+        QSignalSpy menu(view, &KeyboardView::slotContextMenu);
         key.actionInterface()->doAction(showMenu);
         QTRY_COMPARE(menu.size(), 1);
         QCOMPARE(menu.first().at(0).toInt(), keyNamed("G").lightIndex);

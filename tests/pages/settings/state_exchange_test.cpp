@@ -160,14 +160,14 @@ private slots:
         EditHistory::instance().takeOver(QStringLiteral("present"), numbered(5));
         QMenu* earlier = openEarlierStates();
         const QRect entry = earlier->actionGeometry(earlier->actions().constLast());
+        QTest::mouseClick(earlier, Qt::LeftButton, {}, entry.center());
         answerLater(QStringLiteral("Yes"),
                     QStringLiteral("Go back to the state of %1?\n\nThen you have 0 keys, 1 macro, "
                                    "0 colors. Undo takes this back.")
                         .arg(timeText(earlierStates().constLast())));
-        QTest::mouseClick(earlier, Qt::LeftButton, {}, entry.center());
         SavedState old;
         old.macros = {{QStringLiteral("old"), {}}};
-        QVERIFY(static_cast<const SavedState&>(AppState::instance()) == old);
+        QTRY_VERIFY(static_cast<const SavedState&>(AppState::instance()) == old);
     }
 
     void earlierStateComesBack()
@@ -178,12 +178,12 @@ private slots:
         const QSignalSpy restored(&EditHistory::instance(), &EditHistory::restored);
         QMenu* earlier = openEarlierStates();
         const QRect oldest = earlier->actionGeometry(earlier->actions().at(1));
+        QTest::mouseClick(earlier, Qt::LeftButton, {}, oldest.center());
         answerLater(QStringLiteral("Yes"),
                     QStringLiteral("Go back to the state of %1?\n\nThen you have 1 key, 1 macro, "
                                    "0 colors. Undo takes this back.")
                         .arg(timeText(chosen)));
-        QTest::mouseClick(earlier, Qt::LeftButton, {}, oldest.center());
-        QCOMPARE(restored.count(), 1);
+        QTRY_COMPARE(restored.count(), 1);
         isTakenOver(numbered(1), QStringLiteral("Earlier state"));
     }
 
@@ -216,11 +216,12 @@ private slots:
 
     void importFromTheMenu()
     {
-        onNextDialogAfterTheMenu([](QWidget& dialog) {
+        clickEntry(openMenu(QContextMenuEvent::Mouse), importText);
+        onNextDialog([](QWidget& dialog) {
             QCOMPARE(dialog.windowTitle(), QStringLiteral("Import settings"));
             dialog.close();
         });
-        clickEntry(openMenu(QContextMenuEvent::Mouse), importText);
+        QTRY_COMPARE(dialogsStillExpected(), 0);
         isUnchanged();
     }
 
@@ -351,7 +352,8 @@ private slots:
 
     void exportFromTheMenu()
     {
-        onNextDialogAfterTheMenu([](QWidget& dialog) {
+        clickEntry(openMenu(QContextMenuEvent::Mouse), exportText);
+        onNextDialog([](QWidget& dialog) {
             const auto closing = closeAtTheEnd(dialog);
             const auto* files = qobject_cast<QFileDialog*>(&dialog);
             QVERIFY(files != nullptr);
@@ -360,7 +362,7 @@ private slots:
             QCOMPARE(files->selectedFiles(),
                      QStringList(QDir::homePath() + QStringLiteral("/tavik-settings.json")));
         });
-        clickEntry(openMenu(QContextMenuEvent::Mouse), exportText);
+        QTRY_COMPARE(dialogsStillExpected(), 0);
         isUnchanged();
     }
 
@@ -411,21 +413,9 @@ private:
         return earlier;
     }
 
-    // The driver would take the open menu for the dialog.
-    static void onNextDialogAfterTheMenu(const std::function<void(QWidget&)>& action)
-    {
-        QMetaObject::invokeMethod(
-            qApp,
-            [action] {
-                QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
-                action(*QApplication::activeModalWidget());
-            },
-            Qt::QueuedConnection);
-    }
-
     static void answerLater(const QString& answer, const QString& question)
     {
-        onNextDialogAfterTheMenu([answer, question](QWidget& dialog) {
+        onNextDialog([answer, question](QWidget& dialog) {
             const auto closing = closeAtTheEnd(dialog);
             QCOMPARE(static_cast<QMessageBox&>(dialog).text(), question);
             clickButton(dialog, answer);

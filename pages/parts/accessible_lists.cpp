@@ -1,0 +1,66 @@
+#include "pages/parts/accessible_lists.h"
+
+#include <QAbstractItemView>
+#include <QAccessible>
+#include <QComboBox>
+
+namespace tavik {
+
+namespace {
+
+void followSelection(QComboBox* box)
+{
+    QAbstractItemView* list = box->view();
+    // Behind its own label may stand that of its group.
+    const auto labels = QAccessible::queryAccessibleInterface(box)->relations(QAccessible::Label);
+    if (!labels.isEmpty())
+        list->setAccessibleName(labels.constFirst().first->text(QAccessible::Name));
+    const auto placeOf = [box, list](int row) {
+        return list->model()->index(row, box->modelColumn(), list->rootIndex());
+    };
+    // Not as the current item: that would be told of as if the focus was there.
+    const auto mark = [list, placeOf](int row) {
+        if (!list->isVisible())
+            list->selectionModel()->select(placeOf(row), QItemSelectionModel::ClearAndSelect);
+    };
+    mark(box->currentIndex());
+    QObject::connect(box, &QComboBox::currentIndexChanged, list, mark);
+    // Later: who walks through the open list has moved the current item along by then.
+    QObject::connect(
+        list->selectionModel(), &QItemSelectionModel::selectionChanged, box,
+        [box, list, placeOf, mark] {
+            const QModelIndexList selected = list->selectionModel()->selectedIndexes();
+            const QModelIndex marked =
+                list->isVisible() ? list->currentIndex() : placeOf(box->currentIndex());
+            const QModelIndex chosen = selected.isEmpty() ? marked : selected.constFirst();
+            if (selected.contains(marked) || !chosen.isValid())
+                return;
+            const int row = chosen.row();
+            box->setCurrentIndex(row);
+            box->hidePopup();
+            mark(row);
+            emit box->activated(row);
+            emit box->textActivated(box->currentText());
+        },
+        Qt::QueuedConnection);
+}
+
+// Makes no interface, but learns of the combo boxes that somebody asks for.
+QAccessibleInterface* noInterface(const QString& className, QObject* object)
+{
+    if (className == QLatin1String("QComboBox")) {
+        auto* box = static_cast<QComboBox*>(object);
+        QMetaObject::invokeMethod(
+            box, [box] { followSelection(box); }, Qt::QueuedConnection);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void letToolsChooseInLists()
+{
+    QAccessible::installFactory(noInterface);
+}
+
+} // namespace tavik
