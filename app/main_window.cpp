@@ -12,7 +12,7 @@
 #include "pages/keys/keymap_widget.h"
 #include "pages/lighting/lighting_widget.h"
 #include "pages/macros/macro_widget.h"
-#include "pages/parts/accessible_lists.h"
+#include "pages/parts/accessible_controls.h"
 #include "pages/parts/accessible_roles.h"
 #include "pages/parts/announcement.h"
 #include "pages/parts/focus_ring.h"
@@ -154,7 +154,7 @@ QWidget* createEmptyPage(const QString& text, QWidget* parent)
 
 MainWindow::MainWindow()
 {
-    letToolsChooseInLists();
+    letToolsUseControls();
     std::ignore = KeyboardLayout::instance(); // read before any page asks for it
     setWindowTitle(windowTitleText());
     setWindowFlags(Qt::Window | Qt::FramelessWindowHint);

@@ -1,6 +1,7 @@
 #include "pages/parts/page_parts.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QAction>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -63,9 +64,14 @@ void popUp(QMenu* menu, QPoint globalPos)
         if (!entry->parent()->property(lastingProperty).toBool())
             menu->close();
     });
+    const QList<QAction*> entries = menu->actions();
+    // Assistive tools take one that menus share for that of the first, which may be gone.
+    for (QAction* entry : entries) {
+        if (QAccessibleInterface* known = QAccessible::queryAccessibleInterface(entry))
+            QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+    }
     menu->popup(globalPos);
     // Who did not open it with the pointer goes on with keys, or hears where he is.
-    const QList<QAction*> entries = menu->actions();
     const auto first = std::ranges::find_if(
         entries, [](const QAction* entry) { return entry->isEnabled() && !entry->isSeparator(); });
     if (QGuiApplication::mouseButtons() == Qt::NoButton && first != entries.end())
@@ -97,13 +103,15 @@ void labelUnseen(QWidget* control)
 
 void keepCurrentSelected(QListWidget* list)
 {
-    QObject::connect(list, &QListWidget::itemSelectionChanged, list, [list] {
+    // Later: assistive tools empty the selection before they select.
+    const auto follow = [list] {
         const QList<QListWidgetItem*> selected = list->selectedItems();
         if (!selected.isEmpty() && !selected.contains(list->currentItem()))
             list->setCurrentItem(selected.first());
         else if (selected.isEmpty() && list->currentItem() != nullptr)
             list->currentItem()->setSelected(true);
-    });
+    };
+    QObject::connect(list, &QListWidget::itemSelectionChanged, list, follow, Qt::QueuedConnection);
 }
 
 QLabel* createHeading(const QString& text, int pixelSize, QWidget* parent)

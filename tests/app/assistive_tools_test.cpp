@@ -17,8 +17,10 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QListWidget>
+#include <QMenu>
 #include <QRadioButton>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
 #include <QToolButton>
@@ -59,6 +61,13 @@ void toggle(QWidget* widget)
         QAccessible::queryAccessibleInterface(widget)->actionInterface();
     QVERIFY(actions->actionNames().contains(QAccessibleActionInterface::toggleAction()));
     actions->doAction(QAccessibleActionInterface::toggleAction());
+}
+
+// As above, a row of a list.
+void toggleRow(QWidget* list, int row)
+{
+    QAccessible::queryAccessibleInterface(list)->child(row)->actionInterface()->doAction(
+        QAccessibleActionInterface::toggleAction());
 }
 
 } // namespace
@@ -143,8 +152,11 @@ private slots:
     {
         openPage(Lighting);
         auto* effects = page()->findChild<QListWidget*>("effectList");
-        effects->item(7)->setSelected(true);
-        QCOMPARE(effects->currentRow(), 7);
+        toggleRow(effects, 7);
+        QTRY_COMPARE(effects->currentRow(), 7);
+        QCOMPARE(effects->selectedItems(), QList<QListWidgetItem*>{effects->item(7)});
+        toggleRow(effects, 7); // the chosen one stays so
+        QTRY_VERIFY(effects->item(7)->isSelected());
         for (QToolButton* button : page()->findChildren<QToolButton*>()) {
             if (button->accessibleName() == QStringLiteral("Direction up"))
                 toggle(button);
@@ -161,8 +173,8 @@ private slots:
         openPage(Macros);
         auto* list = page()->findChild<QListWidget*>();
         list->setCurrentRow(1);
-        list->item(0)->setSelected(true);
-        QCOMPARE(list->currentRow(), 0);
+        toggleRow(list, 0);
+        QTRY_COMPARE(list->currentRow(), 0);
         QCOMPARE(page()->findChild<QTableWidget*>()->item(1, 0)->text(), QStringLiteral("1"));
         buttonOf(*page(), QStringLiteral("Delete"))->click();
         QCOMPARE(AppState::instance().macros.size(), qsizetype{1});
@@ -204,17 +216,12 @@ private slots:
         const auto marked = [list] {
             return list->selectionModel()->selectedIndexes().value(0).row();
         };
-        const auto select = [list](int row) {
-            list->clearSelection();
-            list->selectionModel()->select(list->model()->index(row, 0),
-                                           QItemSelectionModel::Select);
-        };
-        select(3);
+        toggleRow(list, 3);
         QTRY_COMPARE(type->currentIndex(), 3);
         QCOMPARE(activated.size(), 1);
         type->setCurrentIndex(1);
         QCOMPARE(marked(), 1);
-        list->clearSelection(); // the chosen one stays so
+        toggleRow(list, 1); // the chosen one stays so
         QTRY_COMPARE(marked(), 1);
         QCOMPARE(type->currentIndex(), 1);
 
@@ -222,10 +229,35 @@ private slots:
         QTest::keyClick(list, Qt::Key_Down); // marks only
         QCoreApplication::processEvents();
         QCOMPARE(type->currentIndex(), 1);
-        select(4);
+        toggleRow(list, 4);
         QTRY_COMPARE(type->currentIndex(), 4);
         QVERIFY(!list->isVisible());
         QCOMPARE(marked(), 4);
+    }
+
+    void everyMenuHasItsOwnEntries()
+    {
+        openPage(Colors);
+        for (int time = 0; time < 2; ++time) {
+            page()->findChild<KeyboardView*>()->openKeyMenu(0);
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            QVERIFY(menu != nullptr && menu->activeAction() == menu->actions().constFirst());
+            QAccessibleInterface* known = QAccessible::queryAccessibleInterface(menu);
+            QPointer<QMenu> open(menu);
+            for (int index = 0; index < known->childCount(); ++index)
+                QCOMPARE(known->child(index)->parent(), known);
+            // Pressed by a tool, which leaves it open.
+            known->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+            QTRY_VERIFY(open.isNull());
+        }
+    }
+
+    void spinBoxesGoByTheirStep()
+    {
+        openPage(Screen);
+        auto* slot = page()->findChild<QSpinBox*>();
+        QCOMPARE(QAccessible::queryAccessibleInterface(slot)->valueInterface()->minimumStepSize(),
+                 QVariant(1));
     }
 
     void toggledChoiceHasTheFocus()

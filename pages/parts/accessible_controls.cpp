@@ -1,8 +1,9 @@
-#include "pages/parts/accessible_lists.h"
+#include "pages/parts/accessible_controls.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QComboBox>
+#include <QSpinBox>
 
 namespace tavik {
 
@@ -45,20 +46,23 @@ void followSelection(QComboBox* box)
         Qt::QueuedConnection);
 }
 
-// Makes no interface, but learns of the combo boxes that somebody asks for.
+// Makes no interface, but learns of the controls that somebody asks for.
 QAccessibleInterface* noInterface(const QString& className, QObject* object)
 {
     if (className == QLatin1String("QComboBox")) {
         auto* box = static_cast<QComboBox*>(object);
         QMetaObject::invokeMethod(
             box, [box] { followSelection(box); }, Qt::QueuedConnection);
+    } else if (className == QLatin1String("QSpinBox")) {
+        // The name under which the step is looked for; the box calls it otherwise.
+        object->setProperty("stepSize", static_cast<QSpinBox*>(object)->singleStep());
     }
     return nullptr;
 }
 
 } // namespace
 
-void letToolsChooseInLists()
+void letToolsUseControls()
 {
     QAccessible::installFactory(noInterface);
 }

@@ -1,0 +1,350 @@
+"""Uses the running program on the virtual keyboard over the accessibility bus, on a display and a bus
+of its own. Usage: assistive_client.py PROGRAM PROTOCOL
+
+First as people do it: a key is assigned, one is painted, a macro is made, a picture is sent; what was
+done and heard is written into the file PROTOCOL. Then every action of every node once: each has to
+do what it is called, for the eye, for the ear and on the keyboard.
+"""
+
+import os
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import zlib
+from pathlib import Path
+
+PAGES = ["Home", "Keys", "Macros", "Light Effect Mode", "TFT Screen", "Favorites", "Custom Lighting",
+         "Music", "Keyboard Settings"]
+# Of Qt, which names what is in them; tried is what is ours.
+FOREIGN = {"Images or GIF", "Brush color", "Export settings", "Import settings"}
+# What closes the menu of a key and leaves things as they are.
+LEAVING = {"Keys": "Default key", "Custom Lighting": "Clear key"}
+BUTTONS = {
+    "Assign…": ("opens", "Assign key"),
+    "Write layer to keyboard": ("says", "Layer "),
+    "Reset all to default": ("says", "Reset "),
+    "New macro": ("opens", "New macro"),
+    "Delete": ("says", "Delete macro"),
+    "Add action": ("says", "Add action"),
+    "Remove action": ("says", "Remove action"),
+    "Write macros to keyboard": ("says", "Macros written"),
+    "Import GIF / images (resized to 128×128)…": ("opens", "Images or GIF"),
+    "Convert & preview": ("says", ""),  # shows once more what can be seen already
+    "Send to screen": ("says", "Animation sent"),
+    "Brush color…": ("opens", "Brush color"),
+    "Fill all keys": ("says", "Fill all keys"),
+    "Enable custom mode": ("says", "Custom mode enabled."),
+    "Send painting to keyboard": ("says", "Painting sent."),
+    "Read from keyboard": ("says", "Color bank read"),
+    "Reset Keyboard Data": ("opens", "Reset Keyboard Data"),
+    "Restore Factory Settings": ("opens", "Restore Factory Settings"),
+}
+
+
+def start_inside():
+    """The client once more, where nobody sees, hears or remembers it."""
+    tools = Path(__file__).resolve().parents[2] / "tools"
+    with tempfile.TemporaryDirectory() as home:
+        names = ("HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR")
+        environment = os.environ | dict.fromkeys(names, home) | {
+            "INSIDE": "1", "LC_ALL": "C.UTF-8", "PYTHONDONTWRITEBYTECODE": "1",
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb"}
+        return subprocess.run([tools / "with-display", "dbus-run-session", "--", sys.executable,
+                               *sys.argv], env=environment).returncode
+
+
+if "INSIDE" not in os.environ:
+    sys.exit(start_inside())
+
+import pyatspi  # noqa: E402
+from gi.repository import Atspi  # noqa: E402
+
+from screen_reader import ScreenReader, actions, inside, is_, role, shown, words  # noqa: E402
+
+
+def write_picture(path):
+    """A violet one."""
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+    header = struct.pack(">IIBBBBB", 16, 16, 8, 2, 0, 0, 0)
+    rows = (b"\0" + b"\x8d\0\xff" * 16) * 16
+    path.write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
+                     chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+
+
+class Client(ScreenReader):
+    def __init__(self, program):
+        super().__init__([program])
+        self.main = self.window("ZEROLT TAVIK Pro")
+        self.keyboard = self.window("Virtual keyboard")
+        self.wait("the window is active", lambda: is_(self.main, pyatspi.STATE_ACTIVE))
+        self.stack = self.find("layered pane", "", self.main)
+        self.tabs = {tab.name: tab for tab in self.find("page tab list", "Pages", self.main)}
+        self.nodes = self.tried = 0
+
+    # The keyboard that hangs on the cable.
+
+    def keyboard_holds(self, text):
+        """As the line says that tells of it."""
+        return any(text in node.name for node in self.keyboard if role(node) == "label")
+
+    def wait_for_keyboard(self, text):
+        self.wait(f'the keyboard holds "{text}"', lambda: self.keyboard_holds(text))
+
+    # The program.
+
+    @property
+    def page(self):
+        return self.wait("a page is open", lambda: next(filter(shown, self.stack), None))
+
+    def open_page(self, name):
+        self.do(self.tabs[name], "Toggle")
+        self.wait(f'"{name}" is open', lambda: shown(self.stack[PAGES.index(name)]) and
+                  is_(self.tabs[name], pyatspi.STATE_CHECKED))
+        self.find("label", name, self.main)  # the title
+
+    def here(self, kind, name):
+        return self.find(kind, name, self.page)
+
+    def press(self, name, root=None):
+        return self.do(self.find("push button", name, root or self.page), "Press")
+
+    def press_and_hear(self, name, text):
+        self.wait_heard(text, self.press(name))
+
+    def close(self, window, button="Cancel"):
+        self.press(button, window)
+        self.wait("it is closed", lambda: window not in list(self.application))
+
+    def choose(self, selector, entry):
+        box = self.here("combo box", selector)
+        self.do(self.find("list item", entry, box, hidden=True), "Toggle")
+        self.wait(f'{selector} is "{entry}"', lambda: box.name == entry)
+
+    def wait_described(self, node, text):
+        self.wait(f'{node.name} is "{text}"', lambda: node.description == text)
+
+    # What people do.
+
+    def assign_a_key(self):
+        self.open_page("Keys")
+        key = self.here("push button", "Caps Lock")
+        self.wait_described(key, "factory function")
+        menu = self.open_menu(key)
+        self.wait_heard("Assign Caps Lock",
+                        self.do(self.find("menu item", "B", menu, hidden=True), "Press"))
+        self.wait_described(key, "B")
+        self.press_and_hear("Write layer to keyboard", "Layer base written.")
+
+    def paint_a_key(self):
+        self.open_page("Custom Lighting")
+        key = self.here("push button", "Caps Lock")
+        self.wait_described(key, "black, #000000")
+        self.press("Brush color…")
+        dialog = self.window("Brush color")
+        for channel, value in (("Red:", 0x8D), ("Green:", 0x00), ("Blue:", 0xFF)):
+            self.set_value(self.find("spin button", channel, dialog), value)
+        self.close(dialog, "OK")
+        self.wait_heard("Paint Caps Lock", self.do(key, "Press"))
+        self.wait_described(key, "violet, #8d00ff")
+        self.press_and_hear("Send painting to keyboard", "Painting sent.")
+        self.press_and_hear("Enable custom mode", "Custom mode enabled.")
+        self.wait_for_keyboard("custom colors, brightness 5")
+        # The keyboard has it: it comes back from there.
+        clear = self.find("menu item", "Clear key", self.open_menu(key))
+        self.wait_heard("Clear Caps Lock", self.do(clear, "Press"))
+        self.wait_described(key, "black, #000000")
+        self.press_and_hear("Read from keyboard", "Color bank read from keyboard.")
+        self.wait_described(key, "violet, #8d00ff")
+
+    def make_a_macro(self):
+        self.open_page("Macros")
+        self.press("New macro")
+        dialog = self.window("New macro")
+        self.write(self.find("text", "Name:", dialog), "Greet")
+        since = len(self.protocol)
+        self.close(dialog, "OK")
+        self.wait_heard("New macro", since)
+        self.choose("Key / button", "H")
+        for kind, delay in (("Key press", 0), ("Key release", 40)):
+            self.choose("Type", kind)
+            self.set_value(self.here("spin button", "Delay before"), delay)
+            self.press_and_hear("Add action", "Add action")
+        self.find("table cell", "40", self.here("table", "Actions"))
+        self.press_and_hear("Write macros to keyboard", "Macros written (412 bytes).")
+        self.wait_for_keyboard("1 macro")
+
+    def send_a_picture(self):
+        picture = Path(os.environ["HOME"], "violet.png")
+        write_picture(picture)
+        self.open_page("TFT Screen")
+        self.press("Import GIF / images (resized to 128×128)…")
+        dialog = self.window("Images or GIF")
+        self.write(self.find("text", "File name:", dialog), str(picture))
+        since = len(self.protocol)
+        self.wait("the file can be opened", lambda: actions(self.find("push button", "Open", dialog)))
+        self.close(dialog, "Open")
+        self.wait_heard("1 frame(s) imported.", since)
+        self.press_and_hear("Send to screen",
+                            "Animation sent (slot 1, 1 frames). Press Fn + Delete to display it.")
+        self.wait_for_keyboard("slot 1: 1 picture")
+
+    # Every action of every node.
+
+    def try_all(self):
+        self.seen_dialogs = set()
+        for name in (os.environ.get("PAGES_ONLY") or "|".join(PAGES)).split("|"):
+            self.open_page(name)
+            self.do(self.tabs[name], "SetFocus")
+            self.tried += 2
+            if name == "Light Effect Mode":
+                self.do(self.here("check box", "Random Color"), "Toggle")  # else no color counts
+            # First what is chosen, then what is done with it; what deletes comes last.
+            order = sorted(self.nodes_in(self.page),
+                           key=lambda node: (role(node) == "push button", node.name == "Delete"))
+            self.try_nodes(order)
+
+    def nodes_in(self, root):
+        """What can be seen in it, and what a combo box can be set to. None is without a name."""
+        nodes = [node for node in inside(root, lambda node: shown(node) or role(node) == "list")
+                 if shown(node) or role(node) == "list item"]
+        for node in nodes:
+            # An empty cell, as for the size of a folder, has nothing to be called.
+            assert (node.name or role(node) == "table cell" or
+                    not is_(node, pyatspi.STATE_FOCUSABLE)), f"nameless: {words(node)} in {node.parent}"
+        self.nodes += len(nodes)
+        return nodes
+
+    def try_nodes(self, nodes):
+        for node in nodes:
+            for action in actions(node) if is_(node, pyatspi.STATE_ENABLED) else []:
+                self.try_action(node, action)
+
+    def try_action(self, node, action):
+        self.menu = None
+        open_before = list(self.application)
+        promise = self.promise_of(node, action)
+        self.do(node, action)
+        self.wait(f"{action} on {words(node)} does what it is called", promise)
+        self.tried += 1
+        for window in self.application:
+            if window not in open_before:
+                self.leave(window)
+        if self.menu is not None:
+            self.do(self.find("menu item", LEAVING[self.page_name], self.menu), "Press")
+
+    def leave(self, window):
+        """Its buttons that do something are tried where people use them."""
+        if window.name not in self.seen_dialogs:
+            self.seen_dialogs.add(window.name)
+            nodes = self.nodes_in(window)
+            if window.name not in FOREIGN:
+                self.try_nodes([node for node in nodes if role(node) != "push button"])
+        buttons = [node.name for node in inside(window) if role(node) == "push button"]
+        self.close(window, next(name for name in ("Cancel", "No", "Close", "OK") if name in buttons))
+
+    @property
+    def page_name(self):
+        return next(name for name, tab in self.tabs.items() if is_(tab, pyatspi.STATE_CHECKED))
+
+    def promise_of(self, node, action):
+        """What has to become true by it."""
+        kind = role(node)
+        checked, selected = is_(node, pyatspi.STATE_CHECKED), is_(node, pyatspi.STATE_SELECTED)
+        if action == "SetFocus":
+            return lambda: is_(node, pyatspi.STATE_FOCUSED)
+        if action in ("Increase", "Decrease"):
+            return self.promise_of_step(node, 1 if action == "Increase" else -1)
+        if kind == "combo box":
+            was_open = shown(node[0])
+            return lambda: shown(node[0]) != was_open
+        if kind == "list item" and role(node.parent.parent) == "combo box":
+            return lambda: node.parent.parent.name == node.name
+        if kind == "list item":
+            effect = f"{node.name}, " if node.parent.name == "Lighting effect" else ""
+            return lambda: is_(node, pyatspi.STATE_SELECTED) and self.keyboard_holds(effect)
+        if kind == "table cell":
+            return lambda: is_(node, pyatspi.STATE_SELECTED) != selected
+        if kind == "radio button":
+            text = {"Not Sleep": "no sleep time", "Base layer": "", "Fn layer": ""}.get(
+                node.name, node.name.lower())
+            return lambda: (self.keyboard_holds(text) and
+                            [other.name for other in node.parent
+                             if is_(other, pyatspi.STATE_CHECKED)] == [node.name])
+        if kind == "check box":
+            effect = {"Random Color": lambda: self.keyboard_holds("random color") != checked,
+                      "Run at startup": lambda: self.starts_at_login() != checked}
+            return lambda: (is_(node, pyatspi.STATE_CHECKED) != checked and
+                            effect.get(node.name, lambda: True)())
+        if node.parent.name == "Keyboard":
+            return self.promise_of_key(node, action)
+        if "#" in node.name:
+            return lambda: self.color_of_fields() == node.name[-7:]
+        if node.name == "Remove action":
+            self.do(self.here("table cell", "40"), "Toggle")
+        if node.name == "Reset all to default":
+            menu = self.open_menu(self.here("push button", "Caps Lock"))
+            self.do(self.find("menu item", "Disabled", menu), "Press")
+            self.menu = None
+        return self.promise_of_button(node.name)
+
+    def promise_of_step(self, node, direction):
+        value = node.queryValue()
+        step = max(value.minimumIncrement, 1)
+        if not value.minimumValue <= value.currentValue + direction * step <= value.maximumValue:
+            self.set_value(node, value.minimumValue if direction > 0 else value.maximumValue)
+        expected = value.currentValue + direction * step
+        text = ""
+        if self.page_name == "Light Effect Mode" and role(node) == "slider":
+            text = f"{node.name.lower()} {int(expected)}"
+        return lambda: (node.queryValue().currentValue == expected and self.keyboard_holds(text) and
+                        (role(node) != "dial" or self.color_of_fields() == node.description[-7:]))
+
+    def promise_of_key(self, key, action):
+        if action == "ShowMenu":
+            return lambda: self.menu is not None and (
+                self.page_name != "Keys" or self.menu.name.startswith(f"{key.name}: "))
+        if self.page_name == "Keys":
+            return self.promise_of_button("Assign…")
+        if self.page_name == "Custom Lighting":
+            brush = self.here("image", "Brush")
+            return lambda: is_(key, pyatspi.STATE_SELECTED) and key.description == brush.description
+        return lambda: is_(key, pyatspi.STATE_SELECTED)
+
+    def promise_of_button(self, name):
+        kind, text = BUTTONS[name]
+        since = len(self.protocol)
+        if kind == "opens":
+            return lambda: any(window.name == text and shown(window) for window in self.application)
+        return lambda: not text or any(line.startswith(text) for line in self.heard(since))
+
+    def color_of_fields(self):
+        channels = [self.here("spin button", name).queryValue().currentValue
+                    for name in ("Red", "Green", "Blue")]
+        return "#{:02x}{:02x}{:02x}".format(*map(int, channels))
+
+    def starts_at_login(self):
+        return any(Path(os.environ["HOME"], "autostart").glob("*.desktop"))
+
+
+def main(program, protocol):
+    manager = subprocess.Popen(["openbox", "--sm-disable"], stderr=subprocess.DEVNULL)
+    client = Client(program)
+    try:
+        client.assign_a_key()
+        client.paint_a_key()
+        client.make_a_macro()
+        client.send_a_picture()
+        Path(protocol).write_text("\n".join(client.protocol) + "\n", encoding="utf-8")
+        start = time.monotonic()
+        client.try_all()
+        print(f"{client.nodes} nodes, {client.tried} actions, {time.monotonic() - start:.0f} s")
+    finally:
+        for process in (client.process, manager):
+            process.terminate()
+            process.wait()
+
+
+main(*sys.argv[1:])
