@@ -165,7 +165,7 @@ void ActionMenu::showModifiers()
         const int mask = item->data().toInt();
         item->setChecked(isKey && (currentAction.p1 & mask) != 0);
         // A modifier alone has nothing else to send.
-        item->setEnabled(currentAction.p2 != 0 || currentAction.p1 != mask);
+        item->setEnabled(isKey && (currentAction.p2 != 0 || currentAction.p1 != mask));
     }
 }
 

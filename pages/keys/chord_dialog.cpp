@@ -1,6 +1,7 @@
 #include "pages/keys/chord_dialog.h"
 
 #include "model/key_names.h"
+#include "pages/parts/announcement.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/scan_codes.h"
 
@@ -51,8 +52,9 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(18, 16, 18, 14);
     column->setSpacing(10);
-    column->addWidget(
-        createLabel(tr("Press the keys that \"%1\" is to send.").arg(keyName), {}, this));
+    const QString request = tr("Press the keys that \"%1\" is to send.").arg(keyName);
+    setAccessibleDescription(request);
+    column->addWidget(createLabel(request, {}, this));
     column->addWidget(words);
     column->addWidget(note);
     column->addWidget(cancel, 0, Qt::AlignHCenter);
@@ -64,6 +66,7 @@ void ChordDialog::openAt(QPoint globalCenter)
     adjustSize();
     centerAt(this, globalCenter);
     show();
+    announce(this, accessibleDescription()); // nobody tells of the focus of a popup
 }
 
 // All keys, also those that move the focus, close a dialog or belong to a shortcut.

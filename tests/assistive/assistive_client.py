@@ -20,7 +20,9 @@ PAGES = ["Home", "Keys", "Macros", "Light Effect Mode", "TFT Screen", "Favorites
 # Of Qt, which names what is in them; tried is what is ours.
 FOREIGN = {"Images or GIF", "Brush color", "Export settings", "Import settings"}
 # What closes the menu of a key and leaves things as they are.
-LEAVING = {"Keys": "Default key", "Custom Lighting": "Clear key"}
+LEAVING = {"Keys": "Copy", "Custom Lighting": "Clear key"}
+# Of the menu of a key: what is no choice that stays.
+ENTRIES = ("Assign…", "Press the keys…", "Copy", "Paste", "Undo", "Redo")
 BUTTONS = {
     "Assign…": ("opens", "Assign key"),
     "Write layer to keyboard": ("says", "Layer "),
@@ -95,14 +97,11 @@ class Client(ScreenReader):
 
     # The program.
 
-    @property
-    def page(self):
-        return self.wait("a page is open", lambda: next(filter(shown, self.stack), None))
-
     def open_page(self, name):
         self.do(self.tabs[name], "Toggle")
-        self.wait(f'"{name}" is open', lambda: shown(self.stack[PAGES.index(name)]) and
-                  is_(self.tabs[name], pyatspi.STATE_CHECKED))
+        self.page_name, self.page = name, self.stack[PAGES.index(name)]
+        self.wait(f'"{name}" is open',
+                  lambda: shown(self.page) and is_(self.tabs[name], pyatspi.STATE_CHECKED))
         self.find("label", name, self.main)  # the title
 
     def here(self, kind, name):
@@ -195,7 +194,7 @@ class Client(ScreenReader):
 
     def try_all(self):
         self.seen_dialogs = set()
-        for name in (os.environ.get("PAGES_ONLY") or "|".join(PAGES)).split("|"):
+        for name in PAGES:
             self.open_page(name)
             self.do(self.tabs[name], "SetFocus")
             self.tried += 2
@@ -205,6 +204,94 @@ class Client(ScreenReader):
             order = sorted(self.nodes_in(self.page),
                            key=lambda node: (role(node) == "push button", node.name == "Delete"))
             self.try_nodes(order)
+        self.try_menu("Keys")
+        self.try_menu("Custom Lighting")
+        self.try_title_bar()
+
+    def try_menu(self, page):
+        """Every entry of the menu of a key."""
+        self.open_page(page)
+        key = self.here("push button", "Caps Lock")
+        ways = list(self.ways_in(self.open_menu(key)))
+        self.leave_menu()
+        checked = None
+        # Modifiers need a key that they go with.
+        modifiers = [way for way in ways if way[0] == "With modifiers"]
+        for way in [way for way in ways if way not in modifiers] + (
+                modifiers and [("Keys", "Letters A to M", "A"), *modifiers]):
+            menu = self.open_menu(key)
+            if checked:
+                assert is_(self.entry(menu, checked), pyatspi.STATE_CHECKED), checked
+            checked = None
+            entry = self.entry(menu, way)
+            if not is_(entry, pyatspi.STATE_ENABLED):
+                self.leave_menu()
+                continue
+            promise, stays = self.promise_of_entry(key, entry, way)
+            self.do(entry, "Press")
+            self.wait(f"{way} does what it is called", promise)
+            self.tried += 1
+            if way[-1] == "Press the keys…":
+                self.press("Cancel", self.speaker)
+            for window in list(self.application)[2:]:
+                self.leave(window)
+            if stays:
+                self.leave_menu()
+            elif page == "Keys" and way[-1] not in ENTRIES:
+                checked = way
+
+    def ways_in(self, menu):
+        for entry in menu:
+            if role(entry) == "menu item" and ": " not in entry.name:  # which heads the menu
+                self.nodes += 1
+                for submenu in entry:
+                    yield from ((entry.name, *way) for way in self.ways_in(submenu))
+                if entry.childCount == 0:
+                    yield (entry.name.split(" ")[0] if entry.name[:4] in ("Undo", "Redo")
+                           else entry.name,)
+
+    def entry(self, menu, way):
+        found = next(entry for entry in menu if entry.name == way[0] or
+                     way[0] in ("Undo", "Redo") and entry.name.startswith(way[0]))
+        return found if len(way) == 1 else self.entry(found[0], way[1:])
+
+    def leave_menu(self):
+        self.do(self.find("menu item", LEAVING[self.page_name], self.menu), "Press")
+
+    def promise_of_entry(self, key, entry, way):
+        """Also, whether the menu stays open."""
+        since = len(self.protocol)
+        if "With modifiers" in way:
+            was_checked = is_(entry, pyatspi.STATE_CHECKED)
+            return lambda: is_(entry, pyatspi.STATE_CHECKED) != was_checked, True
+        if way[-1] == "Press the keys…":
+            return lambda: 'Press the keys that "Caps Lock" is to send.' in self.heard(since), False
+        if way[-1] == "Assign…":
+            return self.promise_of_button(way[-1]), False
+        if self.page_name == "Keys" or way[-1] in ("Undo", "Redo"):
+            # What was copied from a key changes nothing on it.
+            silent = way[-1] in ("Copy", "Paste") or is_(entry, pyatspi.STATE_CHECKED)
+            return lambda: silent or self.heard(since), False
+        brush = self.here("image", "Brush")
+        before = key.description.replace("black, #000000", "unpainted")
+        promise = {
+            "Take this color": lambda: brush.description == key.description,
+            "Fill keys of this color": lambda: key.description == brush.description,
+            "Fill unpainted keys": lambda: key.description in (before, brush.description),
+            "Clear key": lambda: key.description == "black, #000000",
+        }
+        return promise.get(way[-1], lambda: brush.description[-7:] == way[-1][-7:]), False
+
+    def try_title_bar(self):
+        self.do(self.find("push button", "Minimize", self.main), "Press")
+        self.wait("the window is gone", lambda: not is_(self.main, pyatspi.STATE_ACTIVE))
+        # A second start brings the first to the front.
+        assert subprocess.run(self.process.args, timeout=60).returncode == 0
+        self.wait("the window is back", lambda: is_(self.main, pyatspi.STATE_ACTIVE))
+        self.do(self.find("push button", "Close", self.main), "Press")
+        self.wait("the program ends", lambda: self.process.poll() is not None)
+        assert self.process.returncode == 0
+        self.tried += 2
 
     def nodes_in(self, root):
         """What can be seen in it, and what a combo box can be set to. None is without a name."""
@@ -224,16 +311,15 @@ class Client(ScreenReader):
 
     def try_action(self, node, action):
         self.menu = None
-        open_before = list(self.application)
+        windows = self.application.childCount
         promise = self.promise_of(node, action)
         self.do(node, action)
         self.wait(f"{action} on {words(node)} does what it is called", promise)
         self.tried += 1
-        for window in self.application:
-            if window not in open_before:
-                self.leave(window)
+        if self.application.childCount > windows:
+            self.leave(self.application[windows])
         if self.menu is not None:
-            self.do(self.find("menu item", LEAVING[self.page_name], self.menu), "Press")
+            self.leave_menu()
 
     def leave(self, window):
         """Its buttons that do something are tried where people use them."""
@@ -244,10 +330,6 @@ class Client(ScreenReader):
                 self.try_nodes([node for node in nodes if role(node) != "push button"])
         buttons = [node.name for node in inside(window) if role(node) == "push button"]
         self.close(window, next(name for name in ("Cancel", "No", "Close", "OK") if name in buttons))
-
-    @property
-    def page_name(self):
-        return next(name for name, tab in self.tabs.items() if is_(tab, pyatspi.STATE_CHECKED))
 
     def promise_of(self, node, action):
         """What has to become true by it."""

@@ -61,6 +61,7 @@ class ScreenReader:
 
     def __init__(self, command):
         self.protocol = []
+        self.speaker = None  # of the latest announcement
         self.menu = None  # the latest that has opened; no window lists it
         self.loop = GLib.MainContext.default()
         self.listener = self.hear  # kept, or nothing comes
@@ -81,11 +82,13 @@ class ScreenReader:
     def hear(self, event):
         try:
             if event.type == "object:announcement":
+                self.speaker = event.source
                 self.note("heard", str(event.any_data))
             elif event.type == "object:state-changed:focused":
                 if event.detail1 == 1:
                     self.note("focus", words(event.source))
             elif event.detail1 == 1 and event.source.getRole() == pyatspi.ROLE_NOTIFICATION:
+                self.speaker = event.source.parent
                 self.note("heard", event.source.name)
             elif event.detail1 == 1 and event.source.getRole() == pyatspi.ROLE_POPUP_MENU:
                 self.menu = event.source
