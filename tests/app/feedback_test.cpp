@@ -486,7 +486,8 @@ private slots:
         auto* view = this->page()->findChild<KeyboardView*>();
         if (view == nullptr)
             return;
-        QApplication::setActiveWindow(window.get());
+        window->activateWindow();
+        QTRY_VERIFY(window->isActiveWindow());
         bool reached = false;
         for (int step = 0; step < 80; ++step) {
             QTest::keyClick(window.get(), Qt::Key_Tab);
