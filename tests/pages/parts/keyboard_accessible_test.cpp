@@ -27,16 +27,16 @@ const QString press = QAccessibleActionInterface::pressAction();
 const QString showMenu = QAccessibleActionInterface::showMenuAction();
 const QString setFocus = QAccessibleActionInterface::setFocusAction();
 
-QAccessibleInterface& childNamed(QObject* view, const QString& name)
+QAccessibleInterface& childNamed(QObject* view, const char* name)
 {
     for (QAccessibleInterface* child : childrenOf(accessible(view))) {
-        if (nameOf(*child) == name)
+        if (nameOf(*child) == QLatin1String(name))
             return *child;
     }
-    qFatal("no key \"%s\" to be seen", qPrintable(name));
+    qFatal("no key \"%s\" to be seen", name);
 }
 
-QString wordsOn(QObject* view, const QString& name)
+QString wordsOn(QObject* view, const char* name)
 {
     const QAccessibleInterface& key = childNamed(view, name);
     const QString words = key.text(QAccessible::Value);
