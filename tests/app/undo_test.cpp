@@ -6,6 +6,7 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/menu_driver.h"
 #include "tests/support/named_keys.h"
 #include "tests/support/page_view.h"
 #include "tests/support/pixel_probe.h"
@@ -392,14 +393,14 @@ private slots:
         QVERIFY(menu->actions().at(menu->actions().size() - 2)->isEnabled());
         QVERIFY(!menu->actions().constLast()->isEnabled());
         QVERIFY(menu->actions().size() > 2);
-        clickEntry(menu, QStringLiteral("Undo Fill all keys"));
+        chooseInMenu(menu, QStringLiteral("Undo Fill all keys"));
         QVERIFY(stateInMemory() != edited);
         QCOMPARE(shownPage(), colorsPage);
         QTRY_VERIFY(menu.isNull());
 
         menu = openMenu(page, widget, fromKeyboard);
         QCOMPARE(lastTwo(menu), QStringList({"Undo Paint A", "Redo Fill all keys"}));
-        clickEntry(menu, QStringLiteral("Redo Fill all keys"));
+        chooseInMenu(menu, QStringLiteral("Redo Fill all keys"));
         QVERIFY(stateInMemory() == edited);
     }
 
@@ -528,8 +529,8 @@ private:
             clickKey(QStringLiteral("A"), Qt::LeftButton);
         } else if (name == QLatin1String("Assign Caps Lock")) {
             clickKey(QStringLiteral("Caps Lock"), Qt::RightButton);
-            clickEntry(qobject_cast<QMenu*>(QApplication::activePopupWidget()),
-                       QStringLiteral("Disabled"));
+            chooseInMenu(qobject_cast<QMenu*>(QApplication::activePopupWidget()),
+                         QStringLiteral("Disabled"));
         } else if (name.startsWith(QLatin1String("Reset ")) && name.endsWith(u'r')) {
             press("Reset all to default");
         } else if (name == QLatin1String("Paint A")) {
@@ -589,17 +590,6 @@ private:
         for (const QAction* entry : menu->actions().last(2))
             texts += entry->text();
         return texts;
-    }
-
-    static void clickEntry(QMenu* menu, const QString& text)
-    {
-        for (QAction* entry : menu->actions()) {
-            if (entry->text() == text) {
-                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entry).center());
-                return;
-            }
-        }
-        QFAIL("no such entry");
     }
 
     std::unique_ptr<MainWindow> window;

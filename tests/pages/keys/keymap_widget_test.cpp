@@ -13,6 +13,7 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/menu_driver.h"
 #include "tests/support/named_keys.h"
 #include "tests/support/page_view.h"
 #include "tests/support/pixel_probe.h"
@@ -186,22 +187,10 @@ QAction* item(const QMenu* menu, const QString& text)
     qFatal("no item %s", qPrintable(text));
 }
 
-// By the keys, which a menu takes alike in every version of Qt.
-void chooseItem(QMenu* menu, const QString& text)
-{
-    const QAction* wanted = item(menu, text);
-    for (qsizetype step = 0; menu->activeAction() != wanted; ++step) {
-        if (step > menu->actions().size())
-            qFatal("no key leads to %s", qPrintable(text));
-        QTest::keyClick(menu, Qt::Key_Down);
-    }
-    QTest::keyClick(menu, Qt::Key_Return);
-}
-
 ChordDialog* askForChord(const KeymapWidget& page, const QString& key)
 {
     clickKey(page, key, Qt::RightButton);
-    chooseItem(openMenu(), QStringLiteral("Press the keys…"));
+    chooseInMenu(openMenu(), QStringLiteral("Press the keys…"));
     return page.findChild<ChordDialog*>();
 }
 
@@ -447,11 +436,11 @@ private slots:
         QVERIFY(menu != nullptr);
         const QPointer<QMenu> guard(menu);
         for (const QString& title : group.split(u'/', Qt::SkipEmptyParts)) {
-            chooseItem(menu, title);
+            chooseInMenu(menu, title);
             menu = item(menu, title)->menu();
             QTRY_VERIFY(menu->isVisible()); // a sub-menu waits a moment
         }
-        chooseItem(menu, choice);
+        chooseInMenu(menu, choice);
         QVERIFY(stateInMemory() == expected);
         QVERIFY(stateOnDisk() == expected);
         QVERIFY(shows(*page, caption.isEmpty() ? KeyCaptions() : KeyCaptions{{"A", caption}}, "A"));
@@ -490,7 +479,7 @@ private slots:
         const auto page = openPage();
         clickKey(*page, "A", Qt::RightButton);
         QMenu* menu = openMenu();
-        chooseItem(menu, QStringLiteral("Assign…"));
+        chooseInMenu(menu, QStringLiteral("Assign…"));
         onNextDialog([](QWidget& dialog) { assignCtrlInDialog(dialog, "D"); });
         QTRY_VERIFY(
             (AppState::instance().layerBase.at(indexOf("A")) == KeyAction{2, 0x01, 0x07, 0}));

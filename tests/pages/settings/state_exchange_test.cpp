@@ -5,6 +5,7 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/menu_driver.h"
 #include "tests/support/page_view.h"
 
 #include <QApplication>
@@ -60,17 +61,6 @@ QStringList textsOf(const QMenu* menu)
 QString timeText(const EarlierState& state)
 {
     return QLocale().toString(state.keptAt.toLocalTime(), QLocale::ShortFormat);
-}
-
-void clickEntry(QMenu* menu, const QString& beginning)
-{
-    for (QAction* entry : menu->actions()) {
-        if (entry->text().startsWith(beginning)) {
-            QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entry).center());
-            return;
-        }
-    }
-    qFatal("no entry %s", qPrintable(beginning));
 }
 
 } // namespace
@@ -159,8 +149,7 @@ private slots:
         QVERIFY(keepEarlier("{\"macros\":[{\"name\":\"old\"}]}"));
         EditHistory::instance().takeOver(QStringLiteral("present"), numbered(5));
         QMenu* earlier = openEarlierStates();
-        const QRect entry = earlier->actionGeometry(earlier->actions().constLast());
-        QTest::mouseClick(earlier, Qt::LeftButton, {}, entry.center());
+        chooseInMenu(earlier, earlier->actions().constLast());
         answerLater(QStringLiteral("Yes"),
                     QStringLiteral("Go back to the state of %1?\n\nThen you have 0 keys, 1 macro, "
                                    "0 colors. Undo takes this back.")
@@ -177,8 +166,7 @@ private slots:
         const EarlierState chosen = earlierStates().at(1);
         const QSignalSpy restored(&EditHistory::instance(), &EditHistory::restored);
         QMenu* earlier = openEarlierStates();
-        const QRect oldest = earlier->actionGeometry(earlier->actions().at(1));
-        QTest::mouseClick(earlier, Qt::LeftButton, {}, oldest.center());
+        chooseInMenu(earlier, earlier->actions().at(1));
         answerLater(QStringLiteral("Yes"),
                     QStringLiteral("Go back to the state of %1?\n\nThen you have 1 key, 1 macro, "
                                    "0 colors. Undo takes this back.")
@@ -216,7 +204,7 @@ private slots:
 
     void importFromTheMenu()
     {
-        clickEntry(openMenu(QContextMenuEvent::Mouse), importText);
+        chooseInMenu(openMenu(QContextMenuEvent::Mouse), importText);
         onNextDialog([](QWidget& dialog) {
             QCOMPARE(dialog.windowTitle(), QStringLiteral("Import settings"));
             dialog.close();
@@ -352,7 +340,7 @@ private slots:
 
     void exportFromTheMenu()
     {
-        clickEntry(openMenu(QContextMenuEvent::Mouse), exportText);
+        chooseInMenu(openMenu(QContextMenuEvent::Mouse), exportText);
         onNextDialog([](QWidget& dialog) {
             const auto closing = closeAtTheEnd(dialog);
             const auto* files = qobject_cast<QFileDialog*>(&dialog);
@@ -408,7 +396,7 @@ private:
     {
         QMenu* menu = openMenu(QContextMenuEvent::Mouse);
         QMenu* earlier = menu->actions().at(2)->menu();
-        clickEntry(menu, QStringLiteral("Earlier states"));
+        chooseInMenu(menu, QStringLiteral("Earlier states"));
         [&] { QTRY_VERIFY(earlier->isVisible()); }();
         return earlier;
     }
