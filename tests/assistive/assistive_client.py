@@ -116,6 +116,11 @@ class Client(ScreenReader):
     def close(self, window, button="Cancel"):
         self.press(button, window)
         self.wait("it is closed", lambda: window not in list(self.application))
+        try:
+            self.wait("the window is active", lambda: is_(self.main, pyatspi.STATE_ACTIVE), 2)
+        except AssertionError:  # the window manager has turned to the keyboard's
+            subprocess.run(self.process.args, check=True)
+            self.wait("the window is active", lambda: is_(self.main, pyatspi.STATE_ACTIVE))
 
     def choose(self, selector, entry):
         box = self.here("combo box", selector)
@@ -411,6 +416,16 @@ class Client(ScreenReader):
         return any(Path(os.environ["HOME"], "autostart").glob("*.desktop"))
 
 
+def check_document(protocol):
+    """What docs/accessibility.md quotes was done and heard, in this order."""
+    document = Path(__file__).resolve().parents[2] / "docs" / "accessibility.md"
+    quoted = [line for block in document.read_text(encoding="utf-8").split("```protocol\n")[1:]
+              for line in block.split("```")[0].splitlines()]
+    rest = iter([line for entry in protocol for line in entry.splitlines()])
+    missing = [line for line in quoted if line not in rest]  # which uses up what is before it
+    assert quoted and not missing, f"not, or not in this order: {missing[0]}"
+
+
 def main(program, protocol):
     manager = subprocess.Popen(["openbox", "--sm-disable"], stderr=subprocess.DEVNULL)
     client = Client(program)
@@ -420,6 +435,7 @@ def main(program, protocol):
         client.make_a_macro()
         client.send_a_picture()
         Path(protocol).write_text("\n".join(client.protocol) + "\n", encoding="utf-8")
+        check_document(client.protocol)
         start = time.monotonic()
         client.try_all()
         print(f"{client.nodes} nodes, {client.tried} actions, {time.monotonic() - start:.0f} s")

@@ -101,9 +101,9 @@ class ScreenReader:
     def heard(self, since=0):
         return [line[7:] for line in self.protocol[since:] if line.startswith("heard")]
 
-    def wait(self, what, condition):
+    def wait(self, what, condition, patience=PATIENCE):
         """The condition's value as soon as it is true; events are taken in meanwhile."""
-        until = time.monotonic() + PATIENCE
+        until = time.monotonic() + patience
         while True:
             while self.loop.pending():
                 self.loop.iteration(False)
