@@ -1,8 +1,8 @@
-"""Uses the running program on the virtual keyboard over the accessibility bus, on a display and a bus
-of its own. Usage: assistive_client.py PROGRAM PROTOCOL
+"""Uses the running program on the virtual keyboard over the accessibility bus, on a display and a
+bus of its own. Usage: assistive_client.py PROGRAM PROTOCOL
 
-First as people do it: a key is assigned, one is painted, a macro is made, a picture is sent; what was
-done and heard is written into the file PROTOCOL. Then every action of every node once: each has to
+First as people do it: a key is assigned, one is painted, a macro is made, a picture is sent; what
+was done and heard is written into the file PROTOCOL. Then every action of every node once: each has to
 do what it is called, for the eye, for the ear and on the keyboard.
 """
 
@@ -15,8 +15,8 @@ import time
 import zlib
 from pathlib import Path
 
-PAGES = ["Home", "Keys", "Macros", "Light Effect Mode", "TFT Screen", "Favorites", "Custom Lighting",
-         "Music", "Keyboard Settings"]
+PAGES = ["Home", "Keys", "Macros", "Light Effect Mode", "TFT Screen", "Favorites",
+         "Custom Lighting", "Music", "Keyboard Settings"]
 # Of Qt, which names what is in them; tried is what is ours.
 FOREIGN = {"Images or GIF", "Brush color", "Export settings", "Import settings"}
 # What closes the menu of a key and leaves things as they are.
@@ -61,7 +61,6 @@ if "INSIDE" not in os.environ:
     sys.exit(start_inside())
 
 import pyatspi  # noqa: E402
-from gi.repository import Atspi  # noqa: E402
 
 from screen_reader import ScreenReader, actions, inside, is_, role, shown, words  # noqa: E402
 
@@ -69,7 +68,8 @@ from screen_reader import ScreenReader, actions, inside, is_, role, shown, words
 def write_picture(path):
     """A violet one."""
     def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+        return (struct.pack(">I", len(data)) + kind + data +
+                struct.pack(">I", zlib.crc32(kind + data)))
     header = struct.pack(">IIBBBBB", 16, 16, 8, 2, 0, 0, 0)
     rows = (b"\0" + b"\x8d\0\xff" * 16) * 16
     path.write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
@@ -188,7 +188,8 @@ class Client(ScreenReader):
         dialog = self.window("Images or GIF")
         self.write(self.find("text", "File name:", dialog), str(picture))
         since = len(self.protocol)
-        self.wait("the file can be opened", lambda: actions(self.find("push button", "Open", dialog)))
+        self.wait("the file can be opened",
+                  lambda: actions(self.find("push button", "Open", dialog)))
         self.close(dialog, "Open")
         self.wait_heard("1 frame(s) imported.", since)
         self.press_and_hear("Send to screen",
@@ -261,7 +262,7 @@ class Client(ScreenReader):
         return found if len(way) == 1 else self.entry(found[0], way[1:])
 
     def leave_menu(self):
-        self.do(self.find("menu item", LEAVING[self.page_name], self.menu), "Press")
+        self.do(self.entry(self.menu, (LEAVING[self.page_name],)), "Press")
 
     def promise_of_entry(self, key, entry, way):
         """Also, whether the menu stays open."""
@@ -305,7 +306,7 @@ class Client(ScreenReader):
         for node in nodes:
             # An empty cell, as for the size of a folder, has nothing to be called.
             assert (node.name or role(node) == "table cell" or
-                    not is_(node, pyatspi.STATE_FOCUSABLE)), f"nameless: {words(node)} in {node.parent}"
+                    not is_(node, pyatspi.STATE_FOCUSABLE)), f"nameless: {node} in {node.parent}"
         self.nodes += len(nodes)
         return nodes
 
@@ -334,7 +335,8 @@ class Client(ScreenReader):
             if window.name not in FOREIGN:
                 self.try_nodes([node for node in nodes if role(node) != "push button"])
         buttons = [node.name for node in inside(window) if role(node) == "push button"]
-        self.close(window, next(name for name in ("Cancel", "No", "Close", "OK") if name in buttons))
+        self.close(window, next(name for name in ("Cancel", "No", "Close", "OK")
+                                if name in buttons))
 
     def promise_of(self, node, action):
         """What has to become true by it."""

@@ -1,4 +1,4 @@
-"""A program as an assistive tool has it: nodes on the accessibility bus, and what is heard of them."""
+"""A program as an assistive tool has it: nodes on the accessibility bus, and what it hears."""
 
 import subprocess
 import time
@@ -13,7 +13,8 @@ Atspi.set_timeout(int(1000 * PATIENCE), int(1000 * PATIENCE))
 
 def role(node):
     """In the words of every version of the bus."""
-    return {"button": "push button"}.get(node.getRoleName(), node.getRoleName())
+    name = node.getRoleName()
+    return "push button" if name == "button" else name
 
 
 def is_(node, *states):
@@ -48,7 +49,7 @@ def label(node):
 
 
 def inside(root, deep=lambda node: True):
-    """The node and what is in it, parents first; not what is in those that are not to be entered."""
+    """The node and what is in it, parents first; of those that are not deep, the node alone."""
     yield root
     if deep(root):
         for child in root:
@@ -124,7 +125,8 @@ class ScreenReader:
         """Waits for it. The first one of this role and label."""
         def look():
             for node in inside(root, lambda n: hidden or n == root or shown(n)):
-                if role(node) == kind and (hidden or shown(node)) and name in (label(node), node.name):
+                if (role(node) == kind and (hidden or shown(node)) and
+                        name in (label(node), node.name)):
                     return node
             return None
         return self.wait(f'there is a {kind} "{name}"', look)

@@ -68,7 +68,8 @@ class Link:
 
     def events(self):
         while True:
-            while len(self.received) < 8 or len(self.received) < struct.unpack_from("IHH", self.received)[2]:
+            while (len(self.received) < 8 or
+                   len(self.received) < struct.unpack_from("IHH", self.received)[2]):
                 self.received += self.link.recv(65536)
             target, event, size = struct.unpack_from("IHH", self.received)
             body, self.received = self.received[8:size], self.received[size:]
@@ -231,7 +232,8 @@ def test_window(path):
 
         # Moved by the title bar. How far depends on when the desktop has taken over.
         program.drag("move", 500, 24, FAR + 64, 40, lambda x, y, *size:
-                     left < x <= left + FAR + 64 and top < y <= top + 40 and size == (width, height))
+                     left < x <= left + FAR + 64 and top < y <= top + 40 and
+                     size == (width, height))
         left, top, _, _ = program.rect()
 
         # Resized by an edge.
@@ -248,7 +250,7 @@ def test_window(path):
         assert abs(x - 500) <= 2 and abs(y - 400) <= 2, (x, y)
         program.said(r"xdg_popup@\d+\.destroy\(\)", lambda: program.click(1190, 700))
 
-        # A dialog in front of the window, to which it belongs; sway puts it in the middle of the screen.
+        # A dialog in front of the window, to which it belongs; sway puts it in mid-screen.
         program.said(r"xdg_toplevel@\d+\.set_parent\(xdg_toplevel@(\d+)\)",
                      lambda: program.click(500, 400))
         dialog = desktop.window("Assign key")
@@ -289,7 +291,7 @@ def test_window(path):
 
 
 def test_dense_screen(path):
-    """As large as elsewhere, and sharp: with more pixels than the screen has, which it scales down."""
+    """As large as elsewhere, and sharp: with more pixels than it has, scaled down by it."""
     with Desktop(ratio=1.5) as desktop:
         program = Program(desktop, path)
         assert program.rect()[2:] == (1200, 720), program.rect()
