@@ -882,7 +882,7 @@ private slots:
         QVERIFY(list()->itemAt(below) == nullptr);
         QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, below);
         QCOMPARE(list()->currentRow(), 1);
-        QVERIFY(list()->currentItem()->isSelected());
+        QTRY_VERIFY(list()->currentItem()->isSelected());
     }
 
     void absentKeyboardIsShownInRed()
