@@ -159,11 +159,13 @@ private slots:
         QMenu* modifiers = group(menu, withModifiers);
         modifiers->popup({10, 10});
         QTRY_VERIFY(modifiers->isVisible());
-        // By way of its window, as a pointer comes.
-        QTest::mouseClick(modifiers->windowHandle(), Qt::LeftButton, {},
-                          modifiers->actionGeometry(modifiers->actions().at(0)).center());
+        // Let go over it after the menu was dragged open; a whole click of a test's making would
+        // close the menu in some versions of Qt.
+        QTest::mouseRelease(modifiers, Qt::LeftButton, {},
+                            modifiers->actionGeometry(modifiers->actions().at(0)).center());
         QCOMPARE(masks, QList<int>({0x01}));
         QVERIFY(modifiers->isVisible());
+        QTest::keyClick(modifiers, Qt::Key_Down);
         QTest::keyClick(modifiers, Qt::Key_Down);
         QTest::keyClick(modifiers, Qt::Key_Space);
         QCOMPARE(masks, QList<int>({0x01, 0x03}));
