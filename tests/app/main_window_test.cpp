@@ -360,6 +360,15 @@ private slots:
             });
             QCOMPARE(lies, 1); // over itself alone
         }
+        const auto place = [&](const char* text) {
+            return std::ranges::find(parts, QLatin1String(text), [](QWidget* part) {
+                return part->property("text").toString();
+            });
+        };
+        const QRect name = (*place("Undo"))->geometry();
+        const QRect keys = (*place("Ctrl+Z"))->geometry();
+        QCOMPARE(keys.top(), name.top());
+        QVERIFY(keys.left() > name.right());
         for (const char* text : {"Everywhere",
                                  "Ctrl+Z",
                                  "Ctrl+Shift+Z, Ctrl+Y",

@@ -744,6 +744,15 @@ private slots:
             openMenu()->close();
         }
         QVERIFY(!stateFileExists());
+
+        // What the menu offered then says nothing about what is copied later.
+        AppState& state = AppState::instance();
+        state.layerBase.at(indexOf("A")) = ctrlShiftB;
+        clickKey(*page, "A", Qt::MiddleButton);
+        shortcut(*viewOf(*page), Qt::CTRL | Qt::Key_C);
+        clickKey(*page, "S", Qt::MiddleButton);
+        shortcut(*viewOf(*page), Qt::CTRL | Qt::Key_V);
+        QCOMPARE(state.layerBase.at(indexOf("S")), ctrlShiftB);
     }
 
     void chordIsPressed_data()
