@@ -14,6 +14,7 @@ struct Outcome
 {
     int exitCode = -1;
     QByteArray text;
+    QByteArray complaint;
 };
 
 Outcome ask(const QStringList& arguments)
@@ -22,7 +23,7 @@ Outcome ask(const QStringList& arguments)
     program.start(QStringLiteral(TAVIK_INTERFACE_PROGRAM), arguments);
     if (!program.waitForFinished() || program.exitStatus() != QProcess::NormalExit)
         return {};
-    return {program.exitCode(), program.readAllStandardOutput()};
+    return {program.exitCode(), program.readAllStandardOutput(), program.readAllStandardError()};
 }
 
 // Lays the descriptor where the kernel has it, seen from the directory of a hidraw node.
@@ -85,8 +86,13 @@ private slots:
 
     void wantsOneArgument()
     {
-        QCOMPARE(ask({}).exitCode, 2);
-        QCOMPARE(ask({QStringLiteral("one"), QStringLiteral("two")}).exitCode, 2);
+        for (const QStringList& arguments : {QStringList(), QStringList({"one", "two"})}) {
+            const Outcome outcome = ask(arguments);
+            QCOMPARE(outcome.exitCode, 2);
+            QCOMPARE(outcome.text, QByteArray());
+            QCOMPARE(outcome.complaint, "Usage: tavik-center-interface "
+                                        "SYSFS-DIRECTORY-OF-HIDRAW-NODE\n");
+        }
     }
 };
 
