@@ -48,6 +48,18 @@ private slots:
         QVERIFY(!isRead || *read == content);
     }
 
+    // A program may be started with its standard input closed, which then is the first free number.
+    void descriptorZeroIsOneAsAnyOther()
+    {
+        writeFile(path(), "content");
+        const int input = dup(0);
+        QCOMPARE(close(0), 0);
+        const auto read = readRegularFile(path(), 7);
+        dup2(input, 0);
+        close(input);
+        QVERIFY(read == QByteArray("content"));
+    }
+
     void linkIsFollowed()
     {
         writeFile(path("target"), "content");

@@ -15,6 +15,7 @@ using namespace tavik::tests;
 namespace {
 
 const QString root = QStringLiteral("/tmp/tavik-center");
+const QString mark = root + QStringLiteral("/made-by-shared_place_test");
 const QString probe = QString(sharedPlace) + QStringLiteral("/probe/layout.xml");
 
 bool setMode(const QString& path, mode_t mode)
@@ -31,13 +32,16 @@ class SharedPlaceTest : public QObject
 private slots:
     void init()
     {
+        if (QFileInfo::exists(mark)) // a run that was ended has left it
+            QDir(root).removeRecursively();
         if (QFileInfo::exists(root))
             QSKIP("/tmp/tavik-center is in use");
         QVERIFY(QDir().mkpath(root + "/app"));
         QVERIFY(setMode(root, 0755));
+        isMade = true;
+        writeFile(mark, {});
         writeFile(probe, {});
         QVERIFY(isTrustedPath(probe));
-        isMade = true;
     }
 
     void cleanup()
