@@ -96,6 +96,24 @@ private slots:
         QVERIFY(!isTrustedPath(used));
     }
 
+    // Of an ordinary user: what root has, and the user's own.
+    void belongsToRootOrTheUser()
+    {
+        if (geteuid() != 0)
+            QSKIP("only root can give files away");
+        QCOMPARE(::seteuid(65534), 0);
+        const bool rootsIsTrusted = isTrustedPath(probe);
+        QCOMPARE(::seteuid(0), 0);
+        QVERIFY(rootsIsTrusted);
+
+        QCOMPARE(::chown(QFile::encodeName(probe).constData(), 65534, 65534), 0);
+        QVERIFY(!isTrustedPath(probe));
+        QCOMPARE(::seteuid(65534), 0);
+        const bool ownIsTrusted = isTrustedPath(probe);
+        QCOMPARE(::seteuid(0), 0);
+        QVERIFY(ownIsTrusted);
+    }
+
     void linkLeadsToWhatIsTrusted()
     {
         const QString elsewhere = root + "/elsewhere";

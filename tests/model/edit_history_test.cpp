@@ -165,6 +165,15 @@ private slots:
         QVERIFY(isPresentAndSaved(left));
     }
 
+    void resettingKeepsWhatWas()
+    {
+        fields() = stateWith(1);
+        AppState::instance().replace(QStringLiteral("Reset"), {});
+        QVERIFY(isPresentAndSaved({}));
+        QCOMPARE(earlierStates().size(), 1);
+        QCOMPARE(readFile(earlierStates().constFirst().path), stateToJson(stateWith(1)));
+    }
+
     void theSignalsOfTheStateAreLeftAlone()
     {
         const AppState& state = AppState::instance();
