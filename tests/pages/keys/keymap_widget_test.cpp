@@ -729,6 +729,25 @@ private slots:
         QVERIFY(bus().trace().empty());
     }
 
+    // Undo shows the layer that it changes, and leaves the shown one when it changes none.
+    void restoredLayerIsShown()
+    {
+        const auto page = openPage();
+        EditHistory& history = EditHistory::instance();
+        const auto change = [](SavedState& state) {
+            state.layerFn.at(0).page = state.layerBase.at(0).page = 5;
+            state.macros.append({QStringLiteral("new"), {}});
+        };
+        for (const auto& [part, shown] :
+             {std::pair{StatePart::Macros, "Base layer"}, std::pair{StatePart::FnLayer, "Fn layer"},
+              std::pair{StatePart::Macros, "Fn layer"},
+              std::pair{StatePart::BaseLayer, "Base layer"}}) {
+            history.edit(part, QStringLiteral("Edit"), change);
+            history.undo();
+            QVERIFY2(buttonOf(*page, shown)->isChecked(), shown);
+        }
+    }
+
     void onlyAnActionIsPasted()
     {
         const auto page = openPage();
