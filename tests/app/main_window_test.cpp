@@ -15,6 +15,7 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
+#include <QLayout>
 #include <QMenu>
 #include <QTest>
 #include <QToolButton>
@@ -367,6 +368,10 @@ private slots:
         };
         const QRect name = (*place("Undo"))->geometry();
         const QRect keys = (*place("Ctrl+Z"))->geometry();
+        const QLayout* rows = sheet->layout();
+        QCOMPARE(rows->contentsMargins(), QMargins(22, 16, 22, 16));
+        QCOMPARE(rows->spacing(), 16);
+        QCOMPARE(rows->itemAt(0)->layout()->spacing(), 44);
         QCOMPARE(keys.top(), name.top());
         QVERIFY(keys.left() > name.right());
         for (const char* text : {"Everywhere",
