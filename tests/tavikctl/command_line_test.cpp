@@ -92,6 +92,15 @@ private slots:
         row("a=0x09fF0203", "A", {9, 0xFF, 2, 3});
         row("m=macro:greet", "M", macroKeyAction(1));
         row("enter=default", "Enter", {});
+        // Words for what a shell would take for something else, in the order of the usages.
+        std::uint8_t usage = 0x2D;
+        for (const char* word :
+             {"minus", "equal", "left-bracket", "right-bracket", "backslash", "hash", "semicolon",
+              "quote", "backquote", "comma", "period", "slash"})
+            row(qPrintable(QStringLiteral("b=") + word), "B", keyboardKeyAction(usage++, 0));
+        usage = 0x4F;
+        for (const char* word : {"right", "left", "down", "up"})
+            row(qPrintable(QStringLiteral("b=") + word), "B", keyboardKeyAction(usage++, 0));
     }
     void keysAreSetByTheirNames()
     {
@@ -804,6 +813,8 @@ private slots:
             << QByteArray(R"({"layerBase": [], "lighting": {"effect": "static", "sped": 3}})");
         QTest::newRow("no color") << QByteArray(
             R"({"lighting": {"effect": "static", "color": ""}})");
+        QTest::newRow("text of an unknown name")
+            << QByteArray(R"({"layerBase": [], "lighting": {"effect": "static", "way": "left"}})");
         QTest::newRow("lighting that is none") << QByteArray(R"({"layerBase": [], "lighting": 1})");
         QTest::newRow("wrong sleep") << QByteArray(R"({"layerBase": [], "sleep": 7})");
     }
