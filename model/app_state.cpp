@@ -12,6 +12,8 @@
 #include <QStandardPaths>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdint>
 #include <numeric>
 #include <optional>
@@ -58,7 +60,9 @@ public:
     void number(int value)
     {
         startElement();
-        text += QByteArray::number(value);
+        std::array<char, 12> digits{};
+        const char* end = std::to_chars(digits.begin(), digits.end(), value).ptr;
+        text.append(digits.data(), end - digits.data());
     }
 
     // In the document's own escaping.
