@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/single_window.h"
 
 #include "app/application_style.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/skin_title_bar.h"
 
 #include "app/skin/skin_icons.h"

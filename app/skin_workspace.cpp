@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/skin_workspace.h"
 
 #include <QPainter>

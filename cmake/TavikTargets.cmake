@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Every target of the project goes through one of these, so that language level, warnings and
 # include root are stated once and never leak into global flags.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 
 #include "device/keyboard_identity.h"

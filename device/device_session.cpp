@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/command_session.h"
 #include "device/pause.h"
 #include "device/rehearsal.h"

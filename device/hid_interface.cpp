@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/hid_interface.h"
 
 #include "device/keyboard_identity.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/rehearsal.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/screen_link.h"
 
 #include "device/command_report.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/diagnosis.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/node_holders.h"
 
 #include "doctor/usb_nodes.h"

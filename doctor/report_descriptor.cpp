@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/report_descriptor.h"
 
 #include "device/keyboard_identity.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/examination.h"
 
 namespace tavik::doctor {

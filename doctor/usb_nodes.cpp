@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/usb_nodes.h"
 
 #include "doctor/node_holders.h"

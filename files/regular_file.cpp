@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "files/regular_file.h"
 
 #include <QFile>

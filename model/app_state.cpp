@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/app_state.h"
 
 #include "files/whole_file.h"

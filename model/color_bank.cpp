@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/color_bank.h"
 
 namespace tavik {

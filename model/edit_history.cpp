@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/edit_history.h"
 
 #include "model/state_copies.h"

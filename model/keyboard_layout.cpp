@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/keyboard_layout.h"
 
 #include "files/regular_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/state_copies.h"
 
 #include "files/regular_file.h"

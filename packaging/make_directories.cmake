@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Makes what is missing of TAVIK_DIRECTORIES below the prefix, open to everybody: CMake itself leaves
 # that to the umask of whoever installs.
 

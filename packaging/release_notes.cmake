@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Reads the date of this version and what is said of each from the changelog: TAVIK_RELEASE_DATE, and
 # TAVIK_RELEASES for the metainfo file.
 

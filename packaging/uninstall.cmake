@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Removes what the last installation from this build directory put in place, and the directories of
 # the program's own. DESTDIR must be as it was for the installation.
 # Usage: cmake -DMANIFEST=BUILD/install_manifest.txt -P uninstall.cmake

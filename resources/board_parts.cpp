@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "resources/board_parts.h"
 
 #include "model/keyboard_layout.h"

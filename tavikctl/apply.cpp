@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/command_session.h"
 #include "files/regular_file.h"
 #include "model/state_copies.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/command_line.h"
 
 #include "device/device.h"

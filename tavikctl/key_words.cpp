@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/key_words.h"
 
 #include "model/key_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/keyboard.h"
 
 #include "device/device.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/commands.h"
 #include "tavikctl/key_words.h"
 #include "tavikctl/keyboard.h"

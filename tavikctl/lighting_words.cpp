@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/lighting_words.h"
 
 namespace tavik {

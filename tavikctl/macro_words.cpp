@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/macro_words.h"
 
 #include "tavikctl/key_words.h"

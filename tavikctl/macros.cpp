@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/macros/macro_upload.h"
 #include "tavikctl/commands.h"
 #include "tavikctl/key_words.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "tavikctl/command_line.h"
 #include "tavikctl/failure.h"

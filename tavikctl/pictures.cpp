@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/pictures.h"
 
 #include "pages/screen/screen_stream.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/report_words.h"
 
 #include "device/screen_link.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "pages/screen/screen_transfer.h"
 #include "tavikctl/commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/examination.h"
 #include "tavikctl/commands.h"
 #include "tavikctl/keyboard.h"

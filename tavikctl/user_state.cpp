@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tavikctl/user_state.h"
 
 #include "device/device.h"

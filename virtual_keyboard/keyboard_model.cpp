@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/keyboard_model.h"
 
 #include <algorithm>

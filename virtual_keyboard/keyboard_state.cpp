@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/keyboard_state.h"
 
 #include <algorithm>

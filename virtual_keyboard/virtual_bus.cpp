@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/virtual_bus.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/examination.h"
 #include "doctor/usb_nodes.h"
 #include "virtual_keyboard/virtual_bus.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/skin/skin_files.h"
 
 #include "files/regular_file.h"

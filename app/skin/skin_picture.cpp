@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/skin/skin_picture.h"
 
 #include "app/skin/skin_files.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Completion of tavikctl for bash.
 
 # _tavikctl_words WORD...: those that begin as the present word does. Nothing in them is expanded:

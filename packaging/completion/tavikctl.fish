@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Completion of tavikctl for fish.
 
 # The words before the present one, without the name of the program.

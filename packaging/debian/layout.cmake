@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Documentation is compressed, without time stamps, and fonts come from their own package.
 
 find_program(GZIP gzip REQUIRED)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What cpack makes of an installation. Called by the package script, which sets flags and dates.
 
 set(CPACK_GENERATOR DEB)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // udev cannot look into a report descriptor, so its rule asks this program. Argument: the sysfs
 // directory of a hidraw node. Prints the property for the rule, or fails when the interface is
 // none of those the program uses.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/colors/color_transfer.h"
 
 #include "device/command_session.h"

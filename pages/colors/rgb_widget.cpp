@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/colors/rgb_widget.h"
 
 #include "model/keyboard_layout.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/keys/action_dialog.h"
 
 #include "model/app_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/keys/action_menu.h"
 
 #include "model/key_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/keys/chord_dialog.h"
 
 #include "model/key_names.h"

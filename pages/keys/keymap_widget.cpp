@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/keys/keymap_widget.h"
 
 #include "model/key_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/keys/layer_write.h"
 
 #include "device/command_session.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/lighting/effect_delegate.h"
 
 #include <QPainter>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/lighting/lighting_widget.h"
 
 #include "app/skin/skin_icons.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/lighting/palette_wheel.h"
 
 #include "app/skin/skin_icons.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/macros/action_picture.h"
 
 #include <QIconEngine>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/macros/macro_recording.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/macros/macro_widget.h"
 
 #include "model/key_names.h"

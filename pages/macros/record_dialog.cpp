@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/macros/record_dialog.h"
 
 #include "pages/parts/scan_codes.h"

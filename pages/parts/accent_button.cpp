@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/accent_button.h"
 
 #include <QPainter>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/accessible_roles.h"
 
 #include <QAbstractButton>

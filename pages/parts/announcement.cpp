@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/announcement.h"
 
 #include <QAccessibleObject>

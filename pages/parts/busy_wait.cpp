@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/busy_wait.h"
 
 #include "pages/parts/status_label.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/caption_text.h"
 
 #include "pages/parts/shown_text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/color_names.h"
 
 #include <QCoreApplication>

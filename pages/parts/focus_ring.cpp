@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/focus_ring.h"
 
 #include "pages/parts/keyboard_view.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/keyboard_advice.h"
 
 #include "doctor/examination.h"

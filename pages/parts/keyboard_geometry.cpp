@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/keyboard_geometry.h"
 
 #include "model/key_action.h"

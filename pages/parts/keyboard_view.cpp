@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/keyboard_view.h"
 
 #include "model/keyboard_layout.h"

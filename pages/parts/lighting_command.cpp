@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/lighting_command.h"
 
 #include "device/device.h"

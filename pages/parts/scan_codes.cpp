@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/scan_codes.h"
 
 #include "model/key_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/shown_text.h"
 
 #include "model/keyboard_layout.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/status_label.h"
 
 #include "device/device.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/undo_entries.h"
 
 #include "model/edit_history.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/screen/frame_player.h"
 
 #include "pages/parts/page_parts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/screen/image_import.h"
 
 #include <QBuffer>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/screen/screen_transfer.h"
 
 #include "device/command_session.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/screen/screen_widget.h"
 
 #include "pages/parts/announcement.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/settings/settings_widget.h"
 
 #include "device/device.h"

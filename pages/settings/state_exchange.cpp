@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/settings/state_exchange.h"
 
 #include "files/whole_file.h"

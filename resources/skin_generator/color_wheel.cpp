@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "resources/skin_generator/color_wheel.h"
 
 #include <QColor>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "resources/skin_generator/keyboard_picture.h"
 
 #include "model/keyboard_layout.h"

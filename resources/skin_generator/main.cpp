@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds the pictures of the program from the shapes and the layout file beside it. It runs on the
 // machine that builds the program and needs no display.
 

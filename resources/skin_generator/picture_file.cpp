@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "resources/skin_generator/picture_file.h"
 
 #include <QDir>

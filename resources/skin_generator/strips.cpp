@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "resources/skin_generator/strips.h"
 
 #include "app/skin/skin_files.h"

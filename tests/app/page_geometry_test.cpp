@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "model/app_state.h"

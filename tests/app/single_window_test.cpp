@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/single_window.h"
 #include "model/app_state.h"
 #include "tests/support/dialog_driver.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/main_window.h"
 #include "pages/keys/action_dialog.h"
 #include "tests/app/window_pages.h"

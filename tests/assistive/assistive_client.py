@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Uses the running program on the virtual keyboard over the accessibility bus, on a display and a
 bus of its own. Usage: assistive_client.py PROGRAM PROTOCOL
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A program as an assistive tool has it: nodes on the accessibility bus, and what it hears."""
 
 import subprocess

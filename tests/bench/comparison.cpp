@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/bench/comparison.h"
 
 #include <QJsonArray>

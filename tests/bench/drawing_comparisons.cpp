@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/application_style.h"
 #include "model/keyboard_layout.h"
 #include "pages/lighting/palette_wheel.h"

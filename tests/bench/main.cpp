@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/application_style.h"
 #include "tests/bench/comparison.h"
 #include "tests/model/sample_state.h"

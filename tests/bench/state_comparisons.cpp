@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/app_state.h"
 #include "tests/bench/comparison.h"
 #include "tests/support/files.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/isolated_main.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "device/rehearsal.h"
 #include "files/process_lock.h"

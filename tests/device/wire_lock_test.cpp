@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/command_session.h"
 #include "files/process_lock.h"
 #include "pages/screen/screen_stream.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/hid_interface.h"
 #include "doctor/report_descriptor.h"
 #include "tests/system/report_descriptors.h"

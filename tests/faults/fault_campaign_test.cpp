@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "files/process_lock.h"
 #include "pages/colors/rgb_widget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/faults/protocol_checker.h"
 
 namespace tavik::tests {

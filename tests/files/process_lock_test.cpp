@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "files/process_lock.h"
 #include "tests/support/files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "files/shared_place.h"
 #include "tests/support/files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/key_action.h"
 #include "model/keyboard_layout.h"
 #include "pages/parts/keyboard_geometry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/key_names.h"
 #include "pages/macros/macro_upload.h"
 #include "tests/fuzz/fuzz_target.h"

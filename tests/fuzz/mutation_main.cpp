@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Takes libFuzzer's place where there is none. "TARGET ROUNDS" checks the seeds and then that many
 // mutations of them, the same ones in every run; "TARGET FILE..." checks the files alone.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/screen/screen_stream.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/support/made_images.h"

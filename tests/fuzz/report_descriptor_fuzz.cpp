@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "doctor/report_descriptor.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/system/report_descriptors.h"

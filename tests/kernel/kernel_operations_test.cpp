@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's own operations on a keyboard that the kernel sees: through hidapi, hidraw, usbhid
 // and usbcore, as an ordinary user. Each case runs in a process of its own (see guest-campaign),
 // because a process that lost the keyboard does not find it again.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/kernel/usb_descriptors.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A keyboard on the kernel's virtual host controller. It plugs itself in and does what it is told
 // on its control socket, a line at a time:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/kernel/usbip_link.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/app_state.h"
 #include "model/state_copies.h"
 #include "tests/model/sample_state.h"

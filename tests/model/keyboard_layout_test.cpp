@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/keyboard_layout.h"
 #include "tests/support/files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/macro_record.h"
 
 #include <QTest>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/system/emulated_keyboard.h"
 #include "tests/system/testbed_process.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/system/report_descriptors.h"
 
 #include <QDir>

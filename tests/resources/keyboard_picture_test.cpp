@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/resources/skin_access.h"
 
 #include <QtTest>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/dialog_driver.h"
 
 #include <QAbstractButton>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/made_images.h"
 
 #include <QBuffer>

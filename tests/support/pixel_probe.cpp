@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/pixel_probe.h"
 
 #include <QPainter>

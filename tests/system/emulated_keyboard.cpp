@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/system/emulated_keyboard.h"
 
 #include "tests/system/report_descriptors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "model/macro_record.h"
 #include "pages/colors/color_transfer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/files.h"
 #include "tests/support/made_images.h"
 #include "tests/system/emulated_keyboard.h"

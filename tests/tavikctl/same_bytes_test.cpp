@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/application_style.h"
 #include "device/device.h"
 #include "model/app_state.h"

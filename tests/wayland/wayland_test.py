@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The program on a Wayland desktop that nobody sees, sway, under a pointer of its own.
 Usage: wayland_test.py PROGRAM"""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/board_picture.h"
 
 #include "pages/parts/caption_text.h"

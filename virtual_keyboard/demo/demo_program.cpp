@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/demo_program.h"
 
 #include "app/application_style.h"

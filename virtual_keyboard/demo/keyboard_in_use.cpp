@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/keyboard_in_use.h"
 
 #include "model/key_names.h"

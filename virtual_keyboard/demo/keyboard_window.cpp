@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/keyboard_window.h"
 
 #include "pages/parts/shown_text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "virtual_keyboard/demo/keyboard_in_use.h"

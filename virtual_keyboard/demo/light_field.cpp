@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/light_field.h"
 
 #include "virtual_keyboard/demo/board_picture.h"

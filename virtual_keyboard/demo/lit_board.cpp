@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/lit_board.h"
 
 #include <QHelpEvent>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/demo/sent_text.h"
 
 #include "model/key_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/keyboard_identity.h"
 #include "virtual_keyboard/virtual_bus.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/named_keys.h"
 #include "virtual_keyboard/demo/keyboard_in_use.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/tests/model_host.h"
 #include "virtual_keyboard/virtual_bus.h"
 

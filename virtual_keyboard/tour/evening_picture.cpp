@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/tour/evening_picture.h"
 
 #include <QPainter>

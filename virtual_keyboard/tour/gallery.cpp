@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/tour/gallery.h"
 
 #include "model/app_state.h"

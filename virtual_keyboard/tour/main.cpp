@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/main_window.h"
 #include "virtual_keyboard/demo/demo_program.h"
 #include "virtual_keyboard/demo/keyboard_window.h"

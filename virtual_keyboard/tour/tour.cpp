@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/tour/tour.h"
 
 #include "pages/parts/keyboard_view.h"

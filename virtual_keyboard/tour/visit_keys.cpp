@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/app_state.h"
 #include "tests/support/named_keys.h"
 #include "virtual_keyboard/tour/held.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_keyboard/tour/held.h"
 #include "virtual_keyboard/tour/tour.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/skin/skin_icons.h"
 
 #include <QDir>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/colors/color_preview.h"
 #include "tests/support/isolated_main.h"
 

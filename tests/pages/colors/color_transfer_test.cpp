@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "pages/colors/color_transfer.h"
 #include "tests/support/bus_view.h"

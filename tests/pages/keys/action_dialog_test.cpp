@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/app_state.h"
 #include "model/key_names.h"
 #include "pages/keys/action_dialog.h"

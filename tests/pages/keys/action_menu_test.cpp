@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/key_names.h"
 #include "pages/keys/action_menu.h"
 #include "tests/support/isolated_main.h"

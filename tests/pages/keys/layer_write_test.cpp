@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "pages/keys/layer_write.h"
 #include "tests/pages/keys/layer_write_steps.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/application_style.h"
 #include "app/skin/skin_files.h"
 #include "device/device.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/lighting/palette_wheel.h"
 #include "tests/support/pixel_probe.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/app_state.h"
 #include "model/keyboard_layout.h"
 #include "pages/colors/rgb_widget.h"

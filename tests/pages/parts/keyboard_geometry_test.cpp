@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/parts/keyboard_geometry.h"
 #include "tests/support/made_board.h"
 #include "tests/support/named_keys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/keyboard_layout.h"
 #include "pages/parts/caption_text.h"
 #include "pages/parts/keyboard_view.h"

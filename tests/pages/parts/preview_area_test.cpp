@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/keyboard_layout.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/preview_area.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "model/edit_history.h"
 #include "pages/parts/status_label.h"

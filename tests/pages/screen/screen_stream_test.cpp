@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/screen/screen_stream.h"
 #include "virtual_keyboard/keyboard_state.h"
 

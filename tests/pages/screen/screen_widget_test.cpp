@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "pages/screen/frame_player.h"
 #include "pages/screen/screen_stream.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/settings/autostart_entry.h"
 #include "tests/support/files.h"
 #include "tests/support/isolated_main.h"

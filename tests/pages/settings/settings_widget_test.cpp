@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device/device.h"
 #include "model/app_state.h"
 #include "pages/macros/macro_widget.h"
