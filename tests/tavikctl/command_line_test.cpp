@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -687,6 +688,11 @@ private slots:
         const QStringList earlier = run("earlier").out.split(u'\n', Qt::SkipEmptyParts);
         QVERIFY(earlier.size() >= 1);
         QVERIFY(earlier.constFirst().startsWith(" 1  20"));
+        const QJsonArray listed =
+            QJsonDocument::fromJson(run("earlier --json").out.toUtf8()).array();
+        QCOMPARE(listed.size(), earlier.size());
+        QCOMPARE(listed.at(0).toObject().keys(), QStringList({"number", "path", "time"}));
+        QCOMPARE(listed.at(0)["number"].toInt(), 1);
         QCOMPARE(run("earlier restore 1").code, 0);
         QCOMPARE(stateOnDisk().macros, QList<MacroRecord>());
         QCOMPARE(run("earlier restore 31").code, 2);
