@@ -7,11 +7,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <iostream>
+#include <langinfo.h>
 #include <sstream>
 #include <unistd.h>
 
@@ -25,6 +28,14 @@ void occupyClosedOutputs()
         if (::fcntl(output, F_GETFD) < 0)
             ::open("/dev/null", output == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
+}
+
+// Timed jobs have no locale. Qt would help itself, but newer ones complain about it first.
+void ensureUnicode()
+{
+    std::setlocale(LC_ALL, "");
+    if (std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0)
+        ::setenv("LC_ALL", "C.UTF-8", 1);
 }
 
 void endSequence(int)
@@ -60,6 +71,7 @@ int main(int argc, char* argv[])
 {
     occupyClosedOutputs();
     catchSignals();
+    ensureUnicode();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZEROLT TAVIK Pro"));
     QCoreApplication::setOrganizationName(QStringLiteral("zerolt-linux"));

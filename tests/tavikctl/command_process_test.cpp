@@ -272,6 +272,13 @@ private slots:
         QCOMPARE(outcome.out, words + u'\n');
     }
 
+    void jobsWithoutALocale()
+    {
+        const Outcome outcome = runShell("env -u LANG LC_ALL=C " REAL_TAVIKCTL " names effects");
+        QCOMPARE(outcome.err, QString());
+        QVERIFY(outcome.out.contains("static\n"));
+    }
+
     void manyCommandsAtOnce()
     {
         const Outcome outcome =
