@@ -4,11 +4,36 @@
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QComboBox>
+#include <QEvent>
 #include <QSpinBox>
+
+#include <functional>
+#include <utility>
 
 namespace tavik {
 
 namespace {
+
+// Calls back when a widget has been hidden.
+class HideWatcher : public QObject
+{
+public:
+    HideWatcher(QWidget* watched, std::function<void()> callback)
+        : QObject(watched), hidden(std::move(callback))
+    {
+        watched->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Hide)
+            hidden();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    const std::function<void()> hidden;
+};
 
 void followSelection(QComboBox* box)
 {
@@ -27,6 +52,8 @@ void followSelection(QComboBox* box)
     };
     mark(box->currentIndex());
     QObject::connect(box, &QComboBox::currentIndexChanged, list, mark);
+    // Left without a choice, it would go on showing where the walk through it has ended.
+    new HideWatcher(list, [box, mark] { mark(box->currentIndex()); });
     // Later: who walks through the open list has moved the current item along by then.
     QObject::connect(
         list->selectionModel(), &QItemSelectionModel::selectionChanged, box,

@@ -234,6 +234,14 @@ private slots:
         QTRY_COMPARE(type->currentIndex(), 4);
         QVERIFY(!list->isVisible());
         QCOMPARE(marked(), 4);
+
+        type->showPopup();
+        QTest::keyClick(list, Qt::Key_Up);
+        QTest::keyClick(list, Qt::Key_Escape); // nothing is chosen
+        QTRY_COMPARE(marked(), 4);
+        QCOMPARE(type->currentIndex(), 4);
+        toggleRow(list, 3);
+        QTRY_COMPARE(type->currentIndex(), 3);
     }
 
     void everyMenuHasItsOwnEntries()

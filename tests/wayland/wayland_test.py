@@ -226,7 +226,7 @@ def test_window(path):
     with Desktop() as desktop:
         program = Program(desktop, path)
         # Open.
-        assert program.window()["app_id"] == "tavik-center", program.window()
+        assert program.window()["app_id"] == "example.tavik_center.TavikCenter", program.window()
         assert program.rect()[2:] == (1200, 720), program.rect()
         assert program.window()["focused"]
         left, top, width, height = program.rect()
@@ -243,7 +243,7 @@ def test_window(path):
         width = program.rect()[2]
 
         # A menu at the pointer, where there is room.
-        desktop.ask('[app_id="tavik-center"] move position 200 20')
+        desktop.ask('[app_id="example.tavik_center.TavikCenter"] move position 200 20')
         wait("there is room", lambda: program.rect() == (200, 20, width, height))
         program.click(30, 136)  # Keys
         x, y = program.said(r"xdg_popup@\d+\.configure\((\d+), (\d+),",
