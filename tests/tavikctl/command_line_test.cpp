@@ -623,6 +623,18 @@ private slots:
         Device::forgetInterruption();
     }
 
+    void windowThatSavesJustNowIsWaitedFor()
+    {
+        prepareState();
+        const QByteArray whole = readFile(stateFilePath());
+        tests::writeFile(stateFilePath(), whole.first(20));
+        bus().setListener([&whole] { tests::writeFile(stateFilePath(), whole); });
+        const Ran ran = run("keys show");
+        bus().setListener({});
+        QCOMPARE(ran.err, QString());
+        QVERIFY(ran.out.contains("caps-lock=disabled"));
+    }
+
     void anotherCommandIsWaitedFor()
     {
         ProcessLock other(lockPathOf(stateFilePath()));

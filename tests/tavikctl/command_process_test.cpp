@@ -279,6 +279,21 @@ private slots:
         QVERIFY(outcome.out.contains("static\n"));
     }
 
+    // As nohup has it, and scripts that must not be stopped half-way.
+    void ignoredSignalsStayIgnored()
+    {
+        const Outcome outcome = runShell(
+            QStringLiteral("mkfifo '%1'; (trap '' HUP; exec " REAL_TAVIKCTL " export '%1') & "
+                           "until (( 0x$(awk '/SigCgt/ { print $2 }' /proc/$!/status) & 0x4000 )); "
+                           "do sleep 0.02; done; awk '/SigIgn/ { print $2 }' /proc/$!/status; "
+                           "cat '%1' >/dev/null; wait")
+                .arg(runtime->filePath("pipe")));
+        QCOMPARE(outcome.err, QString());
+        bool isNumber = false;
+        QVERIFY(outcome.out.trimmed().toULongLong(&isNumber, 16) & 1U);
+        QVERIFY(isNumber);
+    }
+
     void manyCommandsAtOnce()
     {
         const Outcome outcome =
