@@ -16,6 +16,26 @@ constexpr std::size_t countOffset = 8;
 constexpr std::uint8_t statusAccepted = 0x01;
 constexpr std::uint8_t statusBusy = 0xFF;
 
+struct Title
+{
+    CommandCode code;
+    const char* text;
+};
+
+constexpr std::array titles{
+    Title{CommandCode::Commit, "commit"},
+    Title{CommandCode::WriteBaseLayer, "base layer"},
+    Title{CommandCode::LightingMode, "lighting mode"},
+    Title{CommandCode::MacroData, "macros"},
+    Title{CommandCode::LightingSleep, "lighting sleep"},
+    Title{CommandCode::OpenSession, "open session"},
+    Title{CommandCode::MacroSession, "open macros"},
+    Title{CommandCode::WriteColorBank, "color bank"},
+    Title{CommandCode::WriteFnLayer, "Fn layer"},
+    Title{CommandCode::Finish, "finish"},
+    Title{CommandCode::ReadColorBank, "read color bank"},
+};
+
 } // namespace
 
 Report commandReport(CommandCode code, std::uint8_t argument, std::uint16_t count)
@@ -31,33 +51,13 @@ Report commandReport(CommandCode code, std::uint8_t argument, std::uint16_t coun
 
 QString commandTitle(const Report& command)
 {
-    switch (static_cast<CommandCode>(command[codeOffset])) {
-    case CommandCode::Commit:
-        return QStringLiteral("commit");
-    case CommandCode::WriteBaseLayer:
-        return QStringLiteral("base layer");
-    case CommandCode::LightingMode:
-        return QStringLiteral("lighting mode");
-    case CommandCode::MacroData:
-        return QStringLiteral("macros");
-    case CommandCode::LightingSleep:
-        return QStringLiteral("lighting sleep");
-    case CommandCode::OpenSession:
-        return QStringLiteral("open session");
-    case CommandCode::MacroSession:
-        return QStringLiteral("open macros");
-    case CommandCode::WriteColorBank:
-        return QStringLiteral("color bank");
-    case CommandCode::WriteFnLayer:
-        return QStringLiteral("Fn layer");
-    case CommandCode::ScreenUpload:
+    const auto code = static_cast<CommandCode>(command[codeOffset]);
+    if (code == CommandCode::ScreenUpload)
         return QStringLiteral("screen, slot %1").arg(command[argumentOffset]);
-    case CommandCode::Finish:
-        return QStringLiteral("finish");
-    case CommandCode::ReadColorBank:
-        return QStringLiteral("read color bank");
-    }
-    return QStringLiteral("unknown command %1").arg(hexByte(command[codeOffset]));
+    const auto* title = std::ranges::find(titles, code, &Title::code);
+    return title != titles.end()
+               ? QString::fromLatin1(title->text)
+               : QStringLiteral("unknown command %1").arg(hexByte(command[codeOffset]));
 }
 
 int followersOf(const Report& command)

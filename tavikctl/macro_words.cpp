@@ -62,8 +62,11 @@ std::uint8_t buttonFrom(const QString& word)
 
 std::uint8_t keyFrom(const QString& word)
 {
-    const bool isCode = word.startsWith(QLatin1String("0x")) && byteFrom(word);
-    return isCode ? *byteFrom(word) : findNamed(QStringLiteral("key"), word, usageNames());
+    const std::optional<std::uint8_t> code = byteFrom(word);
+    // Digits alone are keys.
+    return code && word.startsWith(QLatin1String("0x"))
+               ? *code
+               : findNamed(QStringLiteral("key"), word, usageNames());
 }
 
 MacroAction actionFrom(const QString& step, std::uint16_t delay)
