@@ -20,7 +20,7 @@ end
 
 function __tavikctl_assignments
     set -l word (commandline -ct)
-    if string match -q '?*=*' -- $word
+    if string match -q -r -- '.=' $word # a question mark is a wildcard for old versions only
         set -l key (string replace -r '=.*' = -- $word)
         test $argv[1] = keys; and printf '%s\n' $key(tavikctl names actions 2>/dev/null)
     else
