@@ -2,6 +2,7 @@
 #include "app/skin_title_bar.h"
 
 #include "app/skin/skin_icons.h"
+#include "pages/parts/accessible_roles.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -41,6 +42,7 @@ QToolButton* createSystemButton(const QString& objectName, const QString& toolTi
     button->setIconSize(systemButtonSize);
     button->setToolTip(toolTip);
     button->setAccessibleName(toolTip);
+    setAccessibleRole(button, QAccessible::Button);
     button->setIcon(spriteStripIcon(stripName, systemButtonSize));
     return button;
 }

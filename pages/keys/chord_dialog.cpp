@@ -67,7 +67,9 @@ void ChordDialog::openAt(QPoint globalCenter)
     adjustSize();
     centerAt(this, globalCenter);
     show();
-    announce(this, accessibleDescription()); // nobody tells of the focus of a popup
+    // Nobody tells of the focus of a popup. Later: first is told where a menu has left the focus.
+    QMetaObject::invokeMethod(
+        this, [this] { announce(this, accessibleDescription()); }, Qt::QueuedConnection);
 }
 
 // All keys, also those that move the focus, close a dialog or belong to a shortcut.

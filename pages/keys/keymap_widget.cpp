@@ -138,7 +138,7 @@ QString KeymapWidget::keyToolTip(int lightIndex) const
     const KeyAction& base = state.layerBase.at(index);
     const KeyAction& fn = state.layerFn.at(index);
     if (base == KeyAction() && fn == KeyAction())
-        return tr("Click to assign, right click for a menu");
+        return tr("Click to assign, right click or Shift+F10 for a menu");
     const auto words = [&](const KeyAction& action) {
         return beginningOf(keyActionWords(action, state.macros), toolTipNameLimit);
     };
@@ -170,6 +170,7 @@ void KeymapWidget::keyClicked(int lightIndex)
     Q_ASSERT(isKey(lightIndex));
     const KeyAction current = layerKeys().at(static_cast<std::size_t>(lightIndex));
     ActionDialog dialog(current, static_cast<int>(AppState::instance().macros.size()), this);
+    dialog.setAccessibleDescription(nameOfKey(lightIndex));
     if (dialog.exec() == QDialog::Accepted)
         assignKey(lightIndex, dialog.action());
 }

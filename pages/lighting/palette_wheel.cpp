@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <limits>
 #include <tuple>
+#include <utility>
 
 namespace tavik {
 
@@ -156,11 +157,19 @@ PaletteWheel::PaletteWheel(QWidget* parent)
 
 void PaletteWheel::setColor(const QColor& color)
 {
-    currentColor = color;
     marker = markers.find(color).value_or(marker);
+    showColor(color);
+}
+
+void PaletteWheel::showColor(const QColor& color)
+{
     update();
-    QAccessibleValueChangeEvent changed(this, hue());
-    QAccessible::updateAccessibility(&changed);
+    if (std::exchange(currentColor, color) == color || !QAccessible::isActive())
+        return;
+    QAccessibleValueChangeEvent turned(this, hue());
+    QAccessible::updateAccessibility(&turned);
+    QAccessibleEvent described(this, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&described);
 }
 
 void PaletteWheel::mousePressEvent(QMouseEvent* event)
@@ -178,9 +187,8 @@ void PaletteWheel::mousePressEvent(QMouseEvent* event)
     const QColor picked = picture.pixelColor(position);
     if (picked.alpha() < leastAlpha || picked.saturation() < clickLeastSaturation)
         return;
-    currentColor = picked;
     marker = position;
-    update();
+    showColor(picked);
     if (colorPicked)
         colorPicked(picked);
 }

@@ -66,6 +66,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void showColor(const QColor& color);
     void pick(const QColor& color);
 
     QImage picture;

@@ -5,6 +5,7 @@
 #include "pages/macros/action_picture.h"
 #include "pages/macros/macro_upload.h"
 #include "pages/macros/record_dialog.h"
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/shown_text.h"
@@ -27,7 +28,6 @@
 
 #include <algorithm>
 #include <array>
-#include <initializer_list>
 
 namespace tavik {
 
@@ -69,12 +69,29 @@ qsizetype firstDifference(const QList<Item>& one, const QList<Item>& other)
     return std::ranges::mismatch(one, other).in1 - one.begin();
 }
 
-// The base class makes the first row current as soon as the focus comes in, and "Delete" does not
-// ask: here a macro is chosen by the user only.
-class MacroList : public QListWidget
+// Tells assistive tools of the current place only when the focus is there.
+template <class View>
+class QuietView : public View
 {
 public:
-    using QListWidget::QListWidget;
+    using View::View;
+
+protected:
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override
+    {
+        if (this->hasFocus())
+            View::currentChanged(current, previous);
+        else
+            QAbstractItemView::currentChanged(current, previous);
+    }
+};
+
+// The base class makes the first row current as soon as the focus comes in, and "Delete" does not
+// ask: here a macro is chosen by the user only.
+class MacroList : public QuietView<QListWidget>
+{
+public:
+    using QuietView::QuietView;
 
 protected:
     void focusInEvent(QFocusEvent*) override { viewport()->update(); }
@@ -114,13 +131,6 @@ MacroWidget::MacroWidget(QWidget* parent)
     connect(&AppState::instance(), &AppState::macrosChanged, this, &MacroWidget::refillMacroList);
     connect(&EditHistory::instance(), &EditHistory::changed, this, &MacroWidget::showMark);
     connect(&EditHistory::instance(), &EditHistory::restored, this, &MacroWidget::showRestored);
-    for (QAbstractScrollArea* area :
-         std::initializer_list<QAbstractScrollArea*>{macroList, actionTable}) {
-        area->setContextMenuPolicy(Qt::CustomContextMenu);
-        connect(area, &QWidget::customContextMenuRequested, this, [this, area](QPoint position) {
-            showMenu(area->actions(), this, area->viewport()->mapToGlobal(position));
-        });
-    }
     connect(actionTable, &QTableWidget::itemSelectionChanged, this, &MacroWidget::enableEntries);
     showMark();
 }
@@ -131,7 +141,8 @@ QWidget* MacroWidget::createMacroGroup()
     group->setMaximumWidth(macroGroupWidth);
     macroList = new MacroList(group);
     macroList->setAccessibleName(tr("Macros"));
-    macroList->setToolTip(tr("A right click opens a menu; Ctrl+R records."));
+    macroList->setToolTip(tr("Right click or Shift+F10 opens a menu; Ctrl+R records."));
+    openMenuOn(group, macroList);
 
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(createButton(tr("New macro"), this, &MacroWidget::newMacro));
@@ -147,6 +158,7 @@ QWidget* MacroWidget::createActionGroup()
 {
     auto* group = new QGroupBox(tr("Actions"), this);
     createActionTable(group);
+    openMenuOn(group, actionTable);
     createActionForm(group);
 
     QHBoxLayout* buttons =
@@ -167,9 +179,20 @@ QWidget* MacroWidget::createActionGroup()
     return group;
 }
 
+// What belongs to the list opens its menu, too.
+void MacroWidget::openMenuOn(QGroupBox* group, QWidget* list)
+{
+    group->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(group, &QWidget::customContextMenuRequested, this,
+            [this, group, list](QPoint position) {
+                showMenu(list->actions(), this, group->mapToGlobal(position));
+            });
+    letToolsOpenMenu(group, QAccessible::Grouping, group->title());
+}
+
 void MacroWidget::createActionTable(QWidget* parent)
 {
-    actionTable = new QTableWidget(0, ActionColumnCount, parent);
+    actionTable = new QuietView<QTableWidget>(0, ActionColumnCount, parent);
     actionTable->setAccessibleName(tr("Actions"));
     actionTable->setToolTip(macroList->toolTip());
     actionTable->setHorizontalHeaderLabels({tr("Delay (ms)"), tr("Action"), tr("Type")});

@@ -7,6 +7,7 @@
 
 class QAction;
 class QComboBox;
+class QGroupBox;
 class QListWidget;
 class QSpinBox;
 class QTableWidget;
@@ -42,6 +43,7 @@ public slots:
 private:
     QWidget* createMacroGroup();
     QWidget* createActionGroup();
+    void openMenuOn(QGroupBox* group, QWidget* list);
     void createActionTable(QWidget* parent);
     void createActionForm(QWidget* parent);
     void createMacroEntries();

@@ -5,6 +5,8 @@
 #include <QAccessibleObject>
 #include <QAccessibleWidget>
 #include <QButtonGroup>
+#include <QContextMenuEvent>
+#include <QCoreApplication>
 
 namespace tavik {
 
@@ -12,6 +14,7 @@ namespace {
 
 constexpr const char* roleProperty = "accessibleRole";
 constexpr const char* nameProperty = "accessibleRoleName";
+constexpr const char* menuProperty = "accessibleMenu";
 
 QAccessible::Role roleOf(const QObject* object)
 {
@@ -26,11 +29,37 @@ QButtonGroup* groupOf(const QObject* object)
     return group != nullptr && roleOf(group) == QAccessible::Grouping ? group : nullptr;
 }
 
-// A widget in whose children groups take the place of their buttons.
-class PanelInterface : public QAccessibleWidget
+// Where the menu key would open a menu, whoever has no keys opens it, too.
+class MenuOwnerInterface : public QAccessibleWidget
 {
 public:
     using QAccessibleWidget::QAccessibleWidget;
+
+    QStringList actionNames() const override
+    {
+        QStringList names = QAccessibleWidget::actionNames();
+        if (widget()->property(menuProperty).toBool() && widget()->isEnabled())
+            names += showMenuAction();
+        return names;
+    }
+    void doAction(const QString& name) override
+    {
+        if (name != showMenuAction()) {
+            QAccessibleWidget::doAction(name);
+            return;
+        }
+        const QPoint center = widget()->rect().center();
+        QCoreApplication::postEvent(widget(),
+                                    new QContextMenuEvent(QContextMenuEvent::Keyboard, center,
+                                                          widget()->mapToGlobal(center)));
+    }
+};
+
+// A widget in whose children groups take the place of their buttons.
+class PanelInterface : public MenuOwnerInterface
+{
+public:
+    using MenuOwnerInterface::MenuOwnerInterface;
 
     int childCount() const override { return static_cast<int>(children().size()); }
     QAccessibleInterface* child(int index) const override { return children().value(index); }
@@ -109,11 +138,11 @@ private:
     }
 };
 
-// A button that stays down, as a page tab or a radio button. What acts on it clicks it.
-class ChoiceInterface : public QAccessibleWidget
+// A button that may stay down, as a page tab or a radio button. What acts on it clicks it.
+class ButtonInterface : public MenuOwnerInterface
 {
 public:
-    using QAccessibleWidget::QAccessibleWidget;
+    using MenuOwnerInterface::MenuOwnerInterface;
 
     QAccessibleInterface* parent() const override
     {
@@ -123,13 +152,17 @@ public:
     }
     QString text(QAccessible::Text kind) const override
     {
-        const QString text = QAccessibleWidget::text(kind);
-        return kind == QAccessible::Name && text.isEmpty() ? button()->text() : text;
+        const QString text = MenuOwnerInterface::text(kind);
+        if (kind == QAccessible::Name)
+            return text.isEmpty() ? button()->text() : text;
+        // A tool tip may say the name to those who see a picture only.
+        return kind == QAccessible::Description && text == button()->accessibleName() ? QString()
+                                                                                      : text;
     }
     QAccessible::State state() const override
     {
-        QAccessible::State state = QAccessibleWidget::state();
-        state.checkable = true;
+        QAccessible::State state = MenuOwnerInterface::state();
+        state.checkable = button()->isCheckable();
         state.checked = button()->isChecked();
         state.pressed = button()->isDown();
         state.selectable = role() == QAccessible::PageTab;
@@ -138,24 +171,31 @@ public:
     }
     QStringList actionNames() const override
     {
-        QStringList names = QAccessibleWidget::actionNames();
+        QStringList names = MenuOwnerInterface::actionNames();
         if (button()->isEnabled())
-            names.prepend(toggleAction());
+            names.prepend(clickAction());
         return names;
     }
     void doAction(const QString& name) override
     {
-        if (name != toggleAction()) {
-            QAccessibleWidget::doAction(name);
+        if (name != clickAction()) {
+            MenuOwnerInterface::doAction(name);
             return;
         }
         // Else the focus might stay on a page that goes.
         if ((button()->focusPolicy() & Qt::ClickFocus) != 0)
             button()->setFocus(Qt::MouseFocusReason);
-        button()->click();
+        if (button()->isCheckable())
+            button()->click();
+        else
+            button()->animateClick(); // later: who pressed it waits for an answer, not for a dialog
     }
 
 private:
+    const QString& clickAction() const
+    {
+        return button()->isCheckable() ? toggleAction() : pressAction();
+    }
     QAbstractButton* button() const { return static_cast<QAbstractButton*>(object()); }
 };
 
@@ -169,7 +209,7 @@ QAccessibleInterface* roleInterface(const QString&, QObject* object)
     auto* widget = static_cast<QWidget*>(object);
     const QString name = object->property(nameProperty).toString();
     if (qobject_cast<QAbstractButton*>(object) != nullptr)
-        return new ChoiceInterface(widget, role, name);
+        return new ButtonInterface(widget, role, name);
     return new PanelInterface(widget, role, name);
 }
 
@@ -183,6 +223,12 @@ void setAccessibleRole(QWidget* widget, QAccessible::Role role, const QString& n
     // Its texts have been told of already, as those of what its class says.
     QAccessible::deleteAccessibleInterface(
         QAccessible::uniqueId(QAccessible::queryAccessibleInterface(widget)));
+}
+
+void letToolsOpenMenu(QWidget* widget, QAccessible::Role role, const QString& name)
+{
+    widget->setProperty(menuProperty, true);
+    setAccessibleRole(widget, role, name);
 }
 
 void setAccessibleGroup(QButtonGroup* group, const QString& name)

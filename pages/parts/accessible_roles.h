@@ -10,9 +10,11 @@ class QWidget;
 namespace tavik {
 
 // What assistive tools are told that the widget is, where its class says something else or nothing;
-// the name counts when the widget has none. Of the buttons, for those that can be checked. To be
-// called before anybody asks, as a page is built.
+// the name counts when the widget has none. To be called before anybody asks, as a page is built.
 void setAccessibleRole(QWidget* widget, QAccessible::Role role, const QString& name = {});
+
+// The same, for a widget on which the menu key opens a menu: they can open it, too.
+void letToolsOpenMenu(QWidget* widget, QAccessible::Role role, const QString& name = {});
 
 // To assistive tools, the buttons are radio buttons in a group of this name. All of them have the
 // same parent widget, in whose children the group takes their place.

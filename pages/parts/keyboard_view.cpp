@@ -328,8 +328,9 @@ void KeyboardView::focusInEvent(QFocusEvent* event)
         reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason;
     if (!isGivenBack)
         showMark(reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason);
-    if (markVisible && geometryNow().find(marked) == nullptr)
-        moveMark({1, 0});
+    if (const KeyRecord* first = geometryNow().neighbor(nullptr, {1, 0});
+        markVisible && first != nullptr && geometryNow().find(marked) == nullptr)
+        marked = first->lightIndex; // of which is told below
     repaintKey(marked);
     // Qt tells of the view's own focus after this, and the key is the last to be heard.
     const auto tell = [this] {

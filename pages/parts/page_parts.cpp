@@ -53,7 +53,9 @@ QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& 
     entry->setShortcut(keys);
     entry->setAutoRepeat(false); // one press, one step
     entry->setShortcutContext(Qt::WidgetShortcut);
-    QObject::connect(entry, &QAction::triggered, widget, act);
+    // An assistive tool that chose it would wait until the question is answered.
+    QObject::connect(entry, &QAction::triggered, widget, act,
+                     text.endsWith(u'…') ? Qt::QueuedConnection : Qt::AutoConnection);
     widget->addAction(entry);
     return entry;
 }
@@ -71,6 +73,8 @@ void popUp(QMenu* menu, QPoint globalPos)
         if (QAccessibleInterface* known = QAccessible::queryAccessibleInterface(entry))
             QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
     }
+    for (QMenu* inner : menu->findChildren<QMenu*>())
+        inner->setAccessibleName(inner->title());
     menu->popup(globalPos);
     // Who did not open it with the pointer goes on with keys, or hears where he is.
     const auto first = std::ranges::find_if(

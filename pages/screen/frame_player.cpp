@@ -67,6 +67,10 @@ QLayout* FramePlayer::createControls()
     });
     row->addSpacing(12);
     row->addWidget(pause);
+    auto* close = new QPushButton(tr("Close"), this);
+    close->setAutoDefault(false);
+    connect(close, &QPushButton::clicked, this, &QDialog::reject);
+    row->addWidget(close);
     row->addStretch();
     return row;
 }

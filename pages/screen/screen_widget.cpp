@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "pages/screen/screen_widget.h"
 
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/announcement.h"
 #include "pages/parts/busy_wait.h"
 #include "pages/parts/file_dialog.h"
@@ -144,7 +145,9 @@ void ScreenWidget::createPreview()
     previewLabel->setFixedSize(previewSize);
     previewLabel->setAlignment(Qt::AlignCenter);
     previewLabel->setAccessibleName(tr("Preview"));
-    previewLabel->setToolTip(tr("Drop pictures here or paste them. A right click opens a menu."));
+    previewLabel->setToolTip(
+        tr("Drop pictures here or paste them. Right click or Shift+F10 opens a menu."));
+    letToolsOpenMenu(previewLabel, QAccessible::Graphic);
     previewLabel->setStyleSheet(
         QStringLiteral("background:#0d0d10; border:1px solid #3a3d47; border-radius:8px;"));
 }
@@ -205,8 +208,12 @@ void ScreenWidget::pastePictures()
         importFrom(paths);
         return;
     }
-    if (pasted == nullptr || !pasted->hasImage() || BusyWait::isRunning())
+    if (BusyWait::isRunning())
         return;
+    if (pasted == nullptr || !pasted->hasImage()) {
+        statusLabel->showStatus(StatusLook::Warning, tr("There is no picture to paste."));
+        return;
+    }
     const BusyWait wait(this, statusLabel); // who holds the picture may take its time
     const QImage picture = QApplication::clipboard()->image();
     if (!picture.isNull())
@@ -268,6 +275,7 @@ void ScreenWidget::preview()
     QPixmap pixmap = QPixmap::fromImage(picture);
     pixmap.setDevicePixelRatio(ratio);
     previewLabel->setPixmap(pixmap);
+    previewLabel->setAccessibleDescription(tr("The first of %1 frame(s)").arg(frames.size()));
 }
 
 void ScreenWidget::upload()

@@ -4,6 +4,7 @@
 #include "device/device.h"
 #include "model/app_state.h"
 #include "model/keyboard_layout.h"
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/page_parts.h"
 #include "pages/parts/preview_area.h"
 #include "pages/settings/autostart_entry.h"
@@ -87,8 +88,10 @@ QWidget* SettingsWidget::createSidePanel()
     auto* restoreButton = createAction(tr("Restore Factory Settings"), panel);
     connect(resetButton, &QPushButton::clicked, this, &SettingsWidget::resetLocalData);
     connect(restoreButton, &QPushButton::clicked, this, &SettingsWidget::restoreFactorySettings);
-    resetButton->setToolTip(
-        tr("Right-click to export or import the settings, or to go back to an earlier state."));
+    resetButton->setToolTip(tr(
+        "Its menu (right click or Shift+F10) exports or imports the settings, or goes back to an "
+        "earlier state."));
+    letToolsOpenMenu(resetButton, QAccessible::Button);
     resetButton->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(resetButton, &QWidget::customContextMenuRequested, this,
             [this, resetButton](QPoint position) {

@@ -5,12 +5,15 @@
 #include "model/app_state.h"
 #include "model/edit_history.h"
 #include "pages/keys/action_dialog.h"
+#include "pages/lighting/palette_wheel.h"
 #include "pages/macros/macro_widget.h"
 #include "pages/parts/keyboard_view.h"
 #include "pages/parts/status_label.h"
 #include "tests/app/window_pages.h"
 #include "tests/support/bus_view.h"
+#include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/named_keys.h"
 #include "tests/support/page_view.h"
 #include "tests/support/screen_reader.h"
 
@@ -19,6 +22,7 @@
 #include <QComboBox>
 #include <QListWidget>
 #include <QMenu>
+#include <QPointer>
 #include <QRadioButton>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -43,25 +47,74 @@ QStringList& announced()
     return texts;
 }
 
+// Of what else it is told, by name.
+QStringList& told()
+{
+    static QStringList texts;
+    return texts;
+}
+
 void hear(QAccessibleEvent* event)
 {
+    const auto tell = [event](const QString& kind) {
+        if (const QAccessibleInterface* about = event->accessibleInterface())
+            told() += kind + about->text(QAccessible::Name);
+    };
+    if (event->type() == QAccessible::Focus)
+        tell(QStringLiteral("focus "));
+    else if (event->type() == QAccessible::ValueChanged)
+        tell(QStringLiteral("value "));
+    else if (event->type() == QAccessible::DescriptionChanged)
+        tell(QStringLiteral("words "));
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
-    if (event->type() == QAccessible::Announcement)
+    const bool isHeard = event->type() == QAccessible::Announcement;
+    if (isHeard)
         announced() += static_cast<QAccessibleAnnouncementEvent*>(event)->message();
 #else
-    if (event->type() == QAccessible::ObjectShow &&
-        event->accessibleInterface()->role() == QAccessible::Notification)
+    const bool isHeard = event->type() == QAccessible::ObjectShow &&
+                         event->accessibleInterface()->role() == QAccessible::Notification;
+    if (isHeard)
         announced() += event->accessibleInterface()->text(QAccessible::Name);
 #endif
+    if (isHeard)
+        told() += QStringLiteral("heard ") + announced().last();
 }
 
 // As an assistive tool does it: no click, no key.
+void act(QAccessibleInterface* on, const QString& action)
+{
+    QVERIFY2(on->actionInterface()->actionNames().contains(action), qPrintable(action));
+    on->actionInterface()->doAction(action);
+}
+
+void act(QWidget* widget, const QString& action)
+{
+    act(QAccessible::queryAccessibleInterface(widget), action);
+}
+
 void toggle(QWidget* widget)
 {
-    QAccessibleActionInterface* actions =
-        QAccessible::queryAccessibleInterface(widget)->actionInterface();
-    QVERIFY(actions->actionNames().contains(QAccessibleActionInterface::toggleAction()));
-    actions->doAction(QAccessibleActionInterface::toggleAction());
+    act(widget, QAccessibleActionInterface::toggleAction());
+}
+
+// By the widget's own ShowMenu.
+QPointer<QMenu> openedMenu(QWidget* widget)
+{
+    act(widget, QAccessibleActionInterface::showMenuAction());
+    if (!QTest::qWaitFor([] { return QApplication::activePopupWidget() != nullptr; }))
+        qFatal("no menu has opened");
+    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+// The entry of an open menu.
+void press(QMenu* menu, const QString& entry)
+{
+    QAccessibleInterface* known = QAccessible::queryAccessibleInterface(menu);
+    for (int index = 0; index < known->childCount(); ++index) {
+        if (known->child(index)->text(QAccessible::Name) == entry)
+            return act(known->child(index), QAccessibleActionInterface::pressAction());
+    }
+    QFAIL(qPrintable(entry));
 }
 
 // As above, a row of a list.
@@ -261,6 +314,145 @@ private slots:
         }
     }
 
+    void menusOpenWhereTheMenuKeyOpensThem_data()
+    {
+        QTest::addColumn<int>("page");
+        QTest::addColumn<QString>("owner");
+        QTest::addColumn<QString>("entry");
+        QTest::newRow("macros") << int{Macros} << "Macros"
+                                << "Rename macro…";
+        QTest::newRow("actions") << int{Macros} << "Actions"
+                                 << "Change delay…";
+        QTest::newRow("screen") << int{Screen} << "Preview"
+                                << "Paste pictures";
+        QTest::newRow("settings") << int{Settings} << "Reset Keyboard Data"
+                                  << "Import settings…";
+    }
+    void menusOpenWhereTheMenuKeyOpensThem()
+    {
+        QFETCH(int, page);
+        QFETCH(QString, owner);
+        QFETCH(QString, entry);
+        openPage(page);
+        const QPointer<QMenu> menu = openedMenu(ownerOfMenu(owner));
+        QVERIFY(std::ranges::any_of(
+            menu->actions(), [&](const QAction* action) { return action->text() == entry; }));
+        for (const QMenu* inner : menu->findChildren<QMenu*>())
+            QCOMPARE(QAccessible::queryAccessibleInterface(const_cast<QMenu*>(inner))
+                         ->text(QAccessible::Name),
+                     inner->title());
+        QTest::keyClick(menu, Qt::Key_Escape);
+        QTRY_VERIFY(menu.isNull());
+    }
+
+    // Who pressed waits for an answer, and there is none until the dialog closes.
+    void questionsComeLater_data()
+    {
+        QTest::addColumn<QString>("owner");
+        QTest::addColumn<QString>("entry");
+        QTest::newRow("name") << "Macros"
+                              << "Rename macro…";
+        QTest::newRow("recording") << "Macros"
+                                   << "Record…";
+        QTest::newRow("delay") << "Actions"
+                               << "Change delay…";
+    }
+    void questionsComeLater()
+    {
+        QFETCH(QString, owner);
+        QFETCH(QString, entry);
+        openPage(Macros);
+        page()->findChild<QListWidget*>()->setCurrentRow(0);
+        page()->findChild<QTableWidget*>()->selectRow(0);
+        const QPointer<QMenu> menu = openedMenu(ownerOfMenu(owner));
+        bool isBack = false;
+        bool waited = true;
+        onNextDialog([&](QWidget& dialog) {
+            waited = !isBack;
+            dialog.close();
+        });
+        press(menu, entry);
+        isBack = true;
+        QTRY_COMPARE(dialogsStillExpected(), 0);
+        QVERIFY(!waited);
+    }
+
+    void theDialogSaysWhichKeyItIsFor()
+    {
+        openPage(Keys);
+        QString words;
+        onNextDialog([&](QWidget& dialog) {
+            words = QAccessible::queryAccessibleInterface(&dialog)->text(QAccessible::Description);
+            dialog.close();
+        });
+        page()->findChild<KeyboardView*>()->pressKey(keyNamed("Caps Lock").lightIndex);
+        QTRY_COMPARE(dialogsStillExpected(), 0);
+        QCOMPARE(words, QStringLiteral("Caps Lock"));
+    }
+
+    void theRequestForKeysIsHeardLast()
+    {
+        openPage(Keys);
+        auto* view = page()->findChild<KeyboardView*>();
+        view->focusKey(keyNamed("Caps Lock").lightIndex);
+        view->openKeyMenu(keyNamed("Caps Lock").lightIndex);
+        told().clear();
+        press(qobject_cast<QMenu*>(QApplication::activePopupWidget()),
+              QStringLiteral("Press the keys…"));
+        const QString request = QStringLiteral("Press the keys that \"Caps Lock\" is to send.");
+        QTRY_VERIFY(announced().contains(request));
+        QCoreApplication::processEvents();
+        const qsizetype focus = told().lastIndexOf(QStringLiteral("focus Caps Lock"));
+        QVERIFY2(focus >= 0 && focus < told().indexOf(QStringLiteral("heard ") + request),
+                 qPrintable(told().join(u';')));
+    }
+
+    // Also what moves in a list that does not have it.
+    void theFocusIsToldWhereItIs()
+    {
+        openPage(Macros);
+        page()->findChild<QListWidget*>()->setCurrentRow(0);
+        QPushButton* add = buttonOf(*page(), QStringLiteral("Add action"));
+        add->setFocus();
+        auto* table = page()->findChild<QTableWidget*>();
+        told().clear();
+        add->click();
+        table->selectRow(table->rowCount() - 1);
+        buttonOf(*page(), QStringLiteral("Remove action"))->click();
+        EditHistory::instance().undo();
+        EditHistory::instance().undo();
+        QVERIFY2(told().filter(QStringLiteral("focus ")).isEmpty(), qPrintable(told().join(u';')));
+        table->setFocus();
+        QTest::keyClick(table, Qt::Key_Down);
+        QVERIFY(!told().filter(QStringLiteral("focus ")).isEmpty());
+    }
+
+    void aStepOfTheWheelIsToldOnce()
+    {
+        openPage(Lighting);
+        auto* wheel = page()->findChild<PaletteWheel*>();
+        for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Left}) {
+            told().clear();
+            QTest::keyClick(wheel, key);
+            QCOMPARE(told().filter(wheel->accessibleName()),
+                     QStringList({"value Color wheel", "words Color wheel"}));
+        }
+    }
+
+    void nothingIsCalledTwice()
+    {
+        int buttons = 0;
+        for (QAbstractButton* button : window->findChildren<QAbstractButton*>()) {
+            const QAccessibleInterface* known = QAccessible::queryAccessibleInterface(button);
+            const QString name = known->text(QAccessible::Name);
+            if (name.isEmpty())
+                continue; // a part of a dialog that nobody has opened
+            QVERIFY2(known->text(QAccessible::Description) != name, qPrintable(name));
+            ++buttons;
+        }
+        QVERIFY(buttons > 40);
+    }
+
     void spinBoxesGoByTheirStep()
     {
         openPage(Screen);
@@ -335,6 +527,18 @@ private:
         buttons.at(index)->setFocus(Qt::TabFocusReason);
     }
     QWidget* page() const { return stackOf(*window)->currentWidget(); }
+    // Of those that tools can ask for it.
+    QWidget* ownerOfMenu(const QString& name) const
+    {
+        for (QWidget* widget : page()->findChildren<QWidget*>()) {
+            QAccessibleInterface* known = QAccessible::queryAccessibleInterface(widget);
+            if (known->text(QAccessible::Name) == name && known->actionInterface() != nullptr &&
+                known->actionInterface()->actionNames().contains(
+                    QAccessibleActionInterface::showMenuAction()))
+                return widget;
+        }
+        qFatal("nothing called \"%s\" has a menu", qPrintable(name));
+    }
 
     std::unique_ptr<MainWindow> window;
 };

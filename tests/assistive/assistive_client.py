@@ -20,11 +20,17 @@ PAGES = ["Home", "Keys", "Macros", "Light Effect Mode", "TFT Screen", "Favorites
          "Custom Lighting", "Music", "Keyboard Settings"]
 # Of Qt, which names what is in them; tried is what is ours.
 FOREIGN = {"Images or GIF", "Brush color", "Export settings", "Import settings"}
-# What closes the menu of a key and leaves things as they are.
-LEAVING = {"Keys": "Copy", "Custom Lighting": "Clear key"}
+# What closes a menu of the page and leaves things as they are.
+LEAVING = {"Keys": "Copy", "Custom Lighting": "Clear key", "Macros": "Record…",
+           "TFT Screen": "Paste pictures", "Keyboard Settings": "Import settings…"}
 # Of the menu of a key: what is no choice that stays.
 ENTRIES = ("Assign…", "Press the keys…", "Copy", "Paste", "Undo", "Redo")
-BUTTONS = {
+# What is so already: the focus of a dialog that opens, what is the only one, what shows the same
+# picture once more.
+IDLE = ("SetFocus on Name:", "SetFocus on Delay before (ms):", "Toggle on Greet",
+        "Press on Convert & preview")
+# Of buttons and of entries of menus.
+EFFECTS = {
     "Assign…": ("opens", "Assign key"),
     "Write layer to keyboard": ("says", "Layer "),
     "Reset all to default": ("says", "Reset "),
@@ -34,7 +40,6 @@ BUTTONS = {
     "Remove action": ("says", "Remove action"),
     "Write macros to keyboard": ("says", "Macros written"),
     "Import GIF / images (resized to 128×128)…": ("opens", "Images or GIF"),
-    "Convert & preview": ("says", ""),  # shows once more what can be seen already
     "Send to screen": ("says", "Animation sent"),
     "Brush color…": ("opens", "Brush color"),
     "Fill all keys": ("says", "Fill all keys"),
@@ -43,6 +48,25 @@ BUTTONS = {
     "Read from keyboard": ("says", "Color bank read"),
     "Reset Keyboard Data": ("opens", "Reset Keyboard Data"),
     "Restore Factory Settings": ("opens", "Restore Factory Settings"),
+    "Record…": ("opens", "Record"),
+    "Rename macro…": ("opens", "Rename macro"),
+    "Duplicate macro": ("says", "Duplicate macro"),
+    "Move macro up": ("says", "Move macro"),
+    "Move macro down": ("says", "Move macro"),
+    "Delete macro": ("says", "Delete macro"),
+    "Insert action above": ("says", "Insert action"),
+    "Duplicate actions": ("says", "Duplicate actions"),
+    "Change delay…": ("opens", "Change delay"),
+    "Move actions up": ("says", "Move actions"),
+    "Move actions down": ("says", "Move actions"),
+    "Remove actions": ("says", "Remove action"),
+    "Undo": ("says", "Undone: "),
+    "Redo": ("says", ""),
+    "Play": ("opens", "Animation"),
+    "Paste pictures": ("says", "There is no picture to paste."),
+    "Export settings…": ("opens", "Export settings"),
+    "Import settings…": ("opens", "Import settings"),
+    "Earlier states": ("opens", "Earlier state"),
 }
 
 
@@ -63,7 +87,7 @@ if "INSIDE" not in os.environ:
 
 import pyatspi  # noqa: E402
 
-from screen_reader import ScreenReader, actions, inside, is_, role, shown, words  # noqa: E402
+from screen_reader import ScreenReader, actions, inside, is_, label, role, shown, words  # noqa: E402
 
 
 def write_picture(path):
@@ -164,14 +188,17 @@ class Client(ScreenReader):
         self.press_and_hear("Read from keyboard", "Color bank read from keyboard.")
         self.wait_described(key, "violet, #8d00ff")
 
-    def make_a_macro(self):
-        self.open_page("Macros")
+    def new_macro(self, name):
         self.press("New macro")
         dialog = self.window("New macro")
-        self.write(self.find("text", "Name:", dialog), "Greet")
+        self.write(self.find("text", "Name:", dialog), name)
         since = len(self.protocol)
         self.close(dialog, "OK")
         self.wait_heard("New macro", since)
+
+    def make_a_macro(self):
+        self.open_page("Macros")
+        self.new_macro("Greet")
         self.choose("Key / button", "H")
         for kind, delay in (("Key press", 0), ("Key release", 40)):
             self.choose("Type", kind)
@@ -201,22 +228,68 @@ class Client(ScreenReader):
 
     def try_all(self):
         self.seen_dialogs = set()
+        self.copied = None
+        self.nodes_in(self.main)
         for name in PAGES:
+            self.try_action(self.tabs[name], "SetFocus")
             self.open_page(name)
-            self.do(self.tabs[name], "SetFocus")
-            self.tried += 2
+            self.tried += 1
             if name == "Light Effect Mode":
                 self.do(self.here("check box", "Random Color"), "Toggle")  # else no color counts
             # First what is chosen, then what is done with it; what deletes comes last.
             order = sorted(self.nodes_in(self.page),
                            key=lambda node: (role(node) == "push button", node.name == "Delete"))
             self.try_nodes(order)
-        self.try_menu("Keys")
-        self.try_menu("Custom Lighting")
+        self.try_menu_of_key("Keys")
+        self.try_menu_of_key("Custom Lighting")
+        self.try_menus_of_macros()
+        self.try_menu("TFT Screen", "image", "Preview")
+        self.try_menu("Keyboard Settings", "push button", "Reset Keyboard Data")
         self.try_title_bar()
 
-    def try_menu(self, page):
-        """Every entry of the menu of a key."""
+    def try_menus_of_macros(self):
+        """On the second of three, each, so that there is something to do for every entry."""
+        self.open_page("Macros")
+        macros, table = self.here("list", "Macros"), self.here("table", "Actions")
+        self.new_macro("First")
+        for delay in (10, 20, 30):
+            self.set_value(self.here("spin button", "Delay before"), delay)
+            self.press_and_hear("Add action", "Add action")
+        for _ in range(2):
+            menu = self.open_menu(self.here("panel", "Macros"))
+            self.wait_heard("Duplicate macro", self.do(self.find("menu item", "Duplicate macro",
+                                                                 menu), "Press"))
+
+        def select(node):
+            if not is_(node, pyatspi.STATE_SELECTED):
+                self.do(node, "Toggle")
+                self.wait("it is selected", lambda: is_(node, pyatspi.STATE_SELECTED))
+        self.try_menu("Macros", "panel", "Macros", lambda: select(macros[1]))
+        select(macros[1])
+        self.try_menu("Macros", "panel", "Actions",
+                      lambda: select(table.queryTable().getAccessibleAt(1, 0)))
+
+    def try_menu(self, page, kind, owner, prepare=lambda: None):
+        """Every entry of it, one after the other."""
+        self.open_page(page)
+        prepare()
+        ways = list(self.ways_in(self.open_menu(self.here(kind, owner))))
+        self.leave_menu()
+        for way in ways:
+            if way[-1] == "None kept yet":
+                continue
+            prepare()
+            entry = self.entry(self.open_menu(self.here(kind, owner)), way)
+            assert is_(entry, pyatspi.STATE_ENABLED), f"{way} has nothing to do"
+            windows = self.application.childCount
+            promise = self.promise_of_button(way[0])
+            self.do(entry, "Press")
+            self.wait(f"{way} does what it is called", promise)
+            self.tried += 1
+            if self.application.childCount > windows:
+                self.leave(self.application[windows])
+
+    def try_menu_of_key(self, page):
         self.open_page(page)
         key = self.here("push button", "Caps Lock")
         ways = list(self.ways_in(self.open_menu(key)))
@@ -226,6 +299,7 @@ class Client(ScreenReader):
         modifiers = [way for way in ways if way[0] == "With modifiers"]
         for way in [way for way in ways if way not in modifiers] + (
                 modifiers and [("Keys", "Letters A to M", "A"), *modifiers]):
+            self.make_room_on_key(key, way[-1])
             menu = self.open_menu(key)
             if checked:
                 assert is_(self.entry(menu, checked), pyatspi.STATE_CHECKED), checked
@@ -235,6 +309,7 @@ class Client(ScreenReader):
                 self.leave_menu()
                 continue
             promise, stays = self.promise_of_entry(key, entry, way)
+            assert way[-1] == "Copy" or not promise(), f"{way} changes nothing"
             self.do(entry, "Press")
             self.wait(f"{way} does what it is called", promise)
             self.tried += 1
@@ -247,11 +322,32 @@ class Client(ScreenReader):
             elif page == "Keys" and way[-1] not in ENTRIES:
                 checked = way
 
+    def make_room_on_key(self, key, entry):
+        """So that there is something to do for the entry."""
+        def choose(beginning):
+            menu = self.open_menu(key)
+            self.do(next(node for node in inside(menu) if role(node) == "menu item" and
+                         node.name.startswith(beginning)), "Press")
+        if entry in ("Paste", "Default key"):
+            choose("Disabled")
+            self.wait("it is disabled", lambda: key.description not in (self.copied,
+                                                                        "factory function"))
+        elif entry in ("Take this color", "Fill keys of this color", "Clear key"):
+            brush = self.here("image", "Brush")
+            self.do(key, "Press")
+            self.wait_described(key, brush.description)
+            choose("Brush #")
+            self.wait("the brush is another one", lambda: brush.description != key.description)
+        elif entry == "Fill unpainted keys":
+            choose("Clear key")
+
     def ways_in(self, menu):
         for entry in menu:
             if role(entry) == "menu item" and ": " not in entry.name:  # which heads the menu
                 self.nodes += 1
+                assert entry.name
                 for submenu in entry:
+                    assert submenu.name == entry.name, f"nameless: the menu of {entry.name}"
                     yield from ((entry.name, *way) for way in self.ways_in(submenu))
                 if entry.childCount == 0:
                     yield (entry.name.split(" ")[0] if entry.name[:4] in ("Undo", "Redo")
@@ -263,7 +359,12 @@ class Client(ScreenReader):
         return found if len(way) == 1 else self.entry(found[0], way[1:])
 
     def leave_menu(self):
-        self.do(self.entry(self.menu, (LEAVING[self.page_name],)), "Press")
+        windows = self.application.childCount
+        entry = LEAVING[self.page_name]
+        self.do(self.entry(self.menu, (entry,)), "Press")
+        if EFFECTS.get(entry, ("", ""))[0] == "opens":
+            self.wait("a dialog opens", lambda: self.application.childCount > windows)
+            self.leave(self.application[windows])
 
     def promise_of_entry(self, key, entry, way):
         """Also, whether the menu stays open."""
@@ -275,16 +376,18 @@ class Client(ScreenReader):
             return lambda: 'Press the keys that "Caps Lock" is to send.' in self.heard(since), False
         if way[-1] == "Assign…":
             return self.promise_of_button(way[-1]), False
+        if way[-1] == "Copy":  # which is seen when it is pasted
+            self.copied = key.description
+            return lambda: True, False
+        if way[-1] == "Paste":
+            return lambda: key.description == self.copied, False
         if self.page_name == "Keys" or way[-1] in ("Undo", "Redo"):
-            # What was copied from a key changes nothing on it.
-            silent = way[-1] in ("Copy", "Paste") or is_(entry, pyatspi.STATE_CHECKED)
-            return lambda: silent or self.heard(since), False
+            return lambda: self.heard(since), False
         brush = self.here("image", "Brush")
-        before = key.description.replace("black, #000000", "unpainted")
         promise = {
             "Take this color": lambda: brush.description == key.description,
             "Fill keys of this color": lambda: key.description == brush.description,
-            "Fill unpainted keys": lambda: key.description in (before, brush.description),
+            "Fill unpainted keys": lambda: key.description == brush.description,
             "Clear key": lambda: key.description == "black, #000000",
         }
         return promise.get(way[-1], lambda: brush.description[-7:] == way[-1][-7:]), False
@@ -313,13 +416,16 @@ class Client(ScreenReader):
 
     def try_nodes(self, nodes):
         for node in nodes:
-            for action in actions(node) if is_(node, pyatspi.STATE_ENABLED) else []:
-                self.try_action(node, action)
+            if is_(node, pyatspi.STATE_ENABLED):
+                # What else is done to it brings the focus along.
+                for action in sorted(actions(node), key=lambda name: name != "SetFocus"):
+                    self.try_action(node, action)
 
     def try_action(self, node, action):
         self.menu = None
         windows = self.application.childCount
         promise = self.promise_of(node, action)
+        self.make_room_for(node, action, promise)
         self.do(node, action)
         self.wait(f"{action} on {words(node)} does what it is called", promise)
         self.tried += 1
@@ -327,6 +433,19 @@ class Client(ScreenReader):
             self.leave(self.application[windows])
         if self.menu is not None:
             self.leave_menu()
+
+    def make_room_for(self, node, action, promise):
+        """What is true before cannot become true: of several, another one is chosen first."""
+        if not promise():
+            return
+        other = next((other for other in node.parent
+                      if role(node) in ("list item", "radio button", "page tab") and
+                      other != node and action in actions(other)), None)
+        if other is None:
+            assert f"{action} on {label(node)}" in IDLE, f"{action} on {words(node)} changes nothing"
+        else:
+            self.do(other, action)
+            self.wait("the other one is chosen", lambda: not promise())
 
     def leave(self, window):
         """Its buttons that do something are tried where people use them."""
@@ -370,6 +489,8 @@ class Client(ScreenReader):
                             effect.get(node.name, lambda: True)())
         if node.parent.name == "Keyboard":
             return self.promise_of_key(node, action)
+        if action == "ShowMenu":
+            return lambda: self.menu is not None
         if "#" in node.name:
             return lambda: self.color_of_fields() == node.name[-7:]
         if node.name == "Remove action":
@@ -404,11 +525,13 @@ class Client(ScreenReader):
         return lambda: is_(key, pyatspi.STATE_SELECTED)
 
     def promise_of_button(self, name):
-        kind, text = BUTTONS[name]
+        if name == "Convert & preview":  # what can be seen already
+            return lambda: self.here("image", "Preview").description == "The first of 1 frame(s)"
+        kind, text = EFFECTS[name]
         since = len(self.protocol)
         if kind == "opens":
             return lambda: any(window.name == text and shown(window) for window in self.application)
-        return lambda: not text or any(line.startswith(text) for line in self.heard(since))
+        return lambda: any(line.startswith(text) for line in self.heard(since))
 
     def color_of_fields(self):
         channels = [self.here("spin button", name).queryValue().currentValue

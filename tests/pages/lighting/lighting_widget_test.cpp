@@ -436,8 +436,13 @@ private slots:
         Told told;
         swatch("#0090f3")->click();
         QTest::mouseClick(wheel(), Qt::LeftButton, {}, {120, 8});
-        QVERIFY(!Told::events().isEmpty());
-        QCOMPARE(Told::events().last().description, colorWords(wheel()->color()));
+        QStringList descriptions;
+        for (const Told::Event& event : Told::events()) {
+            if (event.name == QLatin1String("Color wheel"))
+                descriptions += event.description;
+        }
+        QVERIFY(!descriptions.isEmpty());
+        QCOMPARE(descriptions.last(), colorWords(wheel()->color()));
         QVERIFY(Told::names(QAccessible::ValueChanged).contains("Color wheel"));
     }
 

@@ -16,6 +16,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QFile>
 #include <QGroupBox>
 #include <QHeaderView>
@@ -436,8 +437,9 @@ private slots:
         showPage(threeMacros());
         list()->setCurrentRow(current);
         chooseEntry(*list(), QStringLiteral("Record…"));
+        QTRY_VERIFY(page->findChild<RecordDialog*>() != nullptr);
         auto* dialog = page->findChild<RecordDialog*>();
-        QVERIFY(dialog != nullptr && dialog->isVisible());
+        QVERIFY(dialog->isVisible());
         QCOMPARE(dialog->findChild<QLabel*>()->text(), words);
         const QList<MacroAction> recorded(40, {3, 4, 0xB0});
         emit dialog->recorded(recorded);
@@ -462,6 +464,7 @@ private slots:
         showPage({macroWithActions(660)});
         list()->setCurrentRow(0);
         chooseEntry(*list(), QStringLiteral("Record…"));
+        QTRY_VERIFY(page->findChild<RecordDialog*>() != nullptr);
         emit page->findChild<RecordDialog*>()->recorded(QList<MacroAction>(10, {3, 4, 0xB0}));
         QCOMPARE(status()->text(),
                  QStringLiteral("The macros take 3084 of 3072 bytes: too many to write."));
@@ -539,7 +542,7 @@ private slots:
             clickButton(dialog, QStringLiteral("OK"));
         });
         chooseEntry(*list(), QStringLiteral("Rename macro…"));
-        QCOMPARE(dialogsStillExpected(), 0);
+        QTRY_COMPARE(dialogsStillExpected(), 0);
         QList<MacroRecord> expected = threeMacros();
         if (taken)
             expected[1].name = name;
@@ -628,7 +631,7 @@ private slots:
             clickButton(dialog, QStringLiteral("OK"));
         });
         chooseEntry(*table(), QStringLiteral("Change delay…"));
-        QCOMPARE(dialogsStillExpected(), 0);
+        QTRY_COMPARE(dialogsStillExpected(), 0);
         QList<MacroRecord> expected = threeMacros();
         expected[1].actions[0].delay = 250;
         expected[1].actions[2].delay = 250;
@@ -642,9 +645,13 @@ private slots:
         list()->setCurrentRow(1);
         for (QAbstractScrollArea* area : {static_cast<QAbstractScrollArea*>(list()),
                                           static_cast<QAbstractScrollArea*>(table())}) {
-            emit area->customContextMenuRequested({5, 5});
+            const QPoint place(5, 5);
+            QContextMenuEvent request(QContextMenuEvent::Mouse, place,
+                                      area->viewport()->mapToGlobal(place));
+            QCoreApplication::sendEvent(area->viewport(), &request);
             QTRY_VERIFY(QApplication::activePopupWidget() != nullptr);
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            QCOMPARE(menu->pos(), request.globalPos());
             QCOMPARE(menu->actions().first(area->actions().size()), area->actions());
             QVERIFY(menu->actions().constLast()->text().startsWith(QStringLiteral("Redo")));
             menu->close();

@@ -316,7 +316,7 @@ private slots:
         QTest::keyClick(field, Qt::Key_Tab);
         QTRY_VERIFY(view->hasFocus());
         QCoreApplication::processEvents();
-        QCOMPARE(Told::names(QAccessible::Focus).last(), QStringLiteral("Esc"));
+        QCOMPARE(Told::names(QAccessible::Focus), QStringList({"Keyboard", "Esc"}));
         field->setFocus();
         QCoreApplication::processEvents();
         QCOMPARE(Told::names(QAccessible::Focus), QStringList(QString()));

@@ -287,12 +287,15 @@ private slots:
         auto* other = new QMimeData; // nothing that the dialog would offer
         other->setUrls({QUrl::fromLocalFile(write("notes.txt", "no picture"))});
         paste(page, other);
-        QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
+        const QString nothing = QStringLiteral("There is no picture to paste.");
+        QCOMPARE(statusOf(page)->text(), nothing);
 
         auto* text = new QMimeData;
         text->setText(QStringLiteral("nothing to see"));
+        statusOf(page)->clear();
         paste(page, text);
-        QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
+        QCOMPARE(statusOf(page)->text(), nothing);
+        QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(5, 250), QColor(Qt::green));
     }
 
     void pastedPictureIsSentLikeAFileOfIt()
