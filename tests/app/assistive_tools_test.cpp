@@ -377,6 +377,22 @@ private slots:
         QVERIFY(!waited);
     }
 
+    void aButtonAnswersBeforeItAsks()
+    {
+        openPage(Settings);
+        bool isBack = false;
+        bool waited = true;
+        onNextDialog([&](QWidget& dialog) {
+            waited = !isBack;
+            dialog.close();
+        });
+        act(buttonOf(*page(), QStringLiteral("Reset Keyboard Data")),
+            QAccessibleActionInterface::pressAction());
+        isBack = true;
+        QTRY_COMPARE(dialogsStillExpected(), 0);
+        QVERIFY(!waited);
+    }
+
     void theDialogSaysWhichKeyItIsFor()
     {
         openPage(Keys);
