@@ -416,7 +416,9 @@ def test_second_start(desktop, program, path):
     def look():
         return [row >> 32 * (desktop.screen[0] - left - width) & (1 << 32 * width) - 1
                 for row in desktop.picture()[top:top + height]]
-    first = look()
+    # The button that the pointer has left takes a moment to show it.
+    first = wait("it stands still", lambda: next(
+        (seen for seen in [look()] if all(look() == seen for _ in range(5))), None))
     other = desktop.directory / "other"
     other.mkdir()
     Program(desktop, path, XDG_CONFIG_HOME=str(other))
