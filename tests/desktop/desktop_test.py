@@ -222,13 +222,13 @@ class Desktop:
         right = self.screen[0] - ((columns & -columns).bit_length() - 1) // 32
         return left, rows[0][0], right - left, rows[-1][0] + 1 - rows[0][0]
 
-    def shows(self, what, is_so, before=None):
+    def shows(self, what, is_so, before=None, patience=PATIENCE):
         """Waits until the box of what is on the desktop is right and stays."""
         def look():
             self.seen = self.box(before)
             return is_so(*self.seen) and self.box(before) == self.seen
         try:
-            wait(what, look)
+            wait(what, look, patience)
         except AssertionError as error:
             raise AssertionError(f"{error}, but {self.seen}") from None
         return self.seen
@@ -254,9 +254,23 @@ class Desktop:
             act()
             self.picture()
 
+    def double_click(self, x, y, what, expected):
+        """Again when it was too slow for one, which changes nothing."""
+        self.move_to(x, y)
+        self.picture()
+        for attempt in range(5):
+            for act in (self.press, self.release) * 2:
+                act()
+            try:
+                return self.shows(what, lambda *box: box == expected, patience=5)
+            except AssertionError:
+                if attempt == 4:
+                    raise
+
     def keys(self, event, *names):
         for name in names:
             self.fake(event, self.x.keysym_to_keycode(XK.string_to_keysym(name)))
+
     def drag(self, x, y, right, down, expected):
         """How far the window is behind depends on when the desktop took over; a hand follows up."""
         before = seen = self.box()
@@ -350,12 +364,8 @@ def test_window(desktop, program):
         program.drag(width - 2, height - 2, -1000, -600, (0, 0, 900 - width, 620 - height))
 
     # Maximized and restored.
-    program.click(500, 24)
-    program.click(500, 24)
-    desktop.shows("maximized", lambda *box: box == (0, 0, *SCREEN))
-    desktop.click(400, 24)
-    desktop.click(400, 24)
-    desktop.shows("restored", lambda *box: box == program.box)
+    desktop.double_click(program.box[0] + 500, program.box[1] + 24, "maximized", (0, 0, *SCREEN))
+    desktop.double_click(400, 24, "restored", program.box)
 
     # Minimized, and back by the keys of the desktop.
     program.click(program.box[2] - 51, 25)
