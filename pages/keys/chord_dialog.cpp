@@ -67,7 +67,8 @@ void ChordDialog::openAt(QPoint globalCenter)
     adjustSize();
     centerAt(this, globalCenter);
     show();
-    // Nobody tells of the focus of a popup. Later: first is told where a menu has left the focus.
+    // Nobody tells of the focus of a popup. The focus that a closing menu gives back is told of
+    // later, too, and would be said over this.
     QMetaObject::invokeMethod(
         this, [this] { announce(this, accessibleDescription()); }, Qt::QueuedConnection);
 }

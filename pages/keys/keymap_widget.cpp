@@ -138,7 +138,7 @@ QString KeymapWidget::keyToolTip(int lightIndex) const
     const KeyAction& base = state.layerBase.at(index);
     const KeyAction& fn = state.layerFn.at(index);
     if (base == KeyAction() && fn == KeyAction())
-        return tr("Click to assign, right click or Shift+F10 for a menu");
+        return tr("Click to assign, right click for a menu");
     const auto words = [&](const KeyAction& action) {
         return beginningOf(keyActionWords(action, state.macros), toolTipNameLimit);
     };

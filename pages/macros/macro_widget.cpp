@@ -180,13 +180,16 @@ QWidget* MacroWidget::createActionGroup()
 }
 
 // What belongs to the list opens its menu, too.
-void MacroWidget::openMenuOn(QGroupBox* group, QWidget* list)
+void MacroWidget::openMenuOn(QGroupBox* group, QAbstractScrollArea* list)
 {
-    group->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(group, &QWidget::customContextMenuRequested, this,
-            [this, group, list](QPoint position) {
-                showMenu(list->actions(), this, group->mapToGlobal(position));
-            });
+    const std::pair<QWidget*, QWidget*> owners[] = {{list, list->viewport()}, {group, group}};
+    for (const auto& [owner, ground] : owners) {
+        owner->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(owner, &QWidget::customContextMenuRequested, this,
+                [this, ground, list](QPoint position) {
+                    showMenu(list->actions(), this, ground->mapToGlobal(position));
+                });
+    }
     letToolsOpenMenu(group, QAccessible::Grouping, group->title());
 }
 
@@ -336,13 +339,28 @@ void MacroWidget::newMacro()
 void MacroWidget::renameMacro()
 {
     const MacroRecord* macro = currentMacro();
-    const QString name = macro == nullptr ? QString() : askForName(tr("Rename macro"), macro->name);
-    // Settings dropped just before the question came may have brought other macros.
-    if (name.isEmpty() || currentMacro() == nullptr)
+    if (macro == nullptr)
         return;
-    const int row = macroList->currentRow();
-    editMacros(tr("Rename macro"), [&](auto& macros) { macros[row].name = name; });
-    showMacro(row);
+    QInputDialog* question = createQuestion(tr("Rename macro"), tr("Name:"));
+    question->setTextValue(macro->name);
+    connect(question, &QInputDialog::textValueSelected, this, [this](const QString& name) {
+        const int row = macroList->currentRow();
+        // Settings dropped just before the question came may have brought other macros.
+        if (name.isEmpty() || currentMacro() == nullptr)
+            return;
+        editMacros(tr("Rename macro"), [&](auto& macros) { macros[row].name = name; });
+        showMacro(row);
+    });
+    question->open();
+}
+
+QInputDialog* MacroWidget::createQuestion(const QString& title, const QString& label)
+{
+    auto* question = new QInputDialog(this);
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    question->setWindowTitle(title);
+    question->setLabelText(label);
+    return question;
 }
 
 // At the end, so that no key has to follow another macro.
@@ -473,21 +491,23 @@ void MacroWidget::duplicateActions()
 
 void MacroWidget::changeDelay()
 {
-    QList<int> rows = selectedActions();
-    if (rows.isEmpty())
+    if (selectedActions().isEmpty())
         return;
-    bool accepted = false;
-    const int delay = QInputDialog::getInt(this, tr("Change delay"), tr("Delay before (ms):"),
-                                           currentMacro()->actions.at(rows.first()).delay, 0,
-                                           longestDelayMs, 1, &accepted);
-    rows = selectedActions();
-    if (!accepted || rows.isEmpty())
-        return;
-    editActions(tr("Change delay"), [&](auto& actions) {
-        for (const int row : rows)
-            actions[row].delay = static_cast<std::uint16_t>(delay);
+    QInputDialog* question = createQuestion(tr("Change delay"), tr("Delay before (ms):"));
+    question->setInputMode(QInputDialog::IntInput);
+    question->setIntRange(0, longestDelayMs);
+    question->setIntValue(currentMacro()->actions.at(selectedActions().first()).delay);
+    connect(question, &QInputDialog::intValueSelected, this, [this](int delay) {
+        const QList<int> rows = selectedActions();
+        if (rows.isEmpty())
+            return;
+        editActions(tr("Change delay"), [&](auto& actions) {
+            for (const int row : rows)
+                actions[row].delay = static_cast<std::uint16_t>(delay);
+        });
+        selectActions(rows);
     });
-    selectActions(rows);
+    question->open();
 }
 
 // Each by one place; none when the first of them has no place to go to.

@@ -5,9 +5,11 @@
 
 #include <QWidget>
 
+class QAbstractScrollArea;
 class QAction;
 class QComboBox;
 class QGroupBox;
+class QInputDialog;
 class QListWidget;
 class QSpinBox;
 class QTableWidget;
@@ -43,7 +45,7 @@ public slots:
 private:
     QWidget* createMacroGroup();
     QWidget* createActionGroup();
-    void openMenuOn(QGroupBox* group, QWidget* list);
+    void openMenuOn(QGroupBox* group, QAbstractScrollArea* list);
     void createActionTable(QWidget* parent);
     void createActionForm(QWidget* parent);
     void createMacroEntries();
@@ -51,6 +53,7 @@ private:
     void enableEntries();
 
     void renameMacro();
+    [[nodiscard]] QInputDialog* createQuestion(const QString& title, const QString& label);
     void duplicateMacro();
     void moveCurrentMacro(int distance);
     void recordActions();

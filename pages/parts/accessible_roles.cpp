@@ -38,7 +38,8 @@ public:
     QStringList actionNames() const override
     {
         QStringList names = QAccessibleWidget::actionNames();
-        if (widget()->property(menuProperty).toBool() && widget()->isEnabled())
+        if (widget()->property(menuProperty).toBool() && widget()->isEnabled() &&
+            widget()->isVisible())
             names += showMenuAction();
         return names;
     }
@@ -48,6 +49,8 @@ public:
             QAccessibleWidget::doAction(name);
             return;
         }
+        if (!actionNames().contains(name))
+            return;
         const QPoint center = widget()->rect().center();
         QCoreApplication::postEvent(widget(),
                                     new QContextMenuEvent(QContextMenuEvent::Keyboard, center,

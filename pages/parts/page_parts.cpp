@@ -53,9 +53,7 @@ QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& 
     entry->setShortcut(keys);
     entry->setAutoRepeat(false); // one press, one step
     entry->setShortcutContext(Qt::WidgetShortcut);
-    // An assistive tool that chose it would wait until the question is answered.
-    QObject::connect(entry, &QAction::triggered, widget, act,
-                     text.endsWith(u'…') ? Qt::QueuedConnection : Qt::AutoConnection);
+    QObject::connect(entry, &QAction::triggered, widget, act);
     widget->addAction(entry);
     return entry;
 }

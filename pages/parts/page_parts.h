@@ -32,7 +32,8 @@ void cutAtEdges(QLayout* pageLayout);
 // keys go on from there.
 void letTabFindTheChosen(const QList<QAbstractButton*>& buttons);
 
-// An entry for the menu of a widget, whose keys work while that widget has the focus.
+// An entry for the menu of a widget, whose keys work while that widget has the focus. One that asks
+// opens its question and returns: an assistive tool that chose the entry waits for that.
 QAction* addMenuEntry(QWidget* widget, const QString& text, const QKeySequence& keys,
                       const std::function<void()>& act);
 

@@ -210,13 +210,14 @@ void ScreenWidget::pastePictures()
     }
     if (BusyWait::isRunning())
         return;
-    if (pasted == nullptr || !pasted->hasImage()) {
-        statusLabel->showStatus(StatusLook::Warning, tr("There is no picture to paste."));
-        return;
+    QImage picture;
+    if (pasted != nullptr && pasted->hasImage()) {
+        const BusyWait wait(this, statusLabel); // who holds the picture may take its time
+        picture = QApplication::clipboard()->image();
     }
-    const BusyWait wait(this, statusLabel); // who holds the picture may take its time
-    const QImage picture = QApplication::clipboard()->image();
-    if (!picture.isNull())
+    if (picture.isNull())
+        statusLabel->showStatus(StatusLook::Warning, tr("There is no picture to paste."));
+    else
         takeFrames({importPicture(picture)}, {});
 }
 

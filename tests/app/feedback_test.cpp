@@ -522,7 +522,7 @@ private slots:
     {
         openPage(keysPage);
         QCOMPARE(keyToolTip(QStringLiteral("W")),
-                 QStringLiteral("Click to assign, right click or Shift+F10 for a menu"));
+                 QStringLiteral("Click to assign, right click for a menu"));
         openPage(colorsPage);
         QCOMPARE(keyToolTip(QStringLiteral("W")), QStringLiteral("W  #4d4d4d"));
         press("Fill all keys");

@@ -528,6 +528,8 @@ class Client(ScreenReader):
         if name == "Convert & preview":  # what can be seen already
             return lambda: self.here("image", "Preview").description == "The first of 1 frame(s)"
         kind, text = EFFECTS[name]
+        if name == "Redo":  # what was undone
+            text = next(line[8:] for line in reversed(self.heard()) if line.startswith("Undone: "))
         since = len(self.protocol)
         if kind == "opens":
             return lambda: any(window.name == text and shown(window) for window in self.application)

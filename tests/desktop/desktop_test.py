@@ -91,7 +91,9 @@ class Link:
         while True:
             while (len(self.received) < 8 or
                    len(self.received) < struct.unpack_from("IHH", self.received)[2]):
-                self.received += self.link.recv(65536)
+                received = self.link.recv(65536)
+                assert received, "the desktop has ended"
+                self.received += received
             target, event, size = struct.unpack_from("IHH", self.received)
             body, self.received = self.received[8:size], self.received[size:]
             yield target, event, body
@@ -324,12 +326,12 @@ class Desktop:
 class Program:
     SIZE = (1200, 720)
 
-    def __init__(self, desktop, path, **environment):
+    def __init__(self, desktop, path):
         self.desktop = desktop
         self.log = desktop.directory / f"{len(desktop.processes)}.log"
         with self.log.open("w") as log:
             self.process = desktop.start(
-                path, stderr=log, environment={"WAYLAND_DEBUG": "client"} | environment)
+                path, stderr=log, environment={"WAYLAND_DEBUG": "client"})
         size = tuple(round(size * desktop.ratio) for size in self.SIZE)
         self.box = desktop.shows("it is open", lambda *box: box[2:] == size)
 
@@ -414,8 +416,11 @@ def test_drop(desktop, program, source):
             desktop.move_to(to[0] + near, to[1])
             desktop.picture()  # which takes its time, in which both programs notice
         desktop.release()
-        return desktop.find(CYAN, 100)
-    wait("the picture is there", drop)
+        try:
+            return wait("the picture is there", lambda: desktop.find(CYAN, 100), patience=5)
+        except AssertionError:
+            return None  # they may have noticed too little of it
+    wait("the picture is dropped", drop)
 
 
 def test_second_start(desktop, program, path):
@@ -431,7 +436,7 @@ def test_second_start(desktop, program, path):
         (seen for seen in [look()] if all(look() == seen for _ in range(5))), None))
     other = desktop.directory / "other"
     other.mkdir()
-    Program(desktop, path, XDG_CONFIG_HOME=str(other))
+    desktop.start(path, environment={"XDG_CONFIG_HOME": str(other)})
     wait("the other is in front", lambda: look() != first)
     if desktop.name == "openbox":
         assert desktop.start(path).wait(60) == 0

@@ -639,16 +639,25 @@ private slots:
         QCOMPARE(selected(), QList<int>({0, 2}));
     }
 
+    void menusOpenWithTheirEntriesAndUndo_data()
+    {
+        QTest::addColumn<bool>("byKey");
+        QTest::newRow("by the mouse") << false;
+        QTest::newRow("by the menu key") << true;
+    }
     void menusOpenWithTheirEntriesAndUndo()
     {
+        QFETCH(bool, byKey);
         showPage(threeMacros());
         list()->setCurrentRow(1);
         for (QAbstractScrollArea* area : {static_cast<QAbstractScrollArea*>(list()),
                                           static_cast<QAbstractScrollArea*>(table())}) {
             const QPoint place(5, 5);
-            QContextMenuEvent request(QContextMenuEvent::Mouse, place,
-                                      area->viewport()->mapToGlobal(place));
-            QCoreApplication::sendEvent(area->viewport(), &request);
+            QContextMenuEvent request(byKey ? QContextMenuEvent::Keyboard
+                                            : QContextMenuEvent::Mouse,
+                                      place, area->viewport()->mapToGlobal(place));
+            // By a key, it comes to the list itself, with the place of the row in the viewport.
+            QCoreApplication::sendEvent(byKey ? area : area->viewport(), &request);
             QTRY_VERIFY(QApplication::activePopupWidget() != nullptr);
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
             QCOMPARE(menu->pos(), request.globalPos());
