@@ -140,6 +140,7 @@ void RgbWidget::showKeyMenu(int lightIndex, QPoint globalPos)
         colorOf(AppState::instance().customRgb, static_cast<std::size_t>(lightIndex));
     const QColor shown = shownColor(color);
     auto* menu = new QMenu(this);
+    menu->setAccessibleName(QStringLiteral("%1: %2").arg(nameOfKey(lightIndex), colorWords(shown)));
     menu->addAction(swatch(shown, this), tr("Take this color"), this,
                     [=, this] { takeBrushColor(shown); });
     menu->addAction(swatch(brushColor, this), tr("Fill keys of this color"), this,

@@ -9,7 +9,10 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <QVBoxLayout>
+
+#include <chrono>
 
 namespace tavik {
 
@@ -17,6 +20,9 @@ namespace {
 
 const QString noteStyle = QStringLiteral("color:#b8b8ba;");
 const QString refusalStyle = QStringLiteral("color:#e0a050;");
+
+constexpr std::uint8_t escapeUsage = 0x29;
+constexpr std::chrono::milliseconds escapeHold(1000);
 
 // 0 for a key that is no modifier.
 std::uint8_t modifierMask(std::uint8_t usage)
@@ -35,6 +41,11 @@ QLabel* createLabel(const QString& text, const QString& style, QWidget* parent)
 
 } // namespace
 
+QString ChordDialog::escapeWords()
+{
+    return tr("Hold Esc for a second to leave.");
+}
+
 // As a popup it gets keys that the desktop would take for itself.
 ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(parent, Qt::Popup)
 {
@@ -49,12 +60,16 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     auto* cancel = new QPushButton(tr("Cancel"), this);
     cancel->setFocusPolicy(Qt::NoFocus); // Space and Enter may be meant
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+    escapeTimer = new QTimer(this);
+    escapeTimer->setSingleShot(true);
+    escapeTimer->setInterval(escapeHold);
+    connect(escapeTimer, &QTimer::timeout, this, &QDialog::reject);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(18, 16, 18, 14);
     column->setSpacing(10);
     const QString request = tr("Press the keys that \"%1\" is to send.").arg(keyName);
-    setAccessibleDescription(request);
+    setAccessibleDescription(request + u' ' + escapeWords());
     column->addWidget(createLabel(request, {}, this));
     column->addWidget(words);
     column->addWidget(note);
@@ -100,6 +115,7 @@ void ChordDialog::focusOutEvent(QFocusEvent* event)
 {
     heldModifiers = 0;
     chord = {};
+    escapeTimer->stop();
     showChord();
     QDialog::focusOutEvent(event);
 }
@@ -110,6 +126,7 @@ void ChordDialog::press(quint32 scanCode)
     if (!usage) {
         note->setStyleSheet(refusalStyle);
         note->setText(tr("This key cannot be assigned. Press another one."));
+        announce(this, note->text());
         return;
     }
     if (chord.p2 != 0)
@@ -117,6 +134,8 @@ void ChordDialog::press(quint32 scanCode)
     const std::uint8_t mask = modifierMask(*usage);
     heldModifiers |= mask;
     chord = keyboardKeyAction(mask != 0 ? 0 : *usage, heldModifiers);
+    if (*usage == escapeUsage)
+        escapeTimer->start();
     showChord();
 }
 
@@ -137,7 +156,7 @@ void ChordDialog::showChord()
 {
     words->setText(chord == KeyAction() ? tr("…") : keyActionWords(chord, {}));
     note->setStyleSheet(noteStyle);
-    note->setText(tr("Modifiers alone count when you let them go."));
+    note->setText(tr("Modifiers alone count when you let them go.") + u'\n' + escapeWords());
 }
 
 void ChordDialog::finish()

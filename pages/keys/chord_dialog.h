@@ -6,12 +6,13 @@
 #include <QDialog>
 
 class QLabel;
+class QTimer;
 
 namespace tavik {
 
 // Takes the next keys that are pressed together: any modifiers, left and right told apart, and one
-// key, or modifiers alone. Keys count by where they lie. Every key may be meant, so only the button
-// and a click beside the dialog cancel it. It deletes itself.
+// key, or modifiers alone. Keys count by where they lie. Every key may be meant, so only the
+// button, a click beside the dialog and Esc held for a second cancel it. It deletes itself.
 class ChordDialog : public QDialog
 {
     Q_OBJECT
@@ -34,6 +35,7 @@ protected:
 private:
     void press(quint32 scanCode);
     void release(quint32 scanCode);
+    [[nodiscard]] static QString escapeWords();
     void showChord();
     void finish();
 
@@ -41,6 +43,7 @@ private:
     KeyAction chord; // default while nothing is pressed
     QLabel* words = nullptr;
     QLabel* note = nullptr;
+    QTimer* escapeTimer = nullptr;
 };
 
 } // namespace tavik

@@ -251,7 +251,7 @@ QLayout* LightingWidget::createSwatches(QWidget* parent)
         button->setProperty("swatchColor", swatchColor);
         button->setAccessibleName(colorWords(swatchColor));
         button->setToolTip(colorToolTip(nameOf(swatch), swatchColor));
-        setAccessibleRole(button, QAccessible::Button);
+        button->setAccessibleDescription(tr("Color of the effect"));
         button->setStyleSheet(
             QStringLiteral("QPushButton { background:%1; border:1px solid #555; padding:0; }"
                            "QPushButton:hover { border:2px solid white; }")

@@ -99,10 +99,10 @@ QAccessibleInterface* wheelInterface(const QString&, QObject* object)
 
 } // namespace
 
-WheelMarkers::WheelMarkers(const QImage& picture, QSize wheelSize)
+WheelMarkers::WheelMarkers(const QImage& picture, QSize size)
 {
-    const int centerX = wheelSize.width() / 2;
-    const int centerY = wheelSize.height() / 2;
+    const int centerX = size.width() / 2;
+    const int centerY = size.height() / 2;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
             const int radius = qRound(std::sqrt(squared(x - centerX) + squared(y - centerY)));

@@ -19,7 +19,7 @@ class WheelMarkers
 {
 public:
     // For a picture and the size of the widget that shows it; looks at every pixel once.
-    WheelMarkers(const QImage& picture, QSize wheelSize);
+    WheelMarkers(const QImage& picture, QSize size);
 
     // Nothing for a gray, which has no hue, and nothing in a picture without a ring.
     [[nodiscard]] std::optional<QPoint> find(const QColor& color) const;

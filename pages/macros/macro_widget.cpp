@@ -142,6 +142,7 @@ QWidget* MacroWidget::createMacroGroup()
     macroList = new MacroList(group);
     macroList->setAccessibleName(tr("Macros"));
     macroList->setToolTip(tr("Right click or Shift+F10 opens a menu; Ctrl+R records."));
+    macroList->setAccessibleDescription(macroList->toolTip());
     openMenuOn(group, macroList);
 
     auto* buttons = new QHBoxLayout;
@@ -187,7 +188,8 @@ void MacroWidget::openMenuOn(QGroupBox* group, QAbstractScrollArea* list)
         owner->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(owner, &QWidget::customContextMenuRequested, this,
                 [this, ground, list](QPoint position) {
-                    showMenu(list->actions(), this, ground->mapToGlobal(position));
+                    showMenu(list->accessibleName(), list->actions(), this,
+                             ground->mapToGlobal(position));
                 });
     }
     letToolsOpenMenu(group, QAccessible::Grouping, group->title());
@@ -198,6 +200,7 @@ void MacroWidget::createActionTable(QWidget* parent)
     actionTable = new QuietView<QTableWidget>(0, ActionColumnCount, parent);
     actionTable->setAccessibleName(tr("Actions"));
     actionTable->setToolTip(macroList->toolTip());
+    actionTable->setAccessibleDescription(macroList->toolTip());
     actionTable->setHorizontalHeaderLabels({tr("Delay (ms)"), tr("Action"), tr("Type")});
     for (int column = 0; column < ActionColumnCount; ++column)
         actionTable->horizontalHeaderItem(column)->setTextAlignment(alignmentOf(column));
@@ -214,7 +217,9 @@ void MacroWidget::createActionTable(QWidget* parent)
 void MacroWidget::createMacroEntries()
 {
     recordEntry =
-        addMenuEntry(macroList, tr("Record…"), Qt::CTRL | Qt::Key_R, [this] { recordActions(); });
+        addMenuEntry(this, tr("Record…"), Qt::CTRL | Qt::Key_R, [this] { recordActions(); });
+    recordEntry->setShortcutContext(Qt::WidgetWithChildrenShortcut); // wherever the focus is
+    macroList->addAction(recordEntry);
     const auto add = [this](const QString& text, const QKeySequence& keys,
                             const std::function<void()>& act) {
         return macroEntries.emplaceBack(addMenuEntry(macroList, text, keys, act));
@@ -622,6 +627,8 @@ void MacroWidget::refillActionTable(int macroIndex)
         for (int column = 0; column < ActionColumnCount; ++column) {
             QTableWidgetItem* cell = createCell(column, texts.at(static_cast<std::size_t>(column)));
             cell->setToolTip(words);
+            if (column == DelayColumn) // the first that is heard of a row
+                cell->setData(Qt::AccessibleTextRole, tr("%1 ms, %2").arg(action.delay).arg(words));
             if (column == ActionTextColumn) {
                 cell->setIcon(actionPicture(words));
                 cell->setForeground(codeColor);

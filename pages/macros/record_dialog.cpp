@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "pages/macros/record_dialog.h"
 
+#include "pages/parts/announcement.h"
 #include "pages/parts/scan_codes.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -71,6 +73,7 @@ RecordDialog::RecordDialog(const QString& macroName, QWidget* parent) : QDialog(
     column->addLayout(createDelayRow());
     column->addLayout(createButtonRow());
 
+    clock.start();
     escapeTimer = new QTimer(this);
     escapeTimer->setSingleShot(true);
     escapeTimer->setInterval(escapeHold);
@@ -199,17 +202,24 @@ bool RecordDialog::event(QEvent* event)
     return QDialog::event(event);
 }
 
+// While a screen reader listens, it gets the keys first, and they come back without their time.
+quint64 RecordDialog::timeOf(const QInputEvent& event) const
+{
+    return QAccessible::isActive() ? static_cast<quint64>(clock.elapsed()) : event.timestamp();
+}
+
 // Esc stops a recording, and who holds or presses it once more does not mean to lose it.
 bool RecordDialog::takesKey(const QKeyEvent& key)
 {
     if (!isRecording)
         return key.key() == Qt::Key_Escape && list->count() > 0;
     const bool isPress = key.type() == QEvent::KeyPress;
+    const quint64 timeMs = timeOf(key);
     if (!key.isAutoRepeat())
-        takeKey(key.nativeScanCode(), isPress, key.timestamp());
+        takeKey(key.nativeScanCode(), isPress, timeMs);
     // The timer may find it let go, since a held key is let go and pressed again all the time.
     if (isPress && recording.isHeld(Input::Key, escapeUsage) &&
-        key.timestamp() >= escapePressedMs + quint64{escapeHold.count()})
+        timeMs >= escapePressedMs + quint64{escapeHold.count()})
         stopAtEscape();
     return true;
 }
@@ -227,7 +237,7 @@ bool RecordDialog::eventFilter(QObject* watched, QEvent* event)
     if (!isRecording || (!isPress && event->type() != QEvent::MouseButtonRelease))
         return QDialog::eventFilter(watched, event);
     const auto* mouse = static_cast<QMouseEvent*>(event);
-    takeButton(mouse->button(), isPress, mouse->timestamp());
+    takeButton(mouse->button(), isPress, timeOf(*mouse));
     return true;
 }
 
@@ -236,8 +246,10 @@ void RecordDialog::takeKey(quint32 scanCode, bool isPress, quint64 timeMs)
     latestMs = timeMs;
     const std::optional<std::uint8_t> usage = usageOfScanCode(scanCode);
     if (!usage) {
-        if (isPress)
+        if (isPress) {
             field->setText(tr("This key cannot be recorded."));
+            announce(this, field->text());
+        }
         return;
     }
     showRequest();

@@ -4,6 +4,7 @@
 #include "pages/macros/macro_recording.h"
 
 #include <QDialog>
+#include <QElapsedTimer>
 
 class QCheckBox;
 class QLabel;
@@ -44,6 +45,7 @@ private:
     void stopAtClick();
     void stopAtEscape();
     void take();
+    [[nodiscard]] quint64 timeOf(const QInputEvent& event) const;
     bool takesKey(const QKeyEvent& key);
     void takeKey(quint32 scanCode, bool isPress, quint64 timeMs);
     void takeButton(Qt::MouseButton button, bool isPress, quint64 timeMs);
@@ -51,6 +53,7 @@ private:
     void showActions();
 
     bool isRecording = false;
+    QElapsedTimer clock;
     quint64 latestMs = 0; // the time of what came last
     quint64 escapePressedMs = 0;
     MacroRecording recording;

@@ -40,7 +40,11 @@ void AccentButton::showToolTip()
         lines += tr("Changed since it was last written");
     if (!note.isEmpty())
         lines += note;
-    setToolTip(lines.join(u'\n'));
+    const QString words = lines.join(u'\n');
+    if (words == toolTip())
+        return;
+    setToolTip(words);
+    setAccessibleDescription(words); // which tells assistive tools that it is another one
 }
 
 void AccentButton::paintEvent(QPaintEvent* event)

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "pages/parts/page_parts.h"
 
+#include "pages/parts/keyboard_view.h"
+
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QAction>
-#include <QGuiApplication>
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -65,6 +67,18 @@ void popUp(QMenu* menu, QPoint globalPos)
         if (!entry->parent()->property(lastingProperty).toBool())
             menu->close();
     });
+    // Qt tells nobody that the focus is back where it was.
+    QObject::connect(menu, &QObject::destroyed, qApp, [] {
+        QWidget* focus = QApplication::focusWidget();
+        if (focus == nullptr || QApplication::activePopupWidget() != nullptr ||
+            qobject_cast<KeyboardView*>(focus) != nullptr) // which tells of its key
+            return;
+        QAccessibleInterface* known = QAccessible::queryAccessibleInterface(focus);
+        QAccessibleInterface* inner = known == nullptr ? nullptr : known->focusChild();
+        QAccessibleEvent event(inner == nullptr ? known : inner, QAccessible::Focus);
+        if (known != nullptr)
+            QAccessible::updateAccessibility(&event);
+    });
     const QList<QAction*> entries = menu->actions();
     // Assistive tools take one that menus share for that of the first, which may be gone.
     for (QAction* entry : entries) {
@@ -77,7 +91,7 @@ void popUp(QMenu* menu, QPoint globalPos)
     // Who did not open it with the pointer goes on with keys, or hears where he is.
     const auto first = std::ranges::find_if(
         entries, [](const QAction* entry) { return entry->isEnabled() && !entry->isSeparator(); });
-    if (QGuiApplication::mouseButtons() == Qt::NoButton && first != entries.end())
+    if (QApplication::mouseButtons() == Qt::NoButton && first != entries.end())
         menu->setActiveAction(*first);
 }
 

@@ -6,6 +6,7 @@
 #include "pages/parts/keyboard_advice.h"
 #include "pages/parts/shown_text.h"
 
+#include <QAccessible>
 #include <QHelpEvent>
 #include <QToolTip>
 
@@ -73,6 +74,27 @@ void StatusLabel::setAdvice(const QString& text, bool keyboardFailed)
     hasKeyboardFailed = keyboardFailed;
     advice = text;
     setToolTip(text);
+    setAccessibleDescription(text);
+    if (!keyboardFailed || !QAccessible::isActive())
+        return;
+    // Later: looking at the keyboard takes a moment.
+    QMetaObject::invokeMethod(
+        this,
+        [this, failure = this->text()] {
+            if (this->text() == failure)
+                setAccessibleDescription(adviceNow());
+        },
+        Qt::QueuedConnection);
+}
+
+QString StatusLabel::adviceNow() const
+{
+    QStringList lines;
+    if (!advice.isEmpty())
+        lines += advice;
+    if (hasKeyboardFailed)
+        lines += keyboardAdvice();
+    return lines.join(u'\n');
 }
 
 void StatusLabel::clearAfterEdit(StatePart part)
@@ -90,13 +112,8 @@ bool StatusLabel::event(QEvent* event)
 {
     if (event->type() != QEvent::ToolTip || !(hasKeyboardFailed || !advice.isEmpty()))
         return QLabel::event(event);
-    QStringList lines;
-    if (!advice.isEmpty())
-        lines += advice;
-    if (hasKeyboardFailed)
-        lines += keyboardAdvice();
     QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
-                       wrappedToolTip(lines.join(u'\n'), toolTipColor), this);
+                       wrappedToolTip(adviceNow(), toolTipColor), this);
     return true;
 }
 

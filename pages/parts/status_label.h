@@ -54,6 +54,7 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    [[nodiscard]] QString adviceNow() const;
     void clearAfterEdit(StatePart part);
 
     std::optional<StatePart> shownSubject;

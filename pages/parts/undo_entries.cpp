@@ -23,9 +23,11 @@ void addUndoEntries(QMenu* menu)
     menu->addActions({undo, redo});
 }
 
-void showMenu(const QList<QAction*>& entries, QWidget* parent, QPoint globalPos)
+void showMenu(const QString& name, const QList<QAction*>& entries, QWidget* parent,
+              QPoint globalPos)
 {
     auto* menu = new QMenu(parent);
+    menu->setAccessibleName(name);
     menu->addActions(entries);
     addUndoEntries(menu);
     popUp(menu, globalPos);

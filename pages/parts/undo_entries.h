@@ -16,7 +16,8 @@ void addUndoEntries(QMenu* menu);
 
 // Opens a menu of these entries, which stay their owner's, and of those two at a point of the
 // screen and returns at once.
-void showMenu(const QList<QAction*>& entries, QWidget* parent, QPoint globalPos);
+void showMenu(const QString& name, const QList<QAction*>& entries, QWidget* parent,
+              QPoint globalPos);
 
 // The key (0 to 143) in the name of a step: as the layout file calls it.
 [[nodiscard]] QString keyInStepName(int lightIndex);

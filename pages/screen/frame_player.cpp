@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "pages/screen/frame_player.h"
 
+#include "pages/parts/accessible_roles.h"
 #include "pages/parts/page_parts.h"
 
 #include <QButtonGroup>
@@ -41,15 +42,20 @@ QLayout* FramePlayer::createControls()
 {
     auto* row = new QHBoxLayout;
     row->addStretch();
+    auto* sizes = new QWidget(this);
+    auto* sizeRow = new QHBoxLayout(sizes);
+    sizeRow->setContentsMargins(0, 0, 0, 0);
     auto* scales = new QButtonGroup(this);
     for (const int choice : {1, 2, 4}) {
-        auto* button = new QPushButton(tr("%1 ×").arg(choice), this);
+        auto* button = new QPushButton(tr("%1 ×").arg(choice), sizes);
         button->setCheckable(true);
         button->setAutoDefault(false);
         button->setChecked(choice == scale);
         scales->addButton(button, choice);
-        row->addWidget(button);
+        sizeRow->addWidget(button);
     }
+    row->addWidget(sizes);
+    setAccessibleGroup(scales, tr("Size"));
     letTabFindTheChosen(scales->buttons());
     scales->button(scale)->setFocus();
     connect(scales, &QButtonGroup::idToggled, this, [this](int choice, bool isChosen) {

@@ -166,6 +166,7 @@ void ScreenWidget::createEntries()
 void ScreenWidget::contextMenuEvent(QContextMenuEvent* event)
 {
     auto* menu = new QMenu(this);
+    menu->setAccessibleName(previewLabel->accessibleName());
     menu->addActions(actions());
     popUp(menu, event->globalPos());
 }

@@ -163,6 +163,7 @@ void importSettingsFrom(const QString& path, QWidget* parent)
 void showExchangeMenu(QWidget* parent, QPoint globalPos)
 {
     auto* menu = new QMenu(parent);
+    menu->setAccessibleName(tr("Settings"));
     menu->addAction(
         tr("Export settings…"), parent, [parent] { exportSettings(parent); }, Qt::QueuedConnection);
     menu->addAction(

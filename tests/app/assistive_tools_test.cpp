@@ -334,15 +334,21 @@ private slots:
         QFETCH(QString, owner);
         QFETCH(QString, entry);
         openPage(page);
+        QPushButton* before = this->page()->findChild<QPushButton*>();
+        before->setFocus();
         const QPointer<QMenu> menu = openedMenu(ownerOfMenu(owner));
+        QVERIFY(!QAccessible::queryAccessibleInterface(menu)->text(QAccessible::Name).isEmpty());
         QVERIFY(std::ranges::any_of(
             menu->actions(), [&](const QAction* action) { return action->text() == entry; }));
         for (const QMenu* inner : menu->findChildren<QMenu*>())
             QCOMPARE(QAccessible::queryAccessibleInterface(const_cast<QMenu*>(inner))
                          ->text(QAccessible::Name),
                      inner->title());
+        told().clear();
         QTest::keyClick(menu, Qt::Key_Escape);
         QTRY_VERIFY(menu.isNull());
+        QTRY_COMPARE(told().filter(QStringLiteral("focus ")),
+                     QStringList(QStringLiteral("focus ") + before->text()));
     }
 
     // Who pressed waits for an answer only. But the question stands by then, so that no key of
@@ -417,7 +423,8 @@ private slots:
         told().clear();
         press(qobject_cast<QMenu*>(QApplication::activePopupWidget()),
               QStringLiteral("Press the keys…"));
-        const QString request = QStringLiteral("Press the keys that \"Caps Lock\" is to send.");
+        const QString request = QStringLiteral("Press the keys that \"Caps Lock\" is to send. "
+                                               "Hold Esc for a second to leave.");
         QTRY_VERIFY(announced().contains(request));
         QCoreApplication::processEvents();
         const qsizetype focus = told().lastIndexOf(QStringLiteral("focus Caps Lock"));
@@ -445,6 +452,68 @@ private slots:
         told().clear();
         QTest::keyClick(table, Qt::Key_Up);
         QVERIFY(!told().filter(QStringLiteral("focus ")).isEmpty());
+    }
+
+    void aRowIsHeardInWords()
+    {
+        openPage(Macros);
+        page()->findChild<QListWidget*>()->setCurrentRow(1);
+        auto* table = page()->findChild<QTableWidget*>();
+        table->setFocus();
+        table->setCurrentCell(0, 0);
+        told().clear();
+        QTest::keyClick(table, Qt::Key_Down);
+        QCOMPARE(told().filter(QStringLiteral("focus ")),
+                 QStringList(QStringLiteral("focus 3 ms, release B")));
+    }
+
+    void whatAButtonSaysOfItselfIsTold()
+    {
+        openPage(Macros);
+        page()->findChild<QListWidget*>()->setCurrentRow(0);
+        QPushButton* write = buttonOf(*page(), QStringLiteral("Write macros to keyboard"));
+        told().clear();
+        buttonOf(*page(), QStringLiteral("Add action"))->click();
+        QVERIFY(told().contains(QStringLiteral("words Write macros to keyboard")));
+        QVERIFY(QAccessible::queryAccessibleInterface(write)
+                    ->text(QAccessible::Description)
+                    .startsWith(QStringLiteral("Changed since it was last written")));
+    }
+
+    void whatToDoAboutAFailureIsItsDescription()
+    {
+        openPage(Macros);
+        bus().unplug();
+        buttonOf(*page(), QStringLiteral("Write macros to keyboard"))->click();
+        auto* status = page()->findChild<StatusLabel*>();
+        QTRY_VERIFY(!status->accessibleDescription().isEmpty());
+        EditHistory::instance().edit(StatePart::Macros, QStringLiteral("Anything"),
+                                     [](SavedState& state) { state.macros.removeLast(); });
+        status->showStatus(StatusLook::Plain, QStringLiteral("All is well."));
+        QCoreApplication::processEvents();
+        QCOMPARE(status->accessibleDescription(), QString());
+    }
+
+    void recordingStartsWhereverTheFocusIs()
+    {
+        openPage(Macros);
+        const auto all = std::initializer_list<QWidget*>{
+            page()->findChild<QListWidget*>(), page()->findChild<QTableWidget*>(),
+            page()->findChild<QComboBox*>(), page()->findChild<QSpinBox*>(),
+            buttonOf(*page(), QStringLiteral("Delete"))};
+        for (QWidget* focus : all) {
+            window->activateWindow();
+            QTRY_VERIFY(window->isActiveWindow());
+            focus->setFocus();
+            bool isOpen = false;
+            onNextDialog([&](QWidget& dialog) {
+                isOpen = dialog.windowTitle() == QStringLiteral("Record");
+                dialog.close();
+            });
+            QTest::keyClick(focus, Qt::Key_R, Qt::ControlModifier);
+            QTRY_COMPARE(dialogsStillExpected(), 0);
+            QVERIFY(isOpen);
+        }
     }
 
     void aStepOfTheWheelIsToldOnce()

@@ -204,7 +204,7 @@ class Client(ScreenReader):
             self.choose("Type", kind)
             self.set_value(self.here("spin button", "Delay before"), delay)
             self.press_and_hear("Add action", "Add action")
-        self.find("table cell", "40", self.here("table", "Actions"))
+        self.find("table cell", "40 ms, release H", self.here("table", "Actions"))
         self.press_and_hear("Write macros to keyboard", "Macros written (412 bytes).")
         self.wait_for_keyboard("1 macro")
 
@@ -373,7 +373,8 @@ class Client(ScreenReader):
             was_checked = is_(entry, pyatspi.STATE_CHECKED)
             return lambda: is_(entry, pyatspi.STATE_CHECKED) != was_checked, True
         if way[-1] == "Press the keys…":
-            return lambda: 'Press the keys that "Caps Lock" is to send.' in self.heard(since), False
+            return lambda: any(line.startswith('Press the keys that "Caps Lock" is to send.')
+                               for line in self.heard(since)), False
         if way[-1] == "Assign…":
             return self.promise_of_button(way[-1]), False
         if way[-1] == "Copy":  # which is seen when it is pasted
@@ -477,8 +478,8 @@ class Client(ScreenReader):
         if kind == "table cell":
             return lambda: is_(node, pyatspi.STATE_SELECTED) != selected
         if kind == "radio button":
-            text = {"Not Sleep": "no sleep time", "Base layer": "", "Fn layer": ""}.get(
-                node.name, node.name.lower())
+            text = {"Not Sleep": "no sleep time", "Base layer": "", "Fn layer": "", "1 ×": "",
+                    "2 ×": "", "4 ×": ""}.get(node.name, node.name.lower())
             return lambda: (self.keyboard_holds(text) and
                             [other.name for other in node.parent
                              if is_(other, pyatspi.STATE_CHECKED)] == [node.name])
@@ -490,11 +491,11 @@ class Client(ScreenReader):
         if node.parent.name == "Keyboard":
             return self.promise_of_key(node, action)
         if action == "ShowMenu":
-            return lambda: self.menu is not None
+            return lambda: self.menu is not None and self.menu.name
         if "#" in node.name:
             return lambda: self.color_of_fields() == node.name[-7:]
         if node.name == "Remove action":
-            self.do(self.here("table cell", "40"), "Toggle")
+            self.do(self.here("table cell", "40 ms, release H"), "Toggle")
         if node.name == "Reset all to default":
             menu = self.open_menu(self.here("push button", "Caps Lock"))
             self.do(self.find("menu item", "Disabled", menu), "Press")
@@ -516,7 +517,7 @@ class Client(ScreenReader):
     def promise_of_key(self, key, action):
         if action == "ShowMenu":
             return lambda: self.menu is not None and (
-                self.page_name != "Keys" or self.menu.name.startswith(f"{key.name}: "))
+                self.menu.name.startswith(f"{key.name}: "))
         if self.page_name == "Keys":
             return self.promise_of_button("Assign…")
         if self.page_name == "Custom Lighting":

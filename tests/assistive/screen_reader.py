@@ -148,10 +148,11 @@ class ScreenReader:
     def do(self, node, action):
         """Does the action of this name; returns the place in the protocol where this stands."""
         self.note("do", f"{action} on {words(node)}")
+        place = len(self.protocol) - 1  # events may come in while it is done
         known = actions(node)
         assert action in known, f"{words(node)} has no {action}, but {known}"
         assert node.queryAction().doAction(known.index(action)), f"{action} on {words(node)} failed"
-        return len(self.protocol) - 1
+        return place
 
     def write(self, node, text):
         self.note("do", f'write "{text}" into {words(node)}')

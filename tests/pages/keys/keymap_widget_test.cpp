@@ -29,6 +29,7 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QTest>
+#include <QTimer>
 #include <QToolTip>
 
 #include <csignal>
@@ -846,6 +847,27 @@ private slots:
         QVERIFY(labelWith(*dialog, "This key cannot be assigned. Press another one.") == nullptr);
         sendKey(*dialog, false, scanCodeOfUsage(5));
         QVERIFY(!dialog->isVisible());
+    }
+
+    // Who cannot point needs a key that leaves, and Esc may be meant.
+    void chordIsLeftByEscapeHeld()
+    {
+        const auto page = openPage();
+        ChordDialog* dialog = askForChord(*page, "Caps Lock");
+        QVERIFY(labelWith(*dialog, "Modifiers alone count when you let them go.\n"
+                                   "Hold Esc for a second to leave.") != nullptr);
+        auto* timer = dialog->findChild<QTimer*>();
+        QCOMPARE(timer->interval(), 1000);
+        sendKey(*dialog, true, scanCodeOfUsage(5));
+        QVERIFY(!timer->isActive());
+        QFocusEvent leaving(QEvent::FocusOut);
+        QCoreApplication::sendEvent(dialog, &leaving);
+        sendKey(*dialog, true, scanCodeOfUsage(0x29));
+        QVERIFY(timer->isActive());
+        QTimerEvent second(timer->timerId());
+        QCoreApplication::sendEvent(timer, &second);
+        QVERIFY(!dialog->isVisible());
+        QVERIFY(!stateFileExists());
     }
 
     void chordIsCancelled_data()

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "pages/macros/record_dialog.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/screen_reader.h"
 
 #include <QCheckBox>
+#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QListWidget>
@@ -85,6 +87,30 @@ private slots:
         }
         const auto byte = static_cast<std::uint8_t>(code);
         QCOMPARE(take(), (Actions{{0, byte, 0x90}, {5, byte, 0x10}}));
+    }
+
+    // They come without a time then.
+    void keysHaveTheirTimeWhileAScreenReaderListens()
+    {
+        hearAsAScreenReader([](QAccessibleEvent*) {});
+        open();
+        QElapsedTimer clock;
+        clock.start();
+        const auto later = [&clock] {
+            const qint64 now = clock.elapsed();
+            QVERIFY(QTest::qWaitFor([&] { return clock.elapsed() > now + 3; }));
+        };
+        for (const bool isPress : {true, false, true, false}) {
+            key(scanA, isPress, 0);
+            later();
+        }
+        mouse(Qt::LeftButton, true, 900000000);
+        mouse(Qt::LeftButton, false, 900000001);
+        press("Stop");
+        const Actions actions = take();
+        QCOMPARE(actions.size(), 6);
+        for (qsizetype index = 1; index < 5; ++index)
+            QVERIFY(actions.at(index).delay > 2 && actions.at(index).delay < 65535);
     }
 
     void delaysAreThoseOfTheKeysOrOneForAll()
