@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <ranges>
 
 namespace tavik {
 
@@ -31,10 +30,10 @@ quint64 timeBetween(quint64 first, quint64 second)
 
 bool MacroRecording::isHeld(Input input, std::uint8_t code) const
 {
-    const auto last = std::ranges::find_if(events | std::views::reverse, [=](const Event& event) {
+    const auto last = std::find_if(events.crbegin(), events.crend(), [=](const Event& event) {
         return event.input == input && event.code == code;
     });
-    return last != events.rend() && last->isPress;
+    return last != events.crend() && last->isPress;
 }
 
 bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
@@ -60,7 +59,7 @@ void MacroRecording::dropLastPress(Input input, std::uint8_t code)
     const auto isPress = [=](const Event& event) {
         return event.input == input && event.code == code && event.isPress;
     };
-    const auto last = std::ranges::find_if(events | std::views::reverse, isPress);
+    const auto last = std::find_if(events.rbegin(), events.rend(), isPress);
     if (last != events.rend())
         events.erase(std::next(last).base(), events.end());
 }

@@ -183,15 +183,16 @@ QWidget* MacroWidget::createActionGroup()
 // What belongs to the list opens its menu, too.
 void MacroWidget::openMenuOn(QGroupBox* group, QAbstractScrollArea* list)
 {
-    const std::pair<QWidget*, QWidget*> owners[] = {{list, list->viewport()}, {group, group}};
-    for (const auto& [owner, ground] : owners) {
+    const auto openOn = [this, list](QWidget* owner, QWidget* ground) {
         owner->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(owner, &QWidget::customContextMenuRequested, this,
                 [this, ground, list](QPoint position) {
                     showMenu(list->accessibleName(), list->actions(), this,
                              ground->mapToGlobal(position));
                 });
-    }
+    };
+    openOn(list, list->viewport());
+    openOn(group, group);
     letToolsOpenMenu(group, QAccessible::Grouping, group->title());
 }
 

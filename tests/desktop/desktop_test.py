@@ -29,7 +29,6 @@ ID = "example.tavik_center.TavikCenter"
 WESTON = """
 [core]
 use-pixman=true
-renderer=pixman
 idle-time=0
 [shell]
 panel-position=none
