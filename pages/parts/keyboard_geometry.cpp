@@ -164,8 +164,8 @@ const KeyRecord* KeyboardGeometry::nextTyped(const KeyRecord* from, const QStrin
     }
     if (found.isEmpty())
         return nullptr;
-    std::ranges::stable_partition(
-        found, [&](const KeyRecord* key) { return key->legend.size() == typed.size(); });
+    std::stable_partition(found.begin(), found.end(),
+                          [&](const KeyRecord* key) { return key->legend.size() == typed.size(); });
     return found.at((found.indexOf(from) + 1) % found.size());
 }
 

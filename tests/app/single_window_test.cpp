@@ -53,7 +53,7 @@ public:
     // It has come as far as the window.
     [[nodiscard]] bool opensItsWindow()
     {
-        return QTest::qWaitFor([this] { return !sockets().isEmpty(); }, 30'000) &&
+        return QTest::qWaitFor([] { return !sockets().isEmpty(); }, 30'000) &&
                process.state() == QProcess::Running;
     }
 

@@ -138,9 +138,10 @@ private slots:
                     static_cast<std::uint8_t>(state >> 24);
             }
             const InterfaceKind kind = interfaceKind(descriptor);
-            const bool namesPage =
-                std::ranges::search(descriptor, Bytes{0x13, 0xFF}).begin() != descriptor.end() ||
-                kind != InterfaceKind::Configuration;
+            const Bytes page{0x13, 0xFF};
+            const bool namesPage = std::search(descriptor.begin(), descriptor.end(), page.begin(),
+                                               page.end()) != descriptor.end() ||
+                                   kind != InterfaceKind::Configuration;
             QVERIFY(namesPage);
         }
     }

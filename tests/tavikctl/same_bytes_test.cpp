@@ -235,7 +235,5 @@ private slots:
     }
 };
 
-Q_DECLARE_METATYPE(std::function<void(LightingWidget&)>)
-
 TAVIK_ISOLATED_TEST_MAIN(SameBytesTest)
 #include "same_bytes_test.moc"

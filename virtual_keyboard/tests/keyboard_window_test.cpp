@@ -129,7 +129,7 @@ private slots:
     // Only the minute hand of the clock on the screen is waited for.
     void nothingIsPaintedWhileNothingMoves()
     {
-        setLight({.effect = 1, .color = Qt::red, .brightness = 5});
+        setLight({.effect = 1, .color = {0xFF, 0, 0}, .brightness = 5});
         QTRY_VERIFY(timer().remainingTime() > 1000); // also when a minute has just ended
         QVERIFY(timer().remainingTime() <= 60000);
         window->hide();
@@ -273,7 +273,7 @@ private slots:
     void linesStandUnderEachOther()
     {
         window->findChild<QToolButton*>()->click();
-        setLight({.effect = 1, .color = Qt::red, .brightness = 5}); // takes two lines
+        setLight({.effect = 1, .color = {0xFF, 0, 0}, .brightness = 5}); // takes two lines
         window->resize(450, 10);
         const auto* state = window->findChild<QLabel*>("state");
         const auto* list = window->findChild<QListWidget*>();

@@ -251,7 +251,8 @@ private slots:
             if (action.page != 2)
                 continue;
             // A lone modifier is stored as its bit; its usages start at 0xE0.
-            const int usage = action.p2 != 0 ? action.p2 : 0xE0 + qCountTrailingZeroBits(action.p1);
+            const unsigned usage =
+                action.p2 != 0 ? action.p2 : 0xE0 + qCountTrailingZeroBits(action.p1);
             QCOMPARE(keyItems.at(index)->text(), keyName(static_cast<std::uint8_t>(usage)));
             ++compared;
         }
