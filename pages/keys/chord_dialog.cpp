@@ -12,8 +12,6 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include <chrono>
-
 namespace tavik {
 
 namespace {
@@ -23,6 +21,8 @@ const QString refusalStyle = QStringLiteral("color:#e0a050;");
 
 constexpr std::uint8_t escapeUsage = 0x29;
 constexpr std::chrono::milliseconds escapeHold(1000);
+// The server lets a held key go and presses it again at once, and not every time it says so.
+constexpr std::chrono::milliseconds longestRepeatGap(40);
 
 // 0 for a key that is no modifier.
 std::uint8_t modifierMask(std::uint8_t usage)
@@ -40,6 +40,15 @@ QLabel* createLabel(const QString& text, const QString& style, QWidget* parent)
 }
 
 } // namespace
+
+QTimer* ChordDialog::createTimer(std::chrono::milliseconds interval, void (ChordDialog::*act)())
+{
+    auto* timer = new QTimer(this);
+    timer->setSingleShot(true);
+    timer->setInterval(interval);
+    connect(timer, &QTimer::timeout, this, act);
+    return timer;
+}
 
 QString ChordDialog::escapeWords()
 {
@@ -60,10 +69,8 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     auto* cancel = new QPushButton(tr("Cancel"), this);
     cancel->setFocusPolicy(Qt::NoFocus); // Space and Enter may be meant
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-    escapeTimer = new QTimer(this);
-    escapeTimer->setSingleShot(true);
-    escapeTimer->setInterval(escapeHold);
-    connect(escapeTimer, &QTimer::timeout, this, &QDialog::reject);
+    escapeHeld = createTimer(escapeHold, &ChordDialog::reject);
+    escapeLetGo = createTimer(longestRepeatGap, &ChordDialog::finish);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(18, 16, 18, 14);
@@ -115,7 +122,8 @@ void ChordDialog::focusOutEvent(QFocusEvent* event)
 {
     heldModifiers = 0;
     chord = {};
-    escapeTimer->stop();
+    escapeHeld->stop();
+    escapeLetGo->stop();
     showChord();
     QDialog::focusOutEvent(event);
 }
@@ -129,13 +137,16 @@ void ChordDialog::press(quint32 scanCode)
         announce(this, note->text());
         return;
     }
-    if (chord.p2 != 0)
-        return; // the first key counts
+    if (chord.p2 != 0) {
+        if (*usage == escapeUsage)
+            escapeLetGo->stop(); // it is held
+        return;                  // the first key counts
+    }
     const std::uint8_t mask = modifierMask(*usage);
     heldModifiers |= mask;
     chord = keyboardKeyAction(mask != 0 ? 0 : *usage, heldModifiers);
     if (*usage == escapeUsage)
-        escapeTimer->start();
+        escapeHeld->start();
     showChord();
 }
 
@@ -148,7 +159,10 @@ void ChordDialog::release(quint32 scanCode)
     const std::uint8_t mask = modifierMask(*usage);
     const bool wasHeld = (heldModifiers & mask) != 0;
     heldModifiers &= static_cast<std::uint8_t>(~mask);
-    if (chord.p2 != 0 ? chord.p2 == *usage : wasHeld)
+    const bool isOver = chord.p2 != 0 ? chord.p2 == *usage : wasHeld;
+    if (isOver && *usage == escapeUsage)
+        escapeLetGo->start();
+    else if (isOver)
         finish();
 }
 
@@ -161,6 +175,7 @@ void ChordDialog::showChord()
 
 void ChordDialog::finish()
 {
+    escapeHeld->stop();
     emit chordTaken(chord);
     accept();
 }

@@ -5,6 +5,8 @@
 
 #include <QDialog>
 
+#include <chrono>
+
 class QLabel;
 class QTimer;
 
@@ -35,6 +37,7 @@ protected:
 private:
     void press(quint32 scanCode);
     void release(quint32 scanCode);
+    QTimer* createTimer(std::chrono::milliseconds interval, void (ChordDialog::*act)());
     [[nodiscard]] static QString escapeWords();
     void showChord();
     void finish();
@@ -43,7 +46,8 @@ private:
     KeyAction chord; // default while nothing is pressed
     QLabel* words = nullptr;
     QLabel* note = nullptr;
-    QTimer* escapeTimer = nullptr;
+    QTimer* escapeHeld = nullptr;  // leaves
+    QTimer* escapeLetGo = nullptr; // takes Esc
 };
 
 } // namespace tavik

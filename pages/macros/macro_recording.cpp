@@ -40,7 +40,8 @@ bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
 {
     if (isHeld(input, code))
         return false;
-    if (!events.isEmpty() && events.last() == Event{timeMs, input, code, false}) {
+    if (!events.isEmpty() && events.last() == Event{events.last().timeMs, input, code, false} &&
+        timeMs - events.last().timeMs <= longestRepeatGap) {
         events.removeLast();
         return false;
     }

@@ -13,10 +13,15 @@ class MacroRecording
 public:
     enum class Input { Key, Button };
 
+    // What is pressed again within so many milliseconds after it was let go has been held all the
+    // time, since only the repeat of a key is that quick.
+    explicit MacroRecording(quint64 longestRepeatGapMs = 0) : longestRepeatGap(longestRepeatGapMs)
+    {
+    }
+
     // The code is a keyboard usage or a button code, the time in milliseconds of any clock. False
-    // when it is held already; nothing is recorded then. What is pressed again at the moment it was
-    // let go has been held all the time, since only the repeat of a key is that quick: false, and
-    // the release is taken back.
+    // when it is held already; nothing is recorded then, and the release before its repeat is taken
+    // back.
     bool press(Input input, std::uint8_t code, quint64 timeMs);
 
     // Nothing is recorded of what is not held.
@@ -45,6 +50,7 @@ private:
         friend bool operator==(const Event&, const Event&) = default;
     };
 
+    quint64 longestRepeatGap;
     QList<Event> events;
 };
 

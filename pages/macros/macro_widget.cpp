@@ -327,15 +327,10 @@ QString MacroWidget::nextMacroName() const
     return tr("Macro %1").arg(AppState::instance().macros.size() + 1);
 }
 
-// Empty when nothing is to be done.
-QString MacroWidget::askForName(const QString& title, const QString& proposal)
-{
-    return QInputDialog::getText(this, title, tr("Name:"), QLineEdit::Normal, proposal);
-}
-
 void MacroWidget::newMacro()
 {
-    const QString name = askForName(tr("New macro"), nextMacroName());
+    const QString name = QInputDialog::getText(this, tr("New macro"), tr("Name:"),
+                                               QLineEdit::Normal, nextMacroName());
     if (name.isEmpty())
         return;
     editMacros(tr("New macro"), [&](auto& macros) { macros.append({name, {}}); });

@@ -65,7 +65,6 @@ private:
 
     [[nodiscard]] const MacroRecord* currentMacro() const;
     [[nodiscard]] QString nextMacroName() const;
-    [[nodiscard]] QString askForName(const QString& title, const QString& proposal);
     [[nodiscard]] MacroAction actionOfForm() const;
     [[nodiscard]] QList<int> selectedActions() const;
     void selectActions(const QList<int>& rows);

@@ -27,6 +27,7 @@ using Input = MacroRecording::Input;
 
 constexpr std::uint8_t escapeUsage = 0x29;
 constexpr std::chrono::milliseconds escapeHold(1000);
+constexpr quint64 longestRepeatGapMs = 15; // nobody is that quick
 constexpr int usualDelayMs = 20;
 
 // Qt counts the buttons by the same bits, but for those in the middle.
@@ -146,7 +147,10 @@ QLayout* RecordDialog::createButtonRow()
 
 void RecordDialog::start()
 {
-    recording = {};
+    // While a screen reader listens, it gets the keys first, and they come back without their time
+    // and a little later.
+    hasOwnClock = QAccessible::isActive();
+    recording = MacroRecording(hasOwnClock ? longestRepeatGapMs : 0);
     isRecording = true;
     // Also from the desktop, which has keys of its own. Elsewhere no program gets them.
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
@@ -202,10 +206,9 @@ bool RecordDialog::event(QEvent* event)
     return QDialog::event(event);
 }
 
-// While a screen reader listens, it gets the keys first, and they come back without their time.
 quint64 RecordDialog::timeOf(const QInputEvent& event) const
 {
-    return QAccessible::isActive() ? static_cast<quint64>(clock.elapsed()) : event.timestamp();
+    return hasOwnClock ? static_cast<quint64>(clock.elapsed()) : event.timestamp();
 }
 
 // Esc stops a recording, and who holds or presses it once more does not mean to lose it.

@@ -54,6 +54,7 @@ private:
 
     bool isRecording = false;
     QElapsedTimer clock;
+    bool hasOwnClock = false;
     quint64 latestMs = 0; // the time of what came last
     quint64 escapePressedMs = 0;
     MacroRecording recording;

@@ -4,6 +4,7 @@
 #include "pages/parts/keyboard_view.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QAction>
 #include <QApplication>
@@ -70,14 +71,20 @@ void popUp(QMenu* menu, QPoint globalPos)
     // Qt tells nobody that the focus is back where it was.
     QObject::connect(menu, &QObject::destroyed, qApp, [] {
         QWidget* focus = QApplication::focusWidget();
-        if (focus == nullptr || QApplication::activePopupWidget() != nullptr ||
+        if (focus == nullptr || !QAccessible::isActive() ||
+            QApplication::activePopupWidget() != nullptr ||
+            QApplication::activeModalWidget() != nullptr ||
             qobject_cast<KeyboardView*>(focus) != nullptr) // which tells of its key
             return;
         QAccessibleInterface* known = QAccessible::queryAccessibleInterface(focus);
-        QAccessibleInterface* inner = known == nullptr ? nullptr : known->focusChild();
-        QAccessibleEvent event(inner == nullptr ? known : inner, QAccessible::Focus);
-        if (known != nullptr)
-            QAccessible::updateAccessibility(&event);
+        const auto* list = qobject_cast<QAbstractItemView*>(focus);
+        if (list != nullptr && list->currentIndex().isValid() && known->tableInterface() != nullptr)
+            known = known->tableInterface()->cellAt(list->currentIndex().row(),
+                                                    list->currentIndex().column());
+        if (known == nullptr)
+            return;
+        QAccessibleEvent event(known, QAccessible::Focus);
+        QAccessible::updateAccessibility(&event);
     });
     const QList<QAction*> entries = menu->actions();
     // Assistive tools take one that menus share for that of the first, which may be gone.

@@ -211,15 +211,15 @@ void ScreenWidget::pastePictures()
     }
     if (BusyWait::isRunning())
         return;
-    QImage picture;
     if (pasted != nullptr && pasted->hasImage()) {
         const BusyWait wait(this, statusLabel); // who holds the picture may take its time
-        picture = QApplication::clipboard()->image();
+        const QImage picture = QApplication::clipboard()->image();
+        if (!picture.isNull()) {
+            takeFrames({importPicture(picture)}, {});
+            return;
+        }
     }
-    if (picture.isNull())
-        statusLabel->showStatus(StatusLook::Warning, tr("There is no picture to paste."));
-    else
-        takeFrames({importPicture(picture)}, {});
+    statusLabel->showStatus(StatusLook::Warning, tr("There is no picture to paste."));
 }
 
 void ScreenWidget::importFiles()
