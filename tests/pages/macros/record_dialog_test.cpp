@@ -113,6 +113,18 @@ private slots:
             QVERIFY(actions.at(index).delay > 2 && actions.at(index).delay < 65535);
     }
 
+    void repeatsMayComeApart()
+    {
+        MacroRecording recording(15);
+        const auto key = MacroRecording::Input::Key;
+        QVERIFY(recording.press(key, 4, 100));
+        recording.release(key, 4, 160);
+        QVERIFY(!recording.press(key, 4, 175));
+        recording.release(key, 4, 200);
+        QVERIFY(recording.press(key, 4, 216));
+        QCOMPARE(recording.actions({}), (Actions{{0, 4, 0xB0}, {100, 4, 0x30}, {16, 4, 0xB0}}));
+    }
+
     void aHeldKeyIsHeldWhileAScreenReaderListens()
     {
         hearAsAScreenReader([](QAccessibleEvent*) {});
