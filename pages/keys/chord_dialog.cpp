@@ -19,8 +19,6 @@ namespace {
 const QString noteStyle = QStringLiteral("color:#b8b8ba;");
 const QString refusalStyle = QStringLiteral("color:#e0a050;");
 
-constexpr std::uint8_t escapeUsage = 0x29;
-constexpr std::chrono::milliseconds escapeHold(1000);
 // The server lets a held key go and presses it again at once, and not every time it says so.
 constexpr std::chrono::milliseconds longestRepeatGap(40);
 
@@ -40,20 +38,6 @@ QLabel* createLabel(const QString& text, const QString& style, QWidget* parent)
 }
 
 } // namespace
-
-QTimer* ChordDialog::createTimer(std::chrono::milliseconds interval, void (ChordDialog::*act)())
-{
-    auto* timer = new QTimer(this);
-    timer->setSingleShot(true);
-    timer->setInterval(interval);
-    connect(timer, &QTimer::timeout, this, act);
-    return timer;
-}
-
-QString ChordDialog::escapeWords()
-{
-    return tr("Hold Esc for a second to leave.");
-}
 
 // As a popup it gets keys that the desktop would take for itself.
 ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(parent, Qt::Popup)
@@ -82,6 +66,20 @@ ChordDialog::ChordDialog(const QString& keyName, QWidget* parent) : QDialog(pare
     column->addWidget(note);
     column->addWidget(cancel, 0, Qt::AlignHCenter);
     showChord();
+}
+
+QTimer* ChordDialog::createTimer(std::chrono::milliseconds interval, void (ChordDialog::*act)())
+{
+    auto* timer = new QTimer(this);
+    timer->setSingleShot(true);
+    timer->setInterval(interval);
+    connect(timer, &QTimer::timeout, this, act);
+    return timer;
+}
+
+QString ChordDialog::escapeWords()
+{
+    return tr("Hold Esc for a second to leave.");
 }
 
 void ChordDialog::openAt(QPoint globalCenter)

@@ -40,7 +40,7 @@ bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
 {
     if (isHeld(input, code))
         return false;
-    if (!events.isEmpty() && events.last() == Event{events.last().timeMs, input, code, false} &&
+    if (!events.isEmpty() && events.last().input == input && events.last().code == code &&
         timeMs - events.last().timeMs <= longestRepeatGap) {
         events.removeLast();
         return false;

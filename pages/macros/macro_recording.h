@@ -46,8 +46,6 @@ private:
         Input input = Input::Key;
         std::uint8_t code = 0;
         bool isPress = false;
-
-        friend bool operator==(const Event&, const Event&) = default;
     };
 
     quint64 longestRepeatGap;

@@ -17,16 +17,12 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include <chrono>
-
 namespace tavik {
 
 namespace {
 
 using Input = MacroRecording::Input;
 
-constexpr std::uint8_t escapeUsage = 0x29;
-constexpr std::chrono::milliseconds escapeHold(1000);
 constexpr quint64 longestRepeatGapMs = 15; // nobody is that quick
 constexpr int usualDelayMs = 20;
 

@@ -24,6 +24,26 @@ namespace {
 constexpr int pageMargin = 12;
 constexpr const char* lastingProperty = "staysOpen";
 
+// Where it is back after a menu has closed, of which Qt tells nobody.
+void tellOfFocus()
+{
+    QWidget* focus = QApplication::focusWidget();
+    if (focus == nullptr || !QAccessible::isActive() ||
+        QApplication::activePopupWidget() != nullptr ||
+        QApplication::activeModalWidget() != nullptr ||
+        qobject_cast<KeyboardView*>(focus) != nullptr) // which tells of its key
+        return;
+    QAccessibleInterface* known = QAccessible::queryAccessibleInterface(focus);
+    const auto* list = qobject_cast<QAbstractItemView*>(focus);
+    if (list != nullptr && list->currentIndex().isValid() && known->tableInterface() != nullptr)
+        known = known->tableInterface()->cellAt(list->currentIndex().row(),
+                                                list->currentIndex().column());
+    if (known == nullptr)
+        return;
+    QAccessibleEvent event(known, QAccessible::Focus);
+    QAccessible::updateAccessibility(&event);
+}
+
 } // namespace
 
 void cutAtEdges(QLayout* pageLayout)
@@ -68,24 +88,7 @@ void popUp(QMenu* menu, QPoint globalPos)
         if (!entry->parent()->property(lastingProperty).toBool())
             menu->close();
     });
-    // Qt tells nobody that the focus is back where it was.
-    QObject::connect(menu, &QObject::destroyed, qApp, [] {
-        QWidget* focus = QApplication::focusWidget();
-        if (focus == nullptr || !QAccessible::isActive() ||
-            QApplication::activePopupWidget() != nullptr ||
-            QApplication::activeModalWidget() != nullptr ||
-            qobject_cast<KeyboardView*>(focus) != nullptr) // which tells of its key
-            return;
-        QAccessibleInterface* known = QAccessible::queryAccessibleInterface(focus);
-        const auto* list = qobject_cast<QAbstractItemView*>(focus);
-        if (list != nullptr && list->currentIndex().isValid() && known->tableInterface() != nullptr)
-            known = known->tableInterface()->cellAt(list->currentIndex().row(),
-                                                    list->currentIndex().column());
-        if (known == nullptr)
-            return;
-        QAccessibleEvent event(known, QAccessible::Focus);
-        QAccessible::updateAccessibility(&event);
-    });
+    QObject::connect(menu, &QObject::destroyed, qApp, tellOfFocus);
     const QList<QAction*> entries = menu->actions();
     // Assistive tools take one that menus share for that of the first, which may be gone.
     for (QAction* entry : entries) {

@@ -79,12 +79,7 @@ void StatusLabel::setAdvice(const QString& text, bool keyboardFailed)
         return;
     // Later: looking at the keyboard takes a moment.
     QMetaObject::invokeMethod(
-        this,
-        [this, failure = this->text()] {
-            if (this->text() == failure)
-                setAccessibleDescription(adviceNow());
-        },
-        Qt::QueuedConnection);
+        this, [this] { setAccessibleDescription(adviceNow()); }, Qt::QueuedConnection);
 }
 
 QString StatusLabel::adviceNow() const

@@ -15,7 +15,7 @@ namespace tavik {
 void addUndoEntries(QMenu* menu);
 
 // Opens a menu of these entries, which stay their owner's, and of those two at a point of the
-// screen and returns at once.
+// screen and returns at once. The name is for screen readers.
 void showMenu(const QString& name, const QList<QAction*>& entries, QWidget* parent,
               QPoint globalPos);
 

@@ -487,8 +487,8 @@ private slots:
         buttonOf(*page(), QStringLiteral("Write macros to keyboard"))->click();
         auto* status = page()->findChild<StatusLabel*>();
         QTRY_VERIFY(!status->accessibleDescription().isEmpty());
-        EditHistory::instance().edit(StatePart::Macros, QStringLiteral("Anything"),
-                                     [](SavedState& state) { state.macros.removeLast(); });
+        // It is not said of what comes before it is worked out.
+        buttonOf(*page(), QStringLiteral("Write macros to keyboard"))->click();
         status->showStatus(StatusLook::Plain, QStringLiteral("All is well."));
         QCoreApplication::processEvents();
         QCOMPARE(status->accessibleDescription(), QString());
