@@ -65,6 +65,16 @@ std::string readyLine(const Findings& findings)
            ") can be configured over " + findings.configuration->path;
 }
 
+// Of two keyboards the program takes the first.
+std::string sharedLine(const Findings& findings)
+{
+    const std::string& first = findings.configuration->passedOver;
+    if (first.empty())
+        return {};
+    return " But of two keyboards the program takes the first, " + first +
+           ", which another program holds, too: close that, or unplug that keyboard.";
+}
+
 std::string inUseLine(const Findings& findings)
 {
     const Node& node = blockedNode(findings, isHeld);
@@ -103,7 +113,8 @@ std::string verdictLine(const Findings& findings)
 {
     switch (verdictOf(findings)) {
     case Verdict::Ready:
-        return readyLine(findings) + ", and its screen over " + findings.screen->path + ".";
+        return readyLine(findings) + ", and its screen over " + findings.screen->path + "." +
+               sharedLine(findings);
     case Verdict::ReadyWithoutScreen:
         return readyLine(findings) +
                ". Only its screen interface is missing: pictures cannot be sent. Unplug the "

@@ -46,6 +46,7 @@ struct Node
     bool markedByRule = false; // the rule has been applied to it
     bool sharedWithKeys = false;
     std::vector<Holder> holders; // programs of other users are seen by root only
+    std::string passedOver; // a node that opens, too, and that the program tries first, but shares
 };
 
 // Whether a program that does not take turns with ours has the interface.

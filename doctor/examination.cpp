@@ -92,8 +92,11 @@ std::optional<Node> findNode(const Listing& listing, std::uint16_t usagePage)
     for (const std::string& path : pathsOf(listing, usagePage)) {
         Node node = examineNode(path);
         node.sharedWithKeys = isSharedWithKeys(listing, path);
-        if (node.error == 0 && !isInUse(node))
+        if (node.error == 0 && !isInUse(node)) {
+            if (found && found->error == 0)
+                node.passedOver = found->path;
             return node;
+        }
         if (!found || (found->error != 0 && node.error == 0))
             found = std::move(node);
     }

@@ -245,7 +245,10 @@ private slots:
                         {QStringLiteral("-c"), QStringLiteral("exec 3<>/dev/hidraw1; read line")}));
         QVERIFY(keyboard.waitUntilOpened(configurationInterface, std::chrono::seconds(20)));
 
-        checkVerdict(runDoctor(), 0, "over /dev/hidraw3,");
+        const Outcome outcome = runDoctor();
+        checkVerdict(outcome, 0, "over /dev/hidraw3,");
+        QVERIFY(
+            outcome.text.contains("takes the first, /dev/hidraw1, which another program holds"));
         keyboard.setPermitted(3, false);
         checkVerdict(runDoctor(), 9, "holds /dev/hidraw1");
     }
