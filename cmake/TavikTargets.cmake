@@ -22,8 +22,10 @@ endforeach()
 unset(CMAKE_REQUIRED_FLAGS)
 # The checked functions of the C library need an optimizing compiler.
 set(optimized $<CONFIG:None,Release,RelWithDebInfo,MinSizeRel>)
-list(APPEND TAVIK_HARDENING
-  $<${optimized}:-U_FORTIFY_SOURCE> $<${optimized}:-D_FORTIFY_SOURCE=2>)
+if(NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE) # a distribution may ask for more
+  list(APPEND TAVIK_HARDENING
+    $<${optimized}:-U_FORTIFY_SOURCE> $<${optimized}:-D_FORTIFY_SOURCE=2>)
+endif()
 
 function(tavik_target_defaults target)
   target_compile_features(${target} PRIVATE cxx_std_20)
@@ -90,4 +92,12 @@ endfunction()
 function(tavik_run_alone name)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lonely/${name}/bin)
+endfunction()
+
+# tavik_check(name TREE CHECK...) holds a rule on the checkout, and shows that the check rejects a tree
+# that breaks it.
+function(tavik_check name tree)
+  add_test(NAME ${name} COMMAND ${ARGN} ${PROJECT_SOURCE_DIR})
+  add_test(NAME ${name}-rejects
+    COMMAND ${PROJECT_SOURCE_DIR}/tests/lint/rejects ${CMAKE_CURRENT_SOURCE_DIR}/${tree} ${ARGN})
 endfunction()
