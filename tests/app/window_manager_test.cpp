@@ -211,8 +211,8 @@ private slots:
 
     void keysOfTheWindowManagerKeepWorking()
     {
-        pointer.closeByKeys();
-        QTRY_VERIFY(!window->isVisible());
+        // Again, as people would: it may not yet have been listening.
+        QTRY_VERIFY2(!window->isVisible() || (pointer.closeByKeys(), false), "not closed");
     }
 
     void edgesAndCornersResize_data()

@@ -155,6 +155,9 @@ class ScreenReader:
         return place
 
     def write(self, node, text):
+        """Where the focus is said to be; that comes later than the window itself."""
+        self.wait(f"the focus is on {words(node)}", lambda: f"focus  {words(node)}" ==
+                  [line for line in self.protocol if line.startswith("focus")][-1])
         self.note("do", f'write "{text}" into {words(node)}')
         assert node.queryEditableText().setTextContents(text), words(node)
 
