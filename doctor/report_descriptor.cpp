@@ -55,7 +55,7 @@ private:
 
     std::uint32_t currentPage = 0;
     std::vector<std::uint32_t> pageStack;
-    std::optional<std::uint16_t> pageOfFirstUsage; // of the next collection, when it names one
+    std::uint32_t pageOfFirstUsage = 0; // of the next collection; 0 when it names none
     bool usageSeen = false;
     std::size_t depth = 0;
     InterfaceKind found = InterfaceKind::Other;
@@ -106,13 +106,13 @@ bool DescriptorReader::addUsage(const Item& item)
         return true;
     const std::uint32_t page = item.data >> 16;
     if (first)
-        pageOfFirstUsage = static_cast<std::uint16_t>(page);
+        pageOfFirstUsage = page;
     return isVendorPage(page);
 }
 
 bool DescriptorReader::openCollection()
 {
-    const std::uint32_t page = pageOfFirstUsage.value_or(static_cast<std::uint16_t>(currentPage));
+    const std::uint32_t page = pageOfFirstUsage != 0 ? pageOfFirstUsage : currentPage;
     if (depth++ > 0)
         return true;
     if (page == configurationUsagePage)
@@ -126,7 +126,7 @@ bool DescriptorReader::openCollection()
 // What counts are the usages in front of an outermost collection, so they begin anew only here.
 bool DescriptorReader::closeCollection()
 {
-    pageOfFirstUsage.reset();
+    pageOfFirstUsage = 0;
     usageSeen = false;
     return depth-- > 0;
 }
