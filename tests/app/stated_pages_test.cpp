@@ -12,6 +12,7 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QMetaEnum>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTest>
@@ -46,19 +47,50 @@ QString sizeText(const QWidget& widget)
            limitText('H', widget.minimumHeight(), widget.maximumHeight());
 }
 
-QString alignmentText(Qt::Alignment alignment)
+constexpr Qt::Alignment usualInItem{};
+constexpr Qt::Alignment usualOfText = Qt::AlignLeft | Qt::AlignVCenter;
+
+// Nothing for the usual one, which is what there is where nothing is said.
+QString alignmentText(Qt::Alignment alignment, Qt::Alignment usual)
 {
     QString text;
-    if (alignment == (Qt::AlignLeft | Qt::AlignVCenter))
-        return text; // where nothing is said
+    if (alignment == usual)
+        return text;
     for (const auto& [flag, word] :
          {std::pair{Qt::AlignLeft, " left"}, std::pair{Qt::AlignRight, " right"},
-          std::pair{Qt::AlignHCenter, " centered"}, std::pair{Qt::AlignTop, " top"},
-          std::pair{Qt::AlignBottom, " bottom"}, std::pair{Qt::AlignVCenter, " middle"}}) {
+          std::pair{Qt::AlignHCenter, " centered"}, std::pair{Qt::AlignJustify, " justified"},
+          std::pair{Qt::AlignAbsolute, " absolute"}, std::pair{Qt::AlignTop, " top"},
+          std::pair{Qt::AlignBottom, " bottom"}, std::pair{Qt::AlignVCenter, " middle"},
+          std::pair{Qt::AlignBaseline, " baseline"}}) {
         if (alignment.testFlag(flag))
             text += QLatin1String(word);
     }
+    return text.isEmpty() ? QStringLiteral(" unaligned") : text;
+}
+
+// What is not left to the content.
+QString scrollBarsText(const QWidget& widget)
+{
+    QString text;
+    const auto* area = qobject_cast<const QAbstractScrollArea*>(&widget);
+    if (area == nullptr)
+        return text;
+    for (const auto& [policy, word] :
+         {std::pair{area->horizontalScrollBarPolicy(), " horizontal bar"},
+          std::pair{area->verticalScrollBarPolicy(), " vertical bar"}}) {
+        if (policy != Qt::ScrollBarAsNeeded)
+            text += QLatin1String(policy == Qt::ScrollBarAlwaysOff ? " no" : " always") +
+                    QLatin1String(word);
+    }
     return text;
+}
+
+QString cursorText(const QWidget& widget)
+{
+    if (!widget.testAttribute(Qt::WA_SetCursor))
+        return {};
+    const auto shapes = QMetaEnum::fromType<Qt::CursorShape>();
+    return u' ' + QLatin1String(shapes.valueToKey(widget.cursor().shape()));
 }
 
 // What the control shows and offers.
@@ -66,7 +98,7 @@ QString contentText(const QWidget& widget)
 {
     QString text;
     if (const auto* label = qobject_cast<const QLabel*>(&widget)) {
-        text = u' ' + quoted(label->text()) + alignmentText(label->alignment());
+        text = u' ' + quoted(label->text()) + alignmentText(label->alignment(), usualOfText);
         if (label->wordWrap())
             text += QLatin1String(" wrapped");
         if (label->textFormat() == Qt::PlainText)
@@ -85,7 +117,7 @@ QString contentText(const QWidget& widget)
                    .arg(number->minimum())
                    .arg(number->maximum())
                    .arg(quoted(number->text()));
-        text += alignmentText(number->alignment());
+        text += alignmentText(number->alignment(), usualOfText);
     } else if (const auto* slider = qobject_cast<const QSlider*>(&widget)) {
         text = QStringLiteral(" %1..%2 %3")
                    .arg(slider->minimum())
@@ -123,7 +155,7 @@ QString widgetText(const QWidget& widget)
     text.remove(QLatin1String("tavik::"));
     if (!widget.objectName().isEmpty() && !widget.objectName().startsWith(QLatin1String("qt_")))
         text += u'#' + widget.objectName();
-    text += contentText(widget) + sizeText(widget);
+    text += contentText(widget) + sizeText(widget) + scrollBarsText(widget) + cursorText(widget);
     if (!widget.accessibleName().isEmpty())
         text += QLatin1String(" named ") + quoted(widget.accessibleName());
     if (!widget.toolTip().isEmpty())
@@ -195,7 +227,7 @@ QString spacerText(const QSpacerItem& spacer)
 // Where the item stands in its layout, as far as that says more than its turn.
 QString placeText(const QLayout& layout, int index)
 {
-    QString text = alignmentText(layout.itemAt(index)->alignment()).trimmed();
+    QString text = alignmentText(layout.itemAt(index)->alignment(), usualInItem);
     if (const auto* box = qobject_cast<const QBoxLayout*>(&layout); box && box->stretch(index) > 0)
         text += QStringLiteral(" stretch %1").arg(box->stretch(index));
     if (const auto* grid = qobject_cast<const QGridLayout*>(&layout)) {
@@ -209,15 +241,15 @@ QString placeText(const QLayout& layout, int index)
     return text.isEmpty() ? text : u'(' + text.trimmed() + QLatin1String(") ");
 }
 
-// The parts of these arrange themselves.
+// The parts of these arrange themselves, and each page of the window stands by itself.
 bool isCompound(const QWidget& widget)
 {
-    for (const char* name : {"QAbstractItemView", "QComboBox", "QAbstractSpinBox",
-                             "QDialogButtonBox", "QStackedWidget"}) {
+    for (const char* name :
+         {"QAbstractItemView", "QComboBox", "QAbstractSpinBox", "QDialogButtonBox"}) {
         if (widget.inherits(name))
             return true;
     }
-    return false;
+    return widget.objectName() == QLatin1String("pageStack");
 }
 
 // The widget or layout and, further to the right, everything in it.
@@ -279,8 +311,8 @@ QStringList descriptionOf(const QWidget& widget)
 
 } // namespace
 
-// Margins, gaps, stretches, sizes, texts, names, tool tips and sheets of each page: what is built
-// is compared, line by line, with what stated_pages.txt says it should be.
+// Margins, gaps, stretches, alignments, sizes, texts, cursors, names, tool tips and sheets of each
+// page: what is built is compared, line by line, with what stated_pages.txt says it should be.
 class StatedPagesTest : public QObject
 {
     Q_OBJECT
