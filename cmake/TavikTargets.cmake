@@ -87,6 +87,18 @@ function(tavik_test name source)
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
 
+# tavik_test_at_ratios(name RATIOS...) runs a test once more for each, as if on a screen of that pixel
+# ratio.
+function(tavik_test_at_ratios name)
+  get_test_property(${name} ENVIRONMENT environment)
+  foreach(ratio ${ARGN})
+    add_test(NAME ${name}_${ratio} COMMAND ${name})
+    set_tests_properties(${name}_${ratio} PROPERTIES
+      TIMEOUT 120 ENVIRONMENT "${environment};QT_SCALE_FACTOR=${ratio}"
+      WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
+  endforeach()
+endfunction()
+
 # tavik_run_alone(name) puts a test away from the share directory of the build tree, so that the
 # skin and the layout file are missing unless it brings its own.
 function(tavik_run_alone name)

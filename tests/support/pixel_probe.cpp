@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/pixel_probe.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 
 #include <algorithm>
@@ -10,26 +11,35 @@ namespace tavik::tests {
 
 namespace {
 
-QImage filledPicture(QSize size, const QColor& ground)
-{
-    QImage picture(size, QImage::Format_ARGB32_Premultiplied);
-    picture.fill(ground);
-    return picture;
-}
-
-QRect areaOfPixels(QSize size, const std::function<bool(int x, int y)>& matches)
+QRect areaOfPixels(const QImage& picture, const std::function<bool(int x, int y)>& matches)
 {
     QRect area;
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
             if (matches(x, y))
                 area |= QRect(x, y, 1, 1);
         }
     }
-    return area;
+    const qreal ratio = picture.devicePixelRatio();
+    return QRectF(QPointF(area.topLeft()) / ratio, QSizeF(area.size()) / ratio).toAlignedRect();
 }
 
 } // namespace
+
+QImage filledPicture(QSize size, const QColor& ground)
+{
+    const qreal ratio = qGuiApp->devicePixelRatio();
+    QImage picture((QSizeF(size) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(ground);
+    return picture;
+}
+
+QColor colorAt(const QImage& picture, QPoint place)
+{
+    const QPointF pixel = (QPointF(place) + QPointF(0.5, 0.5)) * picture.devicePixelRatio();
+    return picture.pixelColor(static_cast<int>(pixel.x()), static_cast<int>(pixel.y()));
+}
 
 QImage pictureOf(QWidget& widget, const QColor& ground)
 {
@@ -81,13 +91,12 @@ int largestDifference(const QImage& first, const QImage& second)
 
 QRect areaWhere(const QImage& picture, const std::function<bool(const QColor& pixel)>& matches)
 {
-    return areaOfPixels(picture.size(),
-                        [&](int x, int y) { return matches(picture.pixelColor(x, y)); });
+    return areaOfPixels(picture, [&](int x, int y) { return matches(picture.pixelColor(x, y)); });
 }
 
 QRect changedArea(const QImage& before, const QImage& after)
 {
-    return areaOfPixels(before.size(),
+    return areaOfPixels(before,
                         [&](int x, int y) { return before.pixel(x, y) != after.pixel(x, y); });
 }
 

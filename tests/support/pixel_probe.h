@@ -9,6 +9,14 @@
 
 namespace tavik::tests {
 
+// Sizes and places are in units; pictures have the pixels of the screen.
+
+// A picture of one color.
+[[nodiscard]] QImage filledPicture(QSize size, const QColor& ground);
+
+// The color of the pixel in the middle of that unit.
+[[nodiscard]] QColor colorAt(const QImage& picture, QPoint place);
+
 // What the widget and its children paint, without the background of the window. The picture is
 // filled with the ground first.
 [[nodiscard]] QImage pictureOf(QWidget& widget, const QColor& ground = Qt::transparent);
@@ -24,11 +32,12 @@ namespace tavik::tests {
 [[nodiscard]] int largestDifference(const QImage& first, const QImage& second);
 [[nodiscard]] int largestDifference(const QColor& first, const QColor& second);
 
-// The smallest rectangle that holds every pixel for which the function says yes.
+// The smallest rectangle of whole units that holds every pixel for which the function says yes.
 [[nodiscard]] QRect areaWhere(const QImage& picture,
                               const std::function<bool(const QColor& pixel)>& matches);
 
-// The smallest rectangle that holds every pixel in which two pictures of one size differ.
+// The smallest rectangle of whole units that holds every pixel in which two pictures of one size
+// differ.
 [[nodiscard]] QRect changedArea(const QImage& before, const QImage& after);
 
 } // namespace tavik::tests

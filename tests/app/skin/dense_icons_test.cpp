@@ -55,6 +55,7 @@ private slots:
         QTest::addColumn<QSize>("size");
         const QSize button(30, 30);
         QTest::newRow("sidebar") << "icons/tab_home.png" << QSize(36, 36) << QSize(24, 24);
+        QTest::newRow("tinted") << "icons/icon_music.png" << QSize(72, 72) << QSize(24, 24);
         QTest::newRow("screen") << "icons/tab_lcd.png" << QSize(32, 22) << QSize(24, 24);
         QTest::newRow("title bar") << "main_sysbtn_close.png" << button << button;
         QTest::newRow("direction") << "img_direction_top.png" << button << button;
@@ -68,8 +69,9 @@ private slots:
         QFETCH(QSize, size);
         const qreal ratio = qGuiApp->devicePixelRatio();
         const QString bare = name.section(u'/', -1);
-        const QIcon icon =
-            name.contains(u'/') ? spriteStripIcon(bare, frameSize) : frameIcon(bare, 0, frameSize);
+        const QIcon icon = bare.startsWith(u"icon_") ? tintedIcon(bare)
+                           : name.contains(u'/')     ? spriteStripIcon(bare, frameSize)
+                                                     : frameIcon(bare, 0, frameSize);
         const QImage image = shown(icon, size);
         QVERIFY(!image.isNull());
         const QSizeF units = frameSize.scaled(size, Qt::KeepAspectRatio);

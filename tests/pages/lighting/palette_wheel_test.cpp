@@ -268,6 +268,8 @@ private slots:
     // The table must say what looking at every pixel says.
     void everyColorFindsWhatAPlainSearchFinds()
     {
+        if (qGuiApp->devicePixelRatio() > 1)
+            QSKIP("Takes long and is about the file, not the screen");
         const QImage picture(QCoreApplication::applicationDirPath() +
                              "/../../../share/tavik-center/official-skin/img_circlepalette.png");
         QVERIFY(!picture.isNull());
@@ -358,8 +360,8 @@ private slots:
         press(wheel, {220, 120});
         QCOMPARE(shownColor(wheel), red);
         const QImage picture = pictureOf(wheel);
-        QCOMPARE(picture.pixelColor(220, 120), QColor(0, 0, 0, 0));
-        QCOMPARE(picture.pixelColor(120, 120), red);
+        QCOMPARE(colorAt(picture, {220, 120}), QColor(0, 0, 0, 0));
+        QCOMPARE(colorAt(picture, {120, 120}), red);
     }
 
     void discsShowTheColorOnAGround()
@@ -367,12 +369,12 @@ private slots:
         PaletteWheel wheel;
         wheel.setColor(QColor(10, 200, 30));
         const QImage picture = pictureOf(wheel, Qt::black);
-        QCOMPARE(picture.pixelColor(120, 120), QColor(10, 200, 30));
-        QCOMPARE(picture.pixelColor(148, 120), QColor(10, 200, 30));
-        QCOMPARE(picture.pixelColor(151, 120), QColor(0x41, 0x41, 0x41));
-        QCOMPARE(picture.pixelColor(181, 120), QColor(0x41, 0x41, 0x41));
-        QCOMPARE(picture.pixelColor(120, 88), QColor(0x41, 0x41, 0x41));
-        QCOMPARE(picture.pixelColor(185, 120), QColor(Qt::black)); // between disc and ring
+        QCOMPARE(colorAt(picture, {120, 120}), QColor(10, 200, 30));
+        QCOMPARE(colorAt(picture, {148, 120}), QColor(10, 200, 30));
+        QCOMPARE(colorAt(picture, {151, 120}), QColor(0x41, 0x41, 0x41));
+        QCOMPARE(colorAt(picture, {181, 120}), QColor(0x41, 0x41, 0x41));
+        QCOMPARE(colorAt(picture, {120, 88}), QColor(0x41, 0x41, 0x41));
+        QCOMPARE(colorAt(picture, {185, 120}), QColor(Qt::black)); // between disc and ring
         QCOMPARE(largestDifference(picture, expectedPicture(wheel, ringPicture())), 0);
     }
 
@@ -386,7 +388,7 @@ private slots:
         const QImage picture = pictureOf(wheel);
         for (const QPoint& corner :
              {QPoint(10, 10), QPoint(239, 0), QPoint(0, 239), QPoint(239, 239)})
-            QCOMPARE(picture.pixelColor(corner), QColor(1, 2, 3));
+            QCOMPARE(colorAt(picture, corner), QColor(1, 2, 3));
     }
 
     void markerIsAWhiteRingAroundTheColor()
@@ -395,11 +397,11 @@ private slots:
         wheel.setColor(QColor(10, 20, 250));
         const QPoint marker = shownMarker(wheel);
         const QImage picture = pictureOf(wheel, Qt::black);
-        QCOMPARE(picture.pixelColor(marker), QColor(10, 20, 250));
-        QCOMPARE(picture.pixelColor(marker - QPoint(1, 1)), QColor(10, 20, 250));
+        QCOMPARE(colorAt(picture, marker), QColor(10, 20, 250));
+        QCOMPARE(colorAt(picture, marker - QPoint(1, 1)), QColor(10, 20, 250));
         for (const QPoint& edge : {QPoint(-4, 0), QPoint(3, 0), QPoint(0, -4), QPoint(0, 3)})
-            QVERIFY(picture.pixelColor(marker + edge).red() > 100);
-        QVERIFY(picture.pixelColor(marker + QPoint(6, 0)).red() < 60);
+            QVERIFY(colorAt(picture, marker + edge).red() > 100);
+        QVERIFY(colorAt(picture, marker + QPoint(6, 0)).red() < 60);
     }
 
     void arrowKeysTurnTheHueAndTell()
@@ -460,7 +462,7 @@ private:
 
     static QColor shownColor(PaletteWheel& wheel)
     {
-        return pictureOf(wheel, Qt::black).pixelColor(120, 120);
+        return colorAt(pictureOf(wheel, Qt::black), {120, 120});
     }
 
     // The middle of the white ring outside the discs.
@@ -477,7 +479,8 @@ private:
     static QImage expectedPicture(PaletteWheel& wheel, const QImage& ring)
     {
         return paintedPicture(wheelSize, Qt::black, [&](QPainter& painter) {
-            painter.drawImage(0, 0, ring);
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+            painter.drawImage(QRect(QPoint(), wheelSize), ring);
             painter.setPen(QPen(QColor(0x58, 0x58, 0x58), 1.0));
             painter.setBrush(QColor(0x41, 0x41, 0x41));
             painter.drawEllipse(QRectF(57, 57, 126, 126));
