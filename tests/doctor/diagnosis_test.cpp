@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "doctor/diagnosis.h"
+#include "doctor/examination.h"
 
 #include <QTest>
 
@@ -34,6 +35,16 @@ class DiagnosisTest : public QObject
     Q_OBJECT
 
 private slots:
+    // udev(7): the administrator's, those of this boot, local software's, the system's. A system
+    // whose /lib is no link to /usr/lib has both.
+    void rulesAreSoughtWhereUdevReadsThem()
+    {
+        const std::vector<std::filesystem::path> documented{
+            "/etc/udev/rules.d", "/run/udev/rules.d", "/usr/local/lib/udev/rules.d",
+            "/usr/lib/udev/rules.d", "/lib/udev/rules.d"};
+        QVERIFY(udevRuleDirectories() == documented);
+    }
+
     void hidapiFails()
     {
         Findings findings;
