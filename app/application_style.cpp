@@ -3,20 +3,21 @@
 
 #include "app/skin/skin_files.h"
 #include "app/skin/skin_icons.h"
+#include "files/regular_file.h"
+#include "files/shared_place.h"
 
 #include <QApplication>
 #include <QFileInfo>
 #include <QFont>
 #include <QFontDatabase>
-#include <QStringList>
-
-#include <algorithm>
 
 namespace tavik {
 
 namespace {
 
 constexpr qint64 largestFont = 32 * 1024 * 1024;
+constexpr qint64 largestControl = 8 * 1024; // which may be texts of eight megabytes
+constexpr int mostDensity = 9;              // that Qt looks for
 
 // Every page relies on the object names in these selectors for its look.
 const char* const globalStyleSheet = R"(
@@ -134,6 +135,21 @@ QCheckBox::indicator:checked { image: url("%3"); }
 QMessageBox { messagebox-question-icon: url("%4"); messagebox-information-icon: url("%5"); }
 )";
 
+// What a style sheet names is opened by Qt itself, which waits for a pipe and inflates all that is
+// in a picture. Of several densities it takes what fits the screen, also one that comes later.
+bool isHarmless(const QString& path)
+{
+    for (int density = 1; density <= mostDensity; ++density) {
+        const QString picture = density == 1 ? path : densePictureName(path, density);
+        if (density > 1 && !QFileInfo::exists(picture))
+            continue;
+        const auto content = readRegularFile(picture, largestControl);
+        if (!content || !isTrustedPath(picture) || decodeSkinImage(*content).isNull())
+            return false;
+    }
+    return true;
+}
+
 QString controlSheet()
 {
     const QString down = resolveSkinFile(QStringLiteral("control_down.png"));
@@ -141,12 +157,10 @@ QString controlSheet()
     const QString check = resolveSkinFile(QStringLiteral("control_check.png"));
     const QString question = resolveSkinFile(QStringLiteral("dialog_question.png"));
     const QString information = resolveSkinFile(QStringLiteral("dialog_information.png"));
-    const QStringList paths{down, up, check, question, information};
-    const auto isUsable = [](const QString& path) {
-        return !path.isEmpty() && !path.contains(u'"') && !path.contains(u'\\');
-    };
-    if (!std::all_of(paths.begin(), paths.end(), isUsable))
-        return {};
+    for (const QString& path : {down, up, check, question, information}) {
+        if (path.isEmpty() || path.contains(u'"') || path.contains(u'\\') || !isHarmless(path))
+            return {};
+    }
     return QString::fromLatin1(controlStyleSheet).arg(down, up, check, question, information);
 }
 

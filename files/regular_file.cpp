@@ -9,20 +9,26 @@
 
 namespace tavik {
 
-std::optional<QByteArray> readRegularFile(const QString& path, qint64 limit)
+bool openRegularFile(QFile& file, const QString& path, qint64 limit)
 {
     // Without O_NONBLOCK, opening a pipe that nobody writes to never returns.
     const int descriptor =
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0)
-        return {};
-    QFile file;
     struct stat status = {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > limit ||
-        !file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+    if (descriptor >= 0 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+        status.st_size <= limit &&
+        file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return true;
+    if (descriptor >= 0)
         ::close(descriptor);
+    return false;
+}
+
+std::optional<QByteArray> readRegularFile(const QString& path, qint64 limit)
+{
+    QFile file;
+    if (!openRegularFile(file, path, limit))
         return {};
-    }
     // One byte more than allowed shows a file that grew, or that never told its size.
     QByteArray content = file.read(limit + 1);
     if (file.error() != QFileDevice::NoError || content.size() > limit)

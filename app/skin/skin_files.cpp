@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/skin/skin_files.h"
 
+#include "files/picture_chunks.h"
 #include "files/regular_file.h"
 #include "files/shared_place.h"
 
@@ -50,12 +51,16 @@ QByteArray readSkinFile(const QString& path)
 
 QImage decodeSkinImage(const QByteArray& content)
 {
-    QByteArray bytes = content;
-    QBuffer buffer(&bytes);
-    QImageReader reader(&buffer);
+    // The decoder would complain on standard error.
+    if (!content.startsWith("\x89PNG\r\n\x1a\n"))
+        return {};
+    QBuffer file;
+    file.setData(content);
+    file.open(QIODevice::ReadOnly);
+    QBuffer picture;
+    picture.setData(readPictureChunks(file));
+    QImageReader reader(&picture, "png");
     const QSize size = reader.size();
-    // Not every format tells its size before it is decoded; pictures of the skin are of one that
-    // does.
     if (size.isEmpty() || qint64{size.width()} * size.height() > mostPixels)
         return {};
     return reader.read();

@@ -15,8 +15,9 @@ namespace tavik {
 // The content of a file that was found. Empty when it is no regular file of at most 32 MB.
 [[nodiscard]] QByteArray readSkinFile(const QString& path);
 
-// The picture in the content of a file. Null when there is none, or one of more than ten million
-// pixels: a few bytes can stand for more than the memory holds.
+// The picture in the content of a file. Null when it is no PNG, which all pictures of the skin are,
+// and when it has more than ten million pixels: a few bytes can stand for more than the memory
+// holds, above all for a reader of another format.
 [[nodiscard]] QImage decodeSkinImage(const QByteArray& content);
 
 // The name of the same picture at so many pixels per unit, as it stands beside the plain one:

@@ -3,12 +3,10 @@
 
 #include "app/skin/skin_files.h"
 
-#include <QBuffer>
 #include <QDateTime>
 #include <QFileInfo>
 #include <QHash>
 #include <QImage>
-#include <QImageReader>
 #include <QPainter>
 #include <QtEndian>
 
@@ -32,6 +30,7 @@ QImage preparedImage(const QByteArray& png, const QByteArray& type, QSize pixels
     constexpr qsizetype typeSize = 4;
     constexpr qsizetype headSize = 4 + typeSize; // the length comes first
     constexpr qsizetype checksumSize = 4;
+    constexpr qsizetype widthAt = signatureSize + headSize; // in any PNG; the height follows
     qsizetype size = 0;
     for (qsizetype head = signatureSize; head + headSize <= png.size();
          head += headSize + size + checksumSize) {
@@ -41,11 +40,9 @@ QImage preparedImage(const QByteArray& png, const QByteArray& type, QSize pixels
         const char* const data = png.constData() + head + headSize;
         if (QByteArrayView(data - typeSize, typeSize) != type)
             continue;
-        QByteArray prepared = QByteArray::fromRawData(data, size);
-        QBuffer buffer(&prepared);
-        QImageReader reader(&buffer, "png");
-        if (reader.size() == pixels)
-            return reader.read();
+        if (size >= widthAt + 8 && QSize(qFromBigEndian<qint32>(data + widthAt),
+                                         qFromBigEndian<qint32>(data + widthAt + 4)) == pixels)
+            return decodeSkinImage(QByteArray::fromRawData(data, size));
     }
     return {};
 }

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "pages/screen/image_import.h"
 
+#include "files/picture_chunks.h"
+#include "files/regular_file.h"
+
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
-#include <QtEndian>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <ctime>
 
@@ -78,25 +79,6 @@ private:
     qint64 end = fileLimit;
 };
 
-// The parts that make up the picture: their names begin with a capital letter, but for that of
-// transparency. The decoder would inflate texts by a factor of a thousand and keep them all.
-QByteArray readPictureChunks(QFile& png)
-{
-    constexpr qint64 signatureSize = 8;
-    constexpr qint64 headSize = 8;
-    constexpr qint64 checksumSize = 4;
-    QByteArray chunks = png.read(signatureSize);
-    for (QByteArray head; (head = png.read(headSize)).size() == headSize;) {
-        const qint64 size = qint64{qFromBigEndian<quint32>(head.constData())} + checksumSize;
-        const QByteArray name = head.sliced(4);
-        if (std::isupper(static_cast<unsigned char>(name.front())) != 0 || name == "tRNS")
-            chunks += head + png.read(std::min(size, png.bytesAvailable()));
-        else
-            png.skip(size);
-    }
-    return chunks;
-}
-
 ScreenFrame createFrame(QImage picture, int delayMs)
 {
     // Whether it is scaled or fits already: a color behind a transparent pixel must not come to
@@ -148,9 +130,8 @@ bool isAffordable(const QImageReader& reader, bool isAnimation)
 FileImport importFile(const QString& path)
 {
     const std::clock_t deadline = std::clock() + readingLimit;
-    QFile file(path);
-    // A pipe would never end.
-    if (!QFileInfo(path).isFile() || file.size() > fileLimit || !file.open(QIODevice::ReadOnly))
+    QFile file;
+    if (!openRegularFile(file, path, fileLimit))
         return {};
     // What the file dialog offers. Content decides, not the name: other readers, one for vector
     // graphics among them, inflate and parse a whole file before they tell its size.

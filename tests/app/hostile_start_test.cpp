@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/files.h"
+#include "tests/support/made_images.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QFile>
-#include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -18,22 +17,22 @@ namespace {
 constexpr qint64 mostMemory = 400 * 1024; // kilobytes
 
 const QStringList pictures{
-    "control_check.png",        "control_down.png",         "control_up.png",
-    "img_circlepalette.png",    "img_direction_bottom.png", "img_direction_left.png",
-    "img_direction_right.png",  "img_direction_top.png",    "img_keyboard_brix9.png",
-    "img_switch_off.png",       "img_switch_on.png",        "keyboard_bkg.png",
-    "main_sysbtn_close.png",    "main_sysbtn_min.png",      "zerolt-logo.png",
-    "icons/icon_favorites.png", "icons/tab_home.png",       "icons/tab_customkey.png"};
+    "control_check.png",         "control_down.png",       "control_up.png",
+    "dialog_information.png",    "dialog_question.png",    "img_circlepalette.png",
+    "img_direction_bottom.png",  "img_direction_left.png", "img_direction_right.png",
+    "img_direction_top.png",     "img_keyboard_brix9.png", "img_switch_off.png",
+    "img_switch_on.png",         "keyboard_bkg.png",       "main_sysbtn_close.png",
+    "main_sysbtn_min.png",       "zerolt-logo.png",        "icons/icon_favorites.png",
+    "icons/icon_music.png",      "icons/tab_config.png",   "icons/tab_customkey.png",
+    "icons/tab_customlight.png", "icons/tab_home.png",     "icons/tab_lcd.png",
+    "icons/tab_light.png",       "icons/tab_macro.png",    "icons/tavik-center.png"};
 const QStringList fonts{"fonts/OpenSans-Regular.ttf", "fonts/OpenSans-Semibold.ttf"};
 
-// A picture of 20,000 x 20,000 pixels in some kilobytes.
-QByteArray pictureBomb()
+// Whoever reads a drawing parses all of it before telling its size.
+QByteArray drawingBomb()
 {
-    QImage image(20'000, 20'000, QImage::Format_Mono);
-    image.fill(0);
-    QByteArray png;
-    QBuffer buffer(&png);
-    return image.save(&buffer, "PNG") ? png : QByteArray();
+    return "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'>" +
+           QByteArray("<g/>").repeated(1'500'000) + "</svg>";
 }
 
 // So many macros without a name.
@@ -95,8 +94,10 @@ private slots:
         const QString skin = "run/resources/official-skin/";
         QStringList skinPictures;
         QStringList skinFonts;
-        for (const QString& name : pictures)
+        for (const QString& name : pictures) {
             skinPictures += skin + name;
+            skinPictures += skin + QString(name).replace('.', "@2x.");
+        }
         for (const QString& name : fonts)
             skinFonts += skin + name;
         const QStringList layout{"run/keyboard-layout.xml", "run/rgb-keyboard.xml"};
@@ -105,7 +106,13 @@ private slots:
         for (const char* kind : {"pipe", "endless device", "directory", "nothing in it"})
             QTest::newRow(kind) << all << QString(kind) << QByteArray();
         QTest::newRow("too large") << all << QString() << QByteArray(65 * 1024 * 1024, ' ');
-        QTest::newRow("picture bomb") << skinPictures << QString() << pictureBomb();
+        QTest::newRow("pixels in pictures")
+            << skinPictures << QString() << encodeBlackPng({20'000, 20'000}, 1);
+        QTest::newRow("texts in pictures")
+            << skinPictures << QString() << encodeBlackPng({150, 30}, 8, 60);
+        QTest::newRow("drawings for pictures") << skinPictures << QString() << drawingBomb();
+        QTest::newRow("pipe for dense screens")
+            << skinPictures.filter("@") << QString("beside") << encodeBlackPng({150, 30}, 8);
         for (const int count : {600'000, 20'000'000}) {
             QTest::addRow("%d macros", count) << state << QString() << macrosWithoutNames(count);
         }
@@ -160,7 +167,10 @@ private:
             QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         else if (kind == "endless device")
             QVERIFY(QFile::link("/dev/zero", path));
-        else if (kind == "directory")
+        else if (kind == "beside") {
+            QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+            writeFile(QString(path).remove("@2x"), content);
+        } else if (kind == "directory")
             QVERIFY(QDir().mkpath(path));
         else
             writeFile(path, content);
@@ -176,6 +186,7 @@ private:
         environment.insert("XDG_CONFIG_HOME", directory.filePath("config"));
         environment.insert("XDG_RUNTIME_DIR", directory.filePath("runtime"));
         environment.insert("QT_QPA_PLATFORM", "offscreen");
+        environment.insert("QT_SCALE_FACTOR", "2"); // which asks for pictures of both densities
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(directory.filePath("run"));
         process.start(program(), QStringList());

@@ -2,8 +2,10 @@
 #include "app/skin/skin_files.h"
 #include "tests/support/files.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -82,6 +84,29 @@ private slots:
         QVERIFY(QDir().mkpath(directory->filePath("resources/official-skin")));
         QCOMPARE(resolveSkinFile(QString()),
                  QDir(QDir::currentPath() + "/resources/official-skin").filePath(QString()));
+    }
+
+    void onlyPicturesOfTheirFormatAreDecoded_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<bool>("isDecoded");
+        QTest::newRow("png") << "png" << true;
+        for (const char* other : {"bmp", "jpg"})
+            QTest::newRow(other) << QString(other) << false;
+    }
+    void onlyPicturesOfTheirFormatAreDecoded()
+    {
+        QFETCH(QString, format);
+        QFETCH(bool, isDecoded);
+        QImage picture(3, 2, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        picture.setText("Comment", "a text");
+        QBuffer file;
+        QVERIFY(picture.save(&file, format.toLatin1().constData()));
+        const QImage decoded = decodeSkinImage(file.data());
+        QCOMPARE(!decoded.isNull(), isDecoded);
+        QCOMPARE(decoded.textKeys(), QStringList());
+        QVERIFY(!isDecoded || decoded == picture);
     }
 
 private:

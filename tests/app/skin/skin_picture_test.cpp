@@ -111,11 +111,24 @@ private slots:
         QCOMPARE(picture->toImage().pixelColor(5, 5), color);
     }
 
+    // They may be a thousand times as long as the file.
+    void textsOfAPictureAtASizeAreNotRead()
+    {
+        tests::writeFile("resources/official-skin/a.png",
+                         png(Qt::red, {40, 10}) + chunk(SkinPicture::Scaling::Averaged,
+                                                        png(Qt::green, {20, 20}, "a text")));
+        const QImage picture = shown("a.png").scaled({20, 20})->toImage();
+        QCOMPARE(picture.pixelColor(5, 5), QColor(Qt::green));
+        QCOMPARE(picture.textKeys(), QStringList());
+    }
+
 private:
-    static QByteArray png(const QColor& color, QSize size)
+    static QByteArray png(const QColor& color, QSize size, const QString& text = {})
     {
         QImage picture(size, QImage::Format_RGB32);
         picture.fill(color);
+        if (!text.isEmpty())
+            picture.setText("Comment", text);
         QBuffer file;
         picture.save(&file, "png");
         return file.data();
