@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "app/application_style.h"
 #include "app/main_window.h"
-#include "tests/support/files.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/made_images.h"
+#include "tests/support/made_shared_place.h"
 
 #include <QApplication>
 #include <QDir>
@@ -61,6 +62,14 @@ QHeaderView::section { color: #eeeeee; background: #505050; border: 0; padding: 
 QScrollBar:vertical { width: 8px; background: #303030; }
 QScrollBar::handle:vertical { background: #777777; min-height: 24px; }
 )";
+
+const QStringList controls{"control_check.png", "control_down.png", "control_up.png",
+                           "dialog_information.png", "dialog_question.png"};
+
+QByteArray smallPicture()
+{
+    return encodeBlackPng({12, 12}, 8);
+}
 
 // A rule each; line breaks and indentation carry no meaning.
 QByteArray bigEndian(const QString& text)
@@ -124,6 +133,50 @@ private slots:
         applyApplicationStyle(*qApp);
         QCOMPARE(QFontDatabase::families().contains(name), isTaken);
         QDir::setCurrent(QDir::rootPath());
+    }
+
+    // Qt opens them itself, and would wait for a pipe.
+    void picturesOfControlsAreSmallOnesOrNone_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("areShown");
+        const QByteArray picture = smallPicture();
+        const QByteArray largest = picture + QByteArray(8 * 1024 - picture.size(), ' ');
+        QTest::newRow("8 kB") << "control_up.png" << largest << true;
+        QTest::newRow("a byte more") << "control_up.png" << largest + ' ' << false;
+        QTest::newRow("the last one") << "dialog_information.png" << largest + ' ' << false;
+        QTest::newRow("no picture") << "control_check.png" << QByteArray("no picture") << false;
+        QTest::newRow("dense") << "control_down@2x.png" << picture << true;
+        QTest::newRow("dense, no picture") << "control_down@2x.png" << QByteArray("none") << false;
+        QTest::newRow("densest, no picture")
+            << "control_down@9x.png" << QByteArray("none") << false;
+    }
+    void picturesOfControlsAreSmallOnesOrNone()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        const QTemporaryDir directory;
+        const QString skin = directory.filePath("resources/official-skin/");
+        for (const QString& control : controls)
+            writeFile(skin + control, smallPicture());
+        writeFile(skin + name, content);
+        QDir::setCurrent(directory.path());
+        QTEST(windowStyleSheet().contains("control_up.png"), "areShown");
+    }
+
+    void picturesOfControlsAreNobodyElses()
+    {
+        const MadeSharedPlace shared;
+        if (!shared.isMade())
+            QSKIP("/tmp/tavik-center is in use");
+        for (const QString& control : controls)
+            writeFile(MadeSharedPlace::path("official-skin/" + control), smallPicture());
+        QVERIFY(windowStyleSheet().contains("control_up.png"));
+        const QString dense = MadeSharedPlace::path("official-skin/control_down@2x.png");
+        writeFile(dense, smallPicture());
+        QVERIFY(MadeSharedPlace::setMode(dense, 0646));
+        QVERIFY(!windowStyleSheet().contains("control_up.png"));
     }
 
     void iconsStayEmptyAndTheWorkspaceIsFilled()

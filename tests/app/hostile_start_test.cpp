@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tests/support/files.h"
 #include "tests/support/made_images.h"
+#include "tests/support/made_shared_place.h"
 
-#include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <sys/stat.h>
 
 using namespace tavik::tests;
 
@@ -26,6 +22,7 @@ const QStringList pictures{
     "icons/icon_music.png",      "icons/tab_config.png",   "icons/tab_customkey.png",
     "icons/tab_customlight.png", "icons/tab_home.png",     "icons/tab_lcd.png",
     "icons/tab_light.png",       "icons/tab_macro.png",    "icons/tavik-center.png"};
+const QStringList layouts{"keyboard-layout.xml", "rgb-keyboard.xml"};
 const QStringList fonts{"fonts/OpenSans-Regular.ttf", "fonts/OpenSans-Semibold.ttf"};
 
 // Whoever reads a drawing parses all of it before telling its size.
@@ -100,9 +97,15 @@ private slots:
         }
         for (const QString& name : fonts)
             skinFonts += skin + name;
-        const QStringList layout{"run/keyboard-layout.xml", "run/rgb-keyboard.xml"};
+        QStringList layout;
+        for (const QString& name : layouts)
+            layout += "run/" + name;
+        // Before a layout that is installed.
+        QStringList firstLayout = layout;
+        for (const QString& name : layouts)
+            firstLayout += MadeSharedPlace::path(name);
         const QStringList state{"config/zerolt-linux/ZEROLT TAVIK Pro/state.json"};
-        const QStringList all = skinPictures + skinFonts + layout + state;
+        const QStringList all = skinPictures + skinFonts + firstLayout + state;
         for (const char* kind : {"pipe", "endless device", "directory", "nothing in it"})
             QTest::newRow(kind) << all << QString(kind) << QByteArray();
         QTest::newRow("too large") << all << QString() << QByteArray(65 * 1024 * 1024, ' ');
@@ -126,8 +129,13 @@ private slots:
         QFETCH(QStringList, names);
         QFETCH(QString, kind);
         QFETCH(QByteArray, content);
-        for (const QString& name : names)
-            place(directory.filePath(name), kind, content);
+        if (QTest::currentDataTag() == QByteArray("layout bomb") && isInstalled())
+            QSKIP("an installed layout is found first");
+        const MadeSharedPlace shared;
+        for (const QString& name : names) {
+            if (shared.isMade() || QDir::isRelativePath(name))
+                place(QDir(directory.path()).filePath(name), kind, content);
+        }
 
         QProcess first;
         start(first);
@@ -159,6 +167,12 @@ private slots:
 
 private:
     [[nodiscard]] QString program() const { return directory.filePath("bin/tavik-center"); }
+
+    static bool isInstalled()
+    {
+        return QFileInfo::exists("/usr/share/tavik-center") ||
+               QFileInfo::exists("/usr/local/share/tavik-center");
+    }
 
     static void place(const QString& path, const QString& kind, const QByteArray& content)
     {

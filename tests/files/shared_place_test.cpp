@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "files/shared_place.h"
-#include "tests/support/files.h"
+#include "tests/support/made_shared_place.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QTest>
 
-#include <sys/stat.h>
+#include <optional>
 #include <unistd.h>
 
 using namespace tavik;
@@ -15,14 +12,8 @@ using namespace tavik::tests;
 
 namespace {
 
-const QString root = QStringLiteral("/tmp/tavik-center");
-const QString mark = root + QStringLiteral("/made-by-shared_place_test");
-const QString probe = QString(sharedPlace) + QStringLiteral("/probe/layout.xml");
-
-bool setMode(const QString& path, mode_t mode)
-{
-    return ::chmod(QFile::encodeName(path).constData(), mode) == 0;
-}
+const QString root = MadeSharedPlace::root;
+const QString probe = MadeSharedPlace::path("probe/layout.xml");
 
 } // namespace
 
@@ -33,24 +24,14 @@ class SharedPlaceTest : public QObject
 private slots:
     void init()
     {
-        if (QFileInfo::exists(mark)) // a run that was ended has left it
-            QDir(root).removeRecursively();
-        if (QFileInfo::exists(root))
+        place.emplace();
+        if (!place->isMade())
             QSKIP("/tmp/tavik-center is in use");
-        QVERIFY(QDir().mkpath(root + "/app"));
-        QVERIFY(setMode(root, 0755));
-        isMade = true;
-        writeFile(mark, {});
         writeFile(probe, {});
         QVERIFY(isTrustedPath(probe));
     }
 
-    void cleanup()
-    {
-        if (isMade)
-            QDir(root).removeRecursively();
-        isMade = false;
-    }
+    void cleanup() { place.reset(); }
 
     void othersMayNotWrite_data()
     {
@@ -72,7 +53,7 @@ private slots:
     {
         QFETCH(QString, path);
         QFETCH(int, mode);
-        QVERIFY(setMode(path, static_cast<mode_t>(mode)));
+        QVERIFY(MadeSharedPlace::setMode(path, static_cast<mode_t>(mode)));
         QTEST(isTrustedPath(probe), "isTrusted");
     }
 
@@ -122,7 +103,7 @@ private slots:
         QVERIFY(QFile::link(elsewhere + "/file", root + "/resources/link"));
         const QString link = QString(sharedPlace) + "/link";
         QVERIFY(isTrustedPath(link));
-        QVERIFY(setMode(elsewhere, 0777));
+        QVERIFY(MadeSharedPlace::setMode(elsewhere, 0777));
         QVERIFY(!isTrustedPath(link));
     }
 
@@ -134,7 +115,7 @@ private slots:
     }
 
 private:
-    bool isMade = false;
+    std::optional<MadeSharedPlace> place;
 };
 
 QTEST_GUILESS_MAIN(SharedPlaceTest)

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "model/keyboard_layout.h"
-#include "tests/support/files.h"
+#include "tests/support/made_shared_place.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <climits>
-#include <sys/stat.h>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -328,6 +327,23 @@ private slots:
         layout.search({directory.filePath("1"), directory.filePath("2")});
         QCOMPARE(layout.keys.size(), 1);
         QCOMPARE(layout.keys.constFirst().desc, QStringLiteral("second"));
+    }
+
+    // Anybody may put files there, and nobody wants their keys to change by that.
+    void searchPassesOverWhatOthersMayWrite()
+    {
+        const MadeSharedPlace shared;
+        if (!shared.isMade())
+            QSKIP("/tmp/tavik-center is in use");
+        QVERIFY(MadeSharedPlace::setMode(MadeSharedPlace::root + "/resources", 0757));
+        writeFile(MadeSharedPlace::path("keyboard-layout.xml"), layoutNamed("other"));
+        const QTemporaryDir directory;
+        writeFile(directory.filePath("keyboard-layout.xml"), layoutNamed("own"));
+
+        KeyboardLayout layout;
+        layout.search({sharedPlace, directory.path()});
+        QCOMPARE(layout.keys.size(), 1);
+        QCOMPARE(layout.keys.constFirst().desc, QStringLiteral("own"));
     }
 
     void fileOfTheLargestSizeIsRead()

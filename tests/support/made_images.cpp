@@ -2,7 +2,6 @@
 #include "tests/support/made_images.h"
 
 #include <QBuffer>
-#include <QFile>
 #include <QtEndian>
 
 #include <array>
@@ -429,13 +428,6 @@ QByteArray encodeBlackPng(QSize size, int bitsPerPixel, int texts)
     appendPngChunk(bytes, "IDAT", qCompress(rows).sliced(4)); // behind Qt's own length
     appendPngChunk(bytes, "IEND", {});
     return bytes;
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        qFatal("cannot write %s", qPrintable(path));
 }
 
 } // namespace tavik::tests

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/files.h"
+
 #include <QByteArray>
 #include <QImage>
 #include <QList>
@@ -62,8 +64,5 @@ struct Gif
 // A gray PNG with that many bits for each pixel, all black. Its bytes are few, whatever its size.
 // So many compressed texts of 8 MB stand in front of its picture.
 [[nodiscard]] QByteArray encodeBlackPng(QSize size, int bitsPerPixel, int texts = 0);
-
-// Ends the program if that fails.
-void writeFile(const QString& path, const QByteArray& bytes);
 
 } // namespace tavik::tests

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/skin/skin_files.h"
 #include "app/skin/skin_icons.h"
+#include "tests/support/made_shared_place.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -9,6 +10,7 @@
 #include <QTest>
 
 using namespace tavik;
+using namespace tavik::tests;
 
 namespace {
 
@@ -114,6 +116,27 @@ private slots:
         save("probe@3x.png", 3, Qt::blue);
         QCOMPARE(color(), QColor(ratio > 2 ? Qt::blue : ratio > 1 ? Qt::green : Qt::red));
         QDir::setCurrent(start);
+    }
+
+    // Where everybody may put files, somebody else may put one beside the user's own.
+    void denserStripOfSomebodyElseIsPassedOver()
+    {
+        const MadeSharedPlace shared;
+        if (!shared.isMade())
+            QSKIP("/tmp/tavik-center is in use");
+        QImage strip(8, 6, QImage::Format_ARGB32);
+        strip.fill(Qt::red);
+        QVERIFY(strip.save(MadeSharedPlace::path("official-skin/probe.png")));
+        for (const int density : {2, 3}) {
+            QImage other(QSize(8, 6) * density, QImage::Format_ARGB32);
+            other.fill(Qt::green);
+            const QString path =
+                MadeSharedPlace::path(QStringLiteral("official-skin/probe@%1x.png").arg(density));
+            QVERIFY(other.save(path));
+            QVERIFY(MadeSharedPlace::setMode(path, 0646));
+        }
+        QCOMPARE(shown(frameIcon("probe.png", 0, {8, 6}), {8, 6}).pixelColor(3, 3),
+                 QColor(Qt::red));
     }
 };
 
