@@ -2,6 +2,7 @@
 #include "pages/settings/settings_widget.h"
 
 #include "device/device.h"
+#include "files/regular_file.h"
 #include "model/app_state.h"
 #include "model/keyboard_layout.h"
 #include "pages/parts/accessible_roles.h"
@@ -12,12 +13,16 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -32,6 +37,8 @@ namespace tavik {
 namespace {
 
 constexpr auto reconnectInterval = 5000ms;
+
+constexpr qint64 largestStore = 1024 * 1024; // it takes some bytes
 
 constexpr int sidePanelWidth = 220;
 constexpr int languageSelectHeight = 31;
@@ -54,6 +61,23 @@ constexpr std::array<const char*, 3> gameModeKeys{
 QString languageKey()
 {
     return QStringLiteral("language");
+}
+
+// Whether the two files in which the user's settings may be are missing or such as can be read: Qt
+// opens both, waits for ever for a pipe, and takes whatever there is into memory.
+bool isStoreSound()
+{
+    const QString organization =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u'/' +
+        QCoreApplication::organizationName();
+    for (const QString& name :
+         {organization, organization + u'/' + QCoreApplication::applicationName()}) {
+        const QString path = name + QStringLiteral(".conf");
+        QFile file;
+        if (QFileInfo::exists(path) && !openRegularFile(file, path, largestStore))
+            return false;
+    }
+    return true;
 }
 
 QPushButton* createAction(const QString& text, QWidget* parent)
@@ -128,7 +152,7 @@ QWidget* SettingsWidget::createLanguageSelect(QWidget* panel)
     for (const char* language : languages)
         select->addItem(tr(language));
     // Connected only afterwards: showing the setting must not write it.
-    select->setCurrentIndex(QSettings().value(languageKey(), 0).toInt());
+    select->setCurrentIndex(isStoreSound() ? QSettings().value(languageKey(), 0).toInt() : 0);
     connect(select, &QComboBox::currentIndexChanged, this, &SettingsWidget::saveLanguage);
     return select;
 }
@@ -207,7 +231,8 @@ void SettingsWidget::startReconnecting()
 void SettingsWidget::saveLanguage(int index)
 {
     // A store of its own writes at once; a longer-lived one would wait for the event loop.
-    QSettings().setValue(languageKey(), index);
+    if (isStoreSound())
+        QSettings().setValue(languageKey(), index);
 }
 
 void SettingsWidget::setAutoRun(bool enabled)

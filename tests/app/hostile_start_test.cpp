@@ -105,17 +105,18 @@ private slots:
         for (const QString& name : layouts)
             firstLayout += MadeSharedPlace::path(name);
         const QStringList state{"config/zerolt-linux/ZEROLT TAVIK Pro/state.json"};
-        const QStringList all = skinPictures + skinFonts + firstLayout + state;
-        for (const char* kind : {"pipe", "endless device", "directory", "nothing in it"})
+        const QStringList settings{"config/zerolt-linux/ZEROLT TAVIK Pro.conf",
+                                   "config/zerolt-linux.conf"};
+        const QStringList all = skinPictures + skinFonts + firstLayout + state + settings;
+        for (const char* kind : {"pipe", "endless device", "directory", "nothing in it", "huge"})
             QTest::newRow(kind) << all << QString(kind) << QByteArray();
-        QTest::newRow("too large") << all << QString() << QByteArray(65 * 1024 * 1024, ' ');
         QTest::newRow("pixels in pictures")
             << skinPictures << QString() << encodeBlackPng({20'000, 20'000}, 1);
         QTest::newRow("texts in pictures")
             << skinPictures << QString() << encodeBlackPng({150, 30}, 8, 60);
         QTest::newRow("drawings for pictures") << skinPictures << QString() << drawingBomb();
         QTest::newRow("pipe for dense screens")
-            << skinPictures.filter("@") << QString("beside") << encodeBlackPng({150, 30}, 8);
+            << skinPictures.filter("@") << QString("pipe") << encodeBlackPng({150, 30}, 8);
         for (const int count : {600'000, 20'000'000}) {
             QTest::addRow("%d macros", count) << state << QString() << macrosWithoutNames(count);
         }
@@ -135,6 +136,8 @@ private slots:
         for (const QString& name : names) {
             if (shared.isMade() || QDir::isRelativePath(name))
                 place(QDir(directory.path()).filePath(name), kind, content);
+            if (kind == "pipe" && !content.isEmpty())
+                writeFile(directory.filePath(QString(name).remove("@2x")), content);
         }
 
         QProcess first;
@@ -181,13 +184,12 @@ private:
             QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         else if (kind == "endless device")
             QVERIFY(QFile::link("/dev/zero", path));
-        else if (kind == "beside") {
-            QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-            writeFile(QString(path).remove("@2x"), content);
-        } else if (kind == "directory")
+        else if (kind == "directory")
             QVERIFY(QDir().mkpath(path));
         else
             writeFile(path, content);
+        if (kind == "huge")
+            QVERIFY(QFile::resize(path, qint64{1} << 30));
     }
 
     void start(QProcess& process) const

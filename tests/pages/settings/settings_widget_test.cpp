@@ -28,6 +28,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <sys/stat.h>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -129,6 +130,41 @@ private slots:
         QCOMPARE(languageSelect()->currentIndex(), index);
         QCOMPARE(languageSelect()->currentText(), text);
         QCOMPARE(readFile(settingsFilePath()), settings);
+    }
+
+    void storeOfSaneSizeIsRead_data()
+    {
+        QTest::addColumn<qsizetype>("size");
+        QTest::addColumn<int>("index");
+        QTest::newRow("1 MB") << qsizetype{1024} * 1024 << 2;
+        QTest::newRow("a byte more") << qsizetype{1024} * 1024 + 1 << 0;
+    }
+    void storeOfSaneSizeIsRead()
+    {
+        QFETCH(qsizetype, size);
+        QFETCH(int, index);
+        const QByteArray settings = "[General]\nlanguage=2\n";
+        writeFile(settingsFilePath(), settings + QByteArray(size - settings.size(), '\n'));
+        showPage();
+        QCOMPARE(languageSelect()->currentIndex(), index);
+    }
+
+    // Opening it would never return.
+    void storeThatIsAPipeIsLeftAlone_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("program") << settingsFilePath();
+        QTest::newRow("organization") << QFileInfo(settingsFilePath()).path() + ".conf";
+    }
+    void storeThatIsAPipeIsLeftAlone()
+    {
+        QFETCH(QString, name);
+        QVERIFY(QDir().mkpath(QFileInfo(name).path()));
+        QCOMPARE(mkfifo(QFile::encodeName(name).constData(), 0600), 0);
+        showPage();
+        QCOMPARE(languageSelect()->currentIndex(), 0);
+        QTest::keyClick(languageSelect(), Qt::Key_Down);
+        QCOMPARE(languageSelect()->currentIndex(), 1);
     }
 
     void chosenLanguageIsStoredAndNothingElseChanges()
