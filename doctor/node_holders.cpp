@@ -35,6 +35,9 @@ std::string nameOf(const fs::path& process)
     std::ifstream file(process / "comm");
     std::string name;
     std::getline(file, name);
+    // A process chooses it, and a terminal would obey what else is in it.
+    std::ranges::replace_if(
+        name, [](unsigned char byte) { return byte < ' ' || byte > '~'; }, '?');
     return name.empty() ? "a program" : name;
 }
 

@@ -279,7 +279,7 @@ std::optional<Failure> unknownCommand(const CLI::App& app)
 void complain(std::ostream& err, const QString& text)
 {
     if (!text.isEmpty())
-        err << "tavikctl: " << text.simplified().toStdString() << '\n';
+        err << "tavikctl: " << forTerminal(text.simplified()).toStdString() << '\n';
 }
 
 } // namespace

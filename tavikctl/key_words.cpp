@@ -3,6 +3,7 @@
 
 #include "model/key_names.h"
 #include "model/keyboard_layout.h"
+#include "tavikctl/output.h"
 
 #include <QRegularExpression>
 
@@ -221,7 +222,7 @@ QString wordOfAction(const KeyAction& action, const QList<MacroRecord>& macros)
     if (page == KeyActionPage::Macro && action.p1 < macros.size() && action.p1 < macroLimit &&
         action == macroKeyAction(action.p1)) {
         const QString name = macros.at(action.p1).name.simplified();
-        if (macroIndexOf(name, macros) == action.p1)
+        if (macroIndexOf(forTerminal(name), macros) == action.p1)
             return macroPrefix + name;
     }
     if (page == KeyActionPage::Keyboard && isTypable(action))
@@ -239,9 +240,9 @@ qsizetype macroIndexOf(const QString& name, const QList<MacroRecord>& macros)
         names += macro.name;
     if (const qsizetype index = names.indexOf(name); index >= 0)
         return index;
-    // Lists show names in one line.
+    // As lists show them.
     for (QString& known : names)
-        known = known.simplified();
+        known = forTerminal(known.simplified());
     for (const Qt::CaseSensitivity cases : {Qt::CaseSensitive, Qt::CaseInsensitive}) {
         const auto found = std::ranges::find_if(names, [&](const QString& known) {
             return known.compare(name.simplified(), cases) == 0;

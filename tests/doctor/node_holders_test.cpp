@@ -67,18 +67,31 @@ private slots:
     }
 
     // A name is what a program gives itself, so it may be none.
-    void programWithoutAName()
+    void programOfAnyName_data()
     {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QByteArray>("told");
+        QTest::newRow("none") << QByteArray("\n") << QByteArray("a program");
+        QTest::newRow("every sign") << QByteArray(" a~") << QByteArray(" a~");
+        QTest::newRow("controls") << QByteArray("\033[31m\a\r\177") << QByteArray("?[31m???");
+        QTest::newRow("beyond ASCII") << QByteArray("\302\2331m") << QByteArray("??1m");
+    }
+    void programOfAnyName()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(QByteArray, told);
         QProcess process;
         process.start(QStringLiteral("/bin/sh"),
-                      {QStringLiteral("-c"), QStringLiteral("exec 3<>/dev/full; echo > "
-                                                            "/proc/$$/comm; echo; read line")});
+                      {QStringLiteral("-c"),
+                       QStringLiteral("exec 3<>/dev/full; printf %s \"$1\" > "
+                                      "/proc/$$/comm; echo; read line"),
+                       QStringLiteral("sh"), QString::fromUtf8(name)});
         QVERIFY(process.waitForReadyRead());
         struct stat device = {};
         QCOMPARE(stat("/dev/full", &device), 0);
         const std::vector<Holder> holders = holdersOf(device.st_rdev);
         QCOMPARE(holders.size(), std::size_t{1});
-        QCOMPARE(holders.front().name, std::string("a program"));
+        QCOMPARE(QByteArray::fromStdString(holders.front().name), told);
         QCOMPARE(holders.front().processId, static_cast<int>(process.processId()));
         process.closeWriteChannel();
         QVERIFY(process.waitForFinished());

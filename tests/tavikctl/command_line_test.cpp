@@ -266,6 +266,25 @@ private slots:
                  QString("tavikctl: The keyboard takes the first 100 macros of 101.\n"));
     }
 
+    // A terminal would obey what is in the name of an imported macro.
+    void namesDoNotReachTheTerminalAsTheyAre()
+    {
+        const QString name = QStringLiteral("a\x1b[2J\x07\u009b1mb\u202ec\u2066d");
+        const QString told = QStringLiteral("a\ufffd[2J\ufffd\ufffd1mb\ufffdc\ufffdd");
+        AppState::instance().macros = {{name, {}}};
+        AppState::instance().layerBase[0] = macroKeyAction(0);
+        AppState::instance().save();
+        QCOMPARE(run("macros list").out, told + u'\n');
+        QCOMPARE(run("names macros").out, told + u'\n');
+        QVERIFY(run("keys show").out.endsWith(QStringLiteral("=macro:") + told + u'\n'));
+        const Ran unknown = runArguments({"macros", "show", "a" + name.toStdString()});
+        QVERIFY(isOneLine(unknown.err) && unknown.err.contains("a" + told));
+        // What is told finds it, and nothing is lost where a program reads.
+        QCOMPARE(runArguments({"macros", "show", told.toStdString()}).code, 0);
+        const QJsonDocument list = QJsonDocument::fromJson(run("macros list --json").out.toUtf8());
+        QCOMPARE(list.array().at(0).toObject().value("name").toString(), name);
+    }
+
     void macroOfJustThatNameIsChanged()
     {
         AppState::instance().macros = {{"greet", {}}, {"Greet", {}}};
@@ -763,11 +782,11 @@ private slots:
         }
         QVERIFY(run(lines.constLast()).err.contains("more than 30 pictures"));
         QCOMPARE(busSends(), QStringList());
-        const QString longer = folder.filePath("longer.gif");
+        const QString longer = folder.filePath("longer\x1b.gif");
         tests::writeFile(longer, encodePlainGif({8, 8}, manyColors(31), 7));
         const Ran cut = run("screen \"" + longer + u'"');
         QCOMPARE(cut.code, 0);
-        QCOMPARE(cut.err, QString("tavikctl: longer.gif: 30 of 31 frames\n"));
+        QCOMPARE(cut.err, QStringLiteral("tavikctl: longer\ufffd.gif: 30 of 31 frames\n"));
         QCOMPARE(run("screen \"" + film + u'"').code, 0);
     }
 
