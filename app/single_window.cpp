@@ -69,13 +69,16 @@ public:
 private:
     [[nodiscard]] bool ask() const
     {
+        // Once it is connected, the kernel takes nothing from anybody else: what has an address can
+        // be written to by every user.
+        if (!first || ::connect(asking, generic(*first), sizeof *first) != 0)
+            return false;
         // An address of its own, by which the answer comes back; without one it has none yet.
         const sockaddr_un own = {AF_UNIX, {}};
         std::ignore = ::bind(asking, generic(own), sizeof own.sun_family);
         // What the desktop gave this start for coming to the front goes to the window that does it.
         const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
-        return first && ::sendto(asking, token.constData(), static_cast<std::size_t>(token.size()),
-                                 0, generic(*first), sizeof *first) >= 0;
+        return ::send(asking, token.constData(), static_cast<std::size_t>(token.size()), 0) >= 0;
     }
 
     const std::optional<sockaddr_un> first;

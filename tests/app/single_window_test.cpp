@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
 #include <csignal>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -65,6 +66,15 @@ public:
 
     QProcess process;
 };
+
+sockaddr_un addressOf(const QString& socketPath)
+{
+    const QByteArray path = QFile::encodeName(socketPath);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+    return address;
+}
 
 } // namespace
 
@@ -194,6 +204,33 @@ private slots:
         QCOMPARE(third.endsWith(), std::optional<int>(0));
     }
 
+    // Every user of the computer can write to a socket whose address is no file.
+    void onlyTheFirstCanAnswer()
+    {
+        ProcessLock lock(lockPathOf(stateFilePath()));
+        QCOMPARE(lock.attempt(), ProcessLock::Attempt::Taken);
+        const sockaddr_un address =
+            addressOf(runtimeFilePathOf(stateFilePath(), QStringLiteral(".socket")));
+        const auto* generic = reinterpret_cast<const sockaddr*>(&address);
+        const int first = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+        const int stranger = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+        QCOMPARE(::bind(first, generic, sizeof address), 0);
+
+        Program second;
+        sockaddr_un asking = {};
+        socklen_t length = sizeof asking;
+        auto* sender = reinterpret_cast<sockaddr*>(&asking);
+        char question = 0;
+        QVERIFY(::recvfrom(first, &question, 1, 0, sender, &length) >= 0);
+        QCOMPARE(::sendto(stranger, "", 0, 0, sender, length), ssize_t{-1});
+        QCOMPARE(errno, EPERM);
+        QCOMPARE(::sendto(first, "", 0, 0, sender, length), ssize_t{0});
+        QVERIFY(second.ends());
+        QCOMPARE(second.process.exitCode(), 0);
+        ::close(first);
+        ::close(stranger);
+    }
+
     // The question lies in its queue when it ends.
     void firstThatEndsWithoutAnAnswerIsFollowed()
     {
@@ -258,11 +295,8 @@ private slots:
         SingleWindow first(stateFilePath());
         QCOMPARE(first.endsWith(), std::optional<int>());
         QSignalSpy asked(&first, &SingleWindow::askedFor);
-        const QByteArray path = QFile::encodeName(qEnvironmentVariable("XDG_RUNTIME_DIR") + u'/' +
-                                                  Program::sockets().constFirst());
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+        const sockaddr_un address = addressOf(qEnvironmentVariable("XDG_RUNTIME_DIR") + u'/' +
+                                              Program::sockets().constFirst());
         const int sender = ::socket(AF_UNIX, SOCK_DGRAM, 0); // without an address of its own
         const QByteArray message(5000, 'x');
         QCOMPARE(::sendto(sender, message.constData(), 5000, 0,
