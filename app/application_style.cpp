@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QFont>
 #include <QFontDatabase>
+#include <QImage>
 
 namespace tavik {
 
@@ -17,7 +18,8 @@ namespace {
 
 constexpr qint64 largestFont = 32 * 1024 * 1024;
 constexpr qint64 largestControl = 8 * 1024; // which may be texts of eight megabytes
-constexpr int mostDensity = 9;              // that Qt looks for
+constexpr int mostControlPixels = 256 * 256;
+constexpr int mostDensity = 9; // that Qt looks for
 
 // Every page relies on the object names in these selectors for its look.
 const char* const globalStyleSheet = R"(
@@ -144,7 +146,10 @@ bool isHarmless(const QString& path)
         if (density > 1 && !QFileInfo::exists(picture))
             continue;
         const auto content = readRegularFile(picture, largestControl);
-        if (!content || !isTrustedPath(picture) || decodeSkinImage(*content).isNull())
+        if (!content || !isTrustedPath(picture))
+            return false;
+        const QImage image = decodeSkinImage(*content);
+        if (image.isNull() || image.width() * image.height() > mostControlPixels)
             return false;
     }
     return true;

@@ -249,8 +249,8 @@ QToolButton* MainWindow::createSidebarButton(const SidebarEntry& entry, QWidget*
 
 void MainWindow::addPages()
 {
+    auto* keymap = new KeymapWidget(pageStack); // reads the state, before large pictures are there
     auto* lighting = new LightingWidget(pageStack);
-    auto* keymap = new KeymapWidget(pageStack);
     auto* rgb = new RgbWidget(pageStack);
     auto* macros = new MacroWidget(pageStack);
     auto* screen = new ScreenWidget(pageStack);

@@ -16,9 +16,10 @@ QByteArray readPictureChunks(QIODevice& png)
     constexpr qint64 headSize = 8;
     constexpr qint64 checksumSize = 4;
     QByteArray chunks = png.read(signatureSize);
-    for (QByteArray head; (head = png.read(headSize)).size() == headSize;) {
+    QByteArray name;
+    for (QByteArray head; name != "IEND" && (head = png.read(headSize)).size() == headSize;) {
         const qint64 size = qint64{qFromBigEndian<quint32>(head.constData())} + checksumSize;
-        const QByteArray name = head.sliced(4);
+        name = head.sliced(4);
         if (std::isupper(static_cast<unsigned char>(name.front())) != 0 || name == "tRNS")
             chunks += head + png.read(std::min(size, png.bytesAvailable()));
         else

@@ -16,6 +16,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <malloc.h>
 #include <numeric>
 #include <optional>
 #include <sys/stat.h>
@@ -197,6 +198,15 @@ QString damagedPath()
     return stateFilePath() + QStringLiteral(".damaged");
 }
 
+// False, and nothing is read, where the content is no state.
+bool readInto(SavedState& state, const QByteArray& content)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(content);
+    if (document.isObject())
+        state = stateFromJson(document.object());
+    return document.isObject();
+}
+
 bool isState(const QByteArray& content)
 {
     return QJsonDocument::fromJson(content).isObject();
@@ -290,17 +300,17 @@ void AppState::load()
     foundFileIsKept = content || !QFileInfo(stateFilePath()).isFile();
     if (!content)
         return;
-    const QJsonDocument document = QJsonDocument::fromJson(*content);
-    if (!document.isObject()) {
+    if (!readInto(*this, *content)) {
         foundFileIsKept = writeWholeFile(damagedPath(), *content);
         return;
     }
+    // What a large state took while it was read would otherwise stay with the program.
+    ::malloc_trim(0);
     std::ignore = keepEarlier(*content);
     if (!copyIsPresent)
         std::ignore = writeWholeFile(copyPath(), *content);
     // The user goes on from what has loaded; an older copy must not stop him.
     foundCopyIsKept = true;
-    static_cast<SavedState&>(*this) = stateFromJson(document.object());
 }
 
 void AppState::save() const

@@ -18,6 +18,7 @@ namespace {
 
 constexpr qint64 largestFile = 32 * 1024 * 1024;
 constexpr qint64 mostPixels = 10'000'000;
+constexpr qint64 mostDeepPixels = mostPixels / 2; // 16 bits for each color
 
 QStringList skinDirectories()
 {
@@ -61,7 +62,9 @@ QImage decodeSkinImage(const QByteArray& content)
     picture.setData(readPictureChunks(file));
     QImageReader reader(&picture, "png");
     const QSize size = reader.size();
-    if (size.isEmpty() || qint64{size.width()} * size.height() > mostPixels)
+    const bool isDeep = QImage::toPixelFormat(reader.imageFormat()).redSize() > 8;
+    if (size.isEmpty() ||
+        qint64{size.width()} * size.height() > (isDeep ? mostDeepPixels : mostPixels))
         return {};
     return reader.read();
 }

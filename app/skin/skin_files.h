@@ -16,8 +16,8 @@ namespace tavik {
 [[nodiscard]] QByteArray readSkinFile(const QString& path);
 
 // The picture in the content of a file. Null when it is no PNG, which all pictures of the skin are,
-// and when it has more than ten million pixels: a few bytes can stand for more than the memory
-// holds, above all for a reader of another format.
+// and when it has more than ten million pixels, or five million of 16 bits a color: a few bytes can
+// stand for more than the memory holds, above all for a reader of another format.
 [[nodiscard]] QImage decodeSkinImage(const QByteArray& content);
 
 // The name of the same picture at so many pixels per unit, as it stands beside the plain one:

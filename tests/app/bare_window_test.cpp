@@ -145,6 +145,8 @@ private slots:
         const QByteArray largest = picture + QByteArray(8 * 1024 - picture.size(), ' ');
         QTest::newRow("8 kB") << "control_up.png" << largest << true;
         QTest::newRow("a byte more") << "control_up.png" << largest + ' ' << false;
+        QTest::newRow("many pixels") << "control_up.png" << encodeBlackPng({256, 256}, 8) << true;
+        QTest::newRow("a row more") << "control_up.png" << encodeBlackPng({256, 257}, 8) << false;
         QTest::newRow("the last one") << "dialog_information.png" << largest + ' ' << false;
         QTest::newRow("no picture") << "control_check.png" << QByteArray("no picture") << false;
         QTest::newRow("dense") << "control_down@2x.png" << picture << true;

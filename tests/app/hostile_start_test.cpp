@@ -104,7 +104,8 @@ private slots:
         QStringList firstLayout = layout;
         for (const QString& name : layouts)
             firstLayout += MadeSharedPlace::path(name);
-        const QStringList state{"config/zerolt-linux/ZEROLT TAVIK Pro/state.json"};
+        const QStringList state{"config/zerolt-linux/ZEROLT TAVIK Pro/state.json",
+                                "config/zerolt-linux/ZEROLT TAVIK Pro/state.json.bak"};
         const QStringList settings{"config/zerolt-linux/ZEROLT TAVIK Pro.conf",
                                    "config/zerolt-linux.conf"};
         const QStringList all = skinPictures + skinFonts + firstLayout + state + settings;
@@ -122,6 +123,7 @@ private slots:
         }
         QTest::newRow("largest state") << state << QString() << largestState();
         QTest::newRow("layout bomb") << layout << QString() << layoutBomb();
+        QTest::newRow("everything at its limit") << all << QString("limits") << QByteArray();
         QTest::newRow("noise in fonts")
             << skinFonts << QString() << QByteArray(31 * 1024 * 1024, 'x');
     }
@@ -186,10 +188,39 @@ private:
             QVERIFY(QFile::link("/dev/zero", path));
         else if (kind == "directory")
             QVERIFY(QDir().mkpath(path));
+        else if (kind == "limits")
+            writeFile(path, largest(path));
         else
             writeFile(path, content);
         if (kind == "huge")
             QVERIFY(QFile::resize(path, qint64{1} << 30));
+        if (kind == "limits" && path.contains("/official-skin/") && !isControl(path))
+            QVERIFY(QFile::resize(path, 32 * 1024 * 1024));
+    }
+
+    static bool isControl(const QString& path)
+    {
+        return path.contains("/control_") || path.contains("/dialog_");
+    }
+
+    // As large as a file in its place may be, and as costly.
+    static QByteArray largest(const QString& path)
+    {
+        static const QByteArray state = largestState();
+        static const QByteArray picture = [] {
+            QImage image(3162, 3162, QImage::Format_ARGB32);
+            image.fill(Qt::transparent);
+            return encodeImage(image, "png");
+        }();
+        if (path.endsWith(".json") || path.endsWith(".bak"))
+            return state;
+        if (path.endsWith(".ttf"))
+            return readFile(TAVIK_FONT);
+        if (path.endsWith(".conf"))
+            return "[General]\n" + QByteArray("language=2\n").repeated(95'000);
+        if (path.endsWith(".xml"))
+            return layoutBomb();
+        return isControl(path) ? encodeBlackPng({256, 256}, 8) : picture;
     }
 
     void start(QProcess& process) const

@@ -103,6 +103,29 @@ private slots:
         QVERIFY(!isDecoded || decoded == picture);
     }
 
+    void largestPicturesAreDecoded_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QImage::Format>("format");
+        QTest::addColumn<bool>("isDecoded");
+        const auto plain = QImage::Format_RGB32;
+        const auto deep = QImage::Format_RGBA64;
+        QTest::newRow("ten million pixels") << QSize(2000, 5000) << plain << true;
+        QTest::newRow("a row more") << QSize(2000, 5001) << plain << false;
+        QTest::newRow("five million deep ones") << QSize(2000, 2500) << deep << true;
+        QTest::newRow("a row of them more") << QSize(2000, 2501) << deep << false;
+    }
+    void largestPicturesAreDecoded()
+    {
+        QFETCH(QSize, size);
+        QFETCH(QImage::Format, format);
+        QImage picture(size, format);
+        picture.fill(Qt::red);
+        QBuffer file;
+        QVERIFY(picture.save(&file, "png"));
+        QTEST(!decodeSkinImage(file.data()).isNull(), "isDecoded");
+    }
+
 private:
     QScopedPointer<QTemporaryDir> directory;
 };
