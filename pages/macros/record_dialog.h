@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 
 class QCheckBox;
+class QInputEvent;
 class QLabel;
 class QListWidget;
 class QPushButton;
