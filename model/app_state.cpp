@@ -304,8 +304,10 @@ void AppState::load()
         foundFileIsKept = writeWholeFile(damagedPath(), *content);
         return;
     }
+#ifdef __GLIBC__
     // What a large state took while it was read would otherwise stay with the program.
     ::malloc_trim(0);
+#endif
     std::ignore = keepEarlier(*content);
     if (!copyIsPresent)
         std::ignore = writeWholeFile(copyPath(), *content);

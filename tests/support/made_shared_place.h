@@ -8,8 +8,8 @@
 
 namespace tavik::tests {
 
-// The place where data is looked for first, as long as this lives; ctest runs one test with it at a
-// time. All the others that run meanwhile search it, too.
+// The place where data is looked for first, as long as this lives. Every other program searches it,
+// too, so ctest runs nothing beside a test with it.
 class MadeSharedPlace
 {
 public:
