@@ -29,8 +29,10 @@ constexpr int mostWidth = 1200;
 constexpr int leastProgramWidth = 1120;
 constexpr int wireHeight = 150;
 
-// What the window system puts round a window is known a moment after it has appeared only.
+// What the window system puts round a window is known a moment after it has appeared only, which
+// nobody tells; on a busy computer that is a long one.
 constexpr int frameKnownAfterMs = 250;
+constexpr int frameAskedFor = 20; // times
 
 constexpr int busyAnswers = 1000; // more than anybody waits for
 constexpr std::uint8_t refusedStatus = 0x05;
@@ -185,16 +187,26 @@ void KeyboardWindow::showBeside(QWidget& program)
     place(program);
     setAttribute(Qt::WA_ShowWithoutActivating);
     show();
-    QTimer::singleShot(frameKnownAfterMs, this, [this, &program] {
-        place(program);
-        program.raise();
-        program.activateWindow(); // not every window system minds the attribute
+    placeAgain(program, frameAskedFor);
+}
+
+void KeyboardWindow::placeAgain(QWidget& program, int times)
+{
+    QTimer::singleShot(frameKnownAfterMs, this, [this, &program, times] {
+        if (times == frameAskedFor || frameGeometry().size() - size() != placedFrame) {
+            place(program);
+            program.raise();
+            program.activateWindow(); // not every window system minds the attribute
+        }
+        if (times > 1)
+            placeAgain(program, times - 1);
     });
 }
 
 void KeyboardWindow::place(QWidget& program)
 {
     const QSize frame = frameGeometry().size() - size();
+    placedFrame = frame;
     const int lines = heightForWidth(leastWidth) - board->heightForWidth(leastWidth);
     const WantedSize wanted{.heightByWidth = 1.0 * board->heightForWidth(mostWidth) / mostWidth,
                             .fixedHeight = lines + frame.height(),

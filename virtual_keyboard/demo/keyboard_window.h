@@ -44,6 +44,7 @@ protected:
 
 private:
     void place(QWidget& program);
+    void placeAgain(QWidget& program, int times);
     void followBus();
     void showState();
     void preparePainting();
@@ -71,6 +72,7 @@ private:
     QPushButton* plugButton = nullptr;
     QPushButton* busyButton = nullptr;
     QPushButton* refuseButton = nullptr;
+    QSize placedFrame;   // what was round it when it was placed
     int grownByWire = 0; // pixels, while the list is shown
     int raisedByWire = 0;
     QToolButton* wireButton = nullptr;

@@ -12,6 +12,7 @@
 #include <QThread>
 
 #include <chrono>
+#include <cstdio>
 
 using namespace tavik;
 using namespace tavik::virtual_keyboard;
@@ -38,8 +39,11 @@ int main(int argc, char* argv[])
     setUpProgram(application);
 
     SingleWindow onlyWindow(stateFilePath());
-    if (const std::optional<int> exitCode = onlyWindow.endsWith())
+    if (const std::optional<int> exitCode = onlyWindow.endsWith()) {
+        if (*exitCode == 0)
+            std::fputs("A window is open already, and has come to the front.\n", stderr);
         return *exitCode;
+    }
 
     VirtualBus& bus = VirtualBus::instance();
     bus.setClock(realNow, realWait);
