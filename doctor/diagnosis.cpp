@@ -118,7 +118,8 @@ std::string verdictLine(const Findings& findings)
     case Verdict::ReadyWithoutScreen:
         return readyLine(findings) +
                ". Only its screen interface is missing: pictures cannot be sent. Unplug the "
-               "keyboard and plug it in again.";
+               "keyboard and plug it in again." +
+               sharedLine(findings);
     case Verdict::WrongUsage:
         break;
     case Verdict::NotOnUsb:

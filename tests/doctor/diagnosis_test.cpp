@@ -45,6 +45,19 @@ private slots:
         QVERIFY(udevRuleDirectories() == documented);
     }
 
+    void ofTwoKeyboardsTheFirstIsNamedWithoutAScreenToo()
+    {
+        Findings findings = readyFindings();
+        findings.configuration->passedOver = "/dev/hidraw0";
+        const std::string whole = explain(findings);
+        findings.screen.reset();
+        for (const std::string& line : {whole, explain(findings)})
+            QVERIFY(line.ends_with("again. But of two keyboards the program takes the first, "
+                                   "/dev/hidraw0, which another program holds, too: close that, "
+                                   "or unplug that keyboard.") ||
+                    line.find("/dev/hidraw2. But of two") != std::string::npos);
+    }
+
     void hidapiFails()
     {
         Findings findings;
