@@ -198,18 +198,19 @@ QString damagedPath()
     return stateFilePath() + QStringLiteral(".damaged");
 }
 
-// False, and nothing is read, where the content is no state.
-bool readInto(SavedState& state, const QByteArray& content)
+std::optional<SavedState> stateFrom(const QByteArray& content)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(content);
-    if (document.isObject())
-        state = stateFromJson(document.object());
-    return document.isObject();
+    std::optional<SavedState> state;
+    if (const std::optional<QJsonObject> object = stateObjectIn(content))
+        state = stateFromJson(*object);
+    if (state && !canBeSaved(*state))
+        state.reset();
+    return state;
 }
 
-bool isState(const QByteArray& content)
+bool isMoved(const QString& from, const QString& to)
 {
-    return QJsonDocument::fromJson(content).isObject();
+    return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
 }
 
 // Whether the state file may hold the only whole state: writing it without a copy could cost that.
@@ -218,7 +219,7 @@ bool isOnlyWholeState(const QString& path)
     const std::optional<QByteArray> content = readStateContent(path);
     if (!content)
         return QFileInfo::exists(path);
-    return isState(*content) && readStateContent(copyPath()) != content;
+    return stateObjectIn(*content) && readStateContent(copyPath()) != content;
 }
 
 } // namespace
@@ -300,10 +301,12 @@ void AppState::load()
     foundFileIsKept = content || !QFileInfo(stateFilePath()).isFile();
     if (!content)
         return;
-    if (!readInto(*this, *content)) {
+    const std::optional<SavedState> state = stateFrom(*content);
+    if (!state) {
         foundFileIsKept = writeWholeFile(damagedPath(), *content);
         return;
     }
+    static_cast<SavedState&>(*this) = *state;
 #ifdef __GLIBC__
     // What a large state took while it was read would otherwise stay with the program.
     ::malloc_trim(0);
@@ -324,12 +327,15 @@ void AppState::save() const
         return;
     // Opening empties the file, so the bytes are made first: it stays empty as briefly as can be.
     const QByteArray content = stateToJson(*this);
+    if (!isReadableState(content))
+        return;
     QDir().mkpath(QFileInfo(path).path());
     // What could not be read, or not be copied, is moved aside rather than overwritten.
     if (!foundFileIsKept && ::access(QFile::encodeName(path).constData(), W_OK) == 0)
-        foundFileIsKept = ::rename(QFile::encodeName(path).constData(),
-                                   QFile::encodeName(damagedPath()).constData()) == 0;
-    if (!keepFoundCopy() || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
+        foundFileIsKept = isMoved(path, damagedPath());
+    if (!keepFoundCopy() && !readStateContent(copyPath()))
+        foundCopyIsKept = isMoved(copyPath(), copyPath() + QStringLiteral(".damaged"));
+    if (!foundCopyIsKept || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
         return;
     QFile file(path);
     if (file.open(QIODevice::WriteOnly, QFileDevice::ReadOwner | QFileDevice::WriteOwner))
@@ -341,7 +347,7 @@ bool AppState::keepFoundCopy() const
     if (!foundCopyIsKept) {
         const std::optional<QByteArray> copy = readStateContent(copyPath());
         foundCopyIsKept =
-            copy ? !isState(*copy) || keepEarlier(*copy) : !QFileInfo(copyPath()).isFile();
+            copy ? !stateObjectIn(*copy) || keepEarlier(*copy) : !QFileInfo(copyPath()).isFile();
     }
     return foundCopyIsKept;
 }

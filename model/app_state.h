@@ -62,7 +62,8 @@ public:
     // Writes all fields to "state.json.bak", whole or not at all, and then to the state file, in
     // place: at every moment one of the two holds a whole state. What cannot be written is left as
     // it is. So are both files where writing on could lose the last whole state, or a copy found
-    // beside a damaged file that could not be kept. Emits nothing and reports nothing.
+    // beside a damaged file that could not be kept, and by a state too large to be read again.
+    // Emits nothing and reports nothing.
     void save() const;
 
     // Keeps the present state among the earlier ones, takes over another by an edit of this name

@@ -7,11 +7,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimeZone>
 
 #include <algorithm>
+#include <array>
 
 namespace tavik {
 
@@ -19,14 +21,43 @@ namespace {
 
 constexpr qsizetype statesKept = 30;
 constexpr qsizetype mostMemory = qsizetype{256} << 20;
+constexpr qsizetype mostBytesInQuotes = qsizetype{16} << 20;
+constexpr qsizetype perValue = 24;
+constexpr qsizetype perContainer = 400; // a macro among them, with its row in the list
 
 // About how many bytes the values of a text take once they are read, brackets and commas wherever
 // they stand.
 qsizetype memoryOf(const QByteArray& json)
 {
-    constexpr qsizetype perValue = 24;
-    constexpr qsizetype perContainer = 400; // a macro among them, with its row in the list
     return json.count(',') * perValue + (json.count('[') + json.count('{')) * perContainer;
+}
+
+// Names, and what the members are called. Names take twice their bytes and more, several times
+// over.
+qsizetype bytesInQuotes(const QByteArray& json)
+{
+    qsizetype bytes = 0;
+    bool isInside = false;
+    for (qsizetype place = 0; place < json.size(); ++place) {
+        if (json.at(place) == '"')
+            isInside = !isInside;
+        else if (json.at(place) == '\\')
+            ++place;
+        bytes += isInside ? 1 : 0;
+    }
+    return bytes;
+}
+
+// No more than it is by that measure once they are written. Whatever stands in the place of a macro
+// or of an action is read as one.
+qsizetype memoryOfMacros(const QJsonArray& macros)
+{
+    qsizetype memory = 0;
+    for (const auto& macro : macros) {
+        const qsizetype actions = macro[QLatin1String("actions")].toArray().size();
+        memory += 2 * perContainer + perValue + actions * (perContainer + 2 * perValue);
+    }
+    return memory;
 }
 
 QString directoryPath()
@@ -68,9 +99,29 @@ QList<EarlierState> keptStates()
 std::optional<QByteArray> readStateContent(const QString& path)
 {
     std::optional<QByteArray> content = readRegularFile(path, stateFileLimit);
-    if (content && memoryOf(*content) > mostMemory)
+    if (content && !isReadableState(*content))
         content.reset();
     return content;
+}
+
+bool isReadableState(const QByteArray& content)
+{
+    return content.size() <= stateFileLimit && memoryOf(content) <= mostMemory &&
+           bytesInQuotes(content) <= mostBytesInQuotes;
+}
+
+std::optional<QJsonObject> stateObjectIn(const QByteArray& content)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(content);
+    if (!document.isObject() ||
+        memoryOfMacros(document[QLatin1String("macros")].toArray()) > mostMemory)
+        return {};
+    return document.object();
+}
+
+bool canBeSaved(const SavedState& state)
+{
+    return isReadableState(stateToJson(state));
 }
 
 QList<EarlierState> earlierStates()
@@ -104,18 +155,24 @@ std::optional<SavedState> readStateFile(const QString& path, QString* reason,
         *reason = QStringLiteral("The file cannot be read, or it is larger than 64 MB.");
         return {};
     }
-    const QJsonDocument document = QJsonDocument::fromJson(*content);
-    if (!document.isObject()) {
+    const std::optional<QJsonObject> object = stateObjectIn(*content);
+    if (!object) {
         *reason = QStringLiteral("The file is damaged, or it is no settings file.");
         return {};
     }
-    const QJsonObject object = document.object();
-    for (const char* member : {"customRgb", "layerBase", "layerFn", "macros"}) {
-        if (object.value(QLatin1String(member)).isArray())
-            return stateFromJson(object, present);
+    const std::array members{"customRgb", "layerBase", "layerFn", "macros"};
+    if (std::ranges::none_of(members, [&object](const char* member) {
+            return object->value(QLatin1String(member)).isArray();
+        })) {
+        *reason = QStringLiteral("The file holds no settings of this program.");
+        return {};
     }
-    *reason = QStringLiteral("The file holds no settings of this program.");
-    return {};
+    std::optional<SavedState> state = stateFromJson(*object, present);
+    if (!canBeSaved(*state)) {
+        *reason = QStringLiteral("The file holds more macros than can be saved.");
+        state.reset();
+    }
+    return state;
 }
 
 } // namespace tavik

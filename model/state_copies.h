@@ -19,6 +19,16 @@ constexpr qint64 stateFileLimit = qint64{64} << 20;
 // the limit, or has more values than any state of that size: read, they would fill the memory.
 [[nodiscard]] std::optional<QByteArray> readStateContent(const QString& path);
 
+// Whether a state of this content would be read again.
+[[nodiscard]] bool isReadableState(const QByteArray& content);
+
+// The object in the content of a state file. Nothing where it holds none, or where the macros, or
+// whatever stands in their place, would fill the memory as macros.
+[[nodiscard]] std::optional<QJsonObject> stateObjectIn(const QByteArray& content);
+
+// Whether the state could be read again once it is saved.
+[[nodiscard]] bool canBeSaved(const SavedState& state);
+
 // A state that was kept beside the state file, in "earlier/", named after the time of that.
 struct EarlierState
 {
@@ -36,7 +46,7 @@ struct EarlierState
 
 // The state in a file that the user has chosen; what the file lacks keeps its value in `present`.
 // Nothing where it is no file that can be read, is larger than the limit, or holds none of a
-// state's four members; the reason is then a sentence for a message box.
+// state's four members, or more than can be saved; the reason is then a sentence for a message box.
 [[nodiscard]] std::optional<SavedState> readStateFile(const QString& path, QString* reason,
                                                       const SavedState& present = {});
 

@@ -83,11 +83,11 @@ QList<Step> stepsFor(const QJsonObject& object)
 QJsonObject objectIn(const QString& path)
 {
     const std::optional<QByteArray> content = readStateContent(path);
-    const QJsonDocument document = QJsonDocument::fromJson(content.value_or(QByteArray()));
-    if (!document.isObject())
+    const std::optional<QJsonObject> object = stateObjectIn(content.value_or(QByteArray()));
+    if (!object)
         throw Failure{ExitCode::Failed,
                       QStringLiteral("\"%1\" is no settings file that can be read.").arg(path)};
-    return document.object();
+    return *object;
 }
 
 QList<Step> stepsIn(const QString& path)

@@ -617,6 +617,34 @@ private slots:
         QCOMPARE(readFile(stateFile()), stateToJson(AppState::instance()));
     }
 
+    void copyTooLargeToBeReadIsMovedAsideBeforeASave()
+    {
+        const QByteArray large(64 * 1024 * 1024 + 1, ' ');
+        for (const QString& path : {stateFile(), backup()})
+            writeFile(path, large);
+        AppState::instance().load();
+        AppState::instance().layerBase[0] = disabledKeyAction();
+        AppState::instance().save();
+        for (const QString& path : {stateFile(), backup()}) {
+            QCOMPARE(QFileInfo(path + ".damaged").size(), large.size());
+            QCOMPARE(readFile(path), stateToJson(AppState::instance()));
+        }
+    }
+
+    // What is there can be read again, and it could not.
+    void stateTooLargeToBeReadAgainIsNotSaved()
+    {
+        saveState(sampleState());
+        const QByteArray before = readFile(stateFile());
+        AppState::instance().macros = {{"", QList<MacroAction>(530'000)}};
+        AppState::instance().save();
+        QCOMPARE(readFile(stateFile()), before);
+        QCOMPARE(readFile(backup()), before);
+        AppState::instance().macros.first().actions.resize(400'000);
+        AppState::instance().save();
+        QCOMPARE(readFile(stateFile()), stateToJson(AppState::instance()));
+    }
+
     void damagedFileWithoutACopyIsMovedAsideBeforeASave()
     {
         QVERIFY(QDir().mkpath(stateFile() + ".damaged"));

@@ -302,6 +302,61 @@ private slots:
         }
     }
 
+    // The quotes count, an escaped one does not end a name, and an escape is one.
+    void longestNames_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("isRead");
+        QTest::newRow("just all of it") << QByteArray("n") << 16 * 1024 * 1024 - 1 << true;
+        QTest::newRow("a character more") << QByteArray("n") << 16 * 1024 * 1024 << false;
+        QTest::newRow("escaped quotes") << QByteArray("\\\"") << 16 * 1024 * 1024 << false;
+        QTest::newRow("escapes") << QByteArray("\\\"") << 16 * 1024 * 1024 - 1 << true;
+    }
+    void longestNames()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(int, count);
+        writeFile(chosen(), '"' + name.repeated(count) + '"' + QByteArray(20'000'000, ' '));
+        QTEST(readStateContent(chosen()).has_value(), "isRead");
+    }
+
+    // A digit in the place of a macro or an action is one: short to read, long in the window and in
+    // the file that is written.
+    void digitsForMacros_data()
+    {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QString>("reason");
+        const QString damaged = "The file is damaged, or it is no settings file.";
+        const QString unsaved = "The file holds more macros than can be saved.";
+        QTest::newRow("many macros") << QByteArray("{\"macros\":[") << 2'000'000 << damaged;
+        QTest::newRow("many actions")
+            << QByteArray("{\"macros\":[{\"actions\":[") << 2'000'000 << damaged;
+        QTest::newRow("more macros than can be saved")
+            << QByteArray("{\"macros\":[") << 320'000 << unsaved;
+        QTest::newRow("more actions than can be saved")
+            << QByteArray("{\"macros\":[{\"actions\":[") << 530'000 << unsaved;
+        QTest::newRow("macros") << QByteArray("{\"macros\":[") << 310'000 << QString();
+        QTest::newRow("actions") << QByteArray("{\"macros\":[{\"actions\":[") << 500'000
+                                 << QString();
+    }
+    void digitsForMacros()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(int, count);
+        QFETCH(QString, reason);
+        const QByteArray after = before.endsWith("actions\":[") ? "0]}]}" : "0]}";
+        writeFile(chosen(), before + QByteArray("0,").repeated(count - 1) + after);
+        if (!reason.isEmpty())
+            return verifyRefused(reason);
+        QString unused;
+        const std::optional<SavedState> state = readStateFile(chosen(), &unused);
+        QVERIFY(state);
+        writeFile(chosen(), stateToJson(*state));
+        QCOMPARE(readStateFile(chosen(), &unused), state);
+    }
+
     void cutAnywhere()
     {
         const QByteArray whole = stateToJson(SavedState{});
