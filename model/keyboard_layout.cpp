@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace tavik {
@@ -16,6 +17,39 @@ namespace tavik {
 namespace {
 
 constexpr qint64 sizeLimit = 4 * 1024 * 1024; // a keyboard's layout takes some kilobytes
+constexpr qint64 longestElement = 16 * 1024;  // a key takes 300 bytes, a portion of the reader 8 kB
+
+// Every attribute of an element is compared with all others, so the document ends for its reader
+// where a single element, or a remark, is longer than any of a layout.
+class ElementSource final : public QIODevice
+{
+public:
+    explicit ElementSource(QIODevice& whole) : document(whole)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+
+    void startElement() { length = 0; }
+
+    [[nodiscard]] bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* data, qint64 largestSize) override
+    {
+        if (length > longestElement)
+            return 0;
+        const qint64 size = document.read(data, largestSize);
+        length += std::count_if(data, data + std::max<qint64>(size, 0),
+                                [](char byte) { return byte < 0 || byte > ' '; });
+        return size;
+    }
+
+    qint64 writeData(const char* /*data*/, qint64 /*size*/) override { return -1; }
+
+private:
+    QIODevice& document;
+    qint64 length = 0; // bytes of the present one, without blanks
+};
 
 // Sums of hostile numbers wrap instead of overflowing.
 int wrappedSum(int first, int second)
@@ -102,8 +136,10 @@ bool KeyboardLayout::read(QIODevice& document, QString* reason)
 {
     keys.clear();
     caseRect = screenRect = QRect();
-    QXmlStreamReader reader(&document);
+    ElementSource source(document);
+    QXmlStreamReader reader(&source);
     while (!reader.atEnd()) {
+        source.startElement();
         if (reader.readNext() != QXmlStreamReader::StartElement)
             continue;
         const QXmlStreamAttributes attributes = reader.attributes();

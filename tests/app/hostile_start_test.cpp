@@ -60,6 +60,15 @@ QByteArray layoutBomb()
            "</Keyboard>";
 }
 
+// The text so many times, with a number in it.
+QByteArray numbered(const QByteArray& text, int count)
+{
+    QByteArray all;
+    for (int number = 0; number < count; ++number)
+        all += QByteArray(text).replace("%1", QByteArray::number(number));
+    return all;
+}
+
 // The largest amount of memory that the process has had, in kilobytes.
 qint64 peakMemory(qint64 processId)
 {
@@ -121,8 +130,16 @@ private slots:
         for (const int count : {600'000, 20'000'000}) {
             QTest::addRow("%d macros", count) << state << QString() << macrosWithoutNames(count);
         }
+        QTest::newRow("digits for macros")
+            << state << QString()
+            << "{\"macros\":[" + QByteArray("0,").repeated(11'000'000) + "0]}";
+        QTest::newRow("a name of 64 MB") << state << QString()
+                                         << "{\"macros\":[{\"name\":\"\\u00e4" +
+                                                QByteArray(64 * 1024 * 1024 - 100, 'n') + "\"}]}";
         QTest::newRow("largest state") << state << QString() << largestState();
         QTest::newRow("layout bomb") << layout << QString() << layoutBomb();
+        QTest::newRow("attributes in a layout")
+            << layout << QString() << "<key" + numbered(" a%1=''", 300'000) + "/>";
         QTest::newRow("everything at its limit") << all << QString("limits") << QByteArray();
         QTest::newRow("noise in fonts")
             << skinFonts << QString() << QByteArray(31 * 1024 * 1024, 'x');

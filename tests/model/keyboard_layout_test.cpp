@@ -248,6 +248,53 @@ private slots:
         QVERIFY(!accepted);
     }
 
+    // Of each all names are compared with one another.
+    void longElementsEndInARejection_data()
+    {
+        QTest::addColumn<QByteArray>("begin");
+        QTest::addColumn<QByteArray>("attribute"); // with a number in its name
+        QTest::addColumn<QByteArray>("end");
+        QTest::newRow("element") << QByteArray("<key") << QByteArray(" a%1=''") << QByteArray("/>");
+        QTest::newRow("declarations")
+            << QByteArray("<!DOCTYPE Keyboard [<!ATTLIST key") << QByteArray(" a%1 CDATA ''")
+            << QByteArray(">]><Keyboard><key/></Keyboard>");
+    }
+    void longElementsEndInARejection()
+    {
+        QFETCH(QByteArray, begin);
+        QFETCH(QByteArray, attribute);
+        QFETCH(QByteArray, end);
+        for (const int count : {100, 250'000}) {
+            QByteArray document = begin;
+            for (int number = 0; number < count; ++number)
+                document += QByteArray(attribute).replace("%1", QByteArray::number(number));
+            bool accepted = false;
+            layoutFrom(document + end, &accepted);
+            QCOMPARE(accepted, count == 100);
+        }
+    }
+
+    // As long as there may be, and blanks beside them.
+    void longestElementIsRead_data()
+    {
+        QTest::addColumn<int>("length");
+        QTest::addColumn<int>("blanks");
+        QTest::addColumn<bool>("isRead");
+        QTest::newRow("long") << 16'000 << 0 << true;
+        QTest::newRow("too long") << 30'000 << 0 << false;
+        QTest::newRow("blanks") << 16'000 << 1'000'000 << true;
+    }
+    void longestElementIsRead()
+    {
+        QFETCH(int, length);
+        QFETCH(int, blanks);
+        bool accepted = false;
+        const QByteArray key = "<key desc='" + QByteArray(length, 'x') + "'/>";
+        layoutFrom("<Keyboard>" + QByteArray(blanks, ' ') + key.repeated(2) + "</Keyboard>",
+                   &accepted);
+        QTEST(accepted, "isRead");
+    }
+
     void tenMegabytesAreRead()
     {
         const QByteArray key = "<key light_index='200' rect_left='1' rect_width='40'/>";
