@@ -11,6 +11,8 @@ namespace tavik {
 
 namespace {
 
+constexpr int mostLinks = 40; // as the kernel has it
+
 bool isOnlyOurs(const QString& path)
 {
     struct stat status = {};
@@ -20,13 +22,18 @@ bool isOnlyOurs(const QString& path)
     const bool othersMayWrite = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     // A link has no permissions of its own.
     return !othersMayWrite || S_ISLNK(status.st_mode) ||
-           (S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0);
+           (path == u"/tmp" && (status.st_mode & S_ISVTX) != 0);
 }
 
-bool isOnlyOursOnTheWay(const QString& path)
+// Also where links lead, and links in turn.
+bool isOnlyOursOnTheWay(const QString& path, int linksLeft)
 {
     for (QString place = path; place != u"/"; place = QFileInfo(place).path()) {
         if (!isOnlyOurs(place))
+            return false;
+        if (const QFileInfo link(place);
+            link.isSymLink() &&
+            (linksLeft == 0 || !isOnlyOursOnTheWay(link.symLinkTarget(), linksLeft - 1)))
             return false;
     }
     return true;
@@ -36,10 +43,7 @@ bool isOnlyOursOnTheWay(const QString& path)
 
 bool isTrustedPath(const QString& path)
 {
-    if (!path.startsWith(sharedPlace))
-        return true;
-    // Once with the links themselves, and once where they lead.
-    return isOnlyOursOnTheWay(path) && isOnlyOursOnTheWay(QFileInfo(path).canonicalFilePath());
+    return !path.startsWith(sharedPlace) || isOnlyOursOnTheWay(path, mostLinks);
 }
 
 } // namespace tavik

@@ -11,8 +11,8 @@ namespace tavik {
 inline constexpr QLatin1StringView sharedPlace("/tmp/tavik-center/app/../resources");
 
 // Whether a file may be used that was found there. True only when it, every directory and every
-// link on the way belong to root or to the user, and nobody else may write to them; a directory
-// like /tmp, in which only the owner may remove or rename, will do. Paths elsewhere are trusted.
+// link on the way belong to root or to the user, and nobody else may write to them; /tmp will do
+// where only the owner of a file may remove or rename it. Paths elsewhere are trusted.
 [[nodiscard]] bool isTrustedPath(const QString& path);
 
 } // namespace tavik

@@ -2,6 +2,7 @@
 #include "files/shared_place.h"
 #include "tests/support/made_shared_place.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <optional>
@@ -44,7 +45,7 @@ private slots:
         QTest::newRow("file, everybody") << probe << 0646 << false;
         QTest::newRow("directory, group") << directory << 0775 << false;
         QTest::newRow("directory, everybody") << directory << 0757 << false;
-        QTest::newRow("directory like /tmp") << directory << 01777 << true;
+        QTest::newRow("directory like /tmp") << directory << 01777 << false;
         QTest::newRow("directory above") << root + "/resources" << 0775 << false;
         QTest::newRow("directory on the way") << root + "/app" << 0775 << false;
         QTest::newRow("first directory") << root << 0775 << false;
@@ -55,6 +56,19 @@ private slots:
         QFETCH(int, mode);
         QVERIFY(MadeSharedPlace::setMode(path, static_cast<mode_t>(mode)));
         QTEST(isTrustedPath(probe), "isTrusted");
+    }
+
+    void linksLeadThroughNoOpenDirectory()
+    {
+        const QTemporaryDir closed("/tmp/tavik-closed-XXXXXX");
+        const QTemporaryDir open("/tmp/tavik-open-XXXXXX");
+        writeFile(closed.filePath("layout.xml"), {});
+        QVERIFY(QFile::link(closed.path(), open.filePath("middle")));
+        QVERIFY(QFile::link(open.filePath("middle"), root + "/resources/away"));
+        const QString used = QString(sharedPlace) + "/away/layout.xml";
+        QVERIFY(isTrustedPath(used));
+        QVERIFY(MadeSharedPlace::setMode(open.path(), 0777));
+        QVERIFY(!isTrustedPath(used));
     }
 
     void belongsToNobodyElse_data()
