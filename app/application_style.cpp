@@ -7,6 +7,7 @@
 #include "files/shared_place.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QFileInfo>
 #include <QFont>
 #include <QFontDatabase>
@@ -65,14 +66,20 @@ QScrollBar:vertical { width: 8px; background: #303030; }
 QScrollBar::handle:vertical { background: #777777; min-height: 24px; }
 )";
 
+// By its first four bytes.
+bool isPlainFont(const QByteArray& signature)
+{
+    return QByteArrayList{QByteArray("\0\1\0\0", 4), "OTTO", "true"}.contains(signature);
+}
+
 void registerFonts()
 {
     const QString regular = resolveSkinFile(QStringLiteral("fonts/OpenSans-Regular.ttf"));
     const QString semibold = resolveSkinFile(QStringLiteral("fonts/OpenSans-Semibold.ttf"));
     for (const QString& path : {regular, semibold}) {
-        // A pipe would hold the start for ever, an endless device take all memory.
-        const QFileInfo file(path);
-        if (file.isFile() && file.size() <= largestFont)
+        // A pipe would hold the start for ever, and fonts for the web inflate to any size.
+        QFile file;
+        if (openRegularFile(file, path, largestFont) && isPlainFont(file.read(4)))
             QFontDatabase::addApplicationFont(path);
     }
 }
@@ -176,11 +183,7 @@ void applyApplicationStyle(QApplication& application)
     registerFonts();
     QApplication::setFont(QFont(QStringLiteral("Open Sans"), 10));
     application.setStyleSheet(QString::fromLatin1(globalStyleSheet));
-
-    // Where it is not installed, no theme has it.
-    const QIcon icon = QIcon::fromTheme(QStringLiteral("tavik-center"));
-    QApplication::setWindowIcon(
-        icon.isNull() ? loadSkinPixmap(QStringLiteral("icons/tavik-center.png")) : icon);
+    QApplication::setWindowIcon(loadSkinPixmap(QStringLiteral("icons/tavik-center.png")));
 }
 
 QString windowStyleSheet()

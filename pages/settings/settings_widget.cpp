@@ -28,6 +28,7 @@
 
 #include <array>
 #include <chrono>
+#include <optional>
 #include <tuple>
 
 using namespace std::chrono_literals;
@@ -63,19 +64,23 @@ QString languageKey()
     return QStringLiteral("language");
 }
 
-// Whether the two files in which the user's settings may be are missing or such as can be read: Qt
-// opens both, waits for ever for a pipe, and takes whatever there is into memory.
+// Whether the files in which the settings may be, two in each place, are missing or such as can be
+// read: Qt opens them all, waits for ever for a pipe, takes whatever there is into memory, and
+// makes objects of any kind and size out of "@Variant", also where a backslash hides the sign.
 bool isStoreSound()
 {
-    const QString organization =
-        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u'/' +
-        QCoreApplication::organizationName();
-    for (const QString& name :
-         {organization, organization + u'/' + QCoreApplication::applicationName()}) {
-        const QString path = name + QStringLiteral(".conf");
-        QFile file;
-        if (QFileInfo::exists(path) && !openRegularFile(file, path, largestStore))
-            return false;
+    const QString organization = QCoreApplication::organizationName();
+    for (const QString& place :
+         QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation)) {
+        for (const QString& name :
+             {organization, organization + u'/' + QCoreApplication::applicationName()}) {
+            const QString path = place + u'/' + name + QStringLiteral(".conf");
+            if (!QFileInfo::exists(path))
+                continue;
+            const std::optional<QByteArray> content = readRegularFile(path, largestStore);
+            if (!content || content->contains('@') || content->contains('\\'))
+                return false;
+        }
     }
     return true;
 }

@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
+#include <QtEndian>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -71,12 +72,43 @@ QByteArray smallPicture()
     return encodeBlackPng({12, 12}, 8);
 }
 
-// A rule each; line breaks and indentation carry no meaning.
-QByteArray bigEndian(const QString& text)
+// The font of the skin under a name that no system has.
+QByteArray fontNamed(const QString& name)
 {
-    return QStringEncoder(QStringConverter::Utf16BE)(text);
+    const auto bigEndian = [](const QString& text) {
+        return QByteArray(QStringEncoder(QStringConverter::Utf16BE)(text));
+    };
+    return readFile(QStringLiteral(TAVIK_FONT))
+        .replace(bigEndian(QStringLiteral("Open Sans")), bigEndian(name));
 }
 
+// The same font as web pages have it, whose tables may be packed.
+QByteArray webFontOf(const QByteArray& font)
+{
+    const auto bytesOf = [](qsizetype number) {
+        const auto big = qToBigEndian(static_cast<quint32>(number));
+        return QByteArray(reinterpret_cast<const char*>(&big), 4);
+    };
+    const QByteArray count = font.mid(4, 2);
+    const qsizetype begin = 44 + 20 * qFromBigEndian<quint16>(count.constData());
+    QByteArray directory;
+    QByteArray tables;
+    while (directory.size() < begin - 44) {
+        // Name, checksum, offset, length.
+        const QByteArray entry = font.mid(12 + directory.size() / 20 * 16, 16);
+        const QByteArray length = entry.mid(12);
+        directory +=
+            entry.first(4) + bytesOf(begin + tables.size()) + length + length + entry.mid(4, 4);
+        tables += font.mid(qFromBigEndian<quint32>(entry.constData() + 8),
+                           qFromBigEndian<quint32>(length.constData()));
+        tables += QByteArray(-tables.size() & 3, '\0');
+    }
+    return "wOFF" + font.first(4) + bytesOf(begin + tables.size()) + count + QByteArray(2, '\0') +
+           bytesOf(12 + directory.size() / 20 * 16 + tables.size()) + QByteArray(24, '\0') +
+           directory + tables;
+}
+
+// A rule each; line breaks and indentation carry no meaning.
 QStringList rulesOf(const QString& sheet)
 {
     return sheet.simplified().split(QStringLiteral("} "), Qt::SkipEmptyParts);
@@ -107,25 +139,46 @@ private slots:
         QVERIFY(qApp->styleSheet().contains("QPushButton#accent"));
         QCOMPARE(QApplication::font().family(), QStringLiteral("Open Sans"));
         QCOMPARE(QApplication::font().pointSize(), 10);
+        QVERIFY(QFontDatabase::applicationFontFamilies(0).isEmpty()); // none but the system's
     }
 
-    void largestFontIsTaken_data()
+    void fontsOfTheCurrentDirectoryAreTaken_data()
     {
-        QTest::addColumn<qint64>("size");
-        QTest::addColumn<bool>("isTaken");
-        QTest::newRow("32 MB") << qint64{32} * 1024 * 1024 << true;
-        QTest::newRow("a byte more") << qint64{32} * 1024 * 1024 + 1 << false;
+        QTest::addColumn<bool>("runsThere");
+        QTest::newRow("there") << true;
+        QTest::newRow("elsewhere") << false;
     }
-    void largestFontIsTaken()
+    void fontsOfTheCurrentDirectoryAreTaken()
     {
-        QFETCH(qint64, size);
+        QFETCH(bool, runsThere);
+        const QTemporaryDir directory;
+        const QString fonts = directory.filePath("resources/official-skin/fonts/");
+        // In the order in which they are taken.
+        writeFile(fonts + "OpenSans-Regular.ttf", fontNamed("Tavik One"));
+        writeFile(fonts + "OpenSans-Semibold.ttf", fontNamed("Tavik Two"));
+        QDir::setCurrent(runsThere ? directory.path() : QDir::rootPath());
+        applyApplicationStyle(*qApp);
+        QDir::setCurrent(QDir::rootPath());
+        QCOMPARE(QFontDatabase::applicationFontFamilies(0).contains("Tavik One"), runsThere);
+        QCOMPARE(QFontDatabase::applicationFontFamilies(1).contains("Tavik Two"), runsThere);
+    }
+
+    void plainFontsOfSaneSizeAreTaken_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("isTaken");
+        const QByteArray font = fontNamed("Tavik One");
+        QByteArray largest = font;
+        largest.resize(32 * 1024 * 1024, '\0');
+        QTest::newRow("32 MB") << largest << true;
+        QTest::newRow("a byte more") << largest + '\0' << false;
+        QTest::newRow("web font") << webFontOf(font) << false;
+    }
+    void plainFontsOfSaneSizeAreTaken()
+    {
+        QFETCH(QByteArray, bytes);
         QFETCH(bool, isTaken);
-        // The font of the skin under a name that no system has.
         const QString name = QStringLiteral("Tavik One");
-        QByteArray bytes = readFile(QStringLiteral(TAVIK_FONT));
-        QVERIFY(bytes.size() > 1000);
-        bytes.replace(bigEndian(QStringLiteral("Open Sans")), bigEndian(name));
-        bytes.resize(size, '\0');
         const QTemporaryDir directory;
         writeFile(directory.filePath("resources/official-skin/fonts/OpenSans-Regular.ttf"), bytes);
         QDir::setCurrent(directory.path());

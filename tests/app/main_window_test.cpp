@@ -2,6 +2,7 @@
 #include "app/application_style.h"
 #include "app/main_window.h"
 #include "app/skin/skin_files.h"
+#include "app/skin/skin_icons.h"
 #include "device/device.h"
 #include "pages/parts/keyboard_view.h"
 #include "tests/app/window_pages.h"
@@ -113,6 +114,13 @@ private slots:
     }
 
     void cleanupTestCase() { window.reset(); }
+
+    void taskListsHaveAnIcon()
+    {
+        const QPixmap icon = loadSkinPixmap(QStringLiteral("icons/tavik-center.png"));
+        QVERIFY(!icon.isNull());
+        QCOMPARE(window->windowIcon().pixmap(icon.size()).toImage(), icon.toImage());
+    }
 
     void groundIsReadyMade()
     {

@@ -23,6 +23,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -149,12 +150,32 @@ private slots:
         QCOMPARE(languageSelect()->currentIndex(), index);
     }
 
+    // They may be anything, as large and as deep as it likes.
+    void packedObjectsAreNotRead_data()
+    {
+        QTest::addColumn<QByteArray>("language");
+        QTest::newRow("number") << QByteArray("@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x2)");
+        QTest::newRow("escaped") << QByteArray("\\x40Variant(\\0\\0\\0\\x2\\0\\0\\0\\x2)");
+    }
+    void packedObjectsAreNotRead()
+    {
+        QFETCH(QByteArray, language);
+        const QByteArray settings = "[General]\nlanguage=" + language + '\n';
+        writeFile(settingsFilePath(), settings);
+        showPage();
+        QCOMPARE(languageSelect()->currentIndex(), 0);
+        QTest::keyClick(languageSelect(), Qt::Key_Down);
+        QCOMPARE(readFile(settingsFilePath()), settings);
+    }
+
     // Opening it would never return.
     void storeThatIsAPipeIsLeftAlone_data()
     {
         QTest::addColumn<QString>("name");
         QTest::newRow("program") << settingsFilePath();
         QTest::newRow("organization") << QFileInfo(settingsFilePath()).path() + ".conf";
+        qputenv("XDG_CONFIG_DIRS", QFile::encodeName(system.path()));
+        QTest::newRow("system") << system.filePath("zerolt-linux/ZEROLT TAVIK Pro.conf");
     }
     void storeThatIsAPipeIsLeftAlone()
     {
@@ -486,6 +507,7 @@ private:
         return page->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
     }
 
+    const QTemporaryDir system; // has settings of its own
     std::unique_ptr<SettingsWidget> page;
 };
 
