@@ -127,12 +127,16 @@ bool isAffordable(const QImageReader& reader, bool isAnimation)
     return pixels <= (isDeep ? deepPixelLimit : stillPixelLimit);
 }
 
-FileImport importFile(const QString& path)
+// The JPEG library keeps a picture that comes in several passes, up to so many bytes.
+void limitPhotographs()
+{
+    if (!qEnvironmentVariableIsSet("JPEGMEM"))
+        qputenv("JPEGMEM", "152M");
+}
+
+FileImport importFrom(QIODevice& file, bool isNamedAnimation)
 {
     const std::clock_t deadline = std::clock() + readingLimit;
-    QFile file;
-    if (!openRegularFile(file, path, fileLimit))
-        return {};
     // What the file dialog offers. Content decides, not the name: other readers, one for vector
     // graphics among them, inflate and parse a whole file before they tell its size.
     const QByteArray format = QImageReader::imageFormat(&file);
@@ -151,12 +155,19 @@ FileImport importFile(const QString& path)
     reader.setAutoTransform(true);
     source.endAt(isPhotograph ? photographHeaderLimit : fileLimit);
     // Counting the pictures means reading the whole file, so the name is asked first.
-    const bool isAnimation =
-        path.endsWith(QLatin1String(".gif"), Qt::CaseInsensitive) || reader.imageCount() > 1;
+    const bool isAnimation = isNamedAnimation || reader.imageCount() > 1;
     if (!isAffordable(reader, isAnimation))
         return {};
     source.endAt(fileLimit);
     return isAnimation ? readAnimation(reader) : readStill(reader);
+}
+
+FileImport importFile(const QString& path)
+{
+    QFile file;
+    if (!openRegularFile(file, path, fileLimit))
+        return {};
+    return importFrom(file, path.endsWith(QLatin1String(".gif"), Qt::CaseInsensitive));
 }
 
 QString outcomeOf(const QString& name, const FileImport& file)
@@ -175,9 +186,7 @@ QString outcomeOf(const QString& name, const FileImport& file)
 
 QList<ScreenFrame> importImages(const QStringList& paths, QStringList* outcomes)
 {
-    // The JPEG library keeps a picture that comes in several passes, up to so many bytes.
-    if (!qEnvironmentVariableIsSet("JPEGMEM"))
-        qputenv("JPEGMEM", "152M");
+    limitPhotographs();
     QList<ScreenFrame> frames;
     QStringList lines;
     for (const QString& path : paths) {
@@ -198,9 +207,13 @@ QList<ScreenFrame> importImages(const QStringList& paths, QStringList* outcomes)
     return frames;
 }
 
-ScreenFrame importPicture(const QImage& picture)
+QList<ScreenFrame> importContent(const QByteArray& content)
 {
-    return createFrame(picture, stillDelayMs);
+    limitPhotographs();
+    QBuffer file;
+    file.setData(content.first(std::min<qsizetype>(content.size(), fileLimit)));
+    file.open(QIODevice::ReadOnly);
+    return importFrom(file, false).frames;
 }
 
 } // namespace tavik

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArray>
 #include <QImage>
 #include <QList>
 #include <QStringList>
@@ -29,7 +30,7 @@ struct ScreenFrame
 [[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths,
                                               QStringList* outcomes = nullptr);
 
-// A picture that is there already, as a file of it would be imported.
-[[nodiscard]] ScreenFrame importPicture(const QImage& picture);
+// The pictures in the content of one such file; what is beyond its limit is cut off.
+[[nodiscard]] QList<ScreenFrame> importContent(const QByteArray& content);
 
 } // namespace tavik

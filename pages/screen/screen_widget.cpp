@@ -63,6 +63,17 @@ QStringList filesIn(const QMimeData* data)
     return paths;
 }
 
+// A picture that is pasted, as another program offers it; its size is found out before it is
+// decoded.
+QByteArray pictureIn(const QMimeData& data)
+{
+    for (const char* type : {"image/png", "image/bmp", "image/gif", "image/jpeg"}) {
+        if (data.hasFormat(QLatin1String(type)))
+            return data.data(QLatin1String(type));
+    }
+    return {};
+}
+
 // As in the dialog.
 bool isPictureName(const QString& path)
 {
@@ -213,9 +224,8 @@ void ScreenWidget::pastePictures()
         return;
     if (pasted != nullptr && pasted->hasImage()) {
         const BusyWait wait(this, statusLabel); // who holds the picture may take its time
-        const QImage picture = QApplication::clipboard()->image();
-        if (!picture.isNull()) {
-            takeFrames({importPicture(picture)}, {});
+        if (const QList<ScreenFrame> taken = importContent(pictureIn(*pasted)); !taken.isEmpty()) {
+            takeFrames(taken, {});
             return;
         }
     }

@@ -279,6 +279,7 @@ private slots:
         QImage green(30, 200, QImage::Format_RGB32);
         green.fill(Qt::green);
         picture->setImageData(green);
+        picture->setData("image/png", encodeImage(green, "png"));
         paste(page, picture);
         QCOMPARE(statusOf(page)->text(), QStringLiteral("1 frame(s) imported."));
         QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(5, 250), QColor(Qt::green));
@@ -288,6 +289,13 @@ private slots:
         other->setUrls({QUrl::fromLocalFile(write("notes.txt", "no picture"))});
         paste(page, other);
         const QString nothing = QStringLiteral("There is no picture to paste.");
+        QCOMPARE(statusOf(page)->text(), nothing);
+
+        auto* large = new QMimeData; // a few bytes that would take a gigabyte
+        large->setImageData(green);
+        large->setData("image/png", encodeBlackPng({20'000, 20'000}, 8));
+        statusOf(page)->clear();
+        paste(page, large);
         QCOMPARE(statusOf(page)->text(), nothing);
 
         auto* text = new QMimeData;
@@ -306,6 +314,7 @@ private slots:
         page.show();
         auto* pasted = new QMimeData;
         pasted->setImageData(painted);
+        pasted->setData("image/bmp", encodeImage(painted, "bmp"));
         paste(page, pasted);
         click(page, sendText);
         const auto stored = bus().keyboard().state().screenSlots.at(0);
@@ -704,9 +713,7 @@ private slots:
                                    << "TFT interface (0xFF68/0xFF67) not found";
         QTest::newRow("no keyboard") << "keyboard"
                                      << "TFT interface (0xFF68/0xFF67) not found";
-        QTest::newRow("no configuration")
-            << "configuration"
-            << "Keyboard not found (vendor interface 0xFF13). Plug the USB-C cable (wired mode).";
+        QTest::newRow("no configuration") << "configuration" << notFoundText;
         QTest::newRow("start") << "start"
                                << "04 72 rejected (status 02)";
         QTest::newRow("write") << "write"
