@@ -191,7 +191,14 @@ private slots:
                     u'"';
             const Outcome outcome = runCtl(full + command);
             QCOMPARE(outcome.code, 1);
-            QVERIFY2(outcome.err.count(u'\n') == 1 && outcome.err.contains("room on the disk"),
+            QString reason =
+                " could not be written. Look for room on the disk, and whether you may "
+                "write there; then do it again.\n";
+            if (command.contains("import"))
+                reason = ", so they were left as they are. Look for room on the disk.\n";
+            else if (command.contains("export"))
+                reason.remove("; then do it again");
+            QVERIFY2(outcome.err.count(u'\n') == 1 && outcome.err.endsWith(reason),
                      qPrintable(outcome.err));
         }
         QCOMPARE(readFile(stateFilePath()), before);
