@@ -17,9 +17,6 @@ using namespace tavik::virtual_keyboard;
 
 namespace {
 
-const QString notFoundText = QStringLiteral(
-    "Keyboard not found (vendor interface 0xFF13). Plug the USB-C cable (wired mode).");
-
 Device& device()
 {
     return Device::instance();

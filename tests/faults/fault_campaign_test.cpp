@@ -394,6 +394,8 @@ void addReadFaults(QList<PlannedFault>& faults, const QString& name, int call)
     addExchangeFault(faults, name + QStringLiteral(" is empty"), send, emptyAnswer(),
                      roundTheLimit);
     addExchangeFault(faults, name + QStringLiteral(" is busy"), send, busy(), roundTheLimit);
+    addExchangeFault(faults, name + QStringLiteral(" counts nothing"), send, countsNothing(),
+                     onceOrAlways);
     for (const int status : {0x00, 0x02})
         addExchangeFault(faults, name + QStringLiteral(" has status %1").arg(status), send,
                          answerStatus(static_cast<std::uint8_t>(status)), onceOrAlways);

@@ -18,6 +18,10 @@ namespace tavik::tests {
 // What the keyboard complained of so far. Violations that nobody takes fail the case at its end.
 [[nodiscard]] QStringList takeBusViolations();
 
+// What is told when the keyboard, or its configuration interface, is not there.
+inline const QString notFoundText = QStringLiteral(
+    "Keyboard not found (vendor interface 0xFF13). Plug the USB-C cable (wired mode).");
+
 // True when no command sequence holds the device.
 [[nodiscard]] bool deviceLockIsFree();
 

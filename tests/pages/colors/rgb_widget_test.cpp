@@ -364,8 +364,7 @@ private slots:
         bank() = variedBank();
         bus().unplug();
         this->button(button)->click();
-        QCOMPARE(status()->text(), QStringLiteral("Error: Keyboard not found (vendor interface "
-                                                  "0xFF13). Plug the USB-C cable (wired mode)."));
+        QCOMPARE(status()->text(), QStringLiteral("Error: ") + notFoundText);
         QCOMPARE(status()->styleSheet(), errorStyle);
         QCOMPARE(bank(), variedBank());
         QCOMPARE(busWire(), QStringList());

@@ -916,14 +916,6 @@ private slots:
         QVERIFY(!dialog->isVisible());
         QVERIFY(!stateFileExists());
     }
-
-    void captionFontNeverGetsUnreadable()
-    {
-        QCOMPARE(captionFontSize(0.5), 6);
-        QCOMPARE(captionFontSize(1.5), 11);
-        QCOMPARE(keyboardBaseFontSize(0.5), 7.0);
-        QCOMPARE(keyboardBaseFontSize(5.0), 13.0);
-    }
 };
 
 TAVIK_ISOLATED_TEST_MAIN(KeymapWidgetTest)

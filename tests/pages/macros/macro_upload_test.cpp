@@ -217,6 +217,18 @@ private slots:
                                    [](char byte) { return static_cast<std::uint8_t>(byte); }));
     }
 
+    void lastOfTenAttemptsLeavesItsText()
+    {
+        constexpr int thirdPiece = firstPieceExchange + 2;
+        bus().failAt(thirdPiece, virtual_keyboard::sendError("first nine"), 9);
+        bus().failAt(thirdPiece + 9, virtual_keyboard::sendError("the tenth"));
+        QVERIFY(!writeMacroSpace(variedImage(400)));
+        QCOMPARE(Device::instance().lastError, QStringLiteral("the tenth"));
+        QCOMPARE(bus().count("send failed"), 10);
+        const QStringList reports = reportsOf(smallestSteps());
+        QCOMPARE(busSends(), reports.first(5) + QStringList(reports.last()));
+    }
+
     void uploadFails_data() { addFaultRows(faultsOfSession(smallestSteps())); }
     void uploadFails()
     {
@@ -266,7 +278,7 @@ private slots:
     {
         bus().unplug();
         QVERIFY(!writeMacroSpace(variedImage(400)));
-        QVERIFY(Device::instance().lastError.startsWith(QStringLiteral("Keyboard not found")));
+        QCOMPARE(Device::instance().lastError, notFoundText);
         QCOMPARE(busWire(), QStringList());
         QVERIFY(deviceLockIsFree());
     }

@@ -907,7 +907,7 @@ private slots:
         showPage(threeMacros());
         bus().unplug();
         button("Write macros to keyboard")->click();
-        QVERIFY(status()->text().startsWith(QStringLiteral("Error: Keyboard not found")));
+        QCOMPARE(status()->text(), QStringLiteral("Error: ") + notFoundText);
         QCOMPARE(status()->styleSheet(), errorStyle);
         QCOMPARE(busWire(), QStringList());
     }

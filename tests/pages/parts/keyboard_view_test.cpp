@@ -268,6 +268,18 @@ private slots:
         QCOMPARE(selectedKey(*view, layout), 0);
     }
 
+    void firstOfOverlappingKeysTakesThePress()
+    {
+        const KeyboardLayout layout =
+            board({100, 100}, {keyRecord(9, {10, 10, 50, 50}), keyRecord(2, {30, 30, 50, 50})});
+        const auto view = viewOf(layout, {100, 100});
+        const QSignalSpy activated(view.get(), &KeyboardView::slotActivated);
+        press(*view, {40, 40});
+        QCOMPARE(activated.size(), 1);
+        QCOMPARE(activated.first().first().toInt(), 9);
+        QCOMPARE(selectedKey(*view, layout), 9);
+    }
+
     void selectionOutlivesANewLayout()
     {
         const KeyboardLayout layout = grid(3, 1);

@@ -393,9 +393,7 @@ private slots:
     {
         bus().setOpens("/dev/hidraw1", false);
         const Attempt made = attempt();
-        checkFailed(made.result,
-                    "Keyboard not found (vendor interface 0xFF13). Plug the USB-C cable "
-                    "(wired mode).");
+        checkFailed(made.result, notFoundText);
         QCOMPARE(made.texts, QStringList("TFT interface FF68 opened…"));
         QCOMPARE(busWire(), QStringList());
         QCOMPARE(busTrace().last(), QStringLiteral("close screen"));

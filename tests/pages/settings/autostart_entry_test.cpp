@@ -96,9 +96,28 @@ private slots:
         QVERIFY(!isAutostartEnabled());
         QVERIFY(enableAutostart());
         QVERIFY(isAutostartEnabled());
-        const QByteArray program = QCoreApplication::applicationFilePath().toUtf8();
+        QByteArray program = QCoreApplication::applicationFilePath().toUtf8();
         QVERIFY(program.startsWith('/'));
+        program.replace("\"", "\\\"");
         QCOMPARE(readFile(autostartFilePath()), entryWithExec("Exec=\"" + program + '"'));
+    }
+
+    // A copy of this program, which finds the quotes in its own path.
+    void programInAFolderWithQuotesIsWrittenToo()
+    {
+        const QTemporaryDir directory;
+        const QString folder = directory.filePath("the \"new\" one");
+        QVERIFY(QDir().mkpath(folder));
+        const QString copy = folder + "/copy";
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(copy, {"enablingWritesTheRunningProgram"});
+        QVERIFY(process.waitForFinished());
+        const QByteArray words = process.readAll();
+        QVERIFY2(process.exitCode() == 0, words.constData());
+        QVERIFY2(words.contains("PASS   : AutostartEntryTest::enablingWritesTheRunningProgram()"),
+                 words.constData());
     }
 
     void enablingReplacesALongerEntry()
