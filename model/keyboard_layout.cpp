@@ -17,10 +17,14 @@ namespace tavik {
 namespace {
 
 constexpr qint64 sizeLimit = 4 * 1024 * 1024; // a keyboard's layout takes some kilobytes
-constexpr qint64 longestElement = 16 * 1024;  // a key takes 300 bytes, a portion of the reader 8 kB
+constexpr qint64 longestElement = 64 * 1024;  // a key takes 300 bytes
+constexpr qint64 portion = 1024;
+constexpr int longestEntity = 256; // characters
+constexpr qint64 workOfToken = 40; // in comparisons of attributes
+constexpr qint64 mostWork = 20'000'000;
 
-// Every attribute of an element is compared with all others, so the document ends for its reader
-// where a single element, or a remark, is longer than any of a layout.
+// Every attribute of an element is compared with all others before anybody sees them, so the
+// document ends for its reader where a single element, or a remark, is longer than any of a layout.
 class ElementSource final : public QIODevice
 {
 public:
@@ -38,9 +42,9 @@ protected:
     {
         if (length > longestElement)
             return 0;
-        const qint64 size = document.read(data, largestSize);
+        const qint64 size = document.read(data, std::min(largestSize, portion));
         length += std::count_if(data, data + std::max<qint64>(size, 0),
-                                [](char byte) { return byte < 0 || byte > ' '; });
+                                [](char byte) { return static_cast<unsigned char>(byte) > ' '; });
         return size;
     }
 
@@ -138,11 +142,18 @@ bool KeyboardLayout::read(QIODevice& document, QString* reason)
     caseRect = screenRect = QRect();
     ElementSource source(document);
     QXmlStreamReader reader(&source);
+    reader.setEntityExpansionLimit(longestEntity);
+    qint64 work = 0;
     while (!reader.atEnd()) {
         source.startElement();
-        if (reader.readNext() != QXmlStreamReader::StartElement)
-            continue;
+        const auto token = reader.readNext();
         const QXmlStreamAttributes attributes = reader.attributes();
+        // Declarations and entities make much of a few bytes.
+        work += workOfToken + attributes.size() * attributes.size();
+        if (work > mostWork)
+            reader.raiseError(QStringLiteral("This is more than any keyboard has."));
+        if (token != QXmlStreamReader::StartElement)
+            continue;
         if (reader.name() == QLatin1String("Keyboard") ||
             reader.name() == QLatin1String("Layout109K")) {
             xpos = attributes.value("xpos").toInt();
