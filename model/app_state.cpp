@@ -4,6 +4,7 @@
 #include "files/whole_file.h"
 #include "model/state_copies.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -213,6 +214,14 @@ bool isMoved(const QString& from, const QString& to)
     return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
 }
 
+// To a name that there has not been.
+bool isMovedAside(const QString& path)
+{
+    const QString time =
+        QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz"));
+    return isMoved(path, path + u'.' + time + QStringLiteral(".damaged"));
+}
+
 // Whether the state file may hold the only whole state: writing it without a copy could cost that.
 bool isOnlyWholeState(const QString& path)
 {
@@ -332,9 +341,9 @@ void AppState::save() const
     QDir().mkpath(QFileInfo(path).path());
     // What could not be read, or not be copied, is moved aside rather than overwritten.
     if (!foundFileIsKept && ::access(QFile::encodeName(path).constData(), W_OK) == 0)
-        foundFileIsKept = isMoved(path, damagedPath());
+        foundFileIsKept = isMoved(path, damagedPath()) || isMovedAside(path);
     if (!keepFoundCopy() && !readStateContent(copyPath()))
-        foundCopyIsKept = isMoved(copyPath(), copyPath() + QStringLiteral(".damaged"));
+        foundCopyIsKept = isMovedAside(copyPath());
     if (!foundCopyIsKept || (!writeWholeFile(copyPath(), content) && isOnlyWholeState(path)))
         return;
     QFile file(path);

@@ -53,17 +53,18 @@ public:
     static AppState& instance();
 
     // Replaces the fields by what the state file holds. Without a file, or with one that cannot be
-    // read or is no JSON object, the fields keep their values. Meant for the start only: a file
-    // that loads is copied to "state.json.bak" beside it, one that is read but is no JSON object to
+    // read or taken over, the fields keep their values. Meant for the start only: a file that
+    // loads is copied to "state.json.bak" beside it, one that is read but cannot be taken over to
     // "state.json.damaged"; the earlier states then also hold what loads and the copy found beside
     // it. Emits nothing and reports nothing.
     void load();
 
     // Writes all fields to "state.json.bak", whole or not at all, and then to the state file, in
     // place: at every moment one of the two holds a whole state. What cannot be written is left as
-    // it is. So are both files where writing on could lose the last whole state, or a copy found
-    // beside a damaged file that could not be kept, and by a state too large to be read again.
-    // Emits nothing and reports nothing.
+    // it is. Both files are also left as they are where writing on could lose the last whole state,
+    // or a copy found beside a damaged file that could not be kept, and where the state is too
+    // large to be read again. A copy found that cannot be read is moved to a new name that begins
+    // with "state.json.bak" and ends with "damaged". Emits nothing and reports nothing.
     void save() const;
 
     // Keeps the present state among the earlier ones, takes over another by an edit of this name

@@ -48,8 +48,8 @@ qsizetype bytesInQuotes(const QByteArray& json)
     return bytes;
 }
 
-// No more than it is by that measure once they are written. Whatever stands in the place of a macro
-// or of an action is read as one.
+// Never more than memoryOf() the text as which they are written, so that what is saved can be read
+// again. Whatever stands in the place of a macro or of an action is read as one.
 qsizetype memoryOfMacros(const QJsonArray& macros)
 {
     qsizetype memory = 0;
@@ -152,7 +152,7 @@ std::optional<SavedState> readStateFile(const QString& path, QString* reason,
 {
     const std::optional<QByteArray> content = readStateContent(path);
     if (!content) {
-        *reason = QStringLiteral("The file cannot be read, or it is larger than 64 MB.");
+        *reason = QStringLiteral("The file cannot be read, or it is too large.");
         return {};
     }
     const std::optional<QJsonObject> object = stateObjectIn(*content);

@@ -617,6 +617,19 @@ private slots:
         QCOMPARE(readFile(stateFile()), stateToJson(AppState::instance()));
     }
 
+    void damagedFileIsKeptWhereItsNameIsTaken()
+    {
+        writeFile(damaged() + "/something", "else");
+        writeFile(stateFile(), "{ \"macros\": [");
+        AppState::instance().load();
+        AppState::instance().save();
+        const QDir directory = QFileInfo(stateFile()).dir();
+        const QStringList kept = directory.entryList({"state.json.2*.damaged"});
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(readFile(directory.filePath(kept.first())), QByteArray("{ \"macros\": ["));
+        QCOMPARE(readFile(stateFile()), stateToJson(AppState::instance()));
+    }
+
     void copyTooLargeToBeReadIsMovedAsideBeforeASave()
     {
         const QByteArray large(64 * 1024 * 1024 + 1, ' ');
@@ -625,13 +638,16 @@ private slots:
         AppState::instance().load();
         AppState::instance().layerBase[0] = disabledKeyAction();
         AppState::instance().save();
-        for (const QString& path : {stateFile(), backup()}) {
-            QCOMPARE(QFileInfo(path + ".damaged").size(), large.size());
+        QCOMPARE(QFileInfo(damaged()).size(), large.size());
+        const QFileInfo backupFile(backup());
+        const QStringList copies = backupFile.dir().entryList({"state.json.bak.*.damaged"});
+        QCOMPARE(copies.size(), 1);
+        QCOMPARE(QFileInfo(backupFile.dir(), copies.first()).size(), large.size());
+        for (const QString& path : {stateFile(), backup()})
             QCOMPARE(readFile(path), stateToJson(AppState::instance()));
-        }
     }
 
-    // What is there can be read again, and it could not.
+    // The file on disk can be read again; the new one could not.
     void stateTooLargeToBeReadAgainIsNotSaved()
     {
         saveState(sampleState());

@@ -276,7 +276,7 @@ private slots:
         // Two megabytes that would take hundreds once they are read.
         if (kind == "700,000 lists")
             writeFile(chosen(), "{\"macros\":[" + QByteArray("[],").repeated(700'000) + "[]]}");
-        verifyRefused("The file cannot be read, or it is larger than 64 MB.");
+        verifyRefused("The file cannot be read, or it is too large.");
     }
 
     // What a text would take once it is read: 24 bytes a value, 400 a list or object, 256 MB at

@@ -267,8 +267,7 @@ private slots:
     {
         QTest::addColumn<QByteArray>("kind");
         QTest::addColumn<QString>("reason");
-        const QString unreadable =
-            QStringLiteral("The file cannot be read, or it is larger than 64 MB.");
+        const QString unreadable = QStringLiteral("The file cannot be read, or it is too large.");
         const QString damaged = QStringLiteral("The file is damaged, or it is no settings file.");
         const QString foreign = QStringLiteral("The file holds no settings of this program.");
         for (const char* kind : {"missing", "directory", "pipe", "1 GB"})
