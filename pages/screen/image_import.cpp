@@ -209,9 +209,11 @@ QList<ScreenFrame> importImages(const QStringList& paths, QStringList* outcomes)
 
 QList<ScreenFrame> importContent(const QByteArray& content)
 {
+    if (content.size() > fileLimit)
+        return {};
     limitPhotographs();
     QBuffer file;
-    file.setData(content.first(std::min<qsizetype>(content.size(), fileLimit)));
+    file.setData(content);
     file.open(QIODevice::ReadOnly);
     return importFrom(file, false).frames;
 }

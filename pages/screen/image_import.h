@@ -30,7 +30,7 @@ struct ScreenFrame
 [[nodiscard]] QList<ScreenFrame> importImages(const QStringList& paths,
                                               QStringList* outcomes = nullptr);
 
-// The pictures in the content of one such file; what is beyond its limit is cut off.
+// The pictures in the content of one such file, with the same limits.
 [[nodiscard]] QList<ScreenFrame> importContent(const QByteArray& content);
 
 } // namespace tavik

@@ -63,13 +63,13 @@ QStringList filesIn(const QMimeData* data)
     return paths;
 }
 
-// A picture that is pasted, as another program offers it; its size is found out before it is
-// decoded.
-QByteArray pictureIn(const QMimeData& data)
+// In which of the formats offered another program shall hand over its picture, so that its size can
+// be found out before it is decoded; empty for none.
+QString pictureFormat(const QStringList& offered)
 {
-    for (const char* type : {"image/png", "image/bmp", "image/gif", "image/jpeg"}) {
-        if (data.hasFormat(QLatin1String(type)))
-            return data.data(QLatin1String(type));
+    for (const char* format : {"image/png", "image/bmp", "image/gif", "image/jpeg"}) {
+        if (offered.contains(QLatin1String(format)))
+            return QLatin1String(format);
     }
     return {};
 }
@@ -215,16 +215,22 @@ void ScreenWidget::importDropped(const QStringList& paths)
 void ScreenWidget::pastePictures()
 {
     const QMimeData* pasted = QApplication::clipboard()->mimeData();
-    const QStringList paths = pasted == nullptr ? QStringList() : filesIn(pasted);
+    // Asked once: every question takes seconds where the program that holds it does not answer.
+    const QStringList offered = pasted == nullptr ? QStringList() : pasted->formats();
+    const QStringList paths =
+        offered.contains(QStringLiteral("text/uri-list")) ? filesIn(pasted) : QStringList();
     if (std::ranges::any_of(paths, isPictureName)) {
         importFrom(paths);
         return;
     }
     if (BusyWait::isRunning())
         return;
-    if (pasted != nullptr && pasted->hasImage()) {
-        const BusyWait wait(this, statusLabel); // who holds the picture may take its time
-        if (const QList<ScreenFrame> taken = importContent(pictureIn(*pasted)); !taken.isEmpty()) {
+    if (const QString format = pictureFormat(offered); !format.isEmpty()) {
+        const BusyWait wait(this, statusLabel);         // who holds the picture may take its time
+        pasted = QApplication::clipboard()->mimeData(); // another one may have come since
+        const QList<ScreenFrame> taken =
+            importContent(pasted == nullptr ? QByteArray() : pasted->data(format));
+        if (!taken.isEmpty()) {
             takeFrames(taken, {});
             return;
         }
