@@ -21,6 +21,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTimer>
@@ -66,19 +67,20 @@ QString languageKey()
 
 // Whether the files in which the settings may be, two in each place, are missing or such as can be
 // read: Qt opens them all, waits for ever for a pipe, takes whatever there is into memory, and
-// makes objects of any kind and size out of "@Variant", also where a backslash hides the sign.
+// makes objects of any kind and size out of "@Variant(", whose letters may be written as numbers.
 bool isStoreSound()
 {
+    static const QRegularExpression packed(QStringLiteral("@(Variant|DateTime)\\(|\\\\[x0-7]"));
     const QString organization = QCoreApplication::organizationName();
     for (const QString& place :
          QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation)) {
         for (const QString& name :
              {organization, organization + u'/' + QCoreApplication::applicationName()}) {
             const QString path = place + u'/' + name + QStringLiteral(".conf");
-            if (!QFileInfo::exists(path))
+            if (!QFileInfo(path).isReadable())
                 continue;
             const std::optional<QByteArray> content = readRegularFile(path, largestStore);
-            if (!content || content->contains('@') || content->contains('\\'))
+            if (!content || packed.match(QString::fromLatin1(*content)).hasMatch())
                 return false;
         }
     }

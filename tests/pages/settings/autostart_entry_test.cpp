@@ -105,7 +105,8 @@ private slots:
     // A copy of this program, which finds the quotes in its own path.
     void programInAFolderWithQuotesIsWrittenToo()
     {
-        const QTemporaryDir directory;
+        // Beside this program, where programs can run.
+        const QTemporaryDir directory(QCoreApplication::applicationDirPath() + "/XXXXXX");
         const QString folder = directory.filePath("the \"new\" one");
         QVERIFY(QDir().mkpath(folder));
         const QString copy = folder + "/copy";

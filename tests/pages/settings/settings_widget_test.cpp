@@ -118,6 +118,8 @@ private slots:
                                 << QStringLiteral("Chinese (简体中文)");
         QTest::newRow("third") << QByteArray("[General]\nlanguage=2\n") << 2
                                << QStringLiteral("Traditional Chinese (繁體中文)");
+        QTest::newRow("beside others") << QByteArray("[General]\nlanguage=2\n[Other]\nmail=a@b\n")
+                                       << 2 << QStringLiteral("Traditional Chinese (繁體中文)");
         QTest::newRow("too large") << QByteArray("[General]\nlanguage=3\n") << -1 << "";
         QTest::newRow("negative") << QByteArray("[General]\nlanguage=-4\n") << -1 << "";
     }
@@ -150,7 +152,7 @@ private slots:
         QCOMPARE(languageSelect()->currentIndex(), index);
     }
 
-    // They may be anything, as large and as deep as it likes.
+    // Such an object may be of any kind, size and depth.
     void packedObjectsAreNotRead_data()
     {
         QTest::addColumn<QByteArray>("language");
@@ -174,12 +176,12 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::newRow("program") << settingsFilePath();
         QTest::newRow("organization") << QFileInfo(settingsFilePath()).path() + ".conf";
-        qputenv("XDG_CONFIG_DIRS", QFile::encodeName(system.path()));
         QTest::newRow("system") << system.filePath("zerolt-linux/ZEROLT TAVIK Pro.conf");
     }
     void storeThatIsAPipeIsLeftAlone()
     {
         QFETCH(QString, name);
+        qputenv("XDG_CONFIG_DIRS", QFile::encodeName(system.path()));
         QVERIFY(QDir().mkpath(QFileInfo(name).path()));
         QCOMPARE(mkfifo(QFile::encodeName(name).constData(), 0600), 0);
         showPage();
