@@ -78,6 +78,10 @@ bool isSaved(const QByteArray& content)
 
 void saveAsPresent(const SavedState& state)
 {
+    if (!canBeSaved(state))
+        throw Failure{ExitCode::Failed,
+                      QStringLiteral("These are more macros, or longer names, than can be saved. "
+                                     "Nothing was changed.")};
     static_cast<SavedState&>(AppState::instance()) = state;
     const QByteArray content = stateToJson(state);
     if (!hasRoomFor(content) || !isSaved(content))
