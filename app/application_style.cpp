@@ -69,7 +69,7 @@ QScrollBar::handle:vertical { background: #777777; min-height: 24px; }
 // By its first four bytes.
 bool isPlainFont(const QByteArray& signature)
 {
-    return QByteArrayList{QByteArray("\0\1\0\0", 4), "OTTO", "true"}.contains(signature);
+    return QByteArrayList{QByteArray("\0\1\0\0", 4), "OTTO", "true", "ttcf"}.contains(signature);
 }
 
 void registerFonts()

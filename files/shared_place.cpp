@@ -22,7 +22,8 @@ bool isOnlyOurs(const QString& path)
     const bool othersMayWrite = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     // A link has no permissions of its own.
     return !othersMayWrite || S_ISLNK(status.st_mode) ||
-           (path == u"/tmp" && (status.st_mode & S_ISVTX) != 0);
+           (path == QFileInfo(QStringLiteral("/tmp")).canonicalFilePath() &&
+            (status.st_mode & S_ISVTX) != 0);
 }
 
 // Also where links lead, and links in turn.
@@ -43,7 +44,11 @@ bool isOnlyOursOnTheWay(const QString& path, int linksLeft)
 
 bool isTrustedPath(const QString& path)
 {
-    return !path.startsWith(sharedPlace) || isOnlyOursOnTheWay(path, mostLinks);
+    if (!path.startsWith(sharedPlace))
+        return true;
+    // Where a link is named before "..", the way as it is written is not the one that is gone.
+    return isOnlyOursOnTheWay(path, mostLinks) &&
+           isOnlyOursOnTheWay(QFileInfo(path).canonicalFilePath(), 0);
 }
 
 } // namespace tavik
