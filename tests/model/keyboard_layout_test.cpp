@@ -274,6 +274,18 @@ private slots:
         }
     }
 
+    void manyLongElementsEndInARejection()
+    {
+        QByteArray element = "<key";
+        for (int number = 0; number < 3'000; ++number)
+            element += " a" + QByteArray::number(number) + "=''";
+        for (const int count : {1, 3}) {
+            bool accepted = false;
+            layoutFrom("<Keyboard>" + (element + "/>").repeated(count) + "</Keyboard>", &accepted);
+            QCOMPARE(accepted, count == 1);
+        }
+    }
+
     // The longest there may be; blanks do not count.
     void longestElementIsRead_data()
     {
