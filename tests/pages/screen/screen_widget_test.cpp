@@ -291,11 +291,12 @@ private slots:
         const QString nothing = QStringLiteral("There is no picture to paste.");
         QCOMPARE(statusOf(page)->text(), nothing);
 
-        auto* large = new QMimeData; // a few bytes that would take a gigabyte
-        large->setImageData(green);
-        large->setData("image/png", encodeBlackPng({20'000, 20'000}, 8));
+        QByteArray large = encodeImage(green, "png");
+        large.resize(64 * 1024 * 1024 + 1, '\0'); // a byte more than a file may have
+        auto* offered = new QMimeData;
+        offered->setData("image/png", large);
         statusOf(page)->clear();
-        paste(page, large);
+        paste(page, offered);
         QCOMPARE(statusOf(page)->text(), nothing);
 
         auto* text = new QMimeData;
