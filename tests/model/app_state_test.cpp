@@ -647,6 +647,14 @@ private slots:
             QCOMPARE(readFile(path), stateToJson(AppState::instance()));
     }
 
+    void stateTooLargeToBeSavedIsNotTakenOver()
+    {
+        const QByteArray content =
+            "{\"macros\":[{\"actions\":[" + QByteArray("0,").repeated(530'000) + "0]}]}";
+        QVERIFY(loaded(content) == SavedState{});
+        QCOMPARE(readFile(damaged()), content);
+    }
+
     // The file on disk can be read again; the new one could not.
     void stateTooLargeToBeReadAgainIsNotSaved()
     {
