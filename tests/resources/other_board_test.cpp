@@ -19,12 +19,21 @@ namespace {
 constexpr QSize boardSize(640, 260);
 constexpr int keySize = 38;
 
-QByteArray keyElement(int code, const char* name, int lightIndex, QRect rect)
+// As the file gives it, beyond what a rectangle can hold as well.
+struct Place
+{
+    int left = 0;
+    int top = 0;
+    int width = keySize;
+    int height = keySize;
+};
+
+QByteArray keyElement(int code, const char* name, int lightIndex, const Place& place)
 {
     return QString::asprintf("<key code='0x%x' desc='%s' light_index='%d' rect_left='%d' "
                              "rect_top='%d' rect_width='%d' rect_height='%d'/>\n",
-                             code, name, lightIndex, rect.left(), rect.top(), rect.width(),
-                             rect.height())
+                             code, name, lightIndex, place.left, place.top, place.width,
+                             place.height)
         .toUtf8();
 }
 
@@ -46,8 +55,7 @@ QByteArray smallBoard()
         for (int column = 0; column < columns; ++column, ++number) {
             const bool isLast = column == columns - 1;
             const int left = isLast ? boardSize.width() - keySize - 8 : 8 + 41 * column;
-            keys += keyElement(4 + 3 * number, "Key with a long name", 143 - number,
-                               {left, top, keySize, keySize});
+            keys += keyElement(4 + 3 * number, "Key with a long name", 143 - number, {left, top});
         }
         top += 50;
     }
@@ -139,7 +147,7 @@ private slots:
     {
         const QRect cap(100, 100, keySize, keySize);
         const auto pictureOfKey = [&](const char* name) {
-            paintSkin(board(boardSize, keyElement(0x99, name, 0, cap)));
+            paintSkin(board(boardSize, keyElement(0x99, name, 0, {100, 100})));
             return keyboardPicture();
         };
         const QImage blank = pictureOfKey("");
@@ -155,7 +163,7 @@ private slots:
         const QString complaints = paintSkin(board(
             boardSize, "<case rect_left='4' rect_top='10' rect_width='600' rect_height='200'/>"
                        "<screen rect_left='500' rect_top='120' rect_width='60' rect_height='50'/>" +
-                           keyElement(4, "A", 0, {20, 20, keySize, keySize})));
+                           keyElement(4, "A", 0, {20, 20})));
         QVERIFY2(!complaints.startsWith("failed"), qPrintable(complaints));
         QCOMPARE(areaWhere(keyboardPicture(), isPainted), QRect(12, 30, 1800, 600));
         const QRect glass = areaWhere(keyboardPicture(), isGlass);
@@ -194,12 +202,11 @@ private slots:
     void oddRectanglesDoNotStopIt()
     {
         constexpr int most = std::numeric_limits<int>::max();
-        QByteArray keys = keyElement(4, "A", 0, {10, 10, 1, 1}) +
-                          keyElement(5, "B", 1, {100, 100, keySize, keySize});
-        for (const QRect& rect :
-             {QRect(10, 10, 0, 40), QRect(10, 10, -40, 40), QRect(700, 10, 40, 40),
-              QRect(620, 10, 40, 40), QRect(most - 9, 10, 40, 40), QRect(0, 0, most, most)})
-            keys += keyElement(6, "Odd", 2, rect);
+        QByteArray keys = keyElement(4, "A", 0, {10, 10, 1, 1}) + keyElement(5, "B", 1, {100, 100});
+        for (const Place& place :
+             {Place{10, 10, 0, 40}, Place{10, 10, -40, 40}, Place{700, 10, 40, 40},
+              Place{620, 10, 40, 40}, Place{most - 9, 10, 40, 40}, Place{0, 0, most, most}})
+            keys += keyElement(6, "Odd", 2, place);
         const QString complaints = paintSkin(board(boardSize, keys));
         QVERIFY2(!complaints.startsWith("failed"), qPrintable(complaints));
         QCOMPARE(complaints.count("the key Odd"), 6);
@@ -208,7 +215,7 @@ private slots:
 
     void uselessFileIsRefusedWithItsReason()
     {
-        const QByteArray key = keyElement(4, "A", 0, {10, 10, keySize, keySize});
+        const QByteArray key = keyElement(4, "A", 0, {10, 10});
         for (const auto& [layoutFile, reason] : {
                  std::pair{QByteArray("<Keyboard width='640' height='260'>\n" + key),
                            "keyboard-layout.xml is broken: line 3: "},

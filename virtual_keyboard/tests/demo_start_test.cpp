@@ -110,8 +110,9 @@ private:
     {
         const QByteArray bytes = property(window, name);
         QList<xcb_window_t> values(bytes.size() / static_cast<qsizetype>(sizeof(xcb_window_t)));
-        std::memcpy(values.data(), bytes.constData(),
-                    static_cast<std::size_t>(values.size()) * sizeof(xcb_window_t));
+        if (!values.isEmpty())
+            std::memcpy(values.data(), bytes.constData(),
+                        static_cast<std::size_t>(values.size()) * sizeof(xcb_window_t));
         return values;
     }
 
