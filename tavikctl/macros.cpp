@@ -60,8 +60,6 @@ void showMacro(const Output& output, const QString& name)
 
 void setMacro(const Output& output, const QString& name, const QString& steps)
 {
-    if (name.isEmpty())
-        throw Failure{ExitCode::WrongUsage, QStringLiteral("A macro needs a name.")};
     const QList<MacroAction> actions = macroFromWords(steps);
     editState(output, [&](SavedState& state) {
         auto found = std::ranges::find(state.macros, name, &MacroRecord::name);
