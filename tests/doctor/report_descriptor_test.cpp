@@ -60,6 +60,9 @@ private slots:
             {0x09, 0x01, 0x06, 0x13, 0xFF, 0xA1, 0x01, 0xC0});
         row("page kept over push and pop", InterfaceKind::Configuration,
             {0x06, 0x13, 0xFF, 0xA4, 0x06, 0x00, 0xFF, 0xB4, 0x09, 0x01, 0xA1, 0x01, 0xC0});
+        row("pages kept one over the other", InterfaceKind::Configuration,
+            {0x06, 0x13, 0xFF, 0xA4, 0x06, 0x00, 0xFF, 0xA4, 0xB4, 0xB4, 0x09, 0x01, 0xA1, 0x01,
+             0xC0});
         row("second page named by its usage", InterfaceKind::Configuration,
             {0x06, 0x00, 0xFF, 0x09, 0x01, 0xA1, 0x01, 0xC0, //
              0x0B, 0x01, 0x00, 0x13, 0xFF, 0xA1, 0x01, 0xC0});
@@ -99,6 +102,7 @@ private slots:
         row("output outside", other, joined(configuration, {0x09, 0x02, 0x91, 0x02}));
         row("feature outside", other, joined(configuration, {0x09, 0x02, 0xB1, 0x02}));
         row("pop without push", other, joined(configuration, {0xB4}));
+        row("two pops for one push", other, joined(configuration, {0xA4, 0xB4, 0xB4}));
         row("five pushes", other, joined(configuration, {0xA4, 0xA4, 0xA4, 0xA4, 0xA4}));
         row("long item", other, wrapped({0xFE, 0x01, 0xF0, 0x00}));
     }
@@ -151,7 +155,7 @@ private slots:
     void refusesWhatIsLongerThanTheKernelAllows()
     {
         Bytes longest = configuration;
-        longest.insert(longest.begin(), largestReportDescriptor - longest.size(), 0x14);
+        longest.insert(longest.begin(), 4096 - longest.size(), 0x14);
         QCOMPARE(interfaceKind(longest), InterfaceKind::Configuration);
         longest.insert(longest.begin(), 0x14);
         QCOMPARE(interfaceKind(longest), InterfaceKind::Other);

@@ -52,8 +52,11 @@ private slots:
         QTest::addColumn<QByteArray>("text");
         const QByteArray configuration = "TAVIK_CENTER_INTERFACE=configuration\n";
         const QByteArray screen = "TAVIK_CENTER_INTERFACE=screen\n";
-        Bytes endless = featureDescriptor(0xFF13);
-        endless.insert(endless.begin(), 100000, 0x14);
+        const auto lengthened = [](std::size_t size) {
+            Bytes bytes = featureDescriptor(0xFF13);
+            bytes.insert(bytes.begin(), size - bytes.size(), 0x14);
+            return bytes;
+        };
 
         QTest::newRow("configuration") << featureDescriptor(0xFF13) << 0 << configuration;
         QTest::newRow("screen") << screenDescriptor(0xFF68) << 0 << screen;
@@ -62,7 +65,9 @@ private slots:
         QTest::newRow("typing behind")
             << joined(featureDescriptor(0xFF13), typingDescriptor()) << 1 << QByteArray();
         QTest::newRow("empty") << Bytes() << 1 << QByteArray();
-        QTest::newRow("endless") << endless << 1 << QByteArray();
+        QTest::newRow("longest") << lengthened(4096) << 0 << configuration;
+        QTest::newRow("longer than the longest") << lengthened(4097) << 1 << QByteArray();
+        QTest::newRow("endless") << lengthened(100'000) << 1 << QByteArray();
     }
     void answersForEveryKind()
     {
