@@ -161,7 +161,9 @@ private slots:
         bank() = filledBank(1, 2, 3);
         setColor(bank(), w, {7, 8, 9});
         setColor(bank(), a, {7, 8, 9});
+        setColor(bank(), 0, {7, 8, 9});
         setColor(bank(), s, {});
+        setColor(bank(), 143, {});
         setColor(bank(), d, {0, 0, 1});
         const tavik::ColorBank before = bank();
         tavik::ColorBank expected = before;
@@ -169,8 +171,10 @@ private slots:
         if (painted == QStringLiteral("like W")) {
             setColor(expected, w, brush);
             setColor(expected, a, brush);
+            setColor(expected, 0, brush);
         } else if (painted == QStringLiteral("black")) {
             setColor(expected, s, brush);
+            setColor(expected, 143, brush);
         }
         if (isCleared)
             setColor(expected, w, {});
