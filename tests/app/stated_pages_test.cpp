@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/main_window.h"
 #include "pages/keys/action_dialog.h"
+#include "pages/keys/chord_dialog.h"
+#include "pages/macros/record_dialog.h"
 #include "tests/app/window_pages.h"
 #include "tests/support/files.h"
 
@@ -22,9 +24,9 @@ using namespace tavik::tests;
 
 namespace {
 
-QString quoted(const QString& text)
+QString quoted(QString text)
 {
-    return u'"' + text + u'"';
+    return u'"' + text.replace(u'\n', QLatin1String("\\n")) + u'"';
 }
 
 // "W" or "H" with what limits it, or nothing.
@@ -312,7 +314,8 @@ QStringList descriptionOf(const QWidget& widget)
 } // namespace
 
 // Margins, gaps, stretches, alignments, sizes, texts, cursors, names, tool tips and sheets of each
-// page: what is built is compared, line by line, with what stated_pages.txt says it should be.
+// page and dialog: what is built is compared, line by line, with what stated_pages.txt says it
+// should be.
 class StatedPagesTest : public QObject
 {
     Q_OBJECT
@@ -321,14 +324,12 @@ private slots:
     void initTestCase()
     {
         window = std::make_unique<MainWindow>();
-        dialog = std::make_unique<ActionDialog>(KeyAction{}, 0);
+        dialogs = {new ActionDialog(KeyAction{}, 0, window.get()),
+                   new ChordDialog(QStringLiteral("W"), window.get()),
+                   new RecordDialog(QStringLiteral("Copy"), window.get())};
     }
 
-    void cleanupTestCase()
-    {
-        dialog.reset();
-        window.reset();
-    }
+    void cleanupTestCase() { window.reset(); }
 
     void pageIsBuiltAsStated_data()
     {
@@ -337,7 +338,7 @@ private slots:
         QList<QWidget*> parts{window->centralWidget()};
         for (int page = 0; page < stackOf(*window)->count(); ++page)
             parts += stackOf(*window)->widget(page);
-        parts += dialog.get();
+        parts += dialogs;
         const QString table = QString::fromUtf8(
             readFile(qEnvironmentVariable("TAVIK_SOURCE_DIR") + "/tests/app/stated_pages.txt"));
         const QStringList sections = table.split(QStringLiteral("\n\n"));
@@ -358,7 +359,7 @@ private slots:
 
 private:
     std::unique_ptr<MainWindow> window;
-    std::unique_ptr<ActionDialog> dialog;
+    QWidgetList dialogs;
 };
 
 QTEST_MAIN(StatedPagesTest)

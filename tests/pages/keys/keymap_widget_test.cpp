@@ -654,6 +654,7 @@ private slots:
         KeymapWidget page;
         QVERIFY(aborts([&] { page.keyClicked(lightIndex); }));
         QVERIFY(aborts([&] { page.showKeyMenu(lightIndex, {}); }));
+        QVERIFY(!aborts([&] { page.showKeyMenu(0, {}); }));
         QVERIFY(!aborts([&] { page.showKeyMenu(lastKey, {}); }));
     }
 
