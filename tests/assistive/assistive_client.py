@@ -559,6 +559,7 @@ def main(program, protocol):
     manager = subprocess.Popen(["openbox", "--sm-disable"], stderr=subprocess.DEVNULL)
     client = Client(program)
     try:
+        assert manager.poll() is None, "openbox has ended"
         client.assign_a_key()
         client.paint_a_key()
         client.make_a_macro()
