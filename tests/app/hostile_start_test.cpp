@@ -10,11 +10,11 @@ using namespace tavik::tests;
 
 namespace {
 
+// In kilobytes. The sanitizer keeps what is freed, and books of its own.
 #ifdef __SANITIZE_ADDRESS__
-constexpr qint64 mostMemory =
-    1200 * 1024; // the sanitizer keeps what is freed, and books of its own
+constexpr qint64 mostMemory = 1200 * 1024;
 #else
-constexpr qint64 mostMemory = 400 * 1024; // kilobytes
+constexpr qint64 mostMemory = 400 * 1024;
 #endif
 
 const QStringList pictures{

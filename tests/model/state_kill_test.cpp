@@ -44,6 +44,7 @@ enum class Fault {
     BrokenDisk, // no call on a file succeeds from here on
 };
 
+// Whether every run makes the same calls, and no others than the program's.
 #ifdef __SANITIZE_ADDRESS__
 constexpr bool runsAreAlike = false;
 #else
