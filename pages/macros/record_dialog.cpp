@@ -69,6 +69,8 @@ RecordDialog::RecordDialog(const QString& macroName, QWidget* parent) : QDialog(
     column->addWidget(list, 1);
     column->addLayout(createDelayRow());
     column->addLayout(createButtonRow());
+    for (QWidget* part : findChildren<QWidget*>())
+        part->installEventFilter(this);
 
     clock.start();
     escapeTimer = new QTimer(this);
@@ -93,7 +95,6 @@ void RecordDialog::createField()
     field->setAlignment(Qt::AlignCenter);
     field->setMinimumHeight(84);
     field->setWordWrap(true);
-    field->installEventFilter(this);
 }
 
 QLayout* RecordDialog::createDelayRow()
@@ -148,7 +149,8 @@ void RecordDialog::start()
     hasOwnClock = QAccessible::isActive();
     recording = MacroRecording(hasOwnClock ? longestRepeatGapMs : 0);
     isRecording = true;
-    // Also from the desktop, which has keys of its own. Elsewhere no program gets them.
+    // Also from the desktop, which has keys of its own. Elsewhere no program gets those, and the
+    // others come to the part that has the focus.
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
         grabKeyboard();
     showRequest();
@@ -231,13 +233,26 @@ void RecordDialog::stopAtEscape()
 
 bool RecordDialog::eventFilter(QObject* watched, QEvent* event)
 {
-    const bool isPress =
-        event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick;
-    if (!isRecording || (!isPress && event->type() != QEvent::MouseButtonRelease))
+    if (!isRecording)
         return QDialog::eventFilter(watched, event);
-    const auto* mouse = static_cast<QMouseEvent*>(event);
-    takeButton(mouse->button(), isPress, timeOf(*mouse));
-    return true;
+    switch (event->type()) {
+    case QEvent::ShortcutOverride:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+        return this->event(event);
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseButtonRelease: {
+        if (watched != field)
+            break;
+        const auto* mouse = static_cast<QMouseEvent*>(event);
+        takeButton(mouse->button(), event->type() != QEvent::MouseButtonRelease, timeOf(*mouse));
+        return true;
+    }
+    default:
+        break;
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void RecordDialog::takeKey(quint32 scanCode, bool isPress, quint64 timeMs)

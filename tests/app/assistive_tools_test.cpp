@@ -13,21 +13,26 @@
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/made_images.h"
 #include "tests/support/named_keys.h"
 #include "tests/support/page_view.h"
 #include "tests/support/screen_reader.h"
 
 #include <QAccessible>
 #include <QApplication>
+#include <QClipboard>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QListWidget>
 #include <QMenu>
+#include <QMimeData>
 #include <QPointer>
 #include <QRadioButton>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
+#include <QThread>
 #include <QToolButton>
 
 #include <algorithm>
@@ -574,6 +579,33 @@ private slots:
         buttonOf(*page(), QStringLiteral("Write macros to keyboard"))->click();
         QCOMPARE(announced().size(), 1);
         QVERIFY(announced().first().startsWith(QStringLiteral("Error: ")));
+    }
+
+    // Often enough to know that it goes on, and no oftener.
+    void slowTransferIsHeardOncePerSecond()
+    {
+        openPage(Screen);
+        QImage picture(4, 4, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        auto* pasted = new QMimeData;
+        pasted->setData(QStringLiteral("image/png"), encodeImage(picture, "png"));
+        QApplication::clipboard()->setMimeData(pasted);
+        QTest::keyClick(page(), Qt::Key_V, Qt::ControlModifier);
+        announced().clear();
+        QElapsedTimer clock;
+        clock.start();
+        bus().setListener([&] {
+            // A keyboard that takes its time; the thread is blocked by it.
+            while (bus().count("block 4097 bytes") == 3 && !clock.hasExpired(1100))
+                QThread::msleep(10);
+        });
+        buttonOf(*page(), QStringLiteral("Send to screen"))->click();
+        bus().setListener({});
+        const QStringList progress = announced().filter(QStringLiteral("Sending chunk"));
+        QVERIFY2(progress.size() * 1000 <= clock.elapsed(), qPrintable(progress.join(u';')));
+        QCOMPARE(progress.value(0), QStringLiteral("Sending chunk 5/9…"));
+        QCOMPARE(announced().last(), QStringLiteral("Animation sent (slot 1, 1 frames). "
+                                                    "Press Fn + Delete to display it."));
     }
 
     void keyNamesAreHeardAsTheyAre()

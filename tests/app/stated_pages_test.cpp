@@ -4,6 +4,7 @@
 #include "pages/keys/action_dialog.h"
 #include "pages/keys/chord_dialog.h"
 #include "pages/macros/record_dialog.h"
+#include "pages/screen/frame_player.h"
 #include "tests/app/window_pages.h"
 #include "tests/support/files.h"
 
@@ -343,7 +344,8 @@ private slots:
         window = std::make_unique<MainWindow>();
         dialogs = {openShortcutSheet(*window), new ActionDialog(KeyAction{}, 0, window.get()),
                    new ChordDialog(QStringLiteral("W"), window.get()),
-                   new RecordDialog(QStringLiteral("Copy"), window.get())};
+                   new RecordDialog(QStringLiteral("Copy"), window.get()),
+                   new FramePlayer({{QImage(screenSize, QImage::Format_RGB32), 50}}, window.get())};
     }
 
     void cleanupTestCase() { window.reset(); }

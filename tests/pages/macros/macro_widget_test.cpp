@@ -154,6 +154,7 @@ private slots:
         QCOMPARE(listed().constLast(), proposal);
         QCOMPARE(list()->currentRow(), count);
         QVERIFY(list()->currentItem()->isSelected());
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("New macro"));
     }
 
     void newMacroTakesAnyNameButTheEmptyOne_data()
@@ -283,6 +284,7 @@ private slots:
         QCOMPARE(macros().at(2).actions, expected);
         QCOMPARE(stateOnDisk().macros.at(2).actions, expected);
         QCOMPARE(rows().at(1), QStringList({"65535", "mouse 0xe7", "release"}));
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Add action"));
         QCOMPARE(macros().first(2), threeMacros().first(2));
         QCOMPARE(list()->currentRow(), 2);
         QCOMPARE(status()->text(), QString());
@@ -312,6 +314,7 @@ private slots:
         QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(table()->rowCount(), 2);
         QCOMPARE(list()->currentRow(), 1);
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Remove action"));
     }
 
     void severalActionsAreSelectedByTheUsualKeys()
@@ -329,9 +332,20 @@ private slots:
         QCOMPARE(macros(), threeMacros());
     }
 
+    void headersLookTheSameOverSelectedRows()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        const QImage before = table()->horizontalHeader()->grab().toImage();
+        clickRow(1);
+        QCOMPARE(selected(), QList<int>({1}));
+        QCOMPARE(table()->horizontalHeader()->grab().toImage(), before);
+    }
+
     void rowSaysWhatItsActionDoes()
     {
         showPage(threeMacros());
+        QCOMPARE(table()->iconSize(), actionPictureSize);
         list()->setCurrentRow(1);
         const QStringList words{"press left button", "pause 7 ms", "release Space"};
         for (int row = 0; row < words.size(); ++row) {
@@ -352,6 +366,8 @@ private slots:
             const QRect written =
                 areaWhere(shown, [](const QColor& pixel) { return pixel.value() > 0xA0; });
             QVERIFY(written.width() > 40);
+            // What it is called in the keyboard's memory stands behind it, more quietly.
+            QCOMPARE(table()->item(row, 1)->foreground().color(), QColor(0xB8, 0xB8, 0xBA));
         }
     }
 
@@ -361,10 +377,12 @@ private slots:
         QTest::addColumn<QString>("entry");
         QTest::addColumn<QList<int>>("order"); // of the macros that there were; -1 for the copy
         QTest::addColumn<int>("currentAfter");
-        QTest::newRow("duplicate") << 1 << "Duplicate macro" << QList<int>{0, 1, 2, -1} << 3;
-        QTest::newRow("up") << 1 << "Move macro up" << QList<int>{1, 0, 2} << 0;
-        QTest::newRow("down") << 1 << "Move macro down" << QList<int>{0, 2, 1} << 2;
-        QTest::newRow("delete") << 1 << "Delete macro" << QList<int>{0, 2} << -1;
+        QTest::addColumn<QString>("name"); // by which it is undone
+        QTest::newRow("duplicate")
+            << 1 << "Duplicate macro" << QList<int>{0, 1, 2, -1} << 3 << "Duplicate macro";
+        QTest::newRow("up") << 1 << "Move macro up" << QList<int>{1, 0, 2} << 0 << "Move macro";
+        QTest::newRow("down") << 1 << "Move macro down" << QList<int>{0, 2, 1} << 2 << "Move macro";
+        QTest::newRow("delete") << 1 << "Delete macro" << QList<int>{0, 2} << -1 << "Delete macro";
     }
     void listEntryMakesItsEdit()
     {
@@ -372,6 +390,7 @@ private slots:
         QFETCH(QString, entry);
         QFETCH(QList<int>, order);
         QFETCH(int, currentAfter);
+        QFETCH(QString, name);
         showPage(threeMacros());
         list()->setCurrentRow(current);
         chooseEntry(*list(), entry);
@@ -385,6 +404,7 @@ private slots:
         QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(list()->currentRow(), currentAfter);
         QCOMPARE(EditHistory::instance().count(), 1);
+        QCOMPARE(EditHistory::instance().undoText(), name);
         QCOMPARE(busTrace(), QStringList());
         EditHistory::instance().undo();
         QCOMPARE(macros(), threeMacros());
@@ -522,6 +542,23 @@ private slots:
             QCOMPARE(entry->isEnabled(), entry->text() == QStringLiteral("Record…"));
     }
 
+    void actionsMoveWhereThereIsAPlace()
+    {
+        showPage(threeMacros());
+        list()->setCurrentRow(1);
+        for (const auto& [row, disabled] :
+             {std::pair(0, QStringList("Move actions up")), std::pair(1, QStringList()),
+              std::pair(2, QStringList("Move actions down"))}) {
+            clickRow(row);
+            QStringList found;
+            for (const QAction* entry : table()->actions()) {
+                if (!entry->isEnabled())
+                    found += entry->text();
+            }
+            QCOMPARE(found, disabled);
+        }
+    }
+
     void macroIsRenamed_data()
     {
         QTest::addColumn<QString>("name");
@@ -550,6 +587,8 @@ private slots:
         QCOMPARE(list()->item(1)->text(), expected.at(1).name);
         QCOMPARE(list()->currentRow(), 1);
         QCOMPARE(QFile::exists(stateFilePath()), taken);
+        QCOMPARE(EditHistory::instance().undoText(),
+                 taken ? QStringLiteral("Rename macro") : QString());
     }
 
     void tableEntryMakesItsEdit_data()
@@ -558,20 +597,25 @@ private slots:
         QTest::addColumn<QString>("entry");
         QTest::addColumn<QList<int>>("order"); // of the actions that there were; -1 for the form's
         QTest::addColumn<QList<int>>("rowsAfter");
+        QTest::addColumn<QString>("name"); // by which it is undone
         using Rows = QList<int>;
-        QTest::newRow("insert") << Rows{1} << "Insert action above" << Rows{0, -1, 1, 2} << Rows{1};
+        QTest::newRow("insert") << Rows{1} << "Insert action above" << Rows{0, -1, 1, 2} << Rows{1}
+                                << "Insert action";
         QTest::newRow("duplicate one")
-            << Rows{1} << "Duplicate actions" << Rows{0, 1, 1, 2} << Rows{2};
-        QTest::newRow("duplicate several")
-            << Rows{0, 1} << "Duplicate actions" << Rows{0, 1, 0, 1, 2} << Rows{2, 3};
-        QTest::newRow("duplicate apart")
-            << Rows{0, 2} << "Duplicate actions" << Rows{0, 1, 2, 0, 2} << Rows{3, 4};
-        QTest::newRow("up") << Rows{1} << "Move actions up" << Rows{1, 0, 2} << Rows{0};
+            << Rows{1} << "Duplicate actions" << Rows{0, 1, 1, 2} << Rows{2} << "Duplicate actions";
+        QTest::newRow("duplicate several") << Rows{0, 1} << "Duplicate actions"
+                                           << Rows{0, 1, 0, 1, 2} << Rows{2, 3}
+                                           << "Duplicate actions";
+        QTest::newRow("duplicate apart") << Rows{0, 2} << "Duplicate actions" << Rows{0, 1, 2, 0, 2}
+                                         << Rows{3, 4} << "Duplicate actions";
+        QTest::newRow("up") << Rows{1} << "Move actions up" << Rows{1, 0, 2} << Rows{0}
+                            << "Move actions";
         QTest::newRow("several up")
-            << Rows{1, 2} << "Move actions up" << Rows{1, 2, 0} << Rows{0, 1};
+            << Rows{1, 2} << "Move actions up" << Rows{1, 2, 0} << Rows{0, 1} << "Move actions";
         QTest::newRow("several down")
-            << Rows{0, 1} << "Move actions down" << Rows{2, 0, 1} << Rows{1, 2};
-        QTest::newRow("remove several") << Rows{0, 1} << "Remove actions" << Rows{2} << Rows{0};
+            << Rows{0, 1} << "Move actions down" << Rows{2, 0, 1} << Rows{1, 2} << "Move actions";
+        QTest::newRow("remove several")
+            << Rows{0, 1} << "Remove actions" << Rows{2} << Rows{0} << "Remove action";
     }
     void tableEntryMakesItsEdit()
     {
@@ -579,6 +623,7 @@ private slots:
         QFETCH(QString, entry);
         QFETCH(QList<int>, order);
         QFETCH(QList<int>, rowsAfter);
+        QFETCH(QString, name);
         showPage(threeMacros());
         list()->setCurrentRow(1);
         typeSelect()->setCurrentIndex(4);
@@ -594,7 +639,11 @@ private slots:
         QCOMPARE(macros(), expected);
         QCOMPARE(stateOnDisk().macros, expected);
         QCOMPARE(selected(), rowsAfter);
+        // From the first cell on, as a screen reader reads the row.
+        QVERIFY(rowsAfter.contains(table()->currentRow()));
+        QCOMPARE(table()->currentColumn(), 0);
         QCOMPARE(EditHistory::instance().count(), 1);
+        QCOMPARE(EditHistory::instance().undoText(), name);
         EditHistory::instance().undo();
         QCOMPARE(macros(), threeMacros());
     }
@@ -637,6 +686,7 @@ private slots:
         expected[1].actions[2].delay = 250;
         QCOMPARE(macros(), expected);
         QCOMPARE(selected(), QList<int>({0, 2}));
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Change delay"));
     }
 
     void menusOpenWithTheirEntriesAndUndo_data()

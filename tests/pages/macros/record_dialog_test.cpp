@@ -10,6 +10,7 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
+#include <QShortcut>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTest>
@@ -27,7 +28,26 @@ constexpr quint32 scanA = 38;
 constexpr quint32 scanShift = 50;
 constexpr quint32 scanTab = 23;
 constexpr quint32 scanEscape = 9;
+constexpr quint32 scanSpace = 65;
+constexpr quint32 scanEnter = 36;
 constexpr quint32 scanMute = 121; // no usage of a keyboard
+
+// What they stand for.
+int symbolOf(quint32 scanCode)
+{
+    switch (scanCode) {
+    case scanA:
+        return Qt::Key_A;
+    case scanSpace:
+        return Qt::Key_Space;
+    case scanEnter:
+        return Qt::Key_Return;
+    case scanTab:
+        return Qt::Key_Tab;
+    default:
+        return Qt::Key_Escape;
+    }
+}
 
 } // namespace
 
@@ -53,6 +73,8 @@ private slots:
                                        "release L Shift", "100 ms, press Tab", "1 ms, release Tab",
                                        "99 ms, press left button", "50 ms, release left button"}));
         press("Stop");
+        QVERIFY(label(QStringLiteral("Stopped.")));
+        QCOMPARE(QApplication::focusWidget(), buttonWith("Add to macro"));
         QCOMPARE(take(), (Actions{{0, 0xE1, 0xB0},
                                   {40, 0x04, 0xB0},
                                   {60, 0x04, 0x30},
@@ -228,6 +250,7 @@ private slots:
         key(scanEscape, true, 1300, false, Qt::Key_Escape);
         key(scanEscape, false, 1400, false, Qt::Key_Escape);
         QVERIFY(dialog->isVisible());
+        QVERIFY(label(QStringLiteral("Stopped.")));
         QCOMPARE(take(), (Actions{{0, 0x29, 0xB0}, {50, 0x29, 0x30}}));
     }
 
@@ -273,6 +296,32 @@ private slots:
         QTRY_VERIFY(dialog == nullptr || !dialog->isVisible());
     }
 
+    // None of them presses a button, moves in the list or is a shortcut.
+    void keysAreRecordedWhateverHasTheFocus()
+    {
+        open();
+        const QShortcut shortcut(QKeySequence(Qt::Key_A), dialog);
+        const QSignalSpy activated(&shortcut, &QShortcut::activated);
+        QStringList expected;
+        for (QWidget* part : dialog->findChildren<QWidget*>()) {
+            if (part->focusPolicy() == Qt::NoFocus || !part->isVisible())
+                continue;
+            part->setFocus();
+            for (const quint32 scanCode : {scanA, scanSpace, scanEnter, scanTab, scanEscape}) {
+                key(scanCode, true, 0, false, symbolOf(scanCode), QApplication::focusWidget());
+                key(scanCode, false, 0, false, symbolOf(scanCode), QApplication::focusWidget());
+            }
+            expected += QStringList{"press A",       "release A",     "press Space",
+                                    "release Space", "press Enter",   "release Enter",
+                                    "press Tab",     "release Tab",   "press Esc",
+                                    "release Esc"};
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_A);
+        }
+        QCOMPARE(shown(), expected);
+        QVERIFY(expected.size() >= 50);
+        QCOMPARE(activated.size(), 0);
+    }
+
     void recordingStartsAgain()
     {
         open();
@@ -304,6 +353,7 @@ private slots:
         open();
         press("Stop");
         QVERIFY(!buttonWith("Add to macro")->isVisible());
+        QCOMPARE(QApplication::focusWidget(), buttonWith("Record again"));
         QSignalSpy recorded(dialog, &RecordDialog::recorded);
         press("Cancel");
         QCOMPARE(recorded.size(), 0);
@@ -316,6 +366,7 @@ private slots:
         key(scanA, true, 10);
         QEvent leaving(QEvent::WindowDeactivate);
         QCoreApplication::sendEvent(dialog, &leaving);
+        QVERIFY(label(QStringLiteral("Stopped, because another window was chosen.")));
         QCOMPARE(shown(), QStringList({"press A", "release A"}));
         QVERIFY(buttonWith("Record again")->isVisible());
     }
@@ -330,12 +381,12 @@ private:
     }
 
     void key(quint32 scanCode, bool isPress, quint64 timeMs, bool isRepeat = false,
-             int symbol = Qt::Key_unknown)
+             int symbol = Qt::Key_unknown, QWidget* receiver = nullptr)
     {
         QKeyEvent event(isPress ? QEvent::KeyPress : QEvent::KeyRelease, symbol, Qt::NoModifier,
                         scanCode, 0, 0, {}, isRepeat);
         event.setTimestamp(timeMs);
-        QCoreApplication::sendEvent(dialog, &event);
+        QCoreApplication::sendEvent(receiver != nullptr ? receiver : dialog, &event);
     }
 
     void mouse(Qt::MouseButton button, bool isPress, quint64 timeMs)

@@ -470,6 +470,7 @@ private slots:
             QString folder;
             onNextDialog([&](QWidget& dialog) {
                 folder = qobject_cast<QFileDialog*>(&dialog)->directory().absolutePath();
+                QCOMPARE(dialog.findChild<QLineEdit*>("fileNameEdit")->text(), QString());
                 dialog.close();
             });
             click(page, importText);

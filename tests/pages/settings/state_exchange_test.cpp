@@ -183,6 +183,7 @@ private slots:
             const auto* files = qobject_cast<QFileDialog*>(&dialog);
             QVERIFY(files != nullptr);
             QCOMPARE(files->windowTitle(), QStringLiteral("Import settings"));
+            QCOMPARE(files->fileMode(), QFileDialog::ExistingFile);
             QCOMPARE(files->nameFilters(), QStringList("Settings (*.json)"));
             chooseFile(dialog, path);
         });
