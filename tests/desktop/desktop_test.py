@@ -24,6 +24,7 @@ PATIENCE = 20  # seconds, for what takes a fraction of one
 POINTER = 30  # pixels from its place; not as small as any window
 SCREEN = (1600, 1000)
 CYAN = bytes((0xf8, 0xf8, 0, 0))
+ORANGE = bytes((0, 0x50, 0xd8, 0))
 CLASS = "ZEROLT TAVIK Pro"
 ID = "example.tavik_center.TavikCenter"
 WESTON = """
@@ -305,10 +306,12 @@ class Desktop:
         self.release()
         self.shows("it stays", lambda *box: box == expected)
 
-    def find(self, color, width):
-        """The first place with so many pixels of that color in a row."""
-        for y, row in enumerate(self.picture()):
-            at = row.to_bytes(4 * self.screen[0], "big").find(color * width)
+    def find(self, color, width, box=None):
+        """The first place, in the box or anywhere, with so many pixels of that color in a row."""
+        left, top, right, down = box or (0, 0, *self.screen)
+        for y, row in enumerate(self.picture()[top:top + down], top):
+            row = row.to_bytes(4 * self.screen[0], "big")
+            at = row.find(color * width, 4 * left, 4 * (left + right))
             if at >= 0:
                 return at // 4, y
         return None
@@ -403,6 +406,33 @@ def test_parts(desktop, program):
     assert abs(box[0] - left - 80) <= 10 and 120 < box[1] - top < 170 and box[2] > 180, box
 
 
+def test_recording(desktop, program):
+    """Every key, also those that move the focus or press a button elsewhere."""
+    program.open_page(190)  # Macros
+    program.click(200, 300)
+    before = desktop.picture()
+    desktop.keys(X.KeyPress, "Control_L", "r")
+    desktop.keys(X.KeyRelease, "r", "Control_L")
+    box = desktop.shows("it records", lambda left, top, width, height: height > 200, before)
+    is_recording = lambda: desktop.find(ORANGE, 200, box)  # the edge of the field
+    wait("it is orange", is_recording)
+    for name in ("a", "space", "Return", "Tab"):
+        desktop.keys(X.KeyPress, name)
+        desktop.keys(X.KeyRelease, name)
+    desktop.keys(X.KeyPress, "Escape")
+    wait("it is stopped", lambda: not is_recording())
+    desktop.keys(X.KeyRelease, "Escape")
+    desktop.keys(X.KeyPress, "Return")
+    desktop.keys(X.KeyRelease, "Return")
+    def recorded():
+        for path in desktop.directory.rglob("state.json"):
+            for macro in json.loads(path.read_text())["macros"]:
+                return [(action["key"], action["flags"]) for action in macro["actions"]]
+    expected = [(usage, flags) for usage in (0x04, 0x2c, 0x28, 0x2b) for flags in (0xb0, 0x30)]
+    found = wait("it is added", recorded)
+    assert found == expected, found
+
+
 def test_drop(desktop, program, source):
     program.open_page(298)  # TFT Screen
     desktop.start(source, desktop.directory / "picture.png")
@@ -490,6 +520,7 @@ def main(name, path, source):
             program = Program(desktop, path)
             test_id(desktop, program)
             test_parts(desktop, program)
+            test_recording(desktop, program)
             test_drop(desktop, program, source)
             test_window(desktop, program)
     if name != "weston":  # which knows no activation, and whole ratios only
