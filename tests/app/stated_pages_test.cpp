@@ -12,15 +12,23 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QListWidget>
 #include <QMetaEnum>
+#include <QMetaProperty>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollArea>
 #include <QSlider>
 #include <QSpinBox>
+#include <QTableWidget>
 #include <QTest>
+#include <QToolButton>
 
 using namespace tavik;
 using namespace tavik::tests;
@@ -140,6 +148,39 @@ QString contentText(const QWidget& widget)
     return text;
 }
 
+// How it behaves, where that is not what every widget of its kind does.
+QString behaviorText(const QWidget& widget)
+{
+    static const QWidgetList kinds{
+        new QPushButton,  new QToolButton, new QRadioButton, new QCheckBox, new QComboBox,
+        new QSpinBox,     new QSlider,     new QGroupBox,    new QLabel,    new QListWidget,
+        new QTableWidget, new QScrollArea, new QWidget};
+    const QWidget* kind = *std::ranges::find_if(kinds, [&](const QWidget* usual) {
+        return widget.inherits(usual->metaObject()->className());
+    });
+    QStringList words;
+    for (const char* name : {"accessibleDescription", "focusPolicy",        "contextMenuPolicy",
+                             "acceptDrops",           "autoDefault",        "default",
+                             "buttonSymbols",         "singleStep",         "pageStep",
+                             "orientation",           "selectionMode",      "selectionBehavior",
+                             "editTriggers",          "tabKeyNavigation",   "showGrid",
+                             "horizontalScrollMode",  "verticalScrollMode", "frameShape",
+                             "widgetResizable",       "sizeAdjustPolicy"}) {
+        const QMetaProperty property =
+            kind->metaObject()->property(kind->metaObject()->indexOfProperty(name));
+        const QVariant value = property.read(&widget);
+        if (!property.isValid() || value == property.read(kind))
+            continue;
+        QString text = value.toString();
+        if (property.isEnumType())
+            text = QLatin1String(property.enumerator().valueToKeys(value.toInt()));
+        else if (property.metaType() == QMetaType::fromType<QString>())
+            text = quoted(text);
+        words += QLatin1String(name) + u'=' + text;
+    }
+    return words.isEmpty() ? QString() : QStringLiteral(" [%1]").arg(words.join(u' '));
+}
+
 // What is the same as in a widget of that name before is not written again.
 QString sheetText(const QWidget& widget, QHash<QString, QString>& sheetsBefore)
 {
@@ -165,7 +206,7 @@ QString widgetText(const QWidget& widget)
         text += QLatin1String(" named ") + quoted(widget.accessibleName());
     if (!widget.toolTip().isEmpty())
         text += QLatin1String(" tip ") + quoted(widget.toolTip());
-    return text;
+    return text + behaviorText(widget);
 }
 
 // Only what is not left to the style.

@@ -603,9 +603,9 @@ private slots:
                                 << "Insert action";
         QTest::newRow("duplicate one")
             << Rows{1} << "Duplicate actions" << Rows{0, 1, 1, 2} << Rows{2} << "Duplicate actions";
-        QTest::newRow("duplicate several") << Rows{0, 1} << "Duplicate actions"
-                                           << Rows{0, 1, 0, 1, 2} << Rows{2, 3}
-                                           << "Duplicate actions";
+        QTest::newRow("duplicate several")
+            << Rows{0, 1} << "Duplicate actions" << Rows{0, 1, 0, 1, 2} << Rows{2, 3}
+            << "Duplicate actions";
         QTest::newRow("duplicate apart") << Rows{0, 2} << "Duplicate actions" << Rows{0, 1, 2, 0, 2}
                                          << Rows{3, 4} << "Duplicate actions";
         QTest::newRow("up") << Rows{1} << "Move actions up" << Rows{1, 0, 2} << Rows{0}
