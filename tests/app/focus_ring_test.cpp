@@ -234,6 +234,27 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return window->size() == QSize(1200, 720); }));
     }
 
+    void markFollowsAControlThatMovesAlone()
+    {
+        QPushButton button(QStringLiteral("Button"), window.get());
+        button.setGeometry(400, 300, 80, 30);
+        button.show();
+        button.setFocus(Qt::TabFocusReason);
+        QVERIFY(hasRing(button));
+        button.move(600, 400);
+        QVERIFY(hasRing(button));
+    }
+
+    void markGoesWithTheFocus()
+    {
+        QPushButton* button = accentOf(stackOf(*window)->widget(1));
+        stackOf(*window)->setCurrentIndex(1);
+        button->setFocus(Qt::TabFocusReason);
+        QVERIFY(isMarked(*window));
+        button->clearFocus();
+        QVERIFY(!isMarked(*window));
+    }
+
     // In the smallest window, the page is cut at its right and lower edge.
     void whatIsCutOffIsMarkedAsFarAsItIsSeen()
     {

@@ -183,6 +183,18 @@ private slots:
         QVERIFY(key.state().invisible);
     }
 
+    void aKeyCanBePressedAndNothingElse()
+    {
+        QAccessibleInterface& key = childNamed(view, "G");
+        QVERIFY(key.actionInterface() != nullptr);
+        QVERIFY(key.textInterface() == nullptr);
+        QVERIFY(key.editableTextInterface() == nullptr);
+        QVERIFY(key.valueInterface() == nullptr);
+        QVERIFY(key.tableInterface() == nullptr);
+        QVERIFY(key.tableCellInterface() == nullptr);
+        QVERIFY(key.imageInterface() == nullptr);
+    }
+
     void pressIsAClickLater()
     {
         QSignalSpy activated(view, &KeyboardView::slotActivated);
@@ -332,6 +344,7 @@ private slots:
         view->pressKey(keyNamed("B").lightIndex);
         view->pressKey(keyNamed("B").lightIndex);
         QCOMPARE(Told::names(QAccessible::StateChanged), QStringList({"A", "B"}));
+        QCOMPARE(Told::names(QAccessible::Focus), QStringList()); // the field has it
     }
 
     void whatIsNewOnAKeyIsHeard()

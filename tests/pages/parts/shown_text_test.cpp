@@ -27,6 +27,22 @@ private slots:
         QCOMPARE(beginningOf(QStringLiteral("ab😀cd"), 3), QStringLiteral("ab…"));
         QCOMPARE(beginningOf(QStringLiteral("ab😀cd"), 4), QStringLiteral("ab😀…"));
     }
+
+    void toolTipsShowTheTextAsItStands()
+    {
+        QCOMPARE(wrappedToolTip(QStringLiteral("<b> & \nc")),
+                 QStringLiteral("<qt>&lt;b&gt; &amp; <br>c</qt>"));
+        QCOMPARE(wrappedToolTip(QStringLiteral("<b>"), QColor(0xf1, 0x0f, 0x10)),
+                 QStringLiteral("<qt><font color=\"#f10f10\">&lt;b&gt;</font></qt>"));
+        QCOMPARE(colorToolTip(QStringLiteral("Red"), Qt::red), QStringLiteral("Red  #ff0000"));
+        QCOMPARE(colorToolTip(QStringLiteral("<b>Red</b>"), Qt::red),
+                 QStringLiteral("<qt>&lt;b&gt;Red&lt;/b&gt;  #ff0000</qt>"));
+    }
+
+    void menusShowTheTextAsItStands()
+    {
+        QCOMPARE(menuText(QStringLiteral("a\tb\nc & d")), QStringLiteral("a b c && d"));
+    }
 };
 
 QTEST_APPLESS_MAIN(ShownTextTest)

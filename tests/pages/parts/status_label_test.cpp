@@ -225,6 +225,7 @@ private slots:
         fail(*label);
         label->showStatus(StatusLook::Error, QStringLiteral("Error: whatever"));
         bus().clearTrace();
+        QCoreApplication::processEvents();
         QCOMPARE(label->toolTip(), QString());
         QCOMPARE(busTrace(), QStringList());
         QVERIFY(!askedToolTip(*label).isEmpty());

@@ -169,11 +169,11 @@ private:
         data.setUrls(QUrl::fromStringList(paths));
         QDragEnterEvent enter({20, 20}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
         QApplication::sendEvent(&page, &enter);
-        if (!enter.isAccepted())
+        // Whoever offers to move a file would delete it.
+        if (!enter.isAccepted() || enter.dropAction() != Qt::CopyAction)
             return false;
         QDropEvent event({20, 20}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
         QApplication::sendEvent(&page, &event);
-        // Whoever offers to move a file would delete it.
         return event.isAccepted() && event.dropAction() == Qt::CopyAction;
     }
 
@@ -222,6 +222,14 @@ private slots:
                                                   "The last 2 of 3 files: not read, there are 30 "
                                                   "frames already"));
         QCOMPARE(busTrace(), QStringList());
+    }
+
+    void everyKindOfPictureIsTaken()
+    {
+        ScreenWidget page;
+        page.show();
+        for (const char* name : {"a.gif", "a.png", "a.jpg", "a.jpeg", "a.bmp", "A.JPG"})
+            QVERIFY2(drop(page, {QStringLiteral("file:///nowhere/") + QLatin1String(name)}), name);
     }
 
     void whatIsNoPictureIsLeftToTheWindow_data()
