@@ -201,6 +201,8 @@ QString widgetText(const QWidget& widget)
     text.remove(QLatin1String("tavik::"));
     if (!widget.objectName().isEmpty() && !widget.objectName().startsWith(QLatin1String("qt_")))
         text += u'#' + widget.objectName();
+    if (widget.isWindow() && !widget.windowTitle().isEmpty())
+        text += QLatin1String(" titled ") + quoted(widget.windowTitle());
     text += contentText(widget) + sizeText(widget) + scrollBarsText(widget) + cursorText(widget);
     if (!widget.accessibleName().isEmpty())
         text += QLatin1String(" named ") + quoted(widget.accessibleName());

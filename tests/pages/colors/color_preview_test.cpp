@@ -41,6 +41,7 @@ private slots:
         QCOMPARE(image.pixelColor(28, 25), ground);
         QVERIFY(image.pixelColor(28, 1) != color);
         QVERIFY(image.pixelColor(28, 1) != ground);
+        QVERIFY(image.pixelColor(28, 1).red() > 30); // a gray
         QVERIFY(image.pixelColor(1, 13) != color);
         QVERIFY(image.pixelColor(54, 13) != ground);
         QVERIFY(image.pixelColor(28, 24) != ground);

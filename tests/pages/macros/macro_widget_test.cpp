@@ -574,6 +574,8 @@ private slots:
         list()->setCurrentRow(1);
         onNextDialog([name](QWidget& dialog) {
             auto* input = qobject_cast<QInputDialog*>(&dialog);
+            QCOMPARE(input->windowTitle(), QStringLiteral("Rename macro"));
+            QCOMPARE(input->labelText(), QStringLiteral("Name:"));
             QCOMPARE(input->textValue(), QStringLiteral("Second"));
             input->setTextValue(name);
             clickButton(dialog, QStringLiteral("OK"));
@@ -673,6 +675,8 @@ private slots:
         clickRow(2, Qt::ControlModifier);
         onNextDialog([](QWidget& dialog) {
             auto* input = qobject_cast<QInputDialog*>(&dialog);
+            QCOMPARE(input->windowTitle(), QStringLiteral("Change delay"));
+            QCOMPARE(input->labelText(), QStringLiteral("Delay before (ms):"));
             QCOMPARE(input->intValue(), 65535);
             QCOMPARE(input->intMinimum(), 0);
             QCOMPARE(input->intMaximum(), 65535);

@@ -377,6 +377,8 @@ private:
         dialog->open();
         QVERIFY(QTest::qWaitForWindowExposed(dialog));
         QVERIFY(label(QStringLiteral("What you press is added to \"Greet <b>\".")));
+        QVERIFY(label(QStringLiteral("Press keys now. Mouse buttons count in this field.\n"
+                                     "Hold Esc for a second to stop.")));
     }
 
     void key(quint32 scanCode, bool isPress, quint64 timeMs, bool isRepeat = false,

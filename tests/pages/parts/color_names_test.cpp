@@ -48,6 +48,14 @@ private slots:
                                      << "yellow";
         QTest::newRow("brown") << "#8b4513"
                                << "brown";
+        QTest::newRow("indigo") << "#5a0082"
+                                << "purple";
+        QTest::newRow("dark cyan") << "#008b8b"
+                                   << "teal";
+        QTest::newRow("pale blue") << "#add8e6"
+                                   << "light blue";
+        QTest::newRow("pale green") << "#98fb98"
+                                    << "light green";
     }
 
     void otherColorsAreCalledLikeOneMuchLikeThem()
