@@ -227,6 +227,16 @@ private slots:
         QVERIFY(!childNamed(view, "G").state().selected);
     }
 
+    void theFocusIsSeenOnAKeyThatWasClicked()
+    {
+        const QPoint place = view->hitRectangle(keyNamed("G")).center();
+        QTest::mouseClick(view, Qt::LeftButton, {}, place);
+        QVERIFY(view->hasFocus());
+        const QImage clicked = view->grab().toImage();
+        childNamed(view, "G").actionInterface()->doAction(setFocus);
+        QTRY_VERIFY(view->grab().toImage() != clicked);
+    }
+
     void aDisabledKeyDoesNothing()
     {
         const QSignalSpy activated(view, &KeyboardView::slotActivated);
