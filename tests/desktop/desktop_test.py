@@ -277,6 +277,15 @@ class Desktop:
         for name in names:
             self.fake(event, self.x.keysym_to_keycode(XK.string_to_keysym(name)))
 
+    def tap(self, *names):
+        for name in names:
+            self.keys(X.KeyPress, name)
+            self.keys(X.KeyRelease, name)
+
+    def state(self):
+        """What the program has saved."""
+        return next((json.loads(path.read_text()) for path in self.directory.rglob("state.json")), {})
+
     def drag(self, x, y, right, down, expected):
         """How far the window is behind depends on when the desktop took over; a hand follows up."""
         before = seen = self.box()
@@ -323,8 +332,7 @@ class Desktop:
             self.click(x, y, button)
             box = self.shows("it is open", lambda left, top, width, height: height > 60, before)
             opened = self.picture()
-            self.keys(X.KeyPress, "Escape")
-            self.keys(X.KeyRelease, "Escape")
+            self.tap("Escape")
             self.shows("it is closed", lambda left, top, width, height: height > 60, opened)
         return box
 
@@ -406,6 +414,27 @@ def test_parts(desktop, program):
     assert abs(box[0] - left - 80) <= 10 and 120 < box[1] - top < 170 and box[2] > 180, box
 
 
+def test_chord(desktop, program):
+    """A key sends what is pressed, all without the pointer but for the menu."""
+    program.open_page(136)  # Keys
+    left, top, _, _ = program.box
+    closed = desktop.picture()
+    desktop.click(left + 500, top + 400, 3)
+    desktop.shows("its menu", lambda left, top, width, height: height > 60, closed)
+    desktop.tap("Down", "Down")
+    chosen = desktop.picture()
+    desktop.keys(X.KeyPress, "Return")  # no faster than a hand: weston lets only a held key open it
+    desktop.shows("it asks", lambda left, top, width, height: height > 60, chosen)
+    desktop.keys(X.KeyRelease, "Return")
+    desktop.keys(X.KeyPress, "Shift_L", "x")
+    desktop.keys(X.KeyRelease, "x", "Shift_L")
+    def given():
+        actions = desktop.state().get("layerBase", [])
+        return [action for action in actions if action["page"] == 2]
+    action, = wait("it is given", given)
+    assert (action["p1"], action["p2"]) == (0x02, 0x1b), action
+
+
 def test_recording(desktop, program):
     """Every key, also those that move the focus or press a button elsewhere."""
     program.open_page(190)  # Macros
@@ -416,18 +445,14 @@ def test_recording(desktop, program):
     box = desktop.shows("it records", lambda left, top, width, height: height > 200, before)
     is_recording = lambda: desktop.find(ORANGE, 200, box)  # the edge of the field
     wait("it is orange", is_recording)
-    for name in ("a", "space", "Return", "Tab"):
-        desktop.keys(X.KeyPress, name)
-        desktop.keys(X.KeyRelease, name)
+    desktop.tap("a", "space", "Return", "Tab")
     desktop.keys(X.KeyPress, "Escape")
     wait("it is stopped", lambda: not is_recording())
     desktop.keys(X.KeyRelease, "Escape")
-    desktop.keys(X.KeyPress, "Return")
-    desktop.keys(X.KeyRelease, "Return")
+    desktop.tap("Return")
     def recorded():
-        for path in desktop.directory.rglob("state.json"):
-            for macro in json.loads(path.read_text())["macros"]:
-                return [(action["key"], action["flags"]) for action in macro["actions"]]
+        for macro in desktop.state().get("macros", []):
+            return [(action["key"], action["flags"]) for action in macro["actions"]]
     expected = [(usage, flags) for usage in (0x04, 0x2c, 0x28, 0x2b) for flags in (0xb0, 0x30)]
     found = wait("it is added", recorded)
     assert found == expected, found
@@ -520,6 +545,7 @@ def main(name, path, source):
             program = Program(desktop, path)
             test_id(desktop, program)
             test_parts(desktop, program)
+            test_chord(desktop, program)
             test_recording(desktop, program)
             test_drop(desktop, program, source)
             test_window(desktop, program)
