@@ -650,6 +650,18 @@ private slots:
         QCOMPARE(macros(), threeMacros());
     }
 
+    void insertedActionIsInSight()
+    {
+        showPage({macroWithActions(60)});
+        list()->setCurrentRow(0);
+        table()->selectRow(50);
+        table()->verticalScrollBar()->setValue(0);
+        chooseEntry(*table(), QStringLiteral("Insert action above"));
+        QCOMPARE(selected(), QList<int>({50}));
+        const QRect cell = table()->visualItemRect(table()->item(50, 0));
+        QVERIFY(table()->viewport()->rect().contains(cell));
+    }
+
     void actionsThatHaveNoPlaceToGoStay()
     {
         showPage(threeMacros());

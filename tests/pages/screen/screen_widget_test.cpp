@@ -9,6 +9,7 @@
 #include "tests/support/made_images.h"
 #include "tests/support/page_view.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QCompleter>
@@ -315,6 +316,24 @@ private slots:
         QCOMPARE(previewOf(page)->pixmap().toImage().pixelColor(5, 250), QColor(Qt::green));
     }
 
+    void everyFormatOfAPictureIsPasted()
+    {
+        QImage painted(30, 20, QImage::Format_RGB32);
+        painted.fill(Qt::green);
+        for (const auto& [format, content] :
+             {std::pair("image/png", encodeImage(painted, "png")),
+              std::pair("image/bmp", encodeImage(painted, "bmp")),
+              std::pair("image/jpeg", encodeImage(painted, "jpg")),
+              std::pair("image/gif", encodePlainGif({30, 20}, manyColors(3), 10))}) {
+            ScreenWidget page;
+            page.show();
+            auto* pasted = new QMimeData;
+            pasted->setData(QLatin1String(format), content);
+            paste(page, pasted);
+            QVERIFY2(statusOf(page)->text().endsWith(QStringLiteral(" frame(s) imported.")), format);
+        }
+    }
+
     void pastedPictureIsSentLikeAFileOfIt()
     {
         QImage painted(300, 200, QImage::Format_RGB32);
@@ -343,6 +362,10 @@ private slots:
         entry(page, "Play")->trigger();
         auto* player = page.findChild<FramePlayer*>();
         QVERIFY(player != nullptr && player->isVisible());
+        QPushButton* chosen = buttonOf(*player, QStringLiteral("2 ×"));
+        QCOMPARE(player->focusWidget(), chosen);
+        QAccessibleInterface* sizes = QAccessible::queryAccessibleInterface(chosen)->parent();
+        QCOMPARE(sizes->text(QAccessible::Name), QStringLiteral("Size"));
         QLabel* screen = player->findChildren<QLabel*>().at(0);
         QLabel* words = player->findChildren<QLabel*>().at(1);
         const auto isShown = [&](int frame, QRgb color) {
