@@ -283,6 +283,10 @@ private slots:
         toggleRow(list, 1); // the chosen one stays so
         QTRY_COMPARE(marked(), 1);
         QCOMPARE(type->currentIndex(), 1);
+        list->selectionModel()->clearSelection();
+        QTRY_VERIFY(!list->selectionModel()->selectedIndexes().isEmpty());
+        QCOMPARE(marked(), 1);
+        QCOMPARE(type->currentIndex(), 1);
 
         type->showPopup();
         QTest::keyClick(list, Qt::Key_Down); // marks only
