@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "pages/macros/record_dialog.h"
 #include "tests/support/isolated_main.h"
+#include "tests/support/pixel_probe.h"
 #include "tests/support/screen_reader.h"
 
 #include <QCheckBox>
@@ -207,6 +208,12 @@ private slots:
         press("Stop");
         QCOMPARE(take(),
                  (Actions{{0, 0xE1, 0xB0}, {20, 0x04, 0xB0}, {0, 0xE1, 0x30}, {0, 0x04, 0x30}}));
+        open();
+        key(scanA, true, 10);
+        mouse(Qt::LeftButton, true, 30);
+        press("Stop");
+        QCOMPARE(take(),
+                 (Actions{{0, 0x04, 0xB0}, {20, 0x01, 0x90}, {0, 0x04, 0x30}, {0, 0x01, 0x10}}));
     }
 
     void whatWasHeldBeforeAndWhatRepeatsIsLeftOut()
@@ -319,6 +326,18 @@ private slots:
         QCOMPARE(shown(), expected);
         QVERIFY(expected.size() >= 50);
         QCOMPARE(activated.size(), 0);
+    }
+
+    void fieldIsOrangeWhileItRecords()
+    {
+        open();
+        QLabel* field = dialog->findChildren<QLabel*>().at(1);
+        const auto edge = [field] { return colorAt(field->grab().toImage(), {100, 0}); };
+        QCOMPARE(edge(), QColor(0xDA, 0x52, 0x00));
+        press("Stop");
+        QCOMPARE(edge(), QColor(0x3A, 0x3D, 0x47));
+        press("Record again");
+        QCOMPARE(edge(), QColor(0xDA, 0x52, 0x00));
     }
 
     void recordingStartsAgain()

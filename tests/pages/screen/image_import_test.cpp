@@ -534,6 +534,17 @@ private slots:
         const QByteArray gif = encodePlainGif({200, 200}, manyColors(30), 10);
         QTest::newRow("GIF") << "a.gif" << patched(gif, 6, "204e204e");
         GifFrame hugeFrame{.area = QRect(0, 0, 20'000, 20'000), .pixels = QByteArray(1000, '\0')};
+        // A row of pixels more than the largest.
+        QTest::newRow("JPEG, a row too many")
+            << "a.jpg" << patched(jpeg, frameHeader + 5, "18012000"); // 8192 x 6145
+        QTest::newRow("PNG, a row too many") << "a.png" << patched(png, 16, "0000200000001001");
+        QTest::newRow("PNG of 16 bits, a row too many")
+            << "a.png" << encodeBlackPng({4096, 4097}, 16);
+        QTest::newRow("GIF, a row too many")
+            << "a.gif"
+            << encodeGif({.size = {4096, 3073},
+                          .palette = gifPalette,
+                          .frames = {plainFrame(QRect(0, 0, 4096, 3073), 1)}});
         QTest::newRow("JPEG beyond what phones take")
             << "a.jpg" << patched(jpeg, frameHeader + 5, "1c203000"); // 12288 x 7200
         // 4500 x 3000, which the reader only believes of frames that are not much smaller.
@@ -640,6 +651,32 @@ private slots:
         QVERIFY(isNear(colors.at(0), qRgb(200, 200, 200), 2));
         for (qsizetype index = 1; index < 4; ++index)
             QVERIFY(isNear(colors.at(index), qRgb(90, 90, 90), 2));
+    }
+
+    void contentIsReadLikeItsFile()
+    {
+        const QByteArray still = encodeImage(photographLike({300, 200}), "png");
+        const QByteArray animation = encodePlainGif({30, 30}, manyColors(4), 7);
+        for (const QByteArray& content : {still, animation}) {
+            const QList<ScreenFrame> frames = importContent(content);
+            const QList<ScreenFrame> expected = importImages({write("a", content)});
+            QVERIFY(!frames.isEmpty());
+            QCOMPARE(frames.size(), expected.size());
+            for (qsizetype index = 0; index < frames.size(); ++index) {
+                QCOMPARE(frames.at(index).image, expected.at(index).image);
+                QCOMPARE(frames.at(index).delayMs, expected.at(index).delayMs);
+            }
+        }
+        QVERIFY(importContent("no picture").isEmpty());
+    }
+
+    void contentTakesNoMoreThanAFile()
+    {
+        QByteArray largest = encodeImage(quarters({16, 16}), "png");
+        largest.resize(64 * 1024 * 1024, '\0');
+        QCOMPARE(importContent(largest).size(), 1);
+        QVERIFY(importContent(largest + '\0').isEmpty());
+        QVERIFY(importContent(encodeJpegInPasses({8192, 6144}, 3, 1)).isEmpty());
     }
 
     // Only what stands before its pixels has to be short.

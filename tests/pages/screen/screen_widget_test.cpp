@@ -388,6 +388,8 @@ private slots:
         QCOMPARE(timer->interval(), 50);
         QCOMPARE(timer->timerType(), Qt::PreciseTimer); // others are late by up to a twentieth
         QVERIFY(timer->isActive());
+        buttonOf(*player, QStringLiteral("Close"))->click();
+        QTRY_VERIFY(page.findChild<FramePlayer*>() == nullptr);
     }
 
     void menuOffersPlayingAndPasting()
