@@ -328,6 +328,18 @@ private slots:
         QCOMPARE(activated.size(), 0);
     }
 
+    void opensInTheMiddleOfItsWindow()
+    {
+        QWidget window;
+        window.setGeometry(100, 60, 600, 500);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        dialog = new RecordDialog(QString(), &window);
+        dialog->open();
+        const QPoint off = dialog->geometry().center() - window.geometry().center();
+        QVERIFY2(off.manhattanLength() < 60, qPrintable(QString::number(off.manhattanLength())));
+    }
+
     void fieldIsOrangeWhileItRecords()
     {
         open();

@@ -264,8 +264,8 @@ private slots:
                                 << QStringList{"H", "B", "V", "F"};
         QTest::newRow("no key there") << Keys{Qt::Key_End, Qt::Key_End} << QStringList{"PgDn"};
         QTest::newRow("row") << Keys{Qt::Key_Home, Qt::Key_End} << QStringList{"Caps Lock", "PgDn"};
-        QTest::newRow("another row") << Keys{Qt::Key_Up, Qt::Key_Home, Qt::Key_End}
-                                     << QStringList{"T", "Tab", "PgUp"};
+        QTest::newRow("another row")
+            << Keys{Qt::Key_Up, Qt::Key_Home, Qt::Key_End} << QStringList{"T", "Tab", "PgUp"};
         QTest::newRow("another column") << Keys{Qt::Key_Left, Qt::Key_PageDown, Qt::Key_PageUp}
                                         << QStringList{"F", "Space", "F5"};
         QTest::newRow("column") << Keys{Qt::Key_PageUp, Qt::Key_PageDown}

@@ -330,7 +330,8 @@ private slots:
             auto* pasted = new QMimeData;
             pasted->setData(QLatin1String(format), content);
             paste(page, pasted);
-            QVERIFY2(statusOf(page)->text().endsWith(QStringLiteral(" frame(s) imported.")), format);
+            QVERIFY2(statusOf(page)->text().endsWith(QStringLiteral(" frame(s) imported.")),
+                     format);
         }
     }
 

@@ -204,6 +204,24 @@ private slots:
         isTakenOver(numbered(2), QStringLiteral("Import settings"));
     }
 
+    void longNameOfAFileIsCut()
+    {
+        for (const auto& [length, shown] :
+             {std::pair(60, QString(55, u'n') + QStringLiteral(".json")),
+              std::pair(61, QString(56, u'n') + QStringLiteral(".jso…"))}) {
+            const QString path =
+                directory.filePath(QString(length - 5, u'n') + QStringLiteral(".json"));
+            writeFile(path, "no settings");
+            onNextDialog([shown = shown](QWidget& dialog) {
+                const auto closing = closeAtTheEnd(dialog);
+                QVERIFY(static_cast<QMessageBox&>(dialog).text().startsWith(
+                    QStringLiteral("\"%1\" cannot be used.").arg(shown)));
+            });
+            importSettingsFrom(path, page.get());
+            QCOMPARE(dialogsStillExpected(), 0);
+        }
+    }
+
     void importFromTheMenu()
     {
         chooseInMenu(openMenu(QContextMenuEvent::Mouse), importText);
