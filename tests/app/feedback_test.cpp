@@ -477,6 +477,27 @@ private slots:
         QTRY_VERIFY(!slider->isSliderDown());
     }
 
+    void aButtonThatAKeyHoldsIsNotHeldForEver()
+    {
+        openPage(keysPage);
+        QPushButton* held = buttonOf(*page(), QStringLiteral("Base layer"));
+        held->setFocus();
+        QTest::keyPress(held, Qt::Key_Space);
+        QVERIFY(held->isDown());
+        bool released = false;
+        bus().setListener([&] {
+            if (std::exchange(released, true))
+                return;
+            postKey(held, Qt::Key_A); // which goes with its release
+            QCoreApplication::postEvent(
+                held, new QKeyEvent(QEvent::KeyRelease, Qt::Key_Space, Qt::NoModifier));
+        });
+        buttonOf(*page(), QStringLiteral("Write layer to keyboard"))->click();
+        bus().setListener({});
+        QVERIFY(released);
+        QTRY_VERIFY(!held->isDown());
+    }
+
     // Keys of the keyboard
 
     void onlyTheKeyboardsThatTakeKeysAreTabStops_data() { addPageRows(); }
