@@ -603,7 +603,7 @@ private slots:
         useKeyboardPicture();
         const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 40})});
         const auto view = viewOf(layout, viewSize);
-        view->setFont(QFont(QStringLiteral("DejaVu Serif"), 30, QFont::Black));
+        view->setFont(QFont(QStringLiteral("DejaVu Serif"), 30, QFont::Light));
         view->setMode(KeyboardViewMode::Captions);
         QCOMPARE(pictureOf(*view), plainPicture(*view)); // no caption, nothing drawn
 
