@@ -236,12 +236,16 @@ private slots:
 
     void markFollowsAControlThatMovesAlone()
     {
-        QPushButton button(QStringLiteral("Button"), window.get());
-        button.setGeometry(400, 300, 80, 30);
-        button.show();
+        QWidget part(window.get());
+        part.setGeometry(300, 200, 200, 200);
+        QPushButton button(QStringLiteral("Button"), &part);
+        button.setGeometry(50, 50, 80, 30);
+        part.show();
         button.setFocus(Qt::TabFocusReason);
         QVERIFY(hasRing(button));
-        button.move(600, 400);
+        button.move(100, 120);
+        QVERIFY(hasRing(button));
+        part.move(600, 300); // and it with the part
         QVERIFY(hasRing(button));
     }
 
