@@ -791,6 +791,22 @@ private slots:
         QTRY_VERIFY(!QToolTip::isVisible());
     }
 
+    void wordsThatFindNoLineShowThatTheyAreMissing()
+    {
+        // With room for one line.
+        const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 10, 60, 12})});
+        const auto view = viewOf(layout, {800, 200});
+        useOpenSans(*view);
+        view->setMode(KeyboardViewMode::Captions);
+        const auto shownWidth = [&](const char* caption) {
+            view->setCaption(3, QLatin1String(caption));
+            return areaWhere(pictureOf(*view), isCaptionColor).width();
+        };
+        const int alone = shownWidth("mmmm");
+        QVERIFY(alone > 40);
+        QVERIFY(shownWidth("mmmm mmmm mmmm") > alone + 5);
+    }
+
     void longCaptionShowsThatItGoesOn()
     {
         const KeyboardLayout layout = board({400, 100}, {keyRecord(3, {100, 20, 41, 41})});
