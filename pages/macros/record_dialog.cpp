@@ -303,6 +303,7 @@ void RecordDialog::showActions()
                           ? macroActionWords(action)
                           : tr("%1 ms, %2").arg(action.delay).arg(macroActionWords(action)));
     list->scrollToBottom();
+    fixedInput->setEnabled(!isRecording); // its input method and its menu would take keys
     stopButton->setVisible(isRecording);
     againButton->setVisible(!isRecording);
     addButton->setVisible(!isRecording && list->count() > 0);

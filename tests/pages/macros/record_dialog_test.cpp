@@ -5,6 +5,7 @@
 #include "tests/support/screen_reader.h"
 
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLabel>
@@ -338,6 +339,22 @@ private slots:
         dialog->open();
         const QPoint off = dialog->geometry().center() - window.geometry().center();
         QVERIFY2(off.manhattanLength() < 60, qPrintable(QString::number(off.manhattanLength())));
+    }
+
+    // Its input method would compose letters, and its menu would take keys.
+    void numberIsTypedAfterTheRecordingOnly()
+    {
+        open();
+        auto* number = dialog->findChild<QSpinBox*>();
+        QTest::mouseClick(number, Qt::LeftButton);
+        QVERIFY(!number->hasFocus());
+        QContextMenuEvent request(QContextMenuEvent::Mouse, {5, 5},
+                                  number->mapToGlobal(QPoint(5, 5)));
+        QCoreApplication::sendEvent(number, &request);
+        QVERIFY(QApplication::activePopupWidget() == nullptr);
+        press("Stop");
+        QTest::mouseClick(number, Qt::LeftButton);
+        QVERIFY(number->hasFocus());
     }
 
     void fieldIsOrangeWhileItRecords()
