@@ -73,6 +73,8 @@ class StateExchangeTest : public QObject
 private slots:
     void init()
     {
+        // Where the dialogs open; what has been exported to the user's own home is none of this.
+        qputenv("HOME", home.path().toUtf8());
         static_cast<SavedState&>(AppState::instance()) = presentState();
         AppState::instance().save();
         page = std::make_unique<SettingsWidget>();
@@ -474,6 +476,7 @@ private:
     }
 
     QTemporaryDir directory;
+    QTemporaryDir home;
     std::unique_ptr<SettingsWidget> page;
 };
 
