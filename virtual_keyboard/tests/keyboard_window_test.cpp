@@ -44,9 +44,7 @@ private slots:
     void init()
     {
         lightUpKeyboard();
-        window = std::make_unique<KeyboardWindow>();
-        window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        openWindow();
     }
 
     void cleanup() { window.reset(); }
@@ -55,6 +53,7 @@ private slots:
     {
         change([](KeyboardState& state) { state.baseLayer.at(indexOf("A")) = {2, 0x01, 0x05, 0}; });
         setLight(steadyWhite);
+        openWindow(); // the one that is there may show the change a moment later
         const QImage before = picture();
         QTest::mousePress(board(), Qt::LeftButton, {}, centerOf("A"));
         QCOMPARE(text("sent"), QString("The computer gets: Ctrl+B"));
@@ -186,8 +185,9 @@ private slots:
 
     void aCablePulledByOthersIsSeen()
     {
+        const QPushButton* plug = button("Unplug");
         bus().unplug();
-        QTRY_COMPARE(button("Plug in")->text(), QString("Plug in"));
+        QTRY_COMPARE(plug->text(), QString("Plug in"));
     }
 
     void lightFollowsThePlaceOfItsKey()
@@ -463,6 +463,13 @@ private:
             }
         }
         return sum;
+    }
+
+    void openWindow()
+    {
+        window = std::make_unique<KeyboardWindow>();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
     }
 
     // What the keyboard holds, without a word over the wire.
