@@ -121,6 +121,7 @@ QScrollBar:horizontal { height: 8px; background: #303030; }
 QScrollBar::handle:horizontal { background: #777777; min-width: 24px; }
 QScrollBar::handle:hover { background: #909090; }
 QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
+QSpinBox:disabled { color: #858585; background: #414141; }
 QCheckBox:disabled { color: #9a9a9a; }
 QCheckBox::indicator:disabled { border-color: #6e6e6e; }
 

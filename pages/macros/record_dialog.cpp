@@ -282,6 +282,7 @@ void RecordDialog::takeButton(Qt::MouseButton button, bool isPress, quint64 time
     const std::optional<std::uint8_t> code = buttonCode(button);
     if (!code)
         return;
+    showRequest();
     if (isPress)
         recording.press(Input::Button, *code, timeMs);
     else

@@ -104,7 +104,7 @@ bool FocusRing::eventFilter(QObject* watched, QEvent* event)
     case QEvent::Resize:
     case QEvent::Show:
     case QEvent::Hide:
-        if (marked && widget != nullptr && widget->isAncestorOf(marked)) // or it is marked itself
+        if (marked && widget != nullptr && widget->isAncestorOf(marked)) // of itself, too
             show();
         break;
     default:

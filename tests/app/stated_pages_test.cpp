@@ -30,6 +30,8 @@
 #include <QTest>
 #include <QToolButton>
 
+#include <array>
+
 using namespace tavik;
 using namespace tavik::tests;
 
@@ -151,7 +153,7 @@ QString contentText(const QWidget& widget)
 // How it behaves, where that is not what every widget of its kind does.
 QString behaviorText(const QWidget& widget)
 {
-    static const QWidgetList kinds{
+    static const std::array<QWidget*, 13> kinds{
         new QPushButton,  new QToolButton, new QRadioButton, new QCheckBox, new QComboBox,
         new QSpinBox,     new QSlider,     new QGroupBox,    new QLabel,    new QListWidget,
         new QTableWidget, new QScrollArea, new QWidget};

@@ -532,12 +532,7 @@ private slots:
         QFETCH(QStringList, disabled);
         showPage(threeMacros());
         list()->setCurrentRow(current);
-        QStringList found;
-        for (const QAction* entry : list()->actions()) {
-            if (!entry->isEnabled())
-                found += entry->text();
-        }
-        QCOMPARE(found, disabled);
+        QCOMPARE(disabledEntries(*list()), disabled);
         for (const QAction* entry : table()->actions())
             QCOMPARE(entry->isEnabled(), entry->text() == QStringLiteral("Record…"));
     }
@@ -550,12 +545,7 @@ private slots:
              {std::pair(0, QStringList("Move actions up")), std::pair(1, QStringList()),
               std::pair(2, QStringList("Move actions down"))}) {
             clickRow(row);
-            QStringList found;
-            for (const QAction* entry : table()->actions()) {
-                if (!entry->isEnabled())
-                    found += entry->text();
-            }
-            QCOMPARE(found, disabled);
+            QCOMPARE(disabledEntries(*table()), disabled);
         }
     }
 
@@ -1044,6 +1034,16 @@ private:
     }
 
     // By its keys, as the window does when the widget has the focus.
+    static QStringList disabledEntries(const QWidget& widget)
+    {
+        QStringList texts;
+        for (const QAction* entry : widget.actions()) {
+            if (!entry->isEnabled())
+                texts += entry->text();
+        }
+        return texts;
+    }
+
     static void chooseEntry(QWidget& widget, const QString& text)
     {
         for (const QAction* entry : widget.actions()) {

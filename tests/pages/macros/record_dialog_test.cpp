@@ -243,6 +243,9 @@ private slots:
         key(scanA, true, 30);
         QVERIFY(!label(QStringLiteral("This key cannot be recorded.")));
         QCOMPARE(shown(), QStringList({"press A"}));
+        key(scanMute, true, 40);
+        mouse(Qt::LeftButton, true, 50);
+        QVERIFY(!label(QStringLiteral("This key cannot be recorded.")));
     }
 
     void heldEscapeStopsAndIsNoPartOfIt()
@@ -312,7 +315,7 @@ private slots:
         const QSignalSpy activated(&shortcut, &QShortcut::activated);
         QStringList expected;
         for (QWidget* part : dialog->findChildren<QWidget*>()) {
-            if (part->focusPolicy() == Qt::NoFocus || !part->isVisible())
+            if (part->focusPolicy() == Qt::NoFocus || !part->isVisible() || !part->isEnabled())
                 continue;
             part->setFocus();
             for (const quint32 scanCode : {scanA, scanSpace, scanEnter, scanTab, scanEscape}) {
@@ -325,7 +328,7 @@ private slots:
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_A);
         }
         QCOMPARE(shown(), expected);
-        QVERIFY(expected.size() >= 50);
+        QVERIFY(expected.size() >= 40);
         QCOMPARE(activated.size(), 0);
     }
 
@@ -360,8 +363,7 @@ private slots:
     void fieldIsOrangeWhileItRecords()
     {
         open();
-        QLabel* field = dialog->findChildren<QLabel*>().at(1);
-        const auto edge = [field] { return colorAt(field->grab().toImage(), {100, 0}); };
+        const auto edge = [this] { return colorAt(field()->grab().toImage(), {100, 0}); };
         QCOMPARE(edge(), QColor(0xDA, 0x52, 0x00));
         press("Stop");
         QCOMPARE(edge(), QColor(0x3A, 0x3D, 0x47));
@@ -438,20 +440,16 @@ private:
         QCoreApplication::sendEvent(receiver != nullptr ? receiver : dialog, &event);
     }
 
+    [[nodiscard]] QLabel* field() const { return dialog->findChildren<QLabel*>().at(1); }
+
     void mouse(Qt::MouseButton button, bool isPress, quint64 timeMs)
     {
-        for (QLabel* field : dialog->findChildren<QLabel*>()) {
-            if (!field->text().contains(QStringLiteral("Mouse buttons")))
-                continue;
-            const QPointF center = field->rect().center();
-            QMouseEvent event(isPress ? QEvent::MouseButtonPress : QEvent::MouseButtonRelease,
-                              center, field->mapToGlobal(center), button,
-                              isPress ? button : Qt::NoButton, Qt::NoModifier);
-            event.setTimestamp(timeMs);
-            QCoreApplication::sendEvent(field, &event);
-            return;
-        }
-        QFAIL("no field");
+        const QPointF center = field()->rect().center();
+        QMouseEvent event(isPress ? QEvent::MouseButtonPress : QEvent::MouseButtonRelease, center,
+                          field()->mapToGlobal(center), button, isPress ? button : Qt::NoButton,
+                          Qt::NoModifier);
+        event.setTimestamp(timeMs);
+        QCoreApplication::sendEvent(field(), &event);
     }
 
     QPushButton* buttonWith(const char* text) const

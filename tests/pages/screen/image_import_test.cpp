@@ -4,7 +4,6 @@
 #include "tests/support/isolated_main.h"
 #include "tests/support/made_images.h"
 
-#include <QBuffer>
 #include <QColorSpace>
 #include <QDir>
 #include <QFile>
@@ -687,10 +686,7 @@ private slots:
         QRandomGenerator random(1);
         for (int y = 0; y < 2700; ++y)
             random.fillRange(reinterpret_cast<quint32*>(photograph.scanLine(y)), 3600 / 4);
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        QVERIFY(photograph.save(&buffer, "jpg", 100));
+        const QByteArray bytes = encodeImage(photograph, "jpg", 100);
         QVERIFY(bytes.size() > 9 * 1024 * 1024);
         const QList<ScreenFrame> frames = importImages({write("a.jpg", bytes)});
         QCOMPARE(frames.size(), 1);
