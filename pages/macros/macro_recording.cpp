@@ -38,7 +38,9 @@ bool MacroRecording::isHeld(Input input, std::uint8_t code) const
 
 bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
 {
-    if (isHeld(input, code))
+    const bool wasHeldBefore = unknown.input == input && unknown.code == code &&
+                               timeMs - unknown.timeMs <= longestRepeatGap;
+    if (isHeld(input, code) || wasHeldBefore)
         return false;
     if (!events.isEmpty() && events.last().input == input && events.last().code == code &&
         timeMs - events.last().timeMs <= longestRepeatGap) {
@@ -51,8 +53,11 @@ bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
 
 void MacroRecording::release(Input input, std::uint8_t code, quint64 timeMs)
 {
+    const Event event{timeMs, input, code, false};
     if (isHeld(input, code))
-        events += Event{timeMs, input, code, false};
+        events += event;
+    else
+        unknown = event;
 }
 
 void MacroRecording::dropLastPress(Input input, std::uint8_t code)

@@ -20,8 +20,8 @@ public:
     }
 
     // The code is a keyboard usage or a button code, the time in milliseconds of any clock. False
-    // when it is held already; nothing is recorded then, and the release before its repeat is taken
-    // back.
+    // when it is held already, maybe since before; nothing is recorded then, and the release before
+    // its repeat is taken back.
     bool press(Input input, std::uint8_t code, quint64 timeMs);
 
     // Nothing is recorded of what is not held.
@@ -50,6 +50,7 @@ private:
 
     quint64 longestRepeatGap;
     QList<Event> events;
+    Event unknown; // the latest release of what was not held
 };
 
 } // namespace tavik

@@ -153,6 +153,7 @@ void RecordDialog::start()
     // others come to the part that has the focus.
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
         grabKeyboard();
+    field->setFocus(); // a screen reader says what it asks for
     showRequest();
     field->setStyleSheet(QStringLiteral("border:1px solid #da5200;border-radius:8px;"));
     showActions();
@@ -228,7 +229,10 @@ bool RecordDialog::takesKey(const QKeyEvent& key)
 void RecordDialog::stopAtEscape()
 {
     recording.dropLastPress(Input::Key, escapeUsage);
+    latestMs = escapePressedMs;
     stop(tr("Stopped."));
+    if (list->count() == 0)
+        reject();
 }
 
 bool RecordDialog::eventFilter(QObject* watched, QEvent* event)
@@ -243,9 +247,11 @@ bool RecordDialog::eventFilter(QObject* watched, QEvent* event)
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
     case QEvent::MouseButtonRelease: {
-        if (watched != field)
-            break;
         const auto* mouse = static_cast<QMouseEvent*>(event);
+        if (watched != field) {
+            latestMs = timeOf(*mouse);
+            break;
+        }
         takeButton(mouse->button(), event->type() != QEvent::MouseButtonRelease, timeOf(*mouse));
         return true;
     }
@@ -305,7 +311,7 @@ void RecordDialog::showActions()
                           : tr("%1 ms, %2").arg(action.delay).arg(macroActionWords(action)));
     list->scrollToBottom();
     fixedInput->setEnabled(!isRecording); // its input method and its menu would take keys
-    stopButton->setVisible(isRecording);
+    stopButton->setEnabled(isRecording);  // it stays, lest a second click meets another button
     againButton->setVisible(!isRecording);
     addButton->setVisible(!isRecording && list->count() > 0);
 }

@@ -150,6 +150,14 @@ private slots:
         QCOMPARE(recording.actions({}), (Actions{{0, 4, 0xB0}, {100, 4, 0x30}, {16, 4, 0xB0}}));
     }
 
+    void keysAndButtonsOfOneCodeAreNotTheSame()
+    {
+        MacroRecording recording;
+        recording.release(MacroRecording::Input::Key, 4, 100);
+        QVERIFY(recording.press(MacroRecording::Input::Button, 4, 100));
+        QVERIFY(!recording.press(MacroRecording::Input::Key, 4, 100));
+    }
+
     // Its repeats come some milliseconds apart then; where the test itself was too slow, once more.
     void aHeldKeyIsHeldWhileAScreenReaderListens()
     {
@@ -206,9 +214,9 @@ private slots:
         open();
         key(scanShift, true, 10);
         key(scanA, true, 30);
-        press("Stop");
+        stopAt(330);
         QCOMPARE(take(),
-                 (Actions{{0, 0xE1, 0xB0}, {20, 0x04, 0xB0}, {0, 0xE1, 0x30}, {0, 0x04, 0x30}}));
+                 (Actions{{0, 0xE1, 0xB0}, {20, 0x04, 0xB0}, {300, 0xE1, 0x30}, {0, 0x04, 0x30}}));
     }
 
     // As long as it is known to be held, be it by something that is not recorded.
@@ -217,12 +225,12 @@ private slots:
         open();
         key(scanA, true, 10);
         key(scanMute, true, 500);
-        press("Stop");
+        leaveWindow();
         QCOMPARE(take(), (Actions{{0, 0x04, 0xB0}, {490, 0x04, 0x30}}));
         open();
         key(scanA, true, 10);
         mouse(Qt::TaskButton, true, 300);
-        press("Stop");
+        leaveWindow();
         QCOMPARE(take(), (Actions{{0, 0x04, 0xB0}, {290, 0x04, 0x30}}));
     }
 
@@ -240,6 +248,24 @@ private slots:
         press("Stop");
         QCOMPARE(take(),
                  (Actions{{0, 0x04, 0xB0}, {590, 0x04, 0x30}, {1, 0x04, 0xB0}, {9, 0x04, 0x30}}));
+    }
+
+    // Ctrl+R or the Space on "Record again" may be held for a while.
+    void whatRepeatsFromBeforeIsLeftOut()
+    {
+        open();
+        for (const quint64 timeMs : {510, 540, 570}) {
+            key(scanSpace, false, timeMs);
+            key(scanSpace, true, timeMs);
+        }
+        key(scanA, true, 575);
+        key(scanSpace, false, 580);
+        key(scanA, false, 600);
+        key(scanSpace, true, 700);
+        key(scanSpace, false, 720);
+        press("Stop");
+        QCOMPARE(take(),
+                 (Actions{{0, 0x04, 0xB0}, {25, 0x04, 0x30}, {100, 0x2C, 0xB0}, {20, 0x2C, 0x30}}));
     }
 
     void keysThatTheKeyboardDoesNotHaveAreRefusedInWords()
@@ -298,6 +324,54 @@ private slots:
         key(scanEscape, true, start + 1000, isKnown, Qt::Key_Escape);
         QVERIFY(buttonWith("Add to macro")->isVisible());
         QCOMPARE(shown(), QStringList({"press A", "2 ms, release A"}));
+    }
+
+    // The second in which it is held belongs to nothing.
+    void whatIsHeldIsLetGoWithTheEscapeThatStops()
+    {
+        open();
+        key(scanA, true, 100);
+        key(scanEscape, true, 350, false, Qt::Key_Escape);
+        for (const quint64 timeMs : {850, 1350}) {
+            key(scanEscape, false, timeMs, false, Qt::Key_Escape);
+            key(scanEscape, true, timeMs, false, Qt::Key_Escape);
+        }
+        QCOMPARE(shown(), QStringList({"press A", "250 ms, release A"}));
+        QVERIFY(dialog->isVisible());
+    }
+
+    // Its repeats would close the dialog anyway, sooner or later.
+    void heldEscapeLeavesWhatHasNothingToLose()
+    {
+        open();
+        const QSignalSpy recorded(dialog, &RecordDialog::recorded);
+        key(scanEscape, true, 10, false, Qt::Key_Escape);
+        key(scanEscape, true, 1010, true, Qt::Key_Escape);
+        QVERIFY(dialog == nullptr || !dialog->isVisible());
+        QCOMPARE(recorded.size(), 0);
+    }
+
+    // "Record again" would take it all away.
+    void secondClickOnStopPressesNothing()
+    {
+        open();
+        key(scanA, true, 10);
+        const QPoint place = buttonWith("Stop")->geometry().center();
+        stopAt(10);
+        QCOMPARE(dialog->childAt(place), buttonWith("Stop"));
+        QTest::mouseDClick(buttonWith("Stop"), Qt::LeftButton);
+        QCOMPARE(shown(), QStringList({"press A", "release A"}));
+        QVERIFY(label(QStringLiteral("Stopped.")));
+    }
+
+    // The mark stands round it, and a screen reader says what it asks for.
+    void fieldHasTheFocusWhileItRecords()
+    {
+        open();
+        QCOMPARE(QApplication::focusWidget(), field());
+        press("Stop");
+        press("Record again");
+        QCOMPARE(QApplication::focusWidget(), field());
     }
 
     // Who presses it once too often loses nothing.
@@ -422,8 +496,7 @@ private slots:
     {
         open();
         key(scanA, true, 10);
-        QEvent leaving(QEvent::WindowDeactivate);
-        QCoreApplication::sendEvent(dialog, &leaving);
+        leaveWindow();
         QVERIFY(label(QStringLiteral("Stopped, because another window was chosen.")));
         QCOMPARE(shown(), QStringList({"press A", "release A"}));
         QVERIFY(buttonWith("Record again")->isVisible());
@@ -447,6 +520,12 @@ private:
                         scanCode, 0, 0, {}, isRepeat);
         event.setTimestamp(timeMs);
         QCoreApplication::sendEvent(receiver != nullptr ? receiver : dialog, &event);
+    }
+
+    void leaveWindow() const
+    {
+        QEvent leaving(QEvent::WindowDeactivate);
+        QCoreApplication::sendEvent(dialog, &leaving);
     }
 
     [[nodiscard]] QLabel* field() const { return dialog->findChildren<QLabel*>().at(1); }
@@ -473,6 +552,21 @@ private:
     {
         QVERIFY(buttonWith(text)->isVisible());
         QTest::mouseClick(buttonWith(text), Qt::LeftButton);
+    }
+
+    // With the time of the keys, in which tests do not click by themselves.
+    void stopAt(quint64 timeMs) const
+    {
+        QPushButton* stop = buttonWith("Stop");
+        const QPointF center = stop->rect().center();
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            const bool isPress = type == QEvent::MouseButtonPress;
+            QMouseEvent event(type, center, stop->mapToGlobal(center), Qt::LeftButton,
+                              isPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+            event.setTimestamp(timeMs);
+            QCoreApplication::sendEvent(stop, &event);
+        }
+        QVERIFY(label(QStringLiteral("Stopped.")));
     }
 
     Actions take()
