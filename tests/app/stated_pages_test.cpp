@@ -10,10 +10,13 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
+#include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -26,6 +29,7 @@
 #include <QScrollArea>
 #include <QSlider>
 #include <QSpinBox>
+#include <QStackedWidget>
 #include <QTableWidget>
 #include <QTest>
 #include <QToolButton>
@@ -150,16 +154,45 @@ QString contentText(const QWidget& widget)
     return text;
 }
 
+QWidget* kindOf(const QWidget& widget)
+{
+    static const std::array<QWidget*, 16> kinds{
+        new QPushButton, new QToolButton,      new QRadioButton,   new QCheckBox,
+        new QComboBox,   new QSpinBox,         new QSlider,        new QGroupBox,
+        new QLabel,      new QListWidget,      new QTableWidget,   new QScrollArea,
+        new QDialog,     new QDialogButtonBox, new QStackedWidget, new QWidget};
+    return *std::ranges::find_if(kinds, [&](const QWidget* usual) {
+        return widget.inherits(usual->metaObject()->className());
+    });
+}
+
+QAccessibleInterface& toldOf(const QWidget& widget)
+{
+    return *QAccessible::queryAccessibleInterface(const_cast<QWidget*>(&widget));
+}
+
+// What a screen reader is told of it that it does not show and others of its kind do not tell.
+QString toldText(const QWidget& widget, const QString& shown)
+{
+    const QAccessibleInterface& told = toldOf(widget);
+    const QString own = widget.accessibleName();
+    const QString name = own.isEmpty() ? told.text(QAccessible::Name) : own;
+    QString text;
+    if (!own.isEmpty() || (!name.isEmpty() && !shown.contains(quoted(name))))
+        text += QLatin1String(" named ") + quoted(name);
+    if (told.role() != toldOf(*kindOf(widget)).role())
+        text +=
+            u' ' + QLatin1String(QMetaEnum::fromType<QAccessible::Role>().valueToKey(told.role()));
+    const QAccessibleInterface* group = told.parent();
+    if (group != nullptr && qobject_cast<QButtonGroup*>(group->object()) != nullptr)
+        text += QLatin1String(" in group ") + quoted(group->text(QAccessible::Name));
+    return text;
+}
+
 // How it behaves, where that is not what every widget of its kind does.
 QString behaviorText(const QWidget& widget)
 {
-    static const std::array<QWidget*, 13> kinds{
-        new QPushButton,  new QToolButton, new QRadioButton, new QCheckBox, new QComboBox,
-        new QSpinBox,     new QSlider,     new QGroupBox,    new QLabel,    new QListWidget,
-        new QTableWidget, new QScrollArea, new QWidget};
-    const QWidget* kind = *std::ranges::find_if(kinds, [&](const QWidget* usual) {
-        return widget.inherits(usual->metaObject()->className());
-    });
+    const QWidget* kind = kindOf(widget);
     QStringList words;
     for (const char* name : {"accessibleDescription", "focusPolicy",        "contextMenuPolicy",
                              "acceptDrops",           "autoDefault",        "default",
@@ -206,8 +239,7 @@ QString widgetText(const QWidget& widget)
     if (widget.isWindow() && !widget.windowTitle().isEmpty())
         text += QLatin1String(" titled ") + quoted(widget.windowTitle());
     text += contentText(widget) + sizeText(widget) + scrollBarsText(widget) + cursorText(widget);
-    if (!widget.accessibleName().isEmpty())
-        text += QLatin1String(" named ") + quoted(widget.accessibleName());
+    text += toldText(widget, text);
     if (!widget.toolTip().isEmpty())
         text += QLatin1String(" tip ") + quoted(widget.toolTip());
     return text + behaviorText(widget);

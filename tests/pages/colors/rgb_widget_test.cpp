@@ -233,6 +233,11 @@ private slots:
         QCOMPARE(colorOfEntry(*menu, 0), QColor(7, 8, 9));
         QCOMPARE(colorOfEntry(*menu, 1), QColor(255, 60, 60));
         QCOMPARE(colorOfEntry(*menu, 2), QColor(255, 60, 60));
+        const QImage swatch = pictureOfEntry(*menu, 0);
+        for (const QPoint corner : {QPoint(4, 2), QPoint(15, 2), QPoint(4, 13), QPoint(15, 13)})
+            QCOMPARE(swatch.pixelColor(corner), QColor(0x80, 0x80, 0x88));
+        for (const QPoint beside : {QPoint(3, 8), QPoint(8, 1), QPoint(8, 14)})
+            QCOMPARE(swatch.pixelColor(beside).alpha(), 0);
         menu->close();
     }
 
@@ -413,6 +418,19 @@ private slots:
         QCOMPARE(stateOnDisk().customRgb, variedBank());
         QCOMPARE(shownColors(), colorsShownFor(variedBank()));
         QVERIFY(!bus().keyboard().sessionOpen());
+        QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Read from keyboard"));
+    }
+
+    void readingWhatIsThereTakesTheMarkAway()
+    {
+        bank() = {};
+        showPage();
+        setColor(bank(), 0, {1, 2, 3});
+        emit AppState::instance().rgbChanged();
+        QVERIFY(!button("Send painting to keyboard")->toolTip().isEmpty());
+        giveKeyboardColors(bank());
+        button("Read from keyboard")->click();
+        QCOMPARE(button("Send painting to keyboard")->toolTip(), QString());
     }
 
     void partOfAReadNeverReachesTheBank_data()
@@ -487,8 +505,12 @@ private:
 
     static QColor colorOfEntry(const QMenu& menu, int index)
     {
-        const QIcon icon = menu.actions().at(index)->icon();
-        return icon.pixmap(16, 16).toImage().pixelColor(10, 8);
+        return pictureOfEntry(menu, index).pixelColor(10, 8);
+    }
+
+    static QImage pictureOfEntry(const QMenu& menu, int index)
+    {
+        return menu.actions().at(index)->icon().pixmap(16, 16).toImage();
     }
 
     QColor brushShown() const { return preview()->grab().toImage().pixelColor(28, 13); }

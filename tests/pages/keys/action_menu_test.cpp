@@ -91,6 +91,7 @@ private slots:
         const auto* heading = menu.findChild<QLabel*>();
         QCOMPARE(heading->text(), QStringLiteral("Tab: Macro \"Greet <b>\""));
         QCOMPARE(heading->textFormat(), Qt::PlainText);
+        QCOMPARE(heading->contentsMargins(), QMargins(14, 4, 14, 4)); // as the items below it
         QVERIFY(!menu.actions().first()->isEnabled());
         const ActionMenu long_(QStringLiteral("Tab"), macroKeyAction(0),
                                macrosCalled({QString(5000, u'W')}));
@@ -298,6 +299,7 @@ private slots:
                               macrosCalled({QStringLiteral("<b>%1</b>").arg(QString(60, u'W'))}));
         const QMenu* macros = group(menu, QStringLiteral("Macros"));
         QVERIFY(macros->actions().first()->toolTip().contains(QLatin1String("&lt;b&gt;WWW")));
+        QVERIFY(macros->toolTipsVisible());
     }
 
     void manyMacrosAreDividedAmongSubMenus()

@@ -748,6 +748,9 @@ private slots:
         QCOMPARE(EditHistory::instance().undoText(), QStringLiteral("Assign S"));
         shortcut(*view, Qt::Key_Delete);
         QCOMPARE(state.layerFn.at(indexOf("S")), KeyAction());
+        clickKey(*page, "Esc", Qt::MiddleButton); // the first light
+        shortcut(*view, Qt::CTRL | Qt::Key_V);
+        QCOMPARE(state.layerFn.at(indexOf("Esc")), ctrlShiftB);
         QCOMPARE(state.layerBase.at(indexOf("A")), ctrlShiftB);
         QVERIFY(bus().trace().empty());
     }
@@ -901,13 +904,28 @@ private slots:
         const auto page = openPage();
         ChordDialog* dialog = askForChord(*page, "Caps Lock");
         sendKey(*dialog, true, 8 + 113); // mute
-        QVERIFY(labelWith(*dialog, "This key cannot be assigned. Press another one.") != nullptr);
+        QLabel* note = labelWith(*dialog, "This key cannot be assigned. Press another one.");
+        QVERIFY(note != nullptr);
+        QCOMPARE(note->palette().color(QPalette::WindowText), QColor(0xe0a050));
         sendKey(*dialog, false, 8 + 113);
         QVERIFY(dialog->isVisible());
         sendKey(*dialog, true, scanCodeOfUsage(5));
         QVERIFY(labelWith(*dialog, "This key cannot be assigned. Press another one.") == nullptr);
+        QCOMPARE(note->palette().color(QPalette::WindowText), QColor(0xb8b8ba));
         sendKey(*dialog, false, scanCodeOfUsage(5));
         QVERIFY(!dialog->isVisible());
+    }
+
+    void modifiersLetGoElsewhereDoNotCount()
+    {
+        const auto page = openPage();
+        ChordDialog* dialog = askForChord(*page, "Caps Lock");
+        sendKey(*dialog, true, scanCodeOfUsage(0xE4));
+        QCOMPARE(wordsIn(*dialog), QStringLiteral("Right Ctrl"));
+        QFocusEvent leaving(QEvent::FocusOut);
+        QCoreApplication::sendEvent(dialog, &leaving);
+        sendKey(*dialog, true, scanCodeOfUsage(5));
+        QCOMPARE(wordsIn(*dialog), QStringLiteral("B"));
     }
 
     // Who cannot point needs a key that leaves, and Esc may be meant.

@@ -409,6 +409,9 @@ private slots:
         page->setColor(QColor::fromHsv(120, 128, 200));
         value->setCurrentValue(300);
         QCOMPARE(rgb(), QList<int>({200, 100, 200}));
+        page->setColor(QColor(128, 0, 0));
+        value->setCurrentValue(120);
+        QCOMPARE(rgb(), QList<int>({0, 128, 0}));
         page->setColor(QColor(20, 20, 20)); // of no hue
         QCOMPARE(value->currentValue().toInt(), 0);
         value->setCurrentValue(120);
@@ -443,7 +446,7 @@ private slots:
         }
         QVERIFY(!descriptions.isEmpty());
         QCOMPARE(descriptions.last(), colorWords(wheel()->color()));
-        QVERIFY(Told::names(QAccessible::ValueChanged).contains("Color wheel"));
+        QCOMPARE(Told::names(QAccessible::ValueChanged).count("Color wheel"), 2);
     }
 
     void choicesStandInNamedGroups_data()

@@ -415,7 +415,9 @@ private slots:
         QTest::keyClick(&wheel, Qt::Key_Left);
         QTest::keyClick(&wheel, Qt::Key_Down);
         QTest::keyClick(&wheel, Qt::Key_Down);
-        QTest::keyClick(&wheel, Qt::Key_A);
+        QKeyEvent other(QEvent::KeyPress, Qt::Key_A, {});
+        QCoreApplication::sendEvent(&wheel, &other);
+        QVERIFY(!other.isAccepted()); // it may mean something to the window
         QCOMPARE(hues, QList<int>({5, 10, 5, 0, 355}));
         QCOMPARE(shownColor(wheel).hue(), 355);
         QVERIFY(shownMarker(wheel).y() < 120);
