@@ -231,7 +231,6 @@ void RgbWidget::loadFromKeyboard()
     if (bank) {
         writtenColors = *bank; // as good as written
         editColors(tr("Read from keyboard"), [&](ColorBank& colors) { colors = *bank; });
-        showMark();
     }
     statusLabel->showOutcome(bank.has_value(), tr("Color bank read from keyboard."),
                              StatePart::Colors);

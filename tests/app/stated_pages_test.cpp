@@ -273,6 +273,8 @@ QString gapText(const QLayout& layout)
 QString layoutText(const QLayout& layout)
 {
     QString text = QLatin1String(layout.metaObject()->className()) + marginsText(layout);
+    if (layout.sizeConstraint() == QLayout::SetMinimumSize)
+        text += QLatin1String(" keeps the least size");
     if (const auto* grid = qobject_cast<const QGridLayout*>(&layout)) {
         text += QStringLiteral(" gaps %1 %2")
                     .arg(grid->horizontalSpacing())

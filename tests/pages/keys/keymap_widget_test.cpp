@@ -736,7 +736,10 @@ private slots:
         state.layerBase.at(indexOf("A")) = ctrlShiftB;
         const auto page = openPage();
         KeyboardView* view = viewOf(*page);
-        QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier); // no key is marked yet
+        for (const QKeySequence& keys : {QKeySequence(Qt::CTRL | Qt::Key_C),
+                                         QKeySequence(Qt::CTRL | Qt::Key_V),
+                                         {Qt::Key_Delete}})
+            shortcut(*view, keys); // no key is marked yet
         clickKey(*page, "A", Qt::MiddleButton);
         shortcut(*view, Qt::CTRL | Qt::Key_C);
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("Ctrl+Shift+B"));
