@@ -119,12 +119,10 @@ void ActionMenu::addHeading()
 // The menu stays open while modifiers are added.
 void ActionMenu::showCurrent()
 {
-    QFont bold = heading->font();
-    bold.setWeight(QFont::DemiBold);
     const QString text =
         keyName + QStringLiteral(": ") +
         beginningOf(keyActionWords(currentAction, macros), shownNameLimit).simplified();
-    heading->setText(QFontMetrics(bold).elidedText(text, Qt::ElideRight, macroNameWidth));
+    heading->setText(heading->fontMetrics().elidedText(text, Qt::ElideRight, macroNameWidth));
     actions().constFirst()->setText(text);
     setAccessibleName(text);
 

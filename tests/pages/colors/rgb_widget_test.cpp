@@ -5,6 +5,7 @@
 #include "model/keyboard_layout.h"
 #include "pages/colors/color_preview.h"
 #include "pages/colors/rgb_widget.h"
+#include "pages/parts/color_names.h"
 #include "pages/parts/keyboard_view.h"
 #include "tests/support/bus_view.h"
 #include "tests/support/dialog_driver.h"
@@ -230,14 +231,14 @@ private slots:
     {
         setColor(bank(), static_cast<std::size_t>(keyNamed("W").lightIndex), {7, 8, 9});
         QMenu* menu = openMenu("W");
+        QCOMPARE(menu->accessibleName(), QStringLiteral("W: %1").arg(colorWords(QColor(7, 8, 9))));
         QCOMPARE(colorOfEntry(*menu, 0), QColor(7, 8, 9));
         QCOMPARE(colorOfEntry(*menu, 1), QColor(255, 60, 60));
         QCOMPARE(colorOfEntry(*menu, 2), QColor(255, 60, 60));
-        const QImage swatch = pictureOfEntry(*menu, 0);
         for (const QPoint corner : {QPoint(4, 2), QPoint(15, 2), QPoint(4, 13), QPoint(15, 13)})
-            QCOMPARE(swatch.pixelColor(corner), QColor(0x80, 0x80, 0x88));
+            QCOMPARE(colorOfEntry(*menu, 0, corner), QColor(0x80, 0x80, 0x88));
         for (const QPoint beside : {QPoint(3, 8), QPoint(8, 1), QPoint(8, 14)})
-            QCOMPARE(swatch.pixelColor(beside).alpha(), 0);
+            QCOMPARE(colorOfEntry(*menu, 0, beside).alpha(), 0);
         menu->close();
     }
 
@@ -503,14 +504,10 @@ private:
         return texts;
     }
 
-    static QColor colorOfEntry(const QMenu& menu, int index)
+    static QColor colorOfEntry(const QMenu& menu, int index, QPoint place = {10, 8})
     {
-        return pictureOfEntry(menu, index).pixelColor(10, 8);
-    }
-
-    static QImage pictureOfEntry(const QMenu& menu, int index)
-    {
-        return menu.actions().at(index)->icon().pixmap(16, 16).toImage();
+        const QImage picture = menu.actions().at(index)->icon().pixmap(16, 16).toImage();
+        return picture.pixelColor((QPointF(place) * picture.devicePixelRatio()).toPoint());
     }
 
     QColor brushShown() const { return preview()->grab().toImage().pixelColor(28, 13); }

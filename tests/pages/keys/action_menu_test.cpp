@@ -67,6 +67,17 @@ QList<KeyAction> actionsChosenBy(ActionMenu& menu, const QList<QAction*>& items)
     return actions;
 }
 
+QStringList markedIn(const ActionMenu& menu)
+{
+    QStringList texts;
+    for (const QAction* item : menu.findChildren<QAction*>()) {
+        if (item->isChecked())
+            texts += item->text();
+    }
+    texts.sort();
+    return texts;
+}
+
 } // namespace
 
 class ActionMenuTest : public QObject
@@ -94,8 +105,12 @@ private slots:
         QCOMPARE(heading->contentsMargins(), QMargins(14, 4, 14, 4)); // as the items below it
         QVERIFY(!menu.actions().first()->isEnabled());
         const ActionMenu long_(QStringLiteral("Tab"), macroKeyAction(0),
-                               macrosCalled({QString(5000, u'W')}));
+                               macrosCalled({QString(5000, u'n')}));
         QVERIFY(long_.sizeHint().width() < 450);
+        auto* cut = long_.findChild<QLabel*>();
+        cut->ensurePolished(); // the weight with which it is shown
+        QCOMPARE(cut->font().weight(), QFont::DemiBold);
+        QVERIFY(cut->fontMetrics().horizontalAdvance(cut->text()) <= 320);
     }
 
     void modifiersAreForKeyActionsOnly()
@@ -355,14 +370,18 @@ private slots:
         const KeyAction current{static_cast<std::uint8_t>(page), static_cast<std::uint8_t>(p1),
                                 static_cast<std::uint8_t>(p2), 0};
         const ActionMenu menu(QStringLiteral("Caps Lock"), current, numberedMacros(2));
-        QStringList found;
-        for (const QAction* item : menu.findChildren<QAction*>()) {
-            if (item->isChecked())
-                found += item->text();
-        }
-        found.sort();
         marked.sort();
-        QCOMPARE(found, marked);
+        QCOMPARE(markedIn(menu), marked);
+    }
+
+    void markGoesWithWhatWasTheAction()
+    {
+        ActionMenu menu(QStringLiteral("Caps Lock"), keyboardKeyAction(0x28, 0), {});
+        QCOMPARE(markedIn(menu), QStringList({"Editing", "Enter", "Keys"}));
+        group(menu, withModifiers)->actions().first()->trigger();
+        QCOMPARE(markedIn(menu), QStringList({"Ctrl"}));
+        group(menu, withModifiers)->actions().first()->trigger();
+        QCOMPARE(markedIn(menu), QStringList({"Editing", "Enter", "Keys"}));
     }
 };
 

@@ -480,6 +480,10 @@ private slots:
         const QPoint pointer = view->mapToGlobal(centerOf(*view, "A"));
         // The screen's lower edge may push it up.
         QCOMPARE(openMenu()->pos().x(), pointer.x());
+        QStringList entries;
+        for (const QAction* entry : openMenu()->actions())
+            entries += entry->isSeparator() ? QStringLiteral("-") : entry->text();
+        QCOMPARE(entries.last(6), QStringList({"-", "Copy", "Paste", "-", "Undo", "Redo"}));
         QVERIFY(shows(*page, {}, "A"));
     }
 
@@ -824,6 +828,7 @@ private slots:
         QTest::newRow("Enter") << QList{0x28, -0x28} << 0 << 0x28 << "Enter";
         QTest::newRow("Ctrl+Z") << QList{0xE0, 0x1D, -0x1D} << 0x01 << 0x1D << "Ctrl+Z";
         QTest::newRow("a release from before") << QList{-0x28, 0x05, -0x05} << 0 << 0x05 << "B";
+        QTest::newRow("a modifier from before") << QList{-0xE0, 0x05, -0x05} << 0 << 0x05 << "B";
     }
     void chordIsPressed()
     {
@@ -835,6 +840,7 @@ private slots:
         const QPointer<ChordDialog> dialog = askForChord(*page, "Caps Lock");
         QString words;
         for (const int press : presses) {
+            QVERIFY(dialog->isVisible());
             sendKey(*dialog, press > 0, scanCodeOfUsage(std::abs(press)));
             if (press > 0)
                 words = wordsIn(*dialog);

@@ -76,6 +76,9 @@ private slots:
         QCOMPARE(slider("Speed")->value(), 3);
         QVERIFY(direction("Direction left")->isChecked());
         QVERIFY(sleepChoice("5 min")->isChecked());
+        for (const auto& [text, code] : {std::pair{"Not Sleep", 0}, std::pair{"1 min", 1},
+                                         std::pair{"5 min", 2}, std::pair{"30 min", 3}})
+            QCOMPARE(sleepChoice(text)->property("sleepCode").toInt(), code);
         QVERIFY(status()->isHidden());
         QCOMPARE(pictureOf(*wheel()), wheelShowing({Qt::red}));
     }
