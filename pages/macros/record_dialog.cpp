@@ -228,10 +228,11 @@ bool RecordDialog::takesKey(const QKeyEvent& key)
 
 void RecordDialog::stopAtEscape()
 {
+    const bool isAll = list->count() == 1;
     recording.dropLastPress(Input::Key, escapeUsage);
     latestMs = escapePressedMs;
     stop(tr("Stopped."));
-    if (list->count() == 0)
+    if (isAll)
         reject();
 }
 

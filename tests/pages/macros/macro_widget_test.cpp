@@ -1033,7 +1033,6 @@ private:
         return result;
     }
 
-    // By its keys, as the window does when the widget has the focus.
     static QStringList disabledEntries(const QWidget& widget)
     {
         QStringList texts;
@@ -1044,6 +1043,7 @@ private:
         return texts;
     }
 
+    // By its keys, as the window does when the widget has the focus.
     static void chooseEntry(QWidget& widget, const QString& text)
     {
         for (const QAction* entry : widget.actions()) {

@@ -217,6 +217,12 @@ private slots:
         stopAt(330);
         QCOMPARE(take(),
                  (Actions{{0, 0xE1, 0xB0}, {20, 0x04, 0xB0}, {300, 0xE1, 0x30}, {0, 0x04, 0x30}}));
+        open();
+        key(scanA, true, 10);
+        mouse(Qt::LeftButton, true, 30);
+        stopAt(50);
+        QCOMPARE(take(),
+                 (Actions{{0, 0x04, 0xB0}, {20, 0x01, 0x90}, {20, 0x04, 0x30}, {0, 0x01, 0x10}}));
     }
 
     // As long as it is known to be held, be it by something that is not recorded.
@@ -349,6 +355,19 @@ private slots:
         key(scanEscape, true, 1010, true, Qt::Key_Escape);
         QVERIFY(dialog == nullptr || !dialog->isVisible());
         QCOMPARE(recorded.size(), 0);
+    }
+
+    // Who types meanwhile would go on typing in the window.
+    void heldEscapeWithOtherKeysLeavesTheDialogOpen()
+    {
+        open();
+        key(scanEscape, true, 10, false, Qt::Key_Escape);
+        key(scanA, true, 300);
+        key(scanA, false, 350);
+        key(scanEscape, true, 1010, true, Qt::Key_Escape);
+        QVERIFY(dialog != nullptr && dialog->isVisible());
+        QVERIFY(label(QStringLiteral("Stopped.")));
+        QCOMPARE(shown(), QStringList());
     }
 
     // "Record again" would take it all away.
