@@ -38,12 +38,13 @@ bool MacroRecording::isHeld(Input input, std::uint8_t code) const
 
 bool MacroRecording::press(Input input, std::uint8_t code, quint64 timeMs)
 {
-    const bool wasHeldBefore = unknown.input == input && unknown.code == code &&
-                               timeMs - unknown.timeMs <= longestRepeatGap;
-    if (isHeld(input, code) || wasHeldBefore)
+    const auto isRepeatAfter = [=, this](const Event& release) {
+        return release.input == input && release.code == code &&
+               timeMs - release.timeMs <= longestRepeatGap;
+    };
+    if (isHeld(input, code) || isRepeatAfter(strayRelease))
         return false;
-    if (!events.isEmpty() && events.last().input == input && events.last().code == code &&
-        timeMs - events.last().timeMs <= longestRepeatGap) {
+    if (!events.isEmpty() && isRepeatAfter(events.last())) {
         events.removeLast();
         return false;
     }
@@ -57,7 +58,7 @@ void MacroRecording::release(Input input, std::uint8_t code, quint64 timeMs)
     if (isHeld(input, code))
         events += event;
     else
-        unknown = event;
+        strayRelease = event;
 }
 
 void MacroRecording::dropLastPress(Input input, std::uint8_t code)

@@ -50,7 +50,7 @@ private:
 
     quint64 longestRepeatGap;
     QList<Event> events;
-    Event unknown; // the latest release of what was not held
+    Event strayRelease; // the latest of what was not held
 };
 
 } // namespace tavik

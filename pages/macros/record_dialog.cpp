@@ -153,8 +153,8 @@ void RecordDialog::start()
     // others come to the part that has the focus.
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
         grabKeyboard();
-    field->setFocus(); // a screen reader says what it asks for
     showRequest();
+    field->setFocus(); // a screen reader says what it asks for
     field->setStyleSheet(QStringLiteral("border:1px solid #da5200;border-radius:8px;"));
     showActions();
 }
@@ -228,11 +228,11 @@ bool RecordDialog::takesKey(const QKeyEvent& key)
 
 void RecordDialog::stopAtEscape()
 {
-    const bool isAll = list->count() == 1;
+    const bool isEscapeAlone = list->count() == 1;
     recording.dropLastPress(Input::Key, escapeUsage);
     latestMs = escapePressedMs;
     stop(tr("Stopped."));
-    if (isAll)
+    if (isEscapeAlone)
         reject();
 }
 

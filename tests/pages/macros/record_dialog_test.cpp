@@ -549,14 +549,19 @@ private:
 
     [[nodiscard]] QLabel* field() const { return dialog->findChildren<QLabel*>().at(1); }
 
-    void mouse(Qt::MouseButton button, bool isPress, quint64 timeMs)
+    void mouse(Qt::MouseButton button, bool isPress, quint64 timeMs) const
     {
-        const QPointF center = field()->rect().center();
+        mouseOn(*field(), button, isPress, timeMs);
+    }
+
+    static void mouseOn(QWidget& widget, Qt::MouseButton button, bool isPress, quint64 timeMs)
+    {
+        const QPointF center = widget.rect().center();
         QMouseEvent event(isPress ? QEvent::MouseButtonPress : QEvent::MouseButtonRelease, center,
-                          field()->mapToGlobal(center), button, isPress ? button : Qt::NoButton,
+                          widget.mapToGlobal(center), button, isPress ? button : Qt::NoButton,
                           Qt::NoModifier);
         event.setTimestamp(timeMs);
-        QCoreApplication::sendEvent(field(), &event);
+        QCoreApplication::sendEvent(&widget, &event);
     }
 
     QPushButton* buttonWith(const char* text) const
@@ -573,18 +578,11 @@ private:
         QTest::mouseClick(buttonWith(text), Qt::LeftButton);
     }
 
-    // With the time of the keys, in which tests do not click by themselves.
+    // With a time of the test's own, as its keys have.
     void stopAt(quint64 timeMs) const
     {
-        QPushButton* stop = buttonWith("Stop");
-        const QPointF center = stop->rect().center();
-        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            const bool isPress = type == QEvent::MouseButtonPress;
-            QMouseEvent event(type, center, stop->mapToGlobal(center), Qt::LeftButton,
-                              isPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-            event.setTimestamp(timeMs);
-            QCoreApplication::sendEvent(stop, &event);
-        }
+        mouseOn(*buttonWith("Stop"), Qt::LeftButton, true, timeMs);
+        mouseOn(*buttonWith("Stop"), Qt::LeftButton, false, timeMs);
         QVERIFY(label(QStringLiteral("Stopped.")));
     }
 
